@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QzBase/Export.h>
+#include <QzBase/ReturnString.h>
+
+namespace QzBase
+{
+    /// The byte order mark U+FEFF as wide text of one code unit.
+    QZLOG_API extern unsigned short const* const UNICODE_BYTE_ORDER_MARK;
+
+    // The conversions below never fail, may be called from any thread, and give the empty text for
+    // null. Their bool says where the text goes:
+    //   true   message text on its way out: what is malformed becomes U+FFFD (one for each maximal
+    //          malformed piece), so the result is always well-formed;
+    //   false  names and paths: the way back gives the same bytes. A byte that is no UTF-8 becomes the
+    //          lone code unit U+DC80 to U+DCFF, and such a code unit becomes that byte again; any
+    //          other lone surrogate is written as its three bytes and read back from them.
+    // U+FEFF is kept wherever it stands.
+
+    /// UTF-8 to UTF-16.
+    QZLOG_API ReturnWString UTF8ToWideChar(char const* text, bool forOutput);
+
+    /// UTF-16 to UTF-8.
+    QZLOG_API ReturnString WideCharToUTF8(unsigned short const* text, bool forOutput);
+
+    /// UTF-16 to ASCII: one "?" for each character (not code unit) that is none, whatever the bool.
+    QZLOG_API ReturnString WideCharToASCII(unsigned short const* text, bool forOutput);
+
+    /// The decimal digits of `value`, with a leading "-" if it is negative.
+    QZLOG_API ReturnString ToDecimalString(int value);
+
+    /// Reads an optional sign and decimal digits at the start of `text`, behind blanks; what follows is
+    /// ignored. No digits give 0; a value out of range gives the nearest end of `int`.
+    QZLOG_API int DecimalToInt(char const* text);
+
+    /// Reads hexadecimal digits of either case at the start of `text`; what follows is ignored. No
+    /// digits give 0; of more than eight significant digits the low 32 bits remain.
+    /// \param allowPrefix  whether "0x" or "0X" in front is skipped.
+    QZLOG_API unsigned int HexToUnsignedInt(char const* text, bool allowPrefix);
+}

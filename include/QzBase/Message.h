@@ -1,0 +1,181 @@
+#pragma once
+
+#include <QzBase/Export.h>
+#include <QzBase/ReturnString.h>
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace QzBase
+{
+    /// Domains of message IDs.
+    inline constexpr unsigned short MESSAGE_DOMAIN_UNKNOWN = 0;
+    inline constexpr unsigned short MESSAGE_DOMAIN_SERVER = 1;
+    /// IDs of this domain are error numbers of the operating system.
+    inline constexpr unsigned short MESSAGE_DOMAIN_WIN32_API = 2;
+
+    /// The error and message object, and what the library throws. It holds a domain, a signed 32-bit
+    /// ID, a wide text with "%1" to "%99" for its arguments, texts by language ID, and a tree of
+    /// lower-level messages, the causes. A value: copies share nothing, and one object is used by one
+    /// thread at a time (reading alone may be done by several).
+    ///
+    /// Everything thrown by this library is a Message or derives from it; catch `QzBase::Message&`.
+    class QZLOG_API Message
+    {
+    public:
+        class Localizer;
+
+        /// An empty message: domain MESSAGE_DOMAIN_UNKNOWN, ID 0, empty text.
+        Message();
+
+        /// \param text  UTF-8 template, or null. With null the text of an ID of the domain
+        ///              MESSAGE_DOMAIN_WIN32_API is the system's description of that error; in other
+        ///              domains it is empty.
+        Message(unsigned short domain, int id, char const* text);
+
+        Message(Message const& other);
+        Message(Message&& other) noexcept;
+        Message& operator=(Message const& other);
+        Message& operator=(Message&& other) noexcept;
+        virtual ~Message();
+
+        void SetDomainAndID(unsigned short domain, int id);
+        unsigned short GetDomain() const;
+        int GetID() const;
+
+        /// Sets this level's text; null sets the empty one. Arguments given so far stay.
+        void SetMessage(unsigned short const* text);
+
+        /// This level's text with its arguments filled in (a number without an argument stays as it
+        /// stands). Valid until the object changes.
+        unsigned short const* GetMessage() const;
+
+        /// Appends one argument for "%1", "%2" and so on of this level's text. Null text counts as empty.
+        Message& operator<<(unsigned short const* text);
+        Message& operator<<(char const* utf8Text);
+        Message& operator<<(int value);
+        Message& operator<<(unsigned int value);
+        Message& operator<<(long value);
+        Message& operator<<(unsigned long value);
+
+        /// Makes this object a new outer level with the given domain, ID and UTF-8 text; what it held
+        /// becomes the level below. Returns the object, so that arguments can follow at once.
+        Message& WrapBy(unsigned short domain, int id, char const* text);
+
+        /// Puts `message` in front: this object becomes a copy of it, and what the object held becomes
+        /// the last of its lower levels. An empty message simply becomes the copy.
+        void PrependBy(Message const& message);
+
+        /// The text stored at this level for a language, UTF-8, arguments not filled in, or null when
+        /// there is none. Valid until the object changes.
+        char const* GetLocalizedText(unsigned short languageID) const;
+
+        /// Stores a UTF-8 text for a language at this level. Null counts as empty.
+        void SetLocalizedText(unsigned short languageID, char const* text);
+
+    private:
+        friend class ConstMessageCursor;
+        friend class MessageCursor;
+
+        void UpdateText();
+        bool IsEmpty() const;
+
+        unsigned short mDomain = MESSAGE_DOMAIN_UNKNOWN;
+        int mID = 0;
+        WideString mTemplate;
+        WideString mText;
+        std::vector<WideString> mArguments;
+        std::map<unsigned short, std::string> mLocalizedTexts;
+        std::vector<Message> mLowerLevels;
+    };
+
+    /// Finds the text of a message in a language; see QzResource::Localizer.
+    class QZLOG_API Message::Localizer
+    {
+    public:
+        virtual ~Localizer();
+
+        /// Looks a text up by language, domain and ID. Gives the UTF-8 text with its "%1", or null when
+        /// there is none; valid until the text is registered anew. May be called from any thread.
+        virtual char const* FindText(unsigned short languageID, unsigned short domain, int id) = 0;
+    };
+
+    /// The text of `message` in a language, UTF-8: the level's text with its arguments filled in, and
+    /// below it, one line each (LF between them), its causes. A level without a text in that language
+    /// gives the text it was made with. Language 0 is the process language.
+    QZLOG_API ReturnString FormatMessage(Message const& message, unsigned short languageID);
+
+    /// The same, with the texts that `message` itself does not hold looked up through the localizer.
+    /// `localizedCopy` becomes a copy of the message whose levels hold the texts that were found.
+    QZLOG_API ReturnString FormatMessage(
+        Message const& message, Message& localizedCopy, unsigned short languageID, Message::Localizer& localizer);
+
+    /// Walks the tree of a message, parents before children. The cursor points into the message, which
+    /// must outlive it and must not change its shape meanwhile. Used by one thread.
+    ///
+    /// Several cursors can walk trees of one shape in step: one leads and is asked where to go, the
+    /// others follow. A cursor that follows enters a level that its own tree lacks as an empty message,
+    /// so that it never gets out of step.
+    class QZLOG_API ConstMessageCursor
+    {
+    public:
+        /// Stands on the top of the tree.
+        explicit ConstMessageCursor(Message const& message);
+
+        Message const& GetCurrentMessage() const;
+
+        /// Goes to the next lower level of the current message that this walk has not been into.
+        /// Returns whether there is one.
+        bool GoToLowerLevelMessage(bool follows);
+
+        /// Goes to the next message beside the one just visited: after GoToParent the next unvisited
+        /// lower level of the current message, else the next unvisited sibling of the current message.
+        /// Returns whether there is one.
+        bool GoToSameLevelMessage(bool follows);
+
+        /// Goes up. Returns false, and stays, at the top.
+        bool GoToParent();
+
+        /// Whether the current message has a lower level that this walk has not been into.
+        bool LowerLevelMessageIsUnvisited() const;
+
+    private:
+        struct Place
+        {
+            Message const* mpMessage;
+            std::size_t mVisited;
+        };
+
+        std::vector<Place> mPath;
+        bool mCameFromBelow = false;
+    };
+
+    /// The same walk over a message that may be changed on the way.
+    class QZLOG_API MessageCursor : private ConstMessageCursor
+    {
+    public:
+        explicit MessageCursor(Message& message);
+
+        Message& GetCurrentMessage() const;
+
+        using ConstMessageCursor::GoToLowerLevelMessage;
+        using ConstMessageCursor::GoToParent;
+        using ConstMessageCursor::GoToSameLevelMessage;
+        using ConstMessageCursor::LowerLevelMessageIsUnvisited;
+    };
+
+    /// What is thrown where the exact type matters: caught as `T&` or as any base of T.
+    template <class T>
+    class ExceptionImpl : public T
+    {
+    public:
+        using T::T;
+        explicit ExceptionImpl(T const& message) : T(message) {}
+        explicit ExceptionImpl(T&& message) : T(std::move(message)) {}
+    };
+
+    extern template class QZLOG_API ExceptionImpl<Message>;
+}

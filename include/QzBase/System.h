@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QzBase/Export.h>
+#include <QzBase/ReturnString.h>
+
+// What the library asks of the system it runs on. All of it may be called from any thread.
+
+namespace QzBase
+{
+    QZLOG_API unsigned int GetCurrentProcessID();
+
+    /// The system's number of the calling thread, the one that tools such as `ps -L` show. 32 bits.
+    QZLOG_API unsigned long GetCurrentThreadID();
+
+    /// The name of this machine.
+    QZLOG_API ReturnWString GetComputerName();
+
+    /// The calling thread's last system error (errno).
+    QZLOG_API unsigned int GetLastError();
+
+    /// The system's text for an error number, without a line end.
+    QZLOG_API ReturnWString GetSystemErrorDescription(unsigned int error);
+
+    /// Returns after at least that time. 0 lets other threads run.
+    QZLOG_API void Sleep(unsigned int milliseconds);
+
+    /// The 128 bits of a globally unique identifier.
+    struct _GUID
+    {
+        unsigned int Data1;
+        unsigned short Data2;
+        unsigned short Data3;
+        unsigned char Data4[8];
+    };
+
+    /// A globally unique identifier with its text form.
+    struct QZLOG_API GUID : _GUID
+    {
+        /// 36 characters, upper-case hexadecimal: "01234567-89AB-CDEF-0123-456789ABCDEF".
+        ReturnWString ToWString() const;
+    };
+
+    /// Fills `guid` with a new random identifier.
+    QZLOG_API void CreateGUID(_GUID& guid);
+
+    /// Whether a feature is switched on. A feature that nobody has set is off. Null is no feature: false.
+    QZLOG_API bool IsFeatureEnabled(unsigned short const* name);
+
+    /// Switches a feature on or off for the process, from the next question on. Names are compared
+    /// code unit by code unit. Null does nothing.
+    QZLOG_API void SetFeatureEnabled(unsigned short const* name, bool enabled);
+}

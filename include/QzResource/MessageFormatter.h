@@ -1,0 +1,117 @@
+#pragma once
+
+#include <QzBase/Export.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace QzResource
+{
+    /// A UTF-8 text with "%1" to "%99" for inserted values, longest digits first. "%%" stands for "%";
+    /// a "%" before anything else is an ordinary character.
+    class QZLOG_API MessageTemplate
+    {
+    public:
+        /// Copies `utf8Text`; null counts as empty.
+        explicit MessageTemplate(char const* utf8Text = nullptr) : mText(utf8Text ? utf8Text : "") {}
+
+        std::string const& GetText() const noexcept { return mText; }
+
+        /// Replaces the text and keeps the memory.
+        void SetText(char const* utf8Text) { mText.assign(utf8Text ? utf8Text : ""); }
+
+    private:
+        std::string mText;
+    };
+
+    /// Takes the values for one message, in order, and puts them into a template. GetMessageFormatter
+    /// gives each caller an empty one of its own. Used by one thread. Insertions throw std::bad_alloc.
+    class QZLOG_API MessageFormatter
+    {
+    public:
+        MessageFormatter() = default;
+        MessageFormatter(MessageFormatter const&) = delete;
+        MessageFormatter& operator=(MessageFormatter const&) = delete;
+
+        /// A text; null inserts nothing, and takes its place.
+        MessageFormatter& operator<<(char const* utf8Text);
+        MessageFormatter& operator<<(unsigned short const* wideText);
+        /// A text of `text.size()` bytes.
+        MessageFormatter& operator<<(std::string const& utf8Text);
+
+        /// One character.
+        MessageFormatter& operator<<(char character);
+        /// "true" or "false".
+        MessageFormatter& operator<<(bool value);
+
+        // Numbers, in the form that the last manipulator chose: decimal at first. In the hexadecimal
+        // forms a negative number shows the bits of its own width.
+        MessageFormatter& operator<<(signed char value);
+        MessageFormatter& operator<<(unsigned char value);
+        MessageFormatter& operator<<(short value);
+        MessageFormatter& operator<<(unsigned short value);
+        MessageFormatter& operator<<(int value);
+        MessageFormatter& operator<<(unsigned int value);
+        MessageFormatter& operator<<(long value);
+        MessageFormatter& operator<<(unsigned long value);
+        MessageFormatter& operator<<(long long value);
+        MessageFormatter& operator<<(unsigned long long value);
+
+        /// The shortest text that reads back as the same number, whatever the locale.
+        MessageFormatter& operator<<(double value);
+
+        /// Applies a manipulator: MessageFormat::Dec, Hex or WideHex.
+        MessageFormatter& operator<<(void (*manipulator)(MessageFormatter&));
+
+        /// Puts the inserted values into the template in one pass (a value's own "%2" stays as it is; a
+        /// number without a value stays as it stands) and empties the formatter, also when it throws.
+        /// \return  UTF-8 text, valid until the formatter is used again; GetMessageFormatter comes back
+        ///          to the same formatter after 16 calls on a thread.
+        char const* Format(MessageTemplate const& messageTemplate);
+
+        /// Forgets the inserted values and returns to decimal numbers.
+        void Clear() noexcept;
+
+    private:
+        friend struct MessageFormat;
+
+        enum class NumberForm : unsigned char
+        {
+            Decimal,
+            Hexadecimal,
+            WideHexadecimal
+        };
+
+        // Values stand one behind the other in mValues; mEnds holds where each of them ends. Both keep
+        // their memory, so a formatter in use does not allocate.
+        std::string mValues;
+        std::vector<std::size_t> mEnds;
+        std::string mResult;
+        NumberForm mNumberForm = NumberForm::Decimal;
+
+        MessageFormatter& EndValue();
+        MessageFormatter& InsertSigned(long long value, unsigned int bits);
+        MessageFormatter& InsertUnsigned(unsigned long long value);
+    };
+
+    /// Manipulators that choose how the numbers behind them are inserted.
+    struct QZLOG_API MessageFormat
+    {
+        /// Decimal.
+        static void Dec(MessageFormatter& formatter);
+        /// Upper-case hexadecimal digits, no prefix.
+        static void Hex(MessageFormatter& formatter);
+        /// "0x" and at least eight upper-case hexadecimal digits.
+        static void WideHex(MessageFormatter& formatter);
+    };
+
+    /// An empty formatter out of the calling thread's ring of 16. Each call gives another one, so values
+    /// left behind by a call that logged nothing never reach a later message, and code that logs while
+    /// a caller's arguments are evaluated does not take the caller's half-filled formatter.
+    QZLOG_API MessageFormatter& GetMessageFormatter();
+
+    /// The template for a UTF-8 text (copied; null counts as empty), out of a ring of 16 of the calling
+    /// thread.
+    QZLOG_API MessageTemplate const& GetMessageTemplate(char const* utf8Text);
+}

@@ -1,0 +1,118 @@
+#pragma once
+
+#include <QzBase/Export.h>
+#include <QzBase/StrongPtr.h>
+
+namespace QzSynch
+{
+    /// Tells to which group of locks a lock belongs, as a help in a debugger. Any 32-bit value is allowed.
+    enum EnumHvnLockStackCategory : int
+    {
+        /// The category of the library's own locks.
+        kLockStackCategoryDefault = -3,
+        /// The category of its locks with process lifetime.
+        kLockStackCategoryStatic = -4
+    };
+
+    /// A mutual exclusion lock that the thread which holds it may take again. Held through SmartLock.
+    class QZLOG_API CriticalSection
+    {
+    public:
+        /// Holds the lock from construction to destruction.
+        class SmartLock
+        {
+        public:
+            explicit SmartLock(CriticalSection& lock) : mLock(lock) { mLock.Enter(); }
+            ~SmartLock() { mLock.Leave(); }
+            SmartLock(SmartLock const&) = delete;
+            SmartLock& operator=(SmartLock const&) = delete;
+
+        private:
+            CriticalSection& mLock;
+        };
+
+        /// Ends the lock and frees its memory. Nobody may hold it.
+        virtual void Delete() = 0;
+
+        virtual EnumHvnLockStackCategory GetCategory() const = 0;
+
+    protected:
+        virtual ~CriticalSection();
+        virtual void Enter() = 0;
+        virtual void Leave() = 0;
+    };
+
+    /// A readers-writer lock. A writer that waits goes before readers that come later, so a steady
+    /// stream of readers never starves it; a thread must therefore not take the lock again while it
+    /// holds it. Readers do not write to shared memory of each other: many threads can read at once
+    /// without slowing each other down.
+    class QZLOG_API RWLock
+    {
+    public:
+        /// Shared lock for its life, or until Unlock.
+        class ReadSmartLock
+        {
+        public:
+            explicit ReadSmartLock(RWLock& lock) : mpLock(&lock) { mpLock->EnterRead(); }
+            ~ReadSmartLock() { Unlock(); }
+            ReadSmartLock(ReadSmartLock const&) = delete;
+            ReadSmartLock& operator=(ReadSmartLock const&) = delete;
+
+            /// Gives the lock up early. Called by the thread that took it.
+            void Unlock()
+            {
+                if (RWLock* const lock = mpLock)
+                {
+                    mpLock = nullptr;
+                    lock->LeaveRead();
+                }
+            }
+
+        private:
+            RWLock* mpLock;
+        };
+
+        /// Exclusive lock for its life, or until Unlock.
+        class WriteSmartLock
+        {
+        public:
+            explicit WriteSmartLock(RWLock& lock) : mpLock(&lock) { mpLock->EnterWrite(); }
+            ~WriteSmartLock() { Unlock(); }
+            WriteSmartLock(WriteSmartLock const&) = delete;
+            WriteSmartLock& operator=(WriteSmartLock const&) = delete;
+
+            /// Gives the lock up early.
+            void Unlock()
+            {
+                if (RWLock* const lock = mpLock)
+                {
+                    mpLock = nullptr;
+                    lock->LeaveWrite();
+                }
+            }
+
+        private:
+            RWLock* mpLock;
+        };
+
+        /// Ends the lock and frees its memory. Nobody may hold it.
+        virtual void Delete() = 0;
+
+        virtual EnumHvnLockStackCategory GetCategory() const = 0;
+
+    protected:
+        virtual ~RWLock();
+        virtual void EnterRead() = 0;
+        virtual void LeaveRead() = 0;
+        virtual void EnterWrite() = 0;
+        virtual void LeaveWrite() = 0;
+    };
+
+    /// Owners of locks.
+    using CriticalSectionPtr = QzBase::StrongPtr<CriticalSection>;
+    using RWLockPtr = QzBase::StrongPtr<RWLock>;
+
+    /// Both give a new lock, owned by the caller, and throw std::bad_alloc.
+    QZLOG_API CriticalSection* CreateCriticalSection(EnumHvnLockStackCategory category);
+    QZLOG_API RWLock* CreateRWLock(EnumHvnLockStackCategory category);
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QzBase/ReferenceCounted.h>
+#include <QzSynch/AtomicLong.h>
+
+namespace QzSynch
+{
+    /// The standard implementation of QzBase::ReferenceCounted. An implementation class derives from its
+    /// interface and from this class, which share the one virtual base.
+    template <class Counter>
+    class ReferenceCountedImpl : public virtual QzBase::ReferenceCounted
+    {
+    public:
+        ReferenceCountedImpl() noexcept : mReferenceCount(0) {}
+
+        // The count belongs to the object and not to its value.
+        ReferenceCountedImpl(ReferenceCountedImpl const&) noexcept : mReferenceCount(0) {}
+        ReferenceCountedImpl& operator=(ReferenceCountedImpl const&) noexcept { return *this; }
+
+        void AddRef() override { ++mReferenceCount; }
+
+        void Release() override
+        {
+            // Two threads that both read 2 must not both go down without OnLastRelease: whoever takes
+            // the count from 1 to 0 has run it, because every other step goes by compare-exchange.
+            int count = mReferenceCount;
+            for (;;)
+            {
+                if (count == 1)
+                {
+                    OnLastRelease();
+                    if (--mReferenceCount == 0)
+                        delete this;
+                    return;
+                }
+                if (mReferenceCount.CompareExchange(count, count - 1))
+                    return;
+            }
+        }
+
+        /// Called by Release with the count still at 1, so that the object is fully usable: the place to
+        /// detach it from those who point to it. Runs a second time when somebody took a reference
+        /// meanwhile and gives it back later, so it must be harmless when repeated.
+        virtual void OnLastRelease() {}
+
+    private:
+        Counter mReferenceCount;
+    };
+}
