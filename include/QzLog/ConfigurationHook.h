@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QzBase/CountedPtr.h>
+#include <QzBase/Export.h>
+#include <QzBase/ReferenceCounted.h>
+
+namespace QzLog
+{
+    class Dispatcher;
+    class Logger;
+
+    /// Sets loggers and dispatchers up. Implemented by the library's user and installed with
+    /// SetConfigurationHook; the library reads no settings of its own.
+    ///
+    /// Called on any thread that creates a logger or a dispatcher or runs RefreshConfiguration, and several
+    /// calls can overlap. No lock of the library is held meanwhile, so a hook may call everything. What it
+    /// throws reaches the caller of the operation that called it; what was being created is then dropped.
+    class QZLOG_API ConfigurationHook : public virtual QzBase::ReferenceCounted
+    {
+    public:
+        ~ConfigurationHook() override;
+
+        /// \param logger  not null. A new logger is not registered yet: GetLogger with its name would create
+        ///                another one and call the hook again.
+        virtual void ConfigureLogger(Logger* logger) = 0;
+
+        /// \param dispatcher  the dispatcher, to be given its destinations; or put another one in its place.
+        ///                    It must not be left null. A new one does not stand in the logger's list yet.
+        /// \param logger      the logger that owns it or will own it.
+        virtual void ConfigureDispatcher(QzBase::CountedPtr<Dispatcher>& dispatcher, Logger* logger) = 0;
+    };
+
+    /// Installs a hook in place of the present one, with a reference; null removes it. Calls nothing on it:
+    /// existing objects meet it at the next RefreshConfiguration.
+    QZLOG_API void SetConfigurationHook(ConfigurationHook* hook);
+
+    /// The present hook, or null.
+    QZLOG_API QzBase::ReturnPtrI<ConfigurationHook> GetConfigurationHook();
+
+    /// Offers every logger, in the order of their names, and each of its dispatchers to the hook. Without a
+    /// hook it does nothing. Messages go on flowing meanwhile. The hook that was installed at the start serves
+    /// to the end. An exception from the hook ends the walk and reaches the caller; what was done stays.
+    QZLOG_API void RefreshConfiguration();
+}

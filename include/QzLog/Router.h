@@ -1,0 +1,73 @@
+#pragma once
+
+#include <QzBase/CountedPtr.h>
+#include <QzBase/Export.h>
+#include <QzBase/Message.h>
+#include <QzBase/ReferenceCounted.h>
+#include <QzLog/MessageCatalog.h>
+#include <QzSynch/Locks.h>
+
+#include <atomic>
+#include <string>
+
+namespace QzLog
+{
+    class Dispatcher;
+    class Logger;
+
+    /// What a piece of code keeps in order to log: one logger and one dispatcher of that logger, bound
+    /// together by their names. Made by CreateRouter; lives as long as its holders keep it.
+    ///
+    /// All operations may be called from any thread at any time. They catch nothing: what a destination
+    /// throws reaches the caller. Texts are UTF-8.
+    class QZLOG_API Router : public virtual QzBase::ReferenceCounted
+    {
+    public:
+        ~Router() override;
+
+        /// The router's logger. No reference is taken: valid as long as the router.
+        virtual Logger* GetLogger() = 0;
+
+        /// The dispatcher that stands behind the router at this moment; configuration may exchange it.
+        virtual QzBase::ReturnPtrI<Dispatcher> GetDispatcher() = 0;
+
+        /// The logger's message catalog, or null.
+        virtual QzBase::ReturnPtrI<MessageCatalog> GetMessageCatalog() = 0;
+
+        // The four operations below do not ask mEnabled; that is their callers' test.
+
+        /// Delivers a structured message, of which each destination takes the text in its own language,
+        /// and gives it back with the localised texts that the destinations have looked up.
+        virtual void LogAndUpdateMessage(QzBase::Message& message) = 0;
+
+        /// Delivers a structured message.
+        virtual void LogBaseMessage(QzBase::Message const& message) = 0;
+
+        /// Delivers finished text.
+        /// \param text          may be null, which the destinations take as empty.
+        /// \param messageID     0 for none.
+        /// \param fileName      the source location of the call; file and function may be null. Shown by
+        /// \param functionName  the dispatcher named "Error" only.
+        /// \param lineNumber
+        virtual void LogText(char const* text, unsigned int messageID, char const* fileName, char const* functionName,
+            int lineNumber) = 0;
+
+        /// Gives the JSON text of the header that such a message would have, and delivers nothing. The
+        /// dispatcher need not have destinations. `text` is not read. `headerJson` keeps its content when
+        /// the module has ended.
+        virtual void FormatHeaderJson(char const* text, unsigned int messageID, char const* fileName,
+            char const* functionName, int lineNumber, std::string& headerJson) = 0;
+
+        /// Whether the dispatcher has at least one destination: what a caller asks before it spends
+        /// anything on a message. Read relaxed; kept by the router and written by nobody else.
+        std::atomic<bool> mEnabled{false};
+    };
+
+    /// A router on the named logger and dispatcher, which are created (and offered to the configuration
+    /// hook) when they do not exist yet. Names are UTF-8 and compared byte by byte; null counts as empty.
+    /// Callable from any thread, also by a hook.
+    /// \param category  for the lock of the logger, if this call is what creates it.
+    /// Throws QzBase::Message when no Initializer is alive, and whatever the hook throws.
+    QZLOG_API QzBase::ReturnPtrI<Router> CreateRouter(
+        char const* loggerName, char const* dispatcherName, QzSynch::EnumHvnLockStackCategory category);
+}
