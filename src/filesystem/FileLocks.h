@@ -1,0 +1,44 @@
+#pragma once
+
+#include "filesystem/FileObjects.h"
+
+// Scoped guards of the exclusive lock on a whole file. The file must outlive its guard. Destructors never
+// throw; constructors throw QzBase::Message when the lock fails for another reason than being taken.
+
+namespace QzFileSystem
+{
+    /// Waits for the lock, without a time-out, and holds it to its end.
+    class FileWriteLock
+    {
+    public:
+        /// Holds nothing.
+        FileWriteLock() = default;
+
+        explicit FileWriteLock(WriteableFile& file);
+        ~FileWriteLock() { Unlock(); }
+        FileWriteLock(FileWriteLock const&) = delete;
+        FileWriteLock& operator=(FileWriteLock const&) = delete;
+
+        /// Gives the lock up now, if it is held.
+        void Unlock() noexcept;
+
+        bool HoldsLock() const noexcept { return mLocked; }
+
+    protected:
+        FileWriteLock(WriteableFile& file, bool locked) noexcept : mpFile(&file), mLocked(locked) {}
+
+        WriteableFile* mpFile = nullptr;
+        bool mLocked = false;
+    };
+
+    /// Tries to get the lock; HoldsLock tells whether it did.
+    class FileTryWriteLock : public FileWriteLock
+    {
+    public:
+        /// One attempt.
+        explicit FileTryWriteLock(WriteableFile& file);
+
+        /// Attempts at once and then after every 5000 milliseconds, the last one when the time is over.
+        FileTryWriteLock(WriteableFile& file, unsigned int milliseconds);
+    };
+}
