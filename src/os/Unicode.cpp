@@ -1,0 +1,180 @@
+#include "os/Unicode.h"
+
+#include <utf8.h>
+#include <utf8/unchecked.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace QzOs
+{
+    namespace
+    {
+        constexpr std::uint32_t kReplacement = 0xFFFD;
+        // A byte that is no UTF-8 stands as this unit plus the byte.
+        constexpr std::uint32_t kByteUnits = 0xDC00;
+
+        bool IsASCII(char byte)
+        {
+            return static_cast<unsigned char>(byte) < 0x80;
+        }
+        bool IsHighSurrogate(std::uint32_t unit)
+        {
+            return unit >= 0xD800 && unit <= 0xDBFF;
+        }
+        bool IsLowSurrogate(std::uint32_t unit)
+        {
+            return unit >= 0xDC00 && unit <= 0xDFFF;
+        }
+        bool StandsForByte(std::uint32_t unit)
+        {
+            return unit >= kByteUnits + 0x80 && unit <= kByteUnits + 0xFF;
+        }
+
+        template <class Unit>
+        std::size_t MeasureASCIIRun(Unit const* text, std::size_t length, std::uint64_t highBits)
+        {
+            constexpr std::size_t kStep = sizeof(std::uint64_t) / sizeof(Unit);
+            std::size_t i = 0;
+            for (; i + kStep <= length; i += kStep)
+            {
+                std::uint64_t units;
+                std::memcpy(&units, text + i, sizeof(units));
+                if ((units & highBits) != 0)
+                    break;
+            }
+            while (i < length && text[i] >= 0 && text[i] < 0x80)
+                ++i;
+            return i;
+        }
+
+        // What may stand behind a lead byte: how many bytes in all, and which second byte. Other second bytes
+        // would make an overlong form, a surrogate or a number beyond U+10FFFF.
+        struct SequenceForm
+        {
+            std::size_t mLength;
+            unsigned char mLowestSecond;
+            unsigned char mHighestSecond;
+        };
+
+        SequenceForm GetSequenceForm(unsigned char lead)
+        {
+            if (lead < 0xC2 || lead > 0xF4)
+                return {1, 0, 0};
+            if (lead < 0xE0)
+                return {2, 0x80, 0xBF};
+            if (lead < 0xF0)
+                return {3, static_cast<unsigned char>(lead == 0xE0 ? 0xA0 : 0x80),
+                    static_cast<unsigned char>(lead == 0xED ? 0x9F : 0xBF)};
+            return {4, static_cast<unsigned char>(lead == 0xF0 ? 0x90 : 0x80),
+                static_cast<unsigned char>(lead == 0xF4 ? 0x8F : 0xBF)};
+        }
+
+        /// How many bytes at `text`, which is not well-formed there, form one malformed piece: a lead byte with
+        /// the continuation bytes that could follow it, else one byte.
+        std::size_t MeasureMalformedPiece(char const* text, char const* end)
+        {
+            auto const byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+            SequenceForm const form = GetSequenceForm(byte(0));
+            std::size_t const limit = std::min(form.mLength, static_cast<std::size_t>(end - text));
+            if (limit < 2 || byte(1) < form.mLowestSecond || byte(1) > form.mHighestSecond)
+                return 1;
+            std::size_t length = 2;
+            while (length < limit && (byte(length) & 0xC0) == 0x80)
+                ++length;
+            return length;
+        }
+
+        unsigned short* DecodeMalformedPiece(
+            unsigned short* out, char const* piece, std::size_t length, Malformed malformed)
+        {
+            if (malformed == Malformed::Replace)
+            {
+                *out++ = static_cast<unsigned short>(kReplacement);
+                return out;
+            }
+            for (std::size_t i = 0; i < length; ++i)
+                *out++ = static_cast<unsigned short>(kByteUnits + static_cast<unsigned char>(piece[i]));
+            return out;
+        }
+
+        char* EncodeLoneSurrogate(char* out, std::uint32_t unit, Malformed malformed, bool* isExact)
+        {
+            if (malformed == Malformed::Replace)
+                return utf8::unchecked::append(kReplacement, out);
+            if (StandsForByte(unit))
+            {
+                *out++ = static_cast<char>(unit - kByteUnits);
+                return out;
+            }
+            if (isExact)
+                *isExact = false;
+            return utf8::unchecked::append(unit, out);
+        }
+    }
+
+    std::size_t MeasureASCII(char const* text, std::size_t length) noexcept
+    {
+        return MeasureASCIIRun(text, length, 0x8080808080808080);
+    }
+
+    std::size_t MeasureASCII(unsigned short const* text, std::size_t length) noexcept
+    {
+        return MeasureASCIIRun(text, length, 0xFF80FF80FF80FF80);
+    }
+
+    std::size_t DecodeUTF8(unsigned short* out, char const* text, std::size_t length, Malformed malformed) noexcept
+    {
+        unsigned short* const start = out;
+        char const* const end = text + length;
+        while (text != end)
+        {
+            char const* const asciiEnd = text + MeasureASCII(text, static_cast<std::size_t>(end - text));
+            while (text != asciiEnd)
+                *out++ = static_cast<unsigned char>(*text++);
+
+            char const* const wellFormedEnd = utf8::find_invalid(text, std::find_if(text, end, IsASCII));
+            out = utf8::unchecked::utf8to16(text, wellFormedEnd, out);
+            text = wellFormedEnd;
+            if (text != end && !IsASCII(*text))
+            {
+                std::size_t const piece = MeasureMalformedPiece(text, end);
+                out = DecodeMalformedPiece(out, text, piece, malformed);
+                text += piece;
+            }
+        }
+        return static_cast<std::size_t>(out - start);
+    }
+
+    std::size_t EncodeUTF8(
+        char* out, unsigned short const* text, std::size_t length, Malformed malformed, bool* isExact) noexcept
+    {
+        char* const start = out;
+        for (std::size_t i = 0; i < length; ++i)
+        {
+            std::uint32_t const unit = text[i];
+            if (unit < 0x80)
+                *out++ = static_cast<char>(unit);
+            else if (IsHighSurrogate(unit) && i + 1 < length && IsLowSurrogate(text[i + 1]))
+                out = utf8::unchecked::append(0x10000 + ((unit - 0xD800) << 10) + (text[++i] - 0xDC00u), out);
+            else if (IsHighSurrogate(unit) || IsLowSurrogate(unit))
+                out = EncodeLoneSurrogate(out, unit, malformed, isExact);
+            else
+                out = utf8::unchecked::append(unit, out);
+        }
+        return static_cast<std::size_t>(out - start);
+    }
+
+    void AppendUTF8(std::string& out, unsigned short const* text, std::size_t length, Malformed malformed)
+    {
+        // Room for the worst case would be three times what ASCII needs.
+        std::size_t const before = out.size();
+        std::size_t const ascii = MeasureASCII(text, length);
+        out.resize(before + ascii + (length - ascii) * kUTF8BytesPerUnit);
+        char* end = std::transform(
+            text, text + ascii, out.data() + before, [](unsigned short unit) { return static_cast<char>(unit); });
+        end += EncodeUTF8(end, text + ascii, length - ascii, malformed, nullptr);
+        out.resize(static_cast<std::size_t>(end - out.data()));
+    }
+}

@@ -1,0 +1,90 @@
+#include "os/System.h"
+
+#include <atomic>
+#include <cerrno>
+
+#include <locale.h>
+#include <pthread.h>
+#include <string.h>
+#include <unistd.h>
+#include <uuid/uuid.h>
+
+namespace QzOs
+{
+    namespace
+    {
+        constinit std::atomic<std::uint32_t> gForkGeneration{0};
+        constinit std::atomic<std::uint32_t> gProcessID{0};
+
+        struct ThreadNumber
+        {
+            std::uint32_t mGeneration;
+            std::uint32_t mNumber;
+        };
+
+        constinit thread_local ThreadNumber tThreadNumber{0, 0};
+
+        void EnterForkedChild()
+        {
+            gForkGeneration.fetch_add(1, std::memory_order_relaxed);
+            gProcessID.store(static_cast<std::uint32_t>(getpid()), std::memory_order_relaxed);
+        }
+
+        // When the library is loaded, so that no fork is missed.
+        [[gnu::constructor]] void WatchForks()
+        {
+            pthread_atfork(nullptr, nullptr, EnterForkedChild);
+        }
+    }
+
+    std::uint32_t GetProcessID()
+    {
+        std::uint32_t id = gProcessID.load(std::memory_order_relaxed);
+        if (id == 0)
+        {
+            id = static_cast<std::uint32_t>(getpid());
+            gProcessID.store(id, std::memory_order_relaxed);
+        }
+        return id;
+    }
+
+    std::uint32_t GetThreadID()
+    {
+        ThreadNumber& own = tThreadNumber;
+        std::uint32_t const generation = gForkGeneration.load(std::memory_order_relaxed);
+        if (own.mNumber == 0 || own.mGeneration != generation)
+            own = {generation, static_cast<std::uint32_t>(gettid())};
+        return own.mNumber;
+    }
+
+    std::uint32_t GetForkGeneration()
+    {
+        return gForkGeneration.load(std::memory_order_relaxed);
+    }
+
+    std::string GetComputerName()
+    {
+        char name[256] = {};
+        if (gethostname(name, sizeof(name) - 1) != 0)
+            return std::string();
+        return name;
+    }
+
+    std::uint32_t GetLastError()
+    {
+        return static_cast<std::uint32_t>(errno);
+    }
+
+    std::string DescribeError(std::uint32_t error)
+    {
+        // In the "C" locale whatever the host program has set: a translation could come in any charset.
+        // Never freed, because errors are described until the process ends.
+        static locale_t const cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+        return strerror_l(static_cast<int>(error), cLocale);
+    }
+
+    void MakeUniqueIdentifier(unsigned char (&bytes)[16])
+    {
+        uuid_generate_random(bytes);
+    }
+}
