@@ -79,6 +79,7 @@ namespace QzBase
     private:
         friend class ConstMessageCursor;
         friend class MessageCursor;
+        friend class MessageWriter;
 
         void UpdateText();
         bool IsEmpty() const;

@@ -32,7 +32,8 @@ namespace QzDataType
         explicit DateTime(double days) noexcept;
 
         /// That moment of the calendar. The last two numbers are the zone's distance from UTC in minutes
-        /// in two parts, positive ahead of UTC. Members outside their range carry over into the next.
+        /// in two parts, positive ahead of UTC. Members outside their range carry over into the next; a moment outside
+        /// the years 1 to 9999 gives the nearer end.
         DateTime(int year, int month, int day, int hour, int minute, int second, int millisecond, short zoneMinutes,
             short daylightMinutes) noexcept;
 
@@ -42,13 +43,13 @@ namespace QzDataType
         /// The current time in UTC.
         static DateTime NowUTC();
 
-        int GetYear() const noexcept;
-        int GetMonth() const noexcept;
-        int GetDay() const noexcept;
-        int GetHour() const noexcept;
-        int GetMinute() const noexcept;
-        int GetSecond() const noexcept;
-        int GetMillisecond() const noexcept;
+        int GetYear() const noexcept { return mYear; }
+        int GetMonth() const noexcept { return mMonth; }
+        int GetDay() const noexcept { return mDay; }
+        int GetHour() const noexcept { return mHour; }
+        int GetMinute() const noexcept { return mMinute; }
+        int GetSecond() const noexcept { return mSecond; }
+        int GetMillisecond() const noexcept { return mMillisecond; }
 
         /// "2026-11-18 03:02:07.123-05:00"; without the offset when it is zero.
         QzBase::ReturnString ToString() const;
@@ -68,7 +69,17 @@ namespace QzDataType
         std::int16_t mDaylightMinutes = 0;
 
     private:
-        // Milliseconds since 1970-01-01 00:00 as the clock on the wall of that zone showed it.
-        std::int64_t mMilliseconds;
+        explicit DateTime(std::int64_t wallMilliseconds) noexcept;
+        std::int64_t GetWallMilliseconds() const noexcept;
+
+        // Kept apart and not as a count, because a time stamp is rendered far more often than subtracted.
+        // Years 1 to 9999.
+        std::int16_t mYear;
+        std::uint8_t mMonth;
+        std::uint8_t mDay;
+        std::uint8_t mHour;
+        std::uint8_t mMinute;
+        std::uint8_t mSecond;
+        std::int16_t mMillisecond;
     };
 }

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <QzBase/Export.h>
+#include <QzBase/WideString.h>
+#include <QzDataType/Variant.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+/// The client that sends records to Kafka, on librdkafka. In a library that was built without librdkafka
+/// the producer is never to be used: its status stays 0, Send gives false and Configure throws.
+namespace KafkaClient
+{
+    /// Keeps the producer running. The first one starts it if it is configured; the end of the last one
+    /// waits at most three seconds for records that are still on their way and gives up the rest. Copies
+    /// count. The logging module holds one for its life.
+    class QZLOG_API Initializer
+    {
+    public:
+        Initializer();
+        Initializer(Initializer const&);
+        Initializer& operator=(Initializer const&) { return *this; }
+        ~Initializer();
+    };
+
+    /// The one producer of the process. All operations may be called from any thread.
+    class QZLOG_API KafkaProducer
+    {
+    public:
+        enum EnumKafkaProducerStatus : int
+        {
+            /// Not configured, not started or ended: not to be used.
+            kStatusUnusable = 0,
+            /// A broker is connected.
+            kStatusUp = 1,
+            /// Configured, but no broker is connected: can be tried.
+            kStatusDown = 3
+        };
+
+        /// Follows the real connection. Costs one atomic read.
+        static EnumKafkaProducerStatus GetKafkaProducerStatus();
+
+        /// Hands one record to the client and never waits for the network.
+        /// \param topic    UTF-16.
+        /// \param options  0.
+        /// \param key      the record's key, or null for none.
+        /// \param value    the record's bytes: the text in UTF-8, without a terminator.
+        /// \return  true when the client took the record and will deliver it or count it as failed;
+        ///          false, and nothing will be sent, when the local queue is full, the topic's name is
+        ///          bad, or the producer is not running in this process (a forked child has none).
+        static bool Send(
+            QzBase::WideString const& topic, int options, std::string const* key, QzDataType::Variant const& value);
+
+        /// Sets the producer up with librdkafka's own property names, such as "bootstrap.servers",
+        /// "security.protocol", "sasl.username" or "compression.codec"; every property passes through.
+        /// Takes effect at once when an Initializer lives, else when one comes; an earlier producer then
+        /// delivers what it has taken (at most three seconds). An empty map ends the producer.
+        /// Throws QzBase::Message with a text that names the property when one is unknown or its value
+        /// bad; the producer in force then stays as it was.
+        static void Configure(std::map<std::string, std::string> const& properties);
+
+        /// Records since the process started.
+        struct Counters
+        {
+            /// Send gave true.
+            std::uint64_t mAccepted;
+            /// A broker has acknowledged it.
+            std::uint64_t mDelivered;
+            /// Given up after it was accepted. Such a loss is also told on the debug output, at most
+            /// once in ten seconds.
+            std::uint64_t mFailed;
+        };
+
+        static Counters GetCounters();
+    };
+}

@@ -1,0 +1,142 @@
+#include <QzBase/Message.h>
+
+#include "support/base/TemplateText.h"
+
+#include <QzBase/Conversions.h>
+#include <QzBase/System.h>
+
+#include <string>
+
+namespace QzBase
+{
+    template class ExceptionImpl<Message>;
+
+    Message::Message() = default;
+
+    Message::Message(unsigned short domain, int id, char const* text) : mDomain(domain), mID(id)
+    {
+        if (text)
+            mTemplate = UTF8ToWideChar(text, true).c_str();
+        else if (domain == MESSAGE_DOMAIN_WIN32_API)
+            mTemplate = GetSystemErrorDescription(static_cast<unsigned int>(id)).c_str();
+        UpdateText();
+    }
+
+    Message::Message(Message const& other) = default;
+    Message::Message(Message&& other) noexcept = default;
+    Message& Message::operator=(Message const& other) = default;
+    Message& Message::operator=(Message&& other) noexcept = default;
+    Message::~Message() = default;
+
+    Message::Localizer::~Localizer() = default;
+
+    void Message::SetDomainAndID(unsigned short domain, int id)
+    {
+        mDomain = domain;
+        mID = id;
+    }
+
+    unsigned short Message::GetDomain() const
+    {
+        return mDomain;
+    }
+
+    int Message::GetID() const
+    {
+        return mID;
+    }
+
+    void Message::SetMessage(unsigned short const* text)
+    {
+        if (text)
+            mTemplate = text;
+        else
+            mTemplate.clear();
+        UpdateText();
+    }
+
+    unsigned short const* Message::GetMessage() const
+    {
+        return mText.c_str();
+    }
+
+    Message& Message::operator<<(unsigned short const* text)
+    {
+        mArguments.emplace_back();
+        if (text)
+            mArguments.back() = text;
+        UpdateText();
+        return *this;
+    }
+
+    Message& Message::operator<<(char const* utf8Text)
+    {
+        return *this << UTF8ToWideChar(utf8Text, true).c_str();
+    }
+    Message& Message::operator<<(int value)
+    {
+        return *this << std::to_string(value).c_str();
+    }
+    Message& Message::operator<<(unsigned int value)
+    {
+        return *this << std::to_string(value).c_str();
+    }
+    Message& Message::operator<<(long value)
+    {
+        return *this << std::to_string(value).c_str();
+    }
+    Message& Message::operator<<(unsigned long value)
+    {
+        return *this << std::to_string(value).c_str();
+    }
+
+    Message& Message::WrapBy(unsigned short domain, int id, char const* text)
+    {
+        Message outer(domain, id, text);
+        outer.mLowerLevels.push_back(std::move(*this));
+        *this = std::move(outer);
+        return *this;
+    }
+
+    void Message::PrependBy(Message const& message)
+    {
+        Message front(message);
+        if (!IsEmpty())
+            front.mLowerLevels.push_back(std::move(*this));
+        *this = std::move(front);
+    }
+
+    char const* Message::GetLocalizedText(unsigned short languageID) const
+    {
+        auto const found = mLocalizedTexts.find(languageID);
+        return found == mLocalizedTexts.end() ? nullptr : found->second.c_str();
+    }
+
+    void Message::SetLocalizedText(unsigned short languageID, char const* text)
+    {
+        mLocalizedTexts[languageID] = text ? text : "";
+    }
+
+    /// The text is put together when it changes and not when it is asked for: several threads may read.
+    void Message::UpdateText()
+    {
+        WideString text;
+        ExpandTemplate(
+            mTemplate.c_str(), mTemplate.size(),
+            [&text](unsigned short const* first, unsigned short const* last) { text.append(first, last); },
+            [this, &text](std::size_t index)
+            {
+                if (index >= mArguments.size())
+                    return false;
+                text.append(mArguments[index]);
+                return true;
+            });
+        mText.swap(text);
+    }
+
+    bool Message::IsEmpty() const
+    {
+        return mDomain == MESSAGE_DOMAIN_UNKNOWN && mID == 0 && mTemplate.empty() && mArguments.empty() &&
+               mLocalizedTexts.empty() && mLowerLevels.empty();
+    }
+}

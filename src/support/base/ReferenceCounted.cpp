@@ -1,0 +1,6 @@
+#include <QzBase/ReferenceCounted.h>
+
+namespace QzBase
+{
+    ReferenceCounted::~ReferenceCounted() = default;
+}

@@ -1,0 +1,37 @@
+// Stands in for the Kafka client where the library was built without librdkafka: never to be used, so that
+// every record goes to the disk file behind its destination.
+
+#include "support/kafka/Client.h"
+
+#include <QzBase/Message.h>
+
+namespace KafkaClient
+{
+    namespace
+    {
+        class NoClient final : public Client
+        {
+        public:
+            KafkaProducer::EnumKafkaProducerStatus GetStatus() override { return KafkaProducer::kStatusUnusable; }
+            bool Send(QzBase::WideString const&, std::string const*, std::string const&) override { return false; }
+
+            void Configure(std::map<std::string, std::string> const& properties) override
+            {
+                if (!properties.empty())
+                    throw QzBase::ExceptionImpl<QzBase::Message>(QzBase::Message(QzBase::MESSAGE_DOMAIN_SERVER, -1,
+                        "KafkaClient::KafkaProducer::Configure: this library was built without a Kafka client."));
+            }
+
+            KafkaProducer::Counters GetCounters() override { return {}; }
+            void Start() override {}
+            void Stop() override {}
+        };
+
+        constinit NoClient gClient;
+    }
+
+    Client& GetBuiltInClient()
+    {
+        return gClient;
+    }
+}
