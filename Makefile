@@ -1,0 +1,32 @@
+# Thin calls of the CMake presets. `make demo` and `make test` are all that a newcomer needs; both install
+# what is missing (as root, or through sudo), configure, build and run.
+
+.PHONY: demo test bench check install packages release clean
+
+demo: release
+	@build/release/examples/reporting_server/demo.sh
+
+test: release
+	@ctest --preset release
+
+release: packages
+	@scripts/build.sh release
+
+bench: packages
+	@scripts/packages.sh bench
+	@scripts/build.sh bench
+	@scripts/bench.sh
+
+# All that guards the project beside the tests: format, lint, both compilers, sanitizers, the installed package.
+check: packages
+	@scripts/packages.sh check
+	@scripts/check.sh
+
+install: release
+	@cmake --install build/release
+
+packages:
+	@scripts/packages.sh build
+
+clean:
+	rm -rf build

@@ -1,0 +1,287 @@
+// The road of a message without its end: a disabled call, an enabled call whose destination takes the header
+// text and the body and drops them, the header text alone, a scope guard. Beside each the floor and spdlog
+// with the same header content in its pattern and a sink that formats and drops.
+
+#include "RoadFloor.h"
+
+#include <QzLog/QzLog.h>
+
+#include <benchmark/benchmark.h>
+
+#ifdef QZLOG_BENCH_SPDLOG
+#include <spdlog/pattern_formatter.h>
+#include <spdlog/sinks/base_sink.h>
+#include <spdlog/spdlog.h>
+#endif
+
+#include <mutex>
+
+namespace
+{
+    constexpr char const* kText = "Report 4711 of user alice finished after 128 ms";
+
+    class DroppingDestination : public QzLog::Destination_Impl,
+                                public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    {
+    public:
+        void WriteMessage(QzLog::MessageHeader& header, QzLog::MessageBody& body) override
+        {
+            WriteMessage(body.GetMessageText(GetLanguageID()), header);
+        }
+
+        void WriteMessage(char const* bodyText, QzLog::MessageHeader& header) override
+        {
+            benchmark::DoNotOptimize(header.GetHeaderText());
+            benchmark::DoNotOptimize(bodyText);
+        }
+    };
+
+    /// The module with one router that is off and one that reaches a dropping destination.
+    struct Road
+    {
+        Road()
+        {
+            using namespace QzBase::Literals;
+            QzLog::SetServerInstanceName(u"Engine"_w);
+            QzBase::CountedPtr<QzLog::Destination> const destination(new DroppingDestination);
+            mpEnabled->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({destination.get()}));
+        }
+
+        QzLog::Initializer mModule;
+        QzBase::CountedPtr<QzLog::Router> mpDisabled{
+            QzLog::CreateRouter("Kernel", "Off", QzSynch::kLockStackCategoryDefault)};
+        QzBase::CountedPtr<QzLog::Router> mpEnabled{
+            QzLog::CreateRouter("Kernel", "Info", QzSynch::kLockStackCategoryDefault)};
+    };
+
+    Road& GetRoad()
+    {
+        static Road road;
+        return road;
+    }
+
+    void DisabledCall(benchmark::State& state)
+    {
+        QzLog::Router& router = *GetRoad().mpDisabled;
+        for (auto _ : state)
+            QzLog::LogString(router, kText, nullptr, __FILE__, __func__, __LINE__);
+    }
+
+    void DisabledFloor(benchmark::State& state)
+    {
+        static Floor::Switch switchedOff;
+        for (auto _ : state)
+            Floor::LogDisabled(switchedOff, kText, __FILE__, __func__, __LINE__);
+    }
+
+    void EnabledCall(benchmark::State& state)
+    {
+        QzLog::Router& router = *GetRoad().mpEnabled;
+        for (auto _ : state)
+            QzLog::LogString(router, kText, nullptr, __FILE__, __func__, __LINE__);
+    }
+
+    void FormattedCall(benchmark::State& state)
+    {
+        QzLog::Router& router = *GetRoad().mpEnabled;
+        for (auto _ : state)
+        {
+            QzResource::MessageFormatter& formatter = QzLog::GetMessageFormatter();
+            formatter << 4711 << "alice" << 128;
+            QzLog::LogMessage(
+                router, "Report %1 of user %2 finished after %3 ms", formatter, nullptr, __FILE__, __func__, __LINE__);
+        }
+    }
+
+    class FloorSink : public Floor::Sink
+    {
+    public:
+        void Write(char const* header, std::size_t headerLength, char const* body) override
+        {
+            benchmark::DoNotOptimize(header);
+            benchmark::DoNotOptimize(headerLength);
+            benchmark::DoNotOptimize(body);
+        }
+    };
+
+    void EnabledFloor(benchmark::State& state)
+    {
+        static Floor::Switch switchedOn{true};
+        FloorSink sink;
+        for (auto _ : state)
+            Floor::LogEnabled(switchedOn, sink, kText);
+    }
+
+    void HeaderText(benchmark::State& state)
+    {
+        QzBase::CountedPtr<QzLog::MessageHeader> const header(QzLog::CreateMessageHeader());
+        header->SetHostName("ws01");
+        header->SetServerName("Engine");
+        header->SetProcessID(4242);
+        header->SetThreadID(9876);
+        header->SetLoggerName("Kernel");
+        header->SetDispatcherName("Info");
+        for (auto _ : state)
+        {
+            header->SetTimestampToNow();
+            benchmark::DoNotOptimize(header->GetHeaderText());
+        }
+    }
+
+    void HeaderFloor(benchmark::State& state)
+    {
+        char header[512];
+        for (auto _ : state)
+        {
+            benchmark::DoNotOptimize(Floor::FormatHeader(header));
+            benchmark::ClobberMemory();
+        }
+    }
+
+    void GuardOff(benchmark::State& state)
+    {
+        QzLog::Router& router = *GetRoad().mpDisabled;
+        for (auto _ : state)
+            QzLog::ScopeGuard const guard(router, "Writer::Flush", __FILE__, 42);
+    }
+
+    void GuardOn(benchmark::State& state)
+    {
+        QzLog::Router& router = *GetRoad().mpEnabled;
+        for (auto _ : state)
+            QzLog::ScopeGuard const guard(router, "Writer::Flush", __FILE__, 42);
+    }
+
+    void GuardOffFloor(benchmark::State& state)
+    {
+        static Floor::Switch switchedOff;
+        for (auto _ : state)
+        {
+            Floor::LogDisabled(switchedOff, "Enter", __FILE__, __func__, __LINE__);
+            Floor::LogDisabled(switchedOff, "Leave", __FILE__, __func__, __LINE__);
+        }
+    }
+
+    void GuardOnFloor(benchmark::State& state)
+    {
+        static Floor::Switch switchedOn{true};
+        FloorSink sink;
+        for (auto _ : state)
+        {
+            Floor::LogEnabled(switchedOn, sink, "Enter 'Writer::Flush' near RoadBenchmark.cpp(42)");
+            Floor::LogEnabled(switchedOn, sink, "Leave 'Writer::Flush' near RoadBenchmark.cpp(42)");
+        }
+    }
+
+    BENCHMARK(DisabledCall)->Name("Disabled/QzLog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(DisabledFloor)->Name("Disabled/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(EnabledCall)->Name("Enabled/QzLog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(EnabledFloor)->Name("Enabled/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(FormattedCall)->Name("Formatted/QzLog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(HeaderText)->Name("HeaderText/QzLog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(HeaderFloor)->Name("HeaderText/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(GuardOff)->Name("GuardOff/QzLog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(GuardOffFloor)->Name("GuardOff/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(GuardOn)->Name("GuardOn/QzLog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(GuardOnFloor)->Name("GuardOn/Floor")->ThreadRange(1, 2)->UseRealTime();
+
+#ifdef QZLOG_BENCH_SPDLOG
+    constexpr char const* kSpdlogPattern =
+        "%Y-%m-%d %H:%M:%S.%e%z [HOST:ws01][SERVER:Engine][PID:%P][THR:%t][%n][Info][UID:0][SID:0][OID:0]";
+
+    /// Formats and drops. The mutex is the null mutex where one thread logs, to spdlog's advantage.
+    template <class Mutex>
+    class SpdlogSink : public spdlog::sinks::base_sink<Mutex>
+    {
+        void sink_it_(spdlog::details::log_msg const& message) override
+        {
+            spdlog::memory_buf_t buffer;
+            this->formatter_->format(message, buffer);
+            benchmark::DoNotOptimize(buffer.data());
+            benchmark::DoNotOptimize(message.payload.data());
+        }
+
+        void flush_() override {}
+    };
+
+    spdlog::logger& GetSpdlog(int threads)
+    {
+        auto const make = [](std::shared_ptr<spdlog::sinks::sink> sink)
+        {
+            auto const made = std::make_shared<spdlog::logger>("Kernel", std::move(sink));
+            made->set_formatter(
+                std::make_unique<spdlog::pattern_formatter>(kSpdlogPattern, spdlog::pattern_time_type::local, ""));
+            return made;
+        };
+        static auto const single = make(std::make_shared<SpdlogSink<spdlog::details::null_mutex>>());
+        static auto const shared = make(std::make_shared<SpdlogSink<std::mutex>>());
+        return threads == 1 ? *single : *shared;
+    }
+
+    spdlog::source_loc Here(int line)
+    {
+        return {__FILE__, line, "Here"};
+    }
+
+    void DisabledSpdlog(benchmark::State& state)
+    {
+        spdlog::logger& logger = GetSpdlog(state.threads());
+        for (auto _ : state)
+            logger.log(Here(__LINE__), spdlog::level::debug, kText);
+    }
+
+    void EnabledSpdlog(benchmark::State& state)
+    {
+        spdlog::logger& logger = GetSpdlog(state.threads());
+        for (auto _ : state)
+            logger.log(Here(__LINE__), spdlog::level::info, kText);
+    }
+
+    void FormattedSpdlog(benchmark::State& state)
+    {
+        spdlog::logger& logger = GetSpdlog(state.threads());
+        for (auto _ : state)
+            logger.log(
+                Here(__LINE__), spdlog::level::info, "Report {} of user {} finished after {} ms", 4711, "alice", 128);
+    }
+
+    void HeaderSpdlog(benchmark::State& state)
+    {
+        spdlog::pattern_formatter formatter(kSpdlogPattern, spdlog::pattern_time_type::local, "");
+        for (auto _ : state)
+        {
+            spdlog::details::log_msg const message(Here(__LINE__), "Kernel", spdlog::level::info, kText);
+            spdlog::memory_buf_t buffer;
+            formatter.format(message, buffer);
+            benchmark::DoNotOptimize(buffer.data());
+        }
+    }
+
+    void GuardOffSpdlog(benchmark::State& state)
+    {
+        spdlog::logger& logger = GetSpdlog(state.threads());
+        for (auto _ : state)
+        {
+            logger.log(Here(42), spdlog::level::debug, "Enter '{}' near {}({})", "Writer::Flush", __FILE__, 42);
+            logger.log(Here(42), spdlog::level::debug, "Leave '{}' near {}({})", "Writer::Flush", __FILE__, 42);
+        }
+    }
+
+    void GuardOnSpdlog(benchmark::State& state)
+    {
+        spdlog::logger& logger = GetSpdlog(state.threads());
+        for (auto _ : state)
+        {
+            logger.log(Here(42), spdlog::level::info, "Enter '{}' near {}({})", "Writer::Flush", __FILE__, 42);
+            logger.log(Here(42), spdlog::level::info, "Leave '{}' near {}({})", "Writer::Flush", __FILE__, 42);
+        }
+    }
+
+    BENCHMARK(DisabledSpdlog)->Name("Disabled/spdlog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(EnabledSpdlog)->Name("Enabled/spdlog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(FormattedSpdlog)->Name("Formatted/spdlog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(HeaderSpdlog)->Name("HeaderText/spdlog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(GuardOffSpdlog)->Name("GuardOff/spdlog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(GuardOnSpdlog)->Name("GuardOn/spdlog")->ThreadRange(1, 2)->UseRealTime();
+#endif
+}

@@ -1,0 +1,80 @@
+# Fails when an include breaks the layers. Run as: cmake -D SOURCE_DIR=<top of the tree> -P CheckLayers.cmake
+#
+# Dependencies point down only, so a file of src/ may include from its own layer and from those before it
+# in this list.
+set(layers os support filesystem message module-root destination routing module)
+
+# These stand apart: below them is support/, and nobody but the module uses them.
+set(layers_apart masking trace)
+
+# The abstract root that destinations and routing see of the module.
+set(root_headers "module/ModuleMain\\.h" "module/ModuleAccess\\.(h|cpp)" "module/ThreadContext\\.h")
+
+# Headers of the system, which only the operating-system and support layers may use.
+set(system_header "^(fcntl|unistd|pthread|signal|syslog|dirent|errno|sys/.*|systemd/.*|uuid/.*|netinet/.*|arpa/.*)(\\.h)?$")
+
+set(faults "")
+
+function(layer_of path out)
+    foreach(header IN LISTS root_headers)
+        if(path MATCHES "^${header}$")
+            set(${out} module-root PARENT_SCOPE)
+            return()
+        endif()
+    endforeach()
+    string(REGEX MATCH "^[^/]+" folder "${path}")
+    set(${out} "${folder}" PARENT_SCOPE)
+endfunction()
+
+function(check_include file include)
+    layer_of("${file}" from)
+    layer_of("${include}" to)
+    list(FIND layers "${from}" from_rank)
+    list(FIND layers "${to}" to_rank)
+    list(FIND layers support support_rank)
+
+    if(to IN_LIST layers_apart)
+        if(from STREQUAL to OR from STREQUAL "module")
+            return()
+        endif()
+    elseif(from IN_LIST layers_apart)
+        if(to_rank GREATER -1 AND NOT to_rank GREATER support_rank)
+            return()
+        endif()
+    elseif(to_rank GREATER -1 AND NOT to_rank GREATER from_rank)
+        return()
+    endif()
+    list(APPEND faults "src/${file} includes \"${include}\": ${from} must not know ${to}")
+    set(faults "${faults}" PARENT_SCOPE)
+endfunction()
+
+file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}/src" "${SOURCE_DIR}/src/*.h" "${SOURCE_DIR}/src/*.cpp")
+foreach(file IN LISTS files)
+    file(STRINGS "${SOURCE_DIR}/src/${file}" lines REGEX "^[ \t]*#[ \t]*include")
+    foreach(line IN LISTS lines)
+        if(line MATCHES "include[ \t]*\"([^\"]+)\"")
+            check_include("${file}" "${CMAKE_MATCH_1}")
+        elseif(line MATCHES "include[ \t]*<([^>]+)>")
+            set(include "${CMAKE_MATCH_1}")
+            if(include MATCHES "${system_header}" AND NOT file MATCHES "^(os/posix|support)/")
+                list(APPEND faults "src/${file} includes <${include}>: a system header")
+            endif()
+        endif()
+    endforeach()
+endforeach()
+
+# A public header stands on public headers and the standard library alone.
+file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}/include" "${SOURCE_DIR}/include/*.h")
+foreach(file IN LISTS files)
+    file(STRINGS "${SOURCE_DIR}/include/${file}" lines REGEX "^[ \t]*#[ \t]*include")
+    foreach(line IN LISTS lines)
+        if(NOT line MATCHES "<((Qz(Log|Base|Synch|DataType|Resource)|KafkaClient)/[A-Za-z_0-9]+\\.h|[a-z_]+)>")
+            list(APPEND faults "include/${file}: ${line}")
+        endif()
+    endforeach()
+endforeach()
+
+if(faults)
+    list(JOIN faults "\n  " text)
+    message(FATAL_ERROR "Includes that break the layers:\n  ${text}")
+endif()

@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Runs every benchmark program of the bench preset; arguments go to each of them.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+for program in build/bench/bench/bench_*; do
+    [ -x "$program" ] && [ -f "$program" ] || continue
+    printf '\n== %s\n' "$(basename "$program")"
+    "$program" "$@"
+done

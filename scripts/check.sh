@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Format, lint, both compilers, the sanitizers. The first failure ends it.
+set -euo pipefail
+
+step() { printf '\n== %s\n' "$1"; }
+
+step "format"
+git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
+
+step "clang, warnings are errors"
+scripts/build.sh clang
+
+step "clang-tidy"
+git ls-files 'src/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/clang 2>&1 |
+    { grep -v -E 'warnings? generated|^Suppressed|^Use -header-filter|^$' || true; } | tee build/clang-tidy.txt
+[ ! -s build/clang-tidy.txt ]
+
+for sanitizer in asan tsan; do
+    step "tests under $sanitizer"
+    scripts/build.sh $sanitizer
+    ctest --preset $sanitizer
+done

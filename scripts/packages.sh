@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs the Debian packages of one or more groups that are not there yet: build, bench, check.
+# Does nothing, and needs no rights, when all are there.
+set -euo pipefail
+
+build=(g++ cmake make ninja-build pkg-config ccache
+    libjsoncpp-dev librdkafka-dev libutfcpp-dev libboost-stacktrace-dev libsystemd-dev uuid-dev
+    libgtest-dev libgmock-dev)
+bench=(libbenchmark-dev libspdlog-dev liblog4cplus-dev libre2-dev)
+check=(clang clang-format clang-tidy libclang-rt-14-dev git)
+
+missing=()
+for group in "$@"; do
+    declare -n packages=$group
+    for package in "${packages[@]}"; do
+        state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+        [ "$state" = installed ] || missing+=("$package")
+    done
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "Installing: ${missing[*]}"
+if [ "$(id -u)" -eq 0 ]; then
+    root=()
+elif command -v sudo >/dev/null; then
+    root=(sudo)
+else
+    echo "These packages are missing and only root can install them: ${missing[*]}" >&2
+    exit 1
+fi
+"${root[@]}" apt-get update -qq
+"${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
