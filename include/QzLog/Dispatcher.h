@@ -27,8 +27,8 @@ namespace QzLog
         virtual Destination* GetDestination(unsigned int index) = 0;
     };
 
-    /// A collection of these destinations, in this order; it takes a reference to each. Throws QzBase::Message
-    /// for a null entry.
+    /// A collection of these destinations, in this order; it takes a reference to each. None may be null:
+    /// SetDestinations refuses such a collection.
     QZLOG_API QzBase::ReturnPtrI<DestinationCollection> CreateDestinationCollection(
         std::initializer_list<Destination*> destinations);
 

@@ -49,8 +49,8 @@ namespace QzLog
 
     private:
         void StoreReturnCode(std::uint32_t code, unsigned short lineNumber) noexcept;
-        void LogEnter() noexcept;
-        void LogLeave() noexcept;
+        void Enter(Router& router) noexcept;
+        void Leave() noexcept;
 
         std::uint32_t mReturnCode = 0;
         char const* mpScopeName;

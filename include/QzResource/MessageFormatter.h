@@ -70,6 +70,9 @@ namespace QzResource
         ///          to the same formatter after 16 calls on a thread.
         char const* Format(MessageTemplate const& messageTemplate);
 
+        /// How many values have been inserted since the formatter was empty.
+        std::size_t GetValueCount() const noexcept { return mEnds.size(); }
+
         /// Forgets the inserted values and returns to decimal numbers.
         void Clear() noexcept;
 

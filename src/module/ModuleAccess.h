@@ -48,6 +48,9 @@ namespace QzLog
         /// Whether no thread has a pin on a module that is hidden.
         static bool NoneIsHeld() noexcept;
 
+        /// In the child of a fork: drops the pins of the threads that exist in the parent only.
+        static void ForgetOtherThreads() noexcept;
+
     private:
         ModuleMain* mpModule;
     };

@@ -1,0 +1,114 @@
+#include "module/ModuleAccess.h"
+
+#include <QzBase/Message.h>
+
+#include <cstddef>
+
+namespace QzLog
+{
+    namespace
+    {
+        // Threads spread over the counters so that they seldom write to one cache line; more threads than
+        // counters share them.
+        constexpr std::size_t kPinCounters = 64;
+
+        struct alignas(64) PinCounter
+        {
+            std::atomic<unsigned int> mThreads{0};
+        };
+
+        constinit PinCounter gPinCounters[kPinCounters];
+        constinit std::atomic<std::size_t> gNextPinCounter{0};
+        constinit std::atomic<ModuleMain*> gPublishedModule{nullptr};
+
+        struct ThisThread
+        {
+            PinCounter* mpCounter;
+            ModuleMain* mpModule;
+            void (*mpAction)();
+            unsigned int mPins;
+        };
+
+        // Reached directly and not through a call of the dynamic linker: a message comes by here.
+        [[gnu::tls_model("initial-exec")]] constinit thread_local ThisThread tThisThread{};
+
+        PinCounter* ChooseCounter() noexcept
+        {
+            return &gPinCounters[gNextPinCounter.fetch_add(1, std::memory_order_relaxed) % kPinCounters];
+        }
+    }
+
+    constinit ModuleInit gModuleInit;
+
+    void PublishModule(ModuleMain* module) noexcept
+    {
+        gPublishedModule.store(module);
+    }
+
+    // A pin first shows itself and then looks for the module; whoever ends the module first hides it and then
+    // looks for pins. With sequential consistency at least one of them sees the other.
+
+    ModulePin::ModulePin() noexcept
+    {
+        ThisThread& self = tThisThread;
+        if (self.mPins++ == 0)
+        {
+            if (!self.mpCounter)
+                self.mpCounter = ChooseCounter();
+            self.mpCounter->mThreads.fetch_add(1);
+            self.mpModule = gPublishedModule.load();
+        }
+        // The inner pins see what the outer one sees: a call that began with a module ends with it.
+        mpModule = self.mpModule;
+    }
+
+    ModulePin::~ModulePin()
+    {
+        ThisThread& self = tThisThread;
+        if (--self.mPins != 0)
+            return;
+        self.mpCounter->mThreads.fetch_sub(1);
+        if (void (*const action)() = self.mpAction)
+        {
+            self.mpAction = nullptr;
+            action();
+        }
+    }
+
+    bool ModulePin::IsHeldByThisThread() noexcept
+    {
+        return tThisThread.mPins != 0;
+    }
+
+    void ModulePin::CallAtLastEnd(void (*action)()) noexcept
+    {
+        tThisThread.mpAction = action;
+    }
+
+    bool ModulePin::NoneIsHeld() noexcept
+    {
+        for (PinCounter const& counter : gPinCounters)
+        {
+            if (counter.mThreads.load() != 0)
+                return false;
+        }
+        return true;
+    }
+
+    void ModulePin::ForgetOtherThreads() noexcept
+    {
+        for (PinCounter& counter : gPinCounters)
+            counter.mThreads.store(0);
+        if (tThisThread.mPins != 0)
+            tThisThread.mpCounter->mThreads.store(1);
+    }
+
+    RequiredModule::RequiredModule()
+    {
+        if (!*this)
+        {
+            throw QzBase::ExceptionImpl<QzBase::Message>(QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1,
+                "The logging module is not running: no QzLog::Initializer is alive."));
+        }
+    }
+}

@@ -1,0 +1,56 @@
+#include "module/ModuleAccess.h"
+#include "module/ModuleMain.h"
+#include "module/ThreadContext.h"
+
+#include <QzLog/ConfigurationHook.h>
+#include <QzLog/Destination_DebugOutput.h>
+#include <QzLog/Destination_SystemLog.h>
+#include <QzLog/Module.h>
+
+namespace QzLog
+{
+    QzBase::ReturnWString GetServerInstanceName()
+    {
+        return RequiredModule()->GetServerInstanceName();
+    }
+
+    void SetServerInstanceName(unsigned short const* name)
+    {
+        RequiredModule()->SetServerInstanceName(name);
+    }
+
+    std::uint64_t GetEpisodeNumber()
+    {
+        return RequiredModule()->GetThreadContext()->EpisodeNumber();
+    }
+
+    void SetEpisodeNumber(std::uint64_t number)
+    {
+        RequiredModule()->GetThreadContext()->EpisodeNumber() = number;
+    }
+
+    void SetConfigurationHook(ConfigurationHook* hook)
+    {
+        RequiredModule()->SetConfigurationHook(hook);
+    }
+
+    QzBase::ReturnPtrI<ConfigurationHook> GetConfigurationHook()
+    {
+        return RequiredModule()->GetConfigurationHook();
+    }
+
+    void RefreshConfiguration()
+    {
+        RequiredModule()->RefreshConfiguration();
+    }
+
+    QzBase::ReturnPtrI<Destination_DebugOutput> GetDestination_DebugOutput()
+    {
+        return RequiredModule()->GetDestination_DebugOutput();
+    }
+
+    QzBase::ReturnPtrI<Destination_SystemLog> GetDestination_SystemLog()
+    {
+        return RequiredModule()->GetDestination_SystemLog();
+    }
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "module/ModuleMain.h"
+#include "module/ServerInstanceName.h"
+#include "routing/Logger_Impl.h"
+
+#include <QzBase/WideString.h>
+#include <QzLog/ConfigurationHook.h>
+#include <QzLog/Destination_DebugOutput.h>
+#include <QzLog/Destination_SystemLog.h>
+#include <QzResource/Localizer.h>
+#include <QzSynch/ThreadLocalStorage.h>
+
+#include <map>
+#include <string>
+
+namespace QzLog
+{
+    class ModuleMain_Impl final : public ModuleMain
+    {
+    public:
+        ModuleMain_Impl();
+        ~ModuleMain_Impl();
+        ModuleMain_Impl(ModuleMain_Impl const&) = delete;
+        ModuleMain_Impl& operator=(ModuleMain_Impl const&) = delete;
+
+        void SetBasePath(unsigned short const* path) override;
+        QzBase::ReturnWString GetBasePath() override;
+        QzBase::ReturnWString GetServerInstanceName() override { return mServerInstanceName.Get(); }
+        void SetServerInstanceName(unsigned short const* name) override { mServerInstanceName.Set(name); }
+        char const* GetMachineName() override { return mMachineName.c_str(); }
+        void SetConfigurationHook(ConfigurationHook* hook) override;
+        QzBase::ReturnPtrI<ConfigurationHook> GetConfigurationHook() override;
+        void RefreshConfiguration() override;
+        QzBase::ReturnPtrI<Logger> GetLogger(char const* name, QzSynch::EnumHvnLockStackCategory category) override;
+        QzBase::ReturnPtrI<Destination_DebugOutput> GetDestination_DebugOutput() override;
+        QzBase::ReturnPtrI<Destination_SystemLog> GetDestination_SystemLog() override;
+        ThreadContext* GetThreadContext() override;
+
+    private:
+        /// Makes the threads' log identity known to QzSynch for its life.
+        class LogInfoRegistration
+        {
+        public:
+            LogInfoRegistration();
+            ~LogInfoRegistration();
+            LogInfoRegistration(LogInfoRegistration const&) = delete;
+            LogInfoRegistration& operator=(LogInfoRegistration const&) = delete;
+        };
+
+        // In the order of construction, and so in the reverse order of destruction: first nobody comes in from
+        // outside any more, then the threads' contexts go, then what messages went to, and the lock behind all
+        // that it guards.
+        QzResource::Initializer const mResourceInitializer;
+        QzBase::WideString mRootPath;
+        ServerInstanceName mServerInstanceName;
+        std::string const mMachineName;
+        QzBase::CountedPtr<ConfigurationHook> mpConfigurationHook;
+        /// Guards the root path, the hook and the registry, for the look-up, the insertion or the copy only.
+        QzSynch::RWLockPtr const mpLock;
+        std::map<std::string, QzBase::CountedPtr<Logger_Impl>> mRegisteredLoggers;
+        QzBase::CountedPtr<Destination_DebugOutput> const mpDebugOutput;
+        QzBase::CountedPtr<Destination_SystemLog> const mpSystemLog;
+        QzSynch::ThreadLocalStoragePtr const mpThreadStorage;
+        LogInfoRegistration const mLogInfoRegistration;
+    };
+}

@@ -1,0 +1,34 @@
+#include "module/ThreadContext_Impl.h"
+
+#include "os/System.h"
+
+#include <QzBase/System.h>
+
+namespace QzLog
+{
+    ThreadContext_Impl::ThreadContext_Impl(char const* machineName, ServerInstanceName const& serverInstanceName)
+        : mpHeader(CreateMessageHeader()), mpBody(CreateMessageBody()), mServerInstanceName(serverInstanceName)
+    {
+        mpHeader->SetHostName(machineName);
+        SetProcessAndThread();
+    }
+
+    char const* ThreadContext_Impl::GetServerName()
+    {
+        mServerInstanceName.Refresh(mServerName);
+        return mServerName.mText.c_str();
+    }
+
+    void ThreadContext_Impl::FollowFork()
+    {
+        if (mForkGeneration != QzOs::GetForkGeneration())
+            SetProcessAndThread();
+    }
+
+    void ThreadContext_Impl::SetProcessAndThread()
+    {
+        mForkGeneration = QzOs::GetForkGeneration();
+        mpHeader->SetProcessID(QzBase::GetCurrentProcessID());
+        mpHeader->SetThreadID(static_cast<unsigned int>(QzBase::GetCurrentThreadID()));
+    }
+}

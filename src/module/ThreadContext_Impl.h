@@ -1,0 +1,40 @@
+#pragma once
+
+#include "module/ServerInstanceName.h"
+#include "module/ThreadContext.h"
+
+#include <QzBase/CountedPtr.h>
+#include <QzLog/MessageBody.h>
+#include <QzLog/MessageHeader.h>
+
+namespace QzLog
+{
+    class ThreadContext_Impl final : public ThreadContext
+    {
+    public:
+        /// For the calling thread. `serverInstanceName` must outlive the context.
+        ThreadContext_Impl(char const* machineName, ServerInstanceName const& serverInstanceName);
+
+        void Delete() override { delete this; }
+        MessageHeader* GetMessageHeader() override { return mpHeader.get(); }
+        MessageBody* GetMessageBody() override { return mpBody.get(); }
+        std::uint64_t& EpisodeNumber() override { return mEpisodeNumber; }
+        void SetParentThreadID(std::uint64_t threadID) override { mParentThreadID = threadID; }
+        std::uint64_t GetParentThreadID() override { return mParentThreadID; }
+        char const* GetServerName() override;
+
+        /// Puts the present process and thread on the header when the process has forked since.
+        void FollowFork();
+
+    private:
+        void SetProcessAndThread();
+
+        std::uint64_t mParentThreadID = 0;
+        QzBase::CountedPtr<MessageHeader> mpHeader;
+        QzBase::CountedPtr<MessageBody> mpBody;
+        std::uint64_t mEpisodeNumber = 0;
+        ServerInstanceName const& mServerInstanceName;
+        ServerInstanceName::Copy mServerName;
+        unsigned int mForkGeneration;
+    };
+}

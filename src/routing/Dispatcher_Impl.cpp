@@ -1,0 +1,168 @@
+#include "routing/Dispatcher_Impl.h"
+
+#include "message/CallFrame.h"
+#include "module/ModuleAccess.h"
+#include "module/ModuleMain.h"
+#include "module/ThreadContext.h"
+#include "routing/ErrnoGuard.h"
+
+#include <QzLog/MessageBody.h>
+#include <QzLog/MessageHeader.h>
+
+namespace QzLog
+{
+    namespace
+    {
+        /// What the header of one message gets besides the time and the names.
+        struct Stamp
+        {
+            unsigned int mMessageID;
+            char const* mpFileName;
+            char const* mpFunctionName;
+            int mLineNumber;
+        };
+
+        /// The time goes first: it is what makes the header build its texts anew.
+        MessageHeader& StampHeader(ThreadContext& context, Logger& logger, Dispatcher& dispatcher, Stamp const& stamp)
+        {
+            MessageHeader& header = *context.GetMessageHeader();
+            header.SetTimestampToNow();
+            header.SetLoggerName(logger.GetName());
+            header.SetDispatcherName(dispatcher.GetName());
+            header.SetSourceFile(stamp.mpFileName);
+            header.SetSourceFunction(stamp.mpFunctionName);
+            header.SetSourceLine(stamp.mLineNumber);
+            header.SetMessageID(stamp.mMessageID);
+            header.SetServerName(context.GetServerName());
+            return header;
+        }
+
+        Stamp StampOf(QzBase::Message const& message)
+        {
+            return {static_cast<unsigned int>(message.GetID()), nullptr, nullptr, 0};
+        }
+
+        MessageBody& FillBody(ThreadContext& context, QzBase::Message const& message)
+        {
+            MessageBody& body = *context.GetMessageBody();
+            body.SetMessage(message);
+            return body;
+        }
+    }
+
+    Dispatcher_Impl::DestinationList::DestinationList(DestinationCollection& collection)
+    {
+        unsigned int const count = collection.GetCount();
+        mDestinations.reserve(count);
+        for (unsigned int index = 0; index < count; ++index)
+        {
+            Destination* const destination = collection.GetDestination(index);
+            if (!destination)
+            {
+                throw QzBase::ExceptionImpl<QzBase::Message>(QzBase::Message(
+                    QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, "A list of log destinations holds a null destination."));
+            }
+            mDestinations.emplace_back(destination);
+        }
+    }
+
+    Dispatcher_Impl::Dispatcher_Impl(char const* name)
+        : mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
+          mName(name ? name : ""),
+          mCallbacks(*mpLock)
+    {
+    }
+
+    Dispatcher_Impl::DestinationListPtr Dispatcher_Impl::TakeList() const
+    {
+        QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+        return mpDestinations;
+    }
+
+    bool Dispatcher_Impl::HasDestinations()
+    {
+        QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+        return static_cast<bool>(mpDestinations);
+    }
+
+    // In the three deliveries the pin is taken first and given back last, so that a destination whose last
+    // reference goes with the list still meets a living module. They call the destinations themselves, without
+    // a helper in between: a call stack begins with a fixed number of the library's own frames.
+
+    QZLOG_CALL_FRAME void Dispatcher_Impl::LogText(Logger& logger, char const* text, unsigned int messageID,
+        char const* fileName, char const* functionName, int lineNumber)
+    {
+        ErrnoGuard const keepErrno;
+        ModulePin const module;
+        DestinationListPtr const list = TakeList();
+        if (!list || !module)
+            return;
+        MessageHeader& header =
+            StampHeader(*module->GetThreadContext(), logger, *this, {messageID, fileName, functionName, lineNumber});
+        for (QzBase::CountedPtr<Destination> const& destination : list->mDestinations)
+            destination->WriteMessage(text, header);
+    }
+
+    QZLOG_CALL_FRAME void Dispatcher_Impl::LogBaseMessage(Logger& logger, QzBase::Message const& message)
+    {
+        ErrnoGuard const keepErrno;
+        ModulePin const module;
+        DestinationListPtr const list = TakeList();
+        if (!list || !module)
+            return;
+        ThreadContext& context = *module->GetThreadContext();
+        MessageHeader& header = StampHeader(context, logger, *this, StampOf(message));
+        MessageBody& body = FillBody(context, message);
+        for (QzBase::CountedPtr<Destination> const& destination : list->mDestinations)
+            destination->WriteMessage(header, body);
+    }
+
+    QZLOG_CALL_FRAME void Dispatcher_Impl::LogAndUpdateMessage(Logger& logger, QzBase::Message& message)
+    {
+        ErrnoGuard const keepErrno;
+        ModulePin const module;
+        DestinationListPtr const list = TakeList();
+        if (!list || !module)
+            return;
+        ThreadContext& context = *module->GetThreadContext();
+        MessageHeader& header = StampHeader(context, logger, *this, StampOf(message));
+        MessageBody& body = FillBody(context, message);
+        for (QzBase::CountedPtr<Destination> const& destination : list->mDestinations)
+            destination->WriteMessage(header, body);
+        message = body.GetMessage();
+    }
+
+    void Dispatcher_Impl::FormatHeaderJson(Logger& logger, char const*, unsigned int messageID, char const* fileName,
+        char const* functionName, int lineNumber, std::string& headerJson)
+    {
+        ErrnoGuard const keepErrno;
+        ModulePin const module;
+        if (!module)
+            return;
+        MessageHeader& header =
+            StampHeader(*module->GetThreadContext(), logger, *this, {messageID, fileName, functionName, lineNumber});
+        headerJson = header.GetHeaderJSON();
+    }
+
+    void Dispatcher_Impl::SetDestinations(QzBase::CountedPtr<DestinationCollection> const& destinations)
+    {
+        DestinationListPtr list;
+        if (destinations)
+        {
+            list = new DestinationList(*destinations);
+            if (list->mDestinations.empty())
+                list.reset();
+        }
+        {
+            QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
+            mpDestinations.swap(list);
+        }
+        for (QzBase::CountedPtr<Dispatcher::Callback> const& callback : mCallbacks.Copy())
+            callback->OnDestinationsChanged(*this);
+    }
+
+    QzBase::ReturnPtrI<Dispatcher> CreateDispatcher(char const* name)
+    {
+        return QzBase::ReturnPtrI<Dispatcher>(new Dispatcher_Impl(name));
+    }
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "routing/CallbackSet.h"
+
+#include <QzLog/Destination.h>
+#include <QzLog/Dispatcher.h>
+#include <QzLog/Logger.h>
+#include <QzSynch/ReferenceCountedImpl.h>
+
+#include <string>
+#include <vector>
+
+namespace QzLog
+{
+    class Dispatcher_Impl final : public Dispatcher, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    {
+    public:
+        explicit Dispatcher_Impl(char const* name);
+
+        char const* GetName() override { return mName.c_str(); }
+        bool HasDestinations() override;
+        void LogAndUpdateMessage(Logger& logger, QzBase::Message& message) override;
+        void LogBaseMessage(Logger& logger, QzBase::Message const& message) override;
+        void LogText(Logger& logger, char const* text, unsigned int messageID, char const* fileName,
+            char const* functionName, int lineNumber) override;
+        void SetDestinations(QzBase::CountedPtr<DestinationCollection> const& destinations) override;
+        void AddCallback(Dispatcher::Callback* callback) override { mCallbacks.Add(callback); }
+        void RemoveCallback(Dispatcher::Callback* callback) override { mCallbacks.Remove(callback); }
+        void FormatHeaderJson(Logger& logger, char const* text, unsigned int messageID, char const* fileName,
+            char const* functionName, int lineNumber, std::string& headerJson) override;
+
+    private:
+        /// The destinations as SetDestinations gave them; never changed afterwards. A message takes one reference
+        /// to it as its own copy of the list: nothing is allocated, and one shared count moves whatever the length.
+        class DestinationList final : public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+        {
+        public:
+            explicit DestinationList(DestinationCollection& collection);
+
+            std::vector<QzBase::CountedPtr<Destination>> mDestinations;
+        };
+
+        using DestinationListPtr = QzBase::CountedPtr<DestinationList>;
+
+        DestinationListPtr TakeList() const;
+
+        QzSynch::RWLockPtr mpLock;
+        std::string const mName;
+        /// Null when there are no destinations.
+        DestinationListPtr mpDestinations;
+        CallbackSet<Dispatcher::Callback> mCallbacks;
+    };
+}

@@ -1,0 +1,274 @@
+#include "routing/Logger_Impl.h"
+
+#include "message/CallFrame.h"
+#include "module/ModuleAccess.h"
+#include "module/ModuleMain.h"
+#include "routing/ErrnoGuard.h"
+
+#include <QzLog/ConfigurationHook.h>
+
+namespace QzLog
+{
+    namespace
+    {
+        constexpr std::size_t kMaxDispatchers = 0x10000;
+
+        constexpr unsigned short HandleOf(std::size_t index)
+        {
+            return static_cast<unsigned short>(index ^ 0xDAFF);
+        }
+
+        constexpr std::size_t IndexOf(unsigned short handle)
+        {
+            return handle ^ std::size_t{0xDAFF};
+        }
+
+        [[noreturn]] void ThrowMessage(char const* text, char const* loggerName)
+        {
+            QzBase::Message message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, text);
+            message << loggerName;
+            throw QzBase::ExceptionImpl<QzBase::Message>(std::move(message));
+        }
+
+        void OfferToHook(ConfigurationHook& hook, QzBase::CountedPtr<Dispatcher>& dispatcher, Logger& logger)
+        {
+            hook.ConfigureDispatcher(dispatcher, &logger);
+            if (!dispatcher)
+                ThrowMessage("The configuration hook took a dispatcher of the logger '%1' away.", logger.GetName());
+        }
+    }
+
+    /// The logger's listener at its dispatchers. They hold it by counted reference, and it holds the logger by
+    /// a bare pointer, so that no cycle arises.
+    class Logger_Impl::CallbackProxy final : public Dispatcher::Callback,
+                                             public QzSynch::CallbackProxyImpl<Logger_Impl>,
+                                             public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    {
+    public:
+        void OnDestinationsChanged(Dispatcher& dispatcher) override
+        {
+            if (QzBase::ReturnPtrI<Logger_Impl> const logger = GetTarget())
+                logger->OnDestinationsChanged(dispatcher);
+        }
+    };
+
+    Logger_Impl::Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category)
+        : mpProxy(new CallbackProxy),
+          mpLock(QzSynch::CreateRWLock(category)),
+          mName(name ? name : ""),
+          mCallbacks(*mpLock)
+    {
+    }
+
+    Logger_Impl::~Logger_Impl() = default;
+
+    QzBase::CountedPtr<Logger_Impl> Logger_Impl::Create(char const* name, QzSynch::EnumHvnLockStackCategory category)
+    {
+        // The proxy meets the logger only once somebody holds it: a reference that a notification takes on a
+        // logger without one would delete it when it is given back.
+        QzBase::CountedPtr<Logger_Impl> logger(new Logger_Impl(name, category));
+        logger->mpProxy->SetTarget(logger.get());
+        return logger;
+    }
+
+    void Logger_Impl::OnLastRelease()
+    {
+        mpProxy->SetTarget(nullptr);
+        for (std::size_t index = 0; DispatcherPtr const dispatcher = GetDispatcherAt(index); ++index)
+            dispatcher->RemoveCallback(mpProxy.get());
+    }
+
+    void Logger_Impl::SetMessageCatalog(MessageCatalog* catalog)
+    {
+        QzBase::CountedPtr<MessageCatalog> replaced(catalog);
+        QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
+        mpCatalog.swap(replaced);
+    }
+
+    QzBase::ReturnPtrI<MessageCatalog> Logger_Impl::GetMessageCatalog()
+    {
+        QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+        return QzBase::ReturnPtrI<MessageCatalog>(mpCatalog.get());
+    }
+
+    QZLOG_CALL_FRAME void Logger_Impl::LogText(unsigned short handle, char const* text, unsigned int messageID,
+        char const* fileName, char const* functionName, int lineNumber)
+    {
+        ErrnoGuard const keepErrno;
+        QzBase::ReturnPtrI<Dispatcher> const dispatcher = GetDispatcher(handle);
+        dispatcher->LogText(*this, text, messageID, fileName, functionName, lineNumber);
+    }
+
+    QZLOG_CALL_FRAME void Logger_Impl::LogBaseMessage(unsigned short handle, QzBase::Message const& message)
+    {
+        ErrnoGuard const keepErrno;
+        QzBase::ReturnPtrI<Dispatcher> const dispatcher = GetDispatcher(handle);
+        dispatcher->LogBaseMessage(*this, message);
+    }
+
+    QZLOG_CALL_FRAME void Logger_Impl::LogAndUpdateMessage(unsigned short handle, QzBase::Message& message)
+    {
+        ErrnoGuard const keepErrno;
+        QzBase::ReturnPtrI<Dispatcher> const dispatcher = GetDispatcher(handle);
+        dispatcher->LogAndUpdateMessage(*this, message);
+    }
+
+    void Logger_Impl::FormatHeaderJson(unsigned short handle, char const* text, unsigned int messageID,
+        char const* fileName, char const* functionName, int lineNumber, std::string& headerJson)
+    {
+        ErrnoGuard const keepErrno;
+        QzBase::ReturnPtrI<Dispatcher> const dispatcher = GetDispatcher(handle);
+        dispatcher->FormatHeaderJson(*this, text, messageID, fileName, functionName, lineNumber, headerJson);
+    }
+
+    QzBase::ReturnPtrI<Dispatcher> Logger_Impl::GetDispatcher(unsigned short handle)
+    {
+        std::size_t const index = IndexOf(handle);
+        {
+            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+            if (index < mDispatchers.size())
+                return QzBase::ReturnPtrI<Dispatcher>(mDispatchers[index].get());
+        }
+        ThrowMessage("A dispatcher handle was used that the logger '%1' never gave out.", GetName());
+    }
+
+    Logger_Impl::DispatcherPtr Logger_Impl::GetDispatcherAt(std::size_t index) const
+    {
+        QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+        return index < mDispatchers.size() ? mDispatchers[index] : DispatcherPtr();
+    }
+
+    std::size_t Logger_Impl::FindByName(std::string const& name) const
+    {
+        std::size_t index = 0;
+        while (index < mDispatchers.size() && name != mDispatchers[index]->GetName())
+            ++index;
+        return index;
+    }
+
+    bool Logger_Impl::IsListed(Dispatcher const* dispatcher) const
+    {
+        for (DispatcherPtr const& listed : mDispatchers)
+        {
+            if (listed.get() == dispatcher)
+                return true;
+        }
+        return false;
+    }
+
+    unsigned short Logger_Impl::GetDispatcherHandle(char const* dispatcherName)
+    {
+        std::string const name(dispatcherName ? dispatcherName : "");
+        {
+            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+            std::size_t const index = FindByName(name);
+            if (index < mDispatchers.size())
+                return HandleOf(index);
+        }
+        DispatcherPtr const dispatcher = CreateConfiguredDispatcher(name.c_str());
+        dispatcher->AddCallback(mpProxy.get());
+        std::size_t index = 0;
+        if (Append(name, dispatcher, index))
+        {
+            // Once more, now that it is listed: another thread may have detached it meanwhile; see
+            // DetachUnlessListed.
+            dispatcher->AddCallback(mpProxy.get());
+            return HandleOf(index);
+        }
+        DetachUnlessListed(*dispatcher);
+        if (index == kMaxDispatchers)
+            ThrowMessage("The logger '%1' cannot have more than 65536 dispatchers.", GetName());
+        return HandleOf(index);
+    }
+
+    Logger_Impl::DispatcherPtr Logger_Impl::CreateConfiguredDispatcher(char const* name)
+    {
+        RequiredModule const module;
+        DispatcherPtr dispatcher(CreateDispatcher(name));
+        if (QzBase::ReturnPtrI<ConfigurationHook> const hook = module->GetConfigurationHook())
+            OfferToHook(*hook, dispatcher, *this);
+        return dispatcher;
+    }
+
+    /// Appends the dispatcher and gives its index, unless another thread was first with the name or the list is
+    /// full: `index` is then the one of the name, or kMaxDispatchers.
+    bool Logger_Impl::Append(std::string const& name, DispatcherPtr const& dispatcher, std::size_t& index)
+    {
+        QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
+        index = FindByName(name);
+        if (index < mDispatchers.size() || index == kMaxDispatchers)
+            return false;
+        mDispatchers.push_back(dispatcher);
+        return true;
+    }
+
+    void Logger_Impl::ApplyConfigurationHook(ConfigurationHook* hook)
+    {
+        if (!hook)
+            return;
+        for (std::size_t index = 0; DispatcherPtr const present = GetDispatcherAt(index); ++index)
+        {
+            DispatcherPtr offered = present;
+            OfferToHook(*hook, offered, *this);
+            if (offered != present)
+                Exchange(index, std::move(offered));
+        }
+    }
+
+    /// The new dispatcher listens before it enters the list, and the old one stops only after it has left.
+    void Logger_Impl::Exchange(std::size_t index, DispatcherPtr dispatcher)
+    {
+        DispatcherPtr const added = dispatcher;
+        added->AddCallback(mpProxy.get());
+        {
+            QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
+            mDispatchers[index].swap(dispatcher);
+        }
+        added->AddCallback(mpProxy.get());
+        DetachUnlessListed(*dispatcher);
+        Notify(index);
+    }
+
+    /// A hook may give out one dispatcher several times, so the object that leaves one place can stand at another
+    /// one, or just be on its way there on another thread. No lock is held while a dispatcher is attached or
+    /// detached; what keeps a listed dispatcher attached all the same is that whoever lists it attaches it
+    /// afterwards too, and whoever detaches it looks for it in the list afterwards.
+    void Logger_Impl::DetachUnlessListed(Dispatcher& dispatcher)
+    {
+        auto const isListed = [&]
+        {
+            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+            return IsListed(&dispatcher);
+        };
+        if (isListed())
+            return;
+        dispatcher.RemoveCallback(mpProxy.get());
+        if (!isListed())
+            return;
+        dispatcher.AddCallback(mpProxy.get());
+        OnDestinationsChanged(dispatcher);
+    }
+
+    /// Tells of every place at which the dispatcher stands. It is known by its name: one object can stand in the
+    /// lists of several loggers, and what calls may be another object in front of the listed one.
+    void Logger_Impl::OnDestinationsChanged(Dispatcher& dispatcher)
+    {
+        std::string const name(dispatcher.GetName());
+        for (std::size_t index = 0; DispatcherPtr const listed = GetDispatcherAt(index); ++index)
+        {
+            if (listed.get() == &dispatcher || name == listed->GetName())
+                Notify(index);
+        }
+    }
+
+    void Logger_Impl::Notify(std::size_t index)
+    {
+        for (QzBase::CountedPtr<Logger::Callback> const& callback : mCallbacks.Copy())
+            callback->OnDispatcherChanged(HandleOf(index));
+    }
+
+    QzBase::ReturnPtrI<Logger> GetLogger(char const* name, QzSynch::EnumHvnLockStackCategory category)
+    {
+        return RequiredModule()->GetLogger(name, category);
+    }
+}

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "routing/CallbackSet.h"
+
+#include <QzLog/Dispatcher.h>
+#include <QzLog/Logger.h>
+#include <QzSynch/CallbackProxyImpl.h>
+#include <QzSynch/ReferenceCountedImpl.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace QzLog
+{
+    class Logger_Impl final : public Logger,
+                              public Logger::DispatcherCollection,
+                              public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    {
+    public:
+        /// A new logger that no registry knows yet.
+        static QzBase::CountedPtr<Logger_Impl> Create(char const* name, QzSynch::EnumHvnLockStackCategory category);
+
+        char const* GetName() override { return mName.c_str(); }
+        void SetMessageCatalog(MessageCatalog* catalog) override;
+        QzBase::ReturnPtrI<MessageCatalog> GetMessageCatalog() override;
+        void ApplyConfigurationHook(ConfigurationHook* hook) override;
+        void LogAndUpdateMessage(unsigned short handle, QzBase::Message& message) override;
+        void LogBaseMessage(unsigned short handle, QzBase::Message const& message) override;
+        void LogText(unsigned short handle, char const* text, unsigned int messageID, char const* fileName,
+            char const* functionName, int lineNumber) override;
+        Logger::DispatcherCollection* GetDispatcherCollection() override { return this; }
+        void AddCallback(Logger::Callback* callback) override { mCallbacks.Add(callback); }
+        void RemoveCallback(Logger::Callback* callback) override { mCallbacks.Remove(callback); }
+        void FormatHeaderJson(unsigned short handle, char const* text, unsigned int messageID, char const* fileName,
+            char const* functionName, int lineNumber, std::string& headerJson) override;
+
+        unsigned short GetDispatcherHandle(char const* dispatcherName) override;
+        QzBase::ReturnPtrI<Dispatcher> GetDispatcher(unsigned short handle) override;
+
+        void OnLastRelease() override;
+
+    private:
+        class CallbackProxy;
+        using DispatcherPtr = QzBase::CountedPtr<Dispatcher>;
+
+        Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category);
+        ~Logger_Impl() override;
+
+        DispatcherPtr CreateConfiguredDispatcher(char const* name);
+        bool Append(std::string const& name, DispatcherPtr const& dispatcher, std::size_t& index);
+        void Exchange(std::size_t index, DispatcherPtr dispatcher);
+        void DetachUnlessListed(Dispatcher& dispatcher);
+
+        /// The dispatcher at an index, or null past the end.
+        DispatcherPtr GetDispatcherAt(std::size_t index) const;
+
+        // The caller of these holds the lock, for reading at least.
+        std::size_t FindByName(std::string const& name) const;
+        bool IsListed(Dispatcher const* dispatcher) const;
+
+        void OnDestinationsChanged(Dispatcher& dispatcher);
+        void Notify(std::size_t index);
+
+        QzBase::CountedPtr<CallbackProxy> mpProxy;
+        QzSynch::RWLockPtr mpLock;
+        std::string const mName;
+        QzBase::CountedPtr<MessageCatalog> mpCatalog;
+        /// In the order of creation. Grows only; an entry can be exchanged.
+        std::vector<DispatcherPtr> mDispatchers;
+        CallbackSet<Logger::Callback> mCallbacks;
+    };
+}

@@ -1,0 +1,111 @@
+#include "routing/Router_Impl.h"
+
+#include "message/CallFrame.h"
+
+#include <QzLog/Dispatcher.h>
+
+namespace QzLog
+{
+    /// The router's listener at its logger, which holds it by counted reference; the bare pointer back leaves no
+    /// cycle.
+    class Router_Impl::CallbackProxy final : public Logger::Callback,
+                                             public QzSynch::CallbackProxyImpl<Router_Impl>,
+                                             public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    {
+    public:
+        void OnDispatcherChanged(unsigned short handle) override
+        {
+            QzBase::ReturnPtrI<Router_Impl> const router = GetTarget();
+            if (router && router->mHandle == handle)
+                router->UpdateEnabled();
+        }
+    };
+
+    Router_Impl::Router_Impl(
+        char const* loggerName, char const* dispatcherName, QzSynch::EnumHvnLockStackCategory category)
+        : mpProxy(new CallbackProxy),
+          mpLogger(QzLog::GetLogger(loggerName, category)),
+          mHandle(mpLogger->GetDispatcherCollection()->GetDispatcherHandle(dispatcherName))
+    {
+    }
+
+    Router_Impl::~Router_Impl() = default;
+
+    QzBase::CountedPtr<Router_Impl> Router_Impl::Create(
+        char const* loggerName, char const* dispatcherName, QzSynch::EnumHvnLockStackCategory category)
+    {
+        QzBase::CountedPtr<Router_Impl> router(new Router_Impl(loggerName, dispatcherName, category));
+        // Only now that the router is held: a notification takes a reference and gives it back. What fails from
+        // here on leaves through OnLastRelease.
+        router->Attach();
+        return router;
+    }
+
+    void Router_Impl::Attach()
+    {
+        mpProxy->SetTarget(this);
+        mpLogger->AddCallback(mpProxy.get());
+        // Behind the attachment, so that no change falls between.
+        UpdateEnabled();
+    }
+
+    void Router_Impl::OnLastRelease()
+    {
+        mpProxy->SetTarget(nullptr);
+        mpLogger->RemoveCallback(mpProxy.get());
+    }
+
+    /// Notifications overlap: one that read the list early must not store its answer over that of a later one for
+    /// good. Every store is an exchange that sees what the thread before it saw, so whoever stores last and then
+    /// still finds its answer right has the present one.
+    void Router_Impl::UpdateEnabled()
+    {
+        bool enabled = GetDispatcher()->HasDestinations();
+        for (;;)
+        {
+            mEnabled.exchange(enabled, std::memory_order_acq_rel);
+            bool const present = GetDispatcher()->HasDestinations();
+            if (present == enabled)
+                return;
+            enabled = present;
+        }
+    }
+
+    QzBase::ReturnPtrI<Dispatcher> Router_Impl::GetDispatcher()
+    {
+        return mpLogger->GetDispatcherCollection()->GetDispatcher(mHandle);
+    }
+
+    QzBase::ReturnPtrI<MessageCatalog> Router_Impl::GetMessageCatalog()
+    {
+        return mpLogger->GetMessageCatalog();
+    }
+
+    QZLOG_CALL_FRAME void Router_Impl::LogAndUpdateMessage(QzBase::Message& message)
+    {
+        mpLogger->LogAndUpdateMessage(mHandle, message);
+    }
+
+    QZLOG_CALL_FRAME void Router_Impl::LogBaseMessage(QzBase::Message const& message)
+    {
+        mpLogger->LogBaseMessage(mHandle, message);
+    }
+
+    QZLOG_CALL_FRAME void Router_Impl::LogText(
+        char const* text, unsigned int messageID, char const* fileName, char const* functionName, int lineNumber)
+    {
+        mpLogger->LogText(mHandle, text, messageID, fileName, functionName, lineNumber);
+    }
+
+    void Router_Impl::FormatHeaderJson(char const* text, unsigned int messageID, char const* fileName,
+        char const* functionName, int lineNumber, std::string& headerJson)
+    {
+        mpLogger->FormatHeaderJson(mHandle, text, messageID, fileName, functionName, lineNumber, headerJson);
+    }
+
+    QzBase::ReturnPtrI<Router> CreateRouter(
+        char const* loggerName, char const* dispatcherName, QzSynch::EnumHvnLockStackCategory category)
+    {
+        return QzBase::ReturnPtrI<Router>(Router_Impl::Create(loggerName, dispatcherName, category).get());
+    }
+}
