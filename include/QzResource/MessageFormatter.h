@@ -8,33 +8,36 @@
 
 namespace QzResource
 {
-    /// A UTF-8 text with "%1" to "%99" for inserted values, longest digits first. "%%" stands for "%";
-    /// a "%" before anything else is an ordinary character.
+    /// A UTF-8 text with "%1" to "%99" for inserted values; of two digits behind a "%" both count. "%%"
+    /// stands for "%"; a "%" before anything else is an ordinary character. Constructing and SetText throw
+    /// std::bad_alloc. A const template may be read by any thread.
     class QZLOG_API MessageTemplate
     {
     public:
         /// Copies `utf8Text`; null counts as empty.
-        explicit MessageTemplate(char const* utf8Text = nullptr) : mText(utf8Text ? utf8Text : "") {}
+        explicit MessageTemplate(char const* utf8Text = nullptr);
 
         std::string const& GetText() const noexcept { return mText; }
 
-        /// Replaces the text and keeps the memory.
-        void SetText(char const* utf8Text) { mText.assign(utf8Text ? utf8Text : ""); }
+        /// Replaces the text, and keeps the memory of texts that are not very long. Null counts as empty.
+        void SetText(char const* utf8Text);
 
     private:
         std::string mText;
     };
 
     /// Takes the values for one message, in order, and puts them into a template. GetMessageFormatter
-    /// gives each caller an empty one of its own. Used by one thread. Insertions throw std::bad_alloc.
+    /// gives each caller an empty one of its own. Used by one thread. Insertions throw std::bad_alloc, and
+    /// then insert nothing. A zero byte that is inserted ends the formatted text for its reader.
     class QZLOG_API MessageFormatter
     {
     public:
-        MessageFormatter() = default;
+        MessageFormatter();
+        ~MessageFormatter();
         MessageFormatter(MessageFormatter const&) = delete;
         MessageFormatter& operator=(MessageFormatter const&) = delete;
 
-        /// A text; null inserts nothing, and takes its place.
+        /// A text; null inserts nothing, and takes its place. What is malformed in wide text becomes U+FFFD.
         MessageFormatter& operator<<(char const* utf8Text);
         MessageFormatter& operator<<(unsigned short const* wideText);
         /// A text of `text.size()` bytes.
@@ -61,11 +64,15 @@ namespace QzResource
         /// The shortest text that reads back as the same number, whatever the locale.
         MessageFormatter& operator<<(double value);
 
+        /// Other pointers would silently count as bool.
+        MessageFormatter& operator<<(void const*) = delete;
+
         /// Applies a manipulator: MessageFormat::Dec, Hex or WideHex.
         MessageFormatter& operator<<(void (*manipulator)(MessageFormatter&));
 
         /// Puts the inserted values into the template in one pass (a value's own "%2" stays as it is; a
-        /// number without a value stays as it stands) and empties the formatter, also when it throws.
+        /// number without a value stays as it stands) and empties the formatter, also when it throws
+        /// std::bad_alloc.
         /// \return  UTF-8 text, valid until the formatter is used again; GetMessageFormatter comes back
         ///          to the same formatter after 16 calls on a thread.
         char const* Format(MessageTemplate const& messageTemplate);
@@ -93,9 +100,11 @@ namespace QzResource
         std::string mResult;
         NumberForm mNumberForm = NumberForm::Decimal;
 
-        MessageFormatter& EndValue();
+        MessageFormatter& InsertText(char const* text, std::size_t length);
         MessageFormatter& InsertSigned(long long value, unsigned int bits);
         MessageFormatter& InsertUnsigned(unsigned long long value);
+        void MakeRoomForEnd();
+        bool AppendValue(std::size_t index);
     };
 
     /// Manipulators that choose how the numbers behind them are inserted.
@@ -111,10 +120,11 @@ namespace QzResource
 
     /// An empty formatter out of the calling thread's ring of 16. Each call gives another one, so values
     /// left behind by a call that logged nothing never reach a later message, and code that logs while
-    /// a caller's arguments are evaluated does not take the caller's half-filled formatter.
+    /// a caller's arguments are evaluated does not take the caller's half-filled formatter. It lives as
+    /// long as the thread and must not be handed to another. Throws std::bad_alloc on a thread's first use.
     QZLOG_API MessageFormatter& GetMessageFormatter();
 
     /// The template for a UTF-8 text (copied; null counts as empty), out of a ring of 16 of the calling
-    /// thread.
+    /// thread: valid until the sixteenth call after this one. Throws std::bad_alloc.
     QZLOG_API MessageTemplate const& GetMessageTemplate(char const* utf8Text);
 }

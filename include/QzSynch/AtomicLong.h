@@ -20,7 +20,7 @@ namespace QzSynch
         operator int() const noexcept { return mValue.load(std::memory_order_acquire); }
 
         /// Replaces `expected` by `desired`. If the value is another, `expected` becomes that value and
-        /// the result is false.
+        /// the result is false. May also fail without a reason: to be called in a loop.
         bool CompareExchange(int& expected, int desired) noexcept
         {
             return mValue.compare_exchange_weak(

@@ -14,11 +14,12 @@ namespace QzSynch
         kLockStackCategoryStatic = -4
     };
 
-    /// A mutual exclusion lock that the thread which holds it may take again. Held through SmartLock.
+    /// A mutual exclusion lock that the thread which holds it may take again; it is free when it has been
+    /// given up as often. Held through SmartLock.
     class QZLOG_API CriticalSection
     {
     public:
-        /// Holds the lock from construction to destruction.
+        /// Holds the lock from construction to destruction, both by one thread.
         class SmartLock
         {
         public:
@@ -31,9 +32,10 @@ namespace QzSynch
             CriticalSection& mLock;
         };
 
-        /// Ends the lock and frees its memory. Nobody may hold it.
+        /// Ends the lock and frees its memory. No thread may hold it or be about to give it up.
         virtual void Delete() = 0;
 
+        /// The category that the lock was made with.
         virtual EnumHvnLockStackCategory GetCategory() const = 0;
 
     protected:
@@ -43,13 +45,14 @@ namespace QzSynch
     };
 
     /// A readers-writer lock. A writer that waits goes before readers that come later, so a steady
-    /// stream of readers never starves it; a thread must therefore not take the lock again while it
-    /// holds it. Readers do not write to shared memory of each other: many threads can read at once
-    /// without slowing each other down.
+    /// stream of readers never starves it; readers that have waited for one writer go before the next, so
+    /// writers do not starve readers. A thread must not take the lock, in either way, while it holds it
+    /// in either way: it would wait for a writer that waits for it. Threads that read at the same time do
+    /// not write to each other's memory and do not slow each other down.
     class QZLOG_API RWLock
     {
     public:
-        /// Shared lock for its life, or until Unlock.
+        /// Shared lock for its life, or until Unlock. Made, unlocked and ended by one thread.
         class ReadSmartLock
         {
         public:
@@ -58,7 +61,7 @@ namespace QzSynch
             ReadSmartLock(ReadSmartLock const&) = delete;
             ReadSmartLock& operator=(ReadSmartLock const&) = delete;
 
-            /// Gives the lock up early. Called by the thread that took it.
+            /// Gives the lock up early; the destructor then does nothing.
             void Unlock()
             {
                 if (RWLock* const lock = mpLock)
@@ -72,7 +75,7 @@ namespace QzSynch
             RWLock* mpLock;
         };
 
-        /// Exclusive lock for its life, or until Unlock.
+        /// Exclusive lock for its life, or until Unlock. Made, unlocked and ended by one thread.
         class WriteSmartLock
         {
         public:
@@ -81,7 +84,7 @@ namespace QzSynch
             WriteSmartLock(WriteSmartLock const&) = delete;
             WriteSmartLock& operator=(WriteSmartLock const&) = delete;
 
-            /// Gives the lock up early.
+            /// Gives the lock up early; the destructor then does nothing.
             void Unlock()
             {
                 if (RWLock* const lock = mpLock)
@@ -95,9 +98,10 @@ namespace QzSynch
             RWLock* mpLock;
         };
 
-        /// Ends the lock and frees its memory. Nobody may hold it.
+        /// Ends the lock and frees its memory. No thread may hold it or be about to give it up.
         virtual void Delete() = 0;
 
+        /// The category that the lock was made with.
         virtual EnumHvnLockStackCategory GetCategory() const = 0;
 
     protected:

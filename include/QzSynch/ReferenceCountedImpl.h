@@ -6,9 +6,9 @@
 namespace QzSynch
 {
     /// The standard implementation of QzBase::ReferenceCounted. An implementation class derives from its
-    /// interface and from this class, which share the one virtual base.
+    /// interface and from this class, which share the one virtual base. The count starts at 0.
     template <class Counter>
-    class ReferenceCountedImpl : public virtual QzBase::ReferenceCounted
+    class QZLOG_API ReferenceCountedImpl : public virtual QzBase::ReferenceCounted
     {
     public:
         ReferenceCountedImpl() noexcept : mReferenceCount(0) {}
@@ -23,6 +23,8 @@ namespace QzSynch
         {
             // Two threads that both read 2 must not both go down without OnLastRelease: whoever takes
             // the count from 1 to 0 has run it, because every other step goes by compare-exchange.
+            // Only the holder of the last reference can read 1, so nobody else runs the first branch
+            // at the same time.
             int count = mReferenceCount;
             for (;;)
             {
@@ -46,4 +48,7 @@ namespace QzSynch
     private:
         Counter mReferenceCount;
     };
+
+    // One instance in the library, so that there is one type information in the process.
+    extern template class QZLOG_API ReferenceCountedImpl<AtomicLong>;
 }

@@ -1,0 +1,219 @@
+#include <QzResource/MessageFormatter.h>
+
+#include "os/Unicode.h"
+#include "support/base/TemplateText.h"
+#include "support/resource/KeptMemory.h"
+
+#include <charconv>
+#include <climits>
+#include <cstring>
+
+namespace QzResource
+{
+    namespace
+    {
+        constexpr std::size_t kWideHexDigits = 8;
+        constexpr std::size_t kFirstEnds = 8;
+
+        template <class Integer>
+        constexpr unsigned int BitsOf(Integer)
+        {
+            return sizeof(Integer) * CHAR_BIT;
+        }
+
+        void EmptyAndKeepMemory(std::string& text) noexcept
+        {
+            if (text.capacity() > kKeptBytes)
+                std::string().swap(text);
+            text.clear();
+        }
+    }
+
+    MessageFormatter::MessageFormatter() = default;
+    MessageFormatter::~MessageFormatter() = default;
+
+    MessageFormatter& MessageFormatter::operator<<(char const* utf8Text)
+    {
+        return InsertText(utf8Text, utf8Text ? std::strlen(utf8Text) : 0);
+    }
+
+    MessageFormatter& MessageFormatter::operator<<(unsigned short const* wideText)
+    {
+        MakeRoomForEnd();
+        if (wideText)
+        {
+            std::size_t const length = std::char_traits<unsigned short>::length(wideText);
+            QzOs::AppendUTF8(mValues, wideText, length, QzOs::Malformed::Replace);
+        }
+        mEnds.push_back(mValues.size());
+        return *this;
+    }
+
+    MessageFormatter& MessageFormatter::operator<<(std::string const& utf8Text)
+    {
+        return InsertText(utf8Text.data(), utf8Text.size());
+    }
+
+    MessageFormatter& MessageFormatter::operator<<(char character)
+    {
+        return InsertText(&character, 1);
+    }
+    MessageFormatter& MessageFormatter::operator<<(bool value)
+    {
+        return *this << (value ? "true" : "false");
+    }
+
+    MessageFormatter& MessageFormatter::operator<<(signed char value)
+    {
+        return InsertSigned(value, BitsOf(value));
+    }
+    MessageFormatter& MessageFormatter::operator<<(unsigned char value)
+    {
+        return InsertUnsigned(value);
+    }
+    MessageFormatter& MessageFormatter::operator<<(short value)
+    {
+        return InsertSigned(value, BitsOf(value));
+    }
+    MessageFormatter& MessageFormatter::operator<<(unsigned short value)
+    {
+        return InsertUnsigned(value);
+    }
+    MessageFormatter& MessageFormatter::operator<<(int value)
+    {
+        return InsertSigned(value, BitsOf(value));
+    }
+    MessageFormatter& MessageFormatter::operator<<(unsigned int value)
+    {
+        return InsertUnsigned(value);
+    }
+    MessageFormatter& MessageFormatter::operator<<(long value)
+    {
+        return InsertSigned(value, BitsOf(value));
+    }
+    MessageFormatter& MessageFormatter::operator<<(unsigned long value)
+    {
+        return InsertUnsigned(value);
+    }
+    MessageFormatter& MessageFormatter::operator<<(long long value)
+    {
+        return InsertSigned(value, BitsOf(value));
+    }
+    MessageFormatter& MessageFormatter::operator<<(unsigned long long value)
+    {
+        return InsertUnsigned(value);
+    }
+
+    MessageFormatter& MessageFormatter::operator<<(double value)
+    {
+        char text[32];
+        char* const end = std::to_chars(text, text + sizeof(text), value).ptr;
+        return InsertText(text, static_cast<std::size_t>(end - text));
+    }
+
+    MessageFormatter& MessageFormatter::operator<<(void (*manipulator)(MessageFormatter&))
+    {
+        if (manipulator)
+            manipulator(*this);
+        return *this;
+    }
+
+    char const* MessageFormatter::Format(MessageTemplate const& messageTemplate)
+    {
+        struct ClearAtEnd
+        {
+            MessageFormatter& mFormatter;
+            ~ClearAtEnd() { mFormatter.Clear(); }
+        } const clearAtEnd{*this};
+
+        EmptyAndKeepMemory(mResult);
+        std::string const& text = messageTemplate.GetText();
+        QzBase::ExpandTemplate(
+            text.data(), text.size(),
+            [this](char const* first, char const* last)
+            { mResult.append(first, static_cast<std::size_t>(last - first)); },
+            [this](std::size_t index) { return AppendValue(index); });
+        return mResult.c_str();
+    }
+
+    void MessageFormatter::Clear() noexcept
+    {
+        EmptyAndKeepMemory(mValues);
+        mEnds.clear();
+        mNumberForm = NumberForm::Decimal;
+    }
+
+    MessageFormatter& MessageFormatter::InsertText(char const* text, std::size_t length)
+    {
+        MakeRoomForEnd();
+        mValues.append(text, length);
+        mEnds.push_back(mValues.size());
+        return *this;
+    }
+
+    MessageFormatter& MessageFormatter::InsertSigned(long long value, unsigned int bits)
+    {
+        if (mNumberForm == NumberForm::Decimal)
+        {
+            char text[24];
+            char* const end = std::to_chars(text, text + sizeof(text), value).ptr;
+            return InsertText(text, static_cast<std::size_t>(end - text));
+        }
+        return InsertUnsigned(static_cast<unsigned long long>(value) & (ULLONG_MAX >> (BitsOf(value) - bits)));
+    }
+
+    MessageFormatter& MessageFormatter::InsertUnsigned(unsigned long long value)
+    {
+        char text[24];
+        if (mNumberForm == NumberForm::Decimal)
+        {
+            char* const end = std::to_chars(text, text + sizeof(text), value).ptr;
+            return InsertText(text, static_cast<std::size_t>(end - text));
+        }
+
+        bool const isWide = mNumberForm == NumberForm::WideHexadecimal;
+        char* const last = text + sizeof(text);
+        char* const padded = last - (isWide ? kWideHexDigits : 1);
+        char* first = last;
+        for (; value != 0 || first > padded; value >>= 4)
+            *--first = "0123456789ABCDEF"[value & 0xF];
+        if (isWide)
+        {
+            *--first = 'x';
+            *--first = '0';
+        }
+        return InsertText(first, static_cast<std::size_t>(last - first));
+    }
+
+    // Done before a value is appended, so that noting its end cannot fail: a value without a noted end would
+    // run into the next one.
+    void MessageFormatter::MakeRoomForEnd()
+    {
+        if (mEnds.size() == mEnds.capacity())
+            mEnds.reserve(mEnds.empty() ? kFirstEnds : 2 * mEnds.size());
+    }
+
+    bool MessageFormatter::AppendValue(std::size_t index)
+    {
+        if (index >= mEnds.size())
+            return false;
+        std::size_t const begin = index == 0 ? 0 : mEnds[index - 1];
+        mResult.append(mValues, begin, mEnds[index] - begin);
+        return true;
+    }
+
+    void MessageFormat::Dec(MessageFormatter& formatter)
+    {
+        formatter.mNumberForm = MessageFormatter::NumberForm::Decimal;
+    }
+
+    void MessageFormat::Hex(MessageFormatter& formatter)
+    {
+        formatter.mNumberForm = MessageFormatter::NumberForm::Hexadecimal;
+    }
+
+    void MessageFormat::WideHex(MessageFormatter& formatter)
+    {
+        formatter.mNumberForm = MessageFormatter::NumberForm::WideHexadecimal;
+    }
+}

@@ -1,0 +1,16 @@
+#include <QzResource/MessageFormatter.h>
+
+#include "support/resource/KeptMemory.h"
+
+namespace QzResource
+{
+    MessageTemplate::MessageTemplate(char const* utf8Text) : mText(utf8Text ? utf8Text : "") {}
+
+    void MessageTemplate::SetText(char const* utf8Text)
+    {
+        // The new text may be a piece of the old one, so memory is given back behind the assignment.
+        mText.assign(utf8Text ? utf8Text : "");
+        if (mText.capacity() > kKeptBytes && mText.size() <= kKeptBytes)
+            mText.shrink_to_fit();
+    }
+}

@@ -1,0 +1,76 @@
+#include <QzResource/MessageFormatter.h>
+#include <QzSynch/ThreadLocalStorage.h>
+
+#include "support/resource/ThreadRings.h"
+
+#include <array>
+#include <memory>
+
+namespace QzResource
+{
+    namespace
+    {
+        constexpr std::size_t kRingSize = 16;
+
+        template <class Item>
+        class Ring
+        {
+        public:
+            Item& GetNext() noexcept
+            {
+                mLast = (mLast + 1) % kRingSize;
+                return mItems[mLast];
+            }
+
+        private:
+            std::array<Item, kRingSize> mItems;
+            std::size_t mLast = 0;
+        };
+
+        // What a thread formats with. It hangs on a thread-local storage and not on thread_local, because
+        // destructors of other thread_local objects may still log; they then get new rings.
+        struct ThreadRings final : QzSynch::ThreadContext
+        {
+            void Delete() override { delete this; }
+
+            Ring<MessageFormatter> mFormatters;
+            Ring<MessageTemplate> mTemplates;
+        };
+
+        // Never ended: static objects and detached threads may log until the process is gone.
+        QzSynch::ThreadLocalStorage& GetStorage()
+        {
+            static QzSynch::ThreadLocalStorage& storage = *QzSynch::CreateThreadLocalStorage();
+            return storage;
+        }
+
+        ThreadRings& GetThreadRings()
+        {
+            QzSynch::ThreadLocalStorage& storage = GetStorage();
+            if (QzSynch::ThreadContext* const rings = storage.GetValue())
+                return static_cast<ThreadRings&>(*rings);
+            auto rings = std::make_unique<ThreadRings>();
+            storage.SetValue(rings.get());
+            return *rings.release();
+        }
+    }
+
+    void PrepareThreadRings()
+    {
+        GetStorage();
+    }
+
+    MessageFormatter& GetMessageFormatter()
+    {
+        MessageFormatter& formatter = GetThreadRings().mFormatters.GetNext();
+        formatter.Clear();
+        return formatter;
+    }
+
+    MessageTemplate const& GetMessageTemplate(char const* utf8Text)
+    {
+        MessageTemplate& messageTemplate = GetThreadRings().mTemplates.GetNext();
+        messageTemplate.SetText(utf8Text);
+        return messageTemplate;
+    }
+}

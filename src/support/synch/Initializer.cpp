@@ -1,0 +1,18 @@
+#include <QzSynch/Initializer.h>
+
+#include "support/synch/ThreadLocalStorage_Impl.h"
+
+namespace QzSynch
+{
+    namespace
+    {
+        Initializer const gInitializer;
+    }
+
+    Initializer::Initializer() noexcept
+    {
+        PrepareThreadLocalStorages();
+    }
+    Initializer::Initializer(Initializer const&) noexcept : Initializer() {}
+    Initializer::~Initializer() = default;
+}

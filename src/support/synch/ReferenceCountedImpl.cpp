@@ -1,0 +1,6 @@
+#include <QzSynch/ReferenceCountedImpl.h>
+
+namespace QzSynch
+{
+    template class ReferenceCountedImpl<AtomicLong>;
+}

@@ -1,0 +1,252 @@
+#include <QzSynch/ThreadLocalStorage.h>
+
+#include "os/ThreadKey.h"
+#include "support/synch/ThreadLocalStorage_Impl.h"
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+// All storages share one key of the system: it holds the thread's list of values, in which a storage finds
+// its own by its number. Numbers are never used again, so what a dead storage left behind is not taken for
+// the value of a new one at the same address.
+
+namespace QzSynch
+{
+    namespace
+    {
+        struct Value
+        {
+            std::uint64_t mStorage;
+            ThreadContext* mpContext; // null: another storage may have the place
+        };
+
+        // The values of one thread. Only that thread adds places and gives them to storages, with the
+        // registry's lock held; other threads look at the list and take contexts out with that lock held.
+        // So a thread reads its own places without a lock.
+        struct ThreadValues
+        {
+            std::vector<Value> mValues;
+            ThreadValues* mpNext = nullptr;
+            ThreadValues* mpPrevious = nullptr;
+        };
+
+        // The lists of all threads that have one. Nothing foreign is called with the lock held.
+        class Registry
+        {
+        public:
+            void Add(ThreadValues& values)
+            {
+                std::lock_guard const hold(mLock);
+                values.mpNext = mpFirst;
+                if (mpFirst)
+                    mpFirst->mpPrevious = &values;
+                mpFirst = &values;
+            }
+
+            // From here on the list belongs to the caller alone.
+            void Remove(ThreadValues& values)
+            {
+                std::lock_guard const hold(mLock);
+                if (values.mpNext)
+                    values.mpNext->mpPrevious = values.mpPrevious;
+                (values.mpPrevious ? values.mpPrevious->mpNext : mpFirst) = values.mpNext;
+            }
+
+            // Returns the context that was there.
+            ThreadContext* Set(ThreadValues& values, std::uint64_t storage, ThreadContext* context)
+            {
+                std::lock_guard const hold(mLock);
+                Value* freePlace = nullptr;
+                for (Value& value : values.mValues)
+                {
+                    if (value.mStorage == storage)
+                        return std::exchange(value.mpContext, context);
+                    if (!value.mpContext)
+                        freePlace = &value;
+                }
+                if (freePlace)
+                    *freePlace = Value{storage, context};
+                else
+                    values.mValues.push_back(Value{storage, context});
+                return nullptr;
+            }
+
+            // Takes contexts of a storage out of all threads' lists, as many as there is room for.
+            template <std::size_t size>
+            std::size_t Take(std::uint64_t storage, std::array<ThreadContext*, size>& contexts)
+            {
+                std::lock_guard const hold(mLock);
+                std::size_t count = 0;
+                for (ThreadValues* values = mpFirst; values; values = values->mpNext)
+                    for (Value& value : values->mValues)
+                        if (value.mStorage == storage && value.mpContext && count < size)
+                            contexts[count++] = std::exchange(value.mpContext, nullptr);
+                return count;
+            }
+
+            // A copy of the process must not inherit a lock that a thread of the original holds.
+            void BeforeProcessCopy() { mLock.lock(); }
+            void AfterProcessCopyInOriginal() { mLock.unlock(); }
+
+            // Threads other than `own`'s are not in the copy, and may have been changing their values when it
+            // was made: these values are never touched again, but stay reachable for leak checkers.
+            void AfterProcessCopyInCopy(ThreadValues* own)
+            {
+                for (ThreadValues** link = &mpFirst; *link;)
+                {
+                    ThreadValues* const values = *link;
+                    if (values == own)
+                    {
+                        link = &values->mpNext;
+                        continue;
+                    }
+                    *link = values->mpNext;
+                    values->mpNext = std::exchange(mpAbandoned, values);
+                }
+                if (own)
+                    own->mpPrevious = nullptr;
+                mLock.unlock();
+            }
+
+        private:
+            std::mutex mLock;
+            ThreadValues* mpFirst = nullptr;
+            ThreadValues* mpAbandoned = nullptr;
+        };
+
+        static_assert(std::is_trivially_destructible_v<Registry>, "threads may end after static objects");
+        constinit Registry gRegistry;
+        constinit std::atomic<std::uint64_t> gLastStorage{0};
+
+        void DeleteValuesOfThread(void* pointer)
+        {
+            std::unique_ptr<ThreadValues> const values(static_cast<ThreadValues*>(pointer));
+            gRegistry.Remove(*values);
+            for (Value const& value : values->mValues)
+                if (value.mpContext)
+                    value.mpContext->Delete();
+        }
+
+        QzOs::ThreadKey GetKey()
+        {
+            static QzOs::ThreadKey const key = []
+            {
+                QzOs::ThreadKey made{};
+                if (!QzOs::CreateThreadKey(made, &DeleteValuesOfThread))
+                    throw std::bad_alloc();
+                return made;
+            }();
+            return key;
+        }
+
+        void AfterProcessCopyInCopy()
+        {
+            gRegistry.AfterProcessCopyInCopy(static_cast<ThreadValues*>(QzOs::GetThreadPointer(GetKey())));
+        }
+
+        // Apart from GetKey, so that a failure of the one does not repeat the other.
+        void PrepareForProcessCopies()
+        {
+            [[maybe_unused]] static bool const prepared = []
+            {
+                if (!QzOs::CallAroundProcessCopy([] { gRegistry.BeforeProcessCopy(); },
+                        [] { gRegistry.AfterProcessCopyInOriginal(); }, &AfterProcessCopyInCopy))
+                    throw std::bad_alloc();
+                return true;
+            }();
+        }
+
+        class ThreadLocalStorage_Impl final : public ThreadLocalStorage
+        {
+        public:
+            explicit ThreadLocalStorage_Impl(QzOs::ThreadKey key) noexcept
+                : mKey(key), mNumber(gLastStorage.fetch_add(1, std::memory_order_relaxed) + 1)
+            {
+            }
+
+            void SetValue(ThreadContext* context) override
+            {
+                ThreadValues* values = GetValuesOfThread();
+                if (!values)
+                {
+                    if (!context)
+                        return;
+                    values = &AddValuesOfThread();
+                }
+                ThreadContext* const old = gRegistry.Set(*values, mNumber, context);
+                if (old && old != context)
+                    old->Delete();
+            }
+
+            ThreadContext* GetValue() const override
+            {
+                if (ThreadValues const* const values = GetValuesOfThread())
+                    for (Value const& value : values->mValues)
+                        if (value.mStorage == mNumber)
+                            return value.mpContext;
+                return nullptr;
+            }
+
+            // In portions, because the end of a storage must not fail for want of memory; and until nothing
+            // is left, because a context that is deleted may set another one.
+            void Delete() override
+            {
+                std::array<ThreadContext*, 64> contexts{};
+                while (std::size_t const count = gRegistry.Take(mNumber, contexts))
+                    for (std::size_t i = 0; i < count; ++i)
+                        contexts[i]->Delete();
+                delete this;
+            }
+
+        private:
+            ThreadValues* GetValuesOfThread() const noexcept
+            {
+                return static_cast<ThreadValues*>(QzOs::GetThreadPointer(mKey));
+            }
+
+            ThreadValues& AddValuesOfThread() const
+            {
+                auto values = std::make_unique<ThreadValues>();
+                if (!QzOs::SetThreadPointer(mKey, values.get()))
+                    throw std::bad_alloc();
+                gRegistry.Add(*values);
+                return *values.release();
+            }
+
+            QzOs::ThreadKey const mKey;
+            std::uint64_t const mNumber;
+        };
+    }
+
+    ThreadContext::~ThreadContext() = default;
+    ThreadLocalStorage::~ThreadLocalStorage() = default;
+
+    bool PrepareThreadLocalStorages() noexcept
+    {
+        try
+        {
+            GetKey();
+            PrepareForProcessCopies();
+            return true;
+        }
+        catch (std::bad_alloc const&)
+        {
+            return false;
+        }
+    }
+
+    ThreadLocalStorage* CreateThreadLocalStorage()
+    {
+        if (!PrepareThreadLocalStorages())
+            throw std::bad_alloc();
+        return new ThreadLocalStorage_Impl(GetKey());
+    }
+}
