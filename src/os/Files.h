@@ -1,0 +1,113 @@
+#pragma once
+
+#include <cstdint>
+
+// Open files. Any thread may call all of it; calls on one handle that use its position are ordered by who
+// owns the handle. Nothing here throws or keeps state. Paths are UTF-16 with either separator; how they meet
+// the system's own is a matter of its folder. A path that this system cannot name (a drive, an unpaired surrogate)
+// fails like a missing file.
+
+namespace QzOs
+{
+    /// How a call ended: 0 for success, the system's error number, or one of the negative values below.
+    using Error = int;
+
+    /// Somebody else holds the lock that was asked for without waiting.
+    inline constexpr Error kLockTaken = -1;
+    /// The listing of a directory is at its end.
+    inline constexpr Error kNoMoreFiles = -2;
+    /// The file stays where it is, since it can be deleted only there.
+    inline constexpr Error kDeletedInPlaceOnly = -3;
+
+    /// The system's error numbers that others have to know.
+    extern Error const kErrorMissing;
+    extern Error const kErrorInvalid;
+    extern Error const kErrorInvalidHandle;
+    extern Error const kErrorNotSupported;
+    extern Error const kErrorNoSpace;
+    extern Error const kErrorOverflow;
+
+    /// The system's handle of an open file.
+    using FileHandle = std::intptr_t;
+    inline constexpr FileHandle kNoFile = -1;
+
+    enum class Access
+    {
+        Read,
+        Write,
+        ReadWrite
+    };
+
+    enum class Creation
+    {
+        /// Fails when the file is missing.
+        OpenExisting,
+        /// Finds or creates it.
+        OpenAlways,
+        /// Empties or creates it.
+        CreateAlways
+    };
+
+    /// Opens a file at position 0, shared with everybody and closed on exec. A new one gets the permissions
+    /// that the process gives new files. A directory fails.
+    Error OpenFile(unsigned short const* path, Access access, Creation creation, FileHandle& handle);
+
+    /// Opens what is open under `handle` once more, at the same position but as an open file of its own, also
+    /// when it has no name any more. A handle that a forked child inherits shares position and locks with
+    /// the parent's.
+    Error OpenAgain(FileHandle handle, Access access, FileHandle& own);
+
+    /// The handle is closed afterwards, whatever the result. No point of cancellation, so that destructors can call it.
+    Error CloseFile(FileHandle handle);
+
+    /// One call each, taken up again after a signal. Fewer bytes than asked are no error: reading ends at the end of
+    /// the file, writing where there is no more room. Writing beyond the process's limit of file sizes is an error and
+    /// nothing else.
+    Error ReadFile(FileHandle handle, void* buffer, std::uint64_t count, std::uint64_t& done);
+    Error WriteFile(FileHandle handle, void const* buffer, std::uint64_t count, std::uint64_t& done);
+
+    enum class Origin
+    {
+        Start,
+        Position,
+        End
+    };
+
+    /// Moves the position and gives the new one.
+    Error SeekFile(FileHandle handle, std::int64_t offset, Origin origin, std::int64_t& position);
+
+    /// The size in bytes.
+    Error GetFileSize(FileHandle handle, std::int64_t& size);
+
+    /// Makes the file that long. The position stays.
+    Error SetFileSize(FileHandle handle, std::int64_t size);
+
+    /// Returns when the content is on the disk.
+    Error FlushFile(FileHandle handle);
+
+    /// What tells one file from another, whatever its names.
+    struct FileIdentity
+    {
+        std::uint64_t mVolume;
+        std::uint64_t mIndex;
+
+        bool operator==(FileIdentity const&) const = default;
+    };
+
+    Error GetFileIdentity(FileHandle handle, FileIdentity& identity);
+    Error GetFileIdentity(unsigned short const* path, FileIdentity& identity);
+
+    /// The lock on the whole file. It belongs to the open file: two handles that were opened one by one
+    /// exclude each other, within a process as between two. Without `wait` the result can be kLockTaken.
+    Error LockFile(FileHandle handle, bool exclusive, bool wait);
+    Error UnlockFile(FileHandle handle);
+
+    /// The C runtime's descriptor of a handle, which goes over to it; closed by closing either.
+    int ToDescriptor(FileHandle handle);
+
+    /// The handle behind a descriptor, or kNoFile.
+    FileHandle FromDescriptor(int descriptor);
+
+    /// Makes `error` the calling thread's last system error.
+    void SetLastError(Error error);
+}

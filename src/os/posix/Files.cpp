@@ -1,0 +1,224 @@
+#include "os/Files.h"
+
+#include "os/Cancellation.h"
+#include "os/posix/FilesNames.h"
+#include "os/posix/FilesSizeLimit.h"
+#include "os/posix/Kernel.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace QzOs
+{
+    using Posix::gKernel;
+    using Posix::KernelPath;
+    using Posix::RetryOnSignal;
+    using Posix::ToError;
+
+    constinit Error const kErrorMissing = ENOENT;
+    constinit Error const kErrorInvalid = EINVAL;
+    constinit Error const kErrorInvalidHandle = EBADF;
+    constinit Error const kErrorNotSupported = ENOTSUP;
+    constinit Error const kErrorNoSpace = ENOSPC;
+    constinit Error const kErrorOverflow = EOVERFLOW;
+
+    namespace
+    {
+        constexpr mode_t kNewFileMode = 0666;
+
+        int ToFlags(Access access)
+        {
+            switch (access)
+            {
+            case Access::Read:
+                return O_RDONLY;
+            case Access::Write:
+                return O_WRONLY;
+            case Access::ReadWrite:
+                return O_RDWR;
+            }
+            return O_RDONLY;
+        }
+
+        int ToFlags(Creation creation)
+        {
+            switch (creation)
+            {
+            case Creation::OpenExisting:
+                return 0;
+            case Creation::OpenAlways:
+                return O_CREAT;
+            case Creation::CreateAlways:
+                return O_CREAT | O_TRUNC;
+            }
+            return 0;
+        }
+
+        Error Open(char const* path, int flags, FileHandle& handle)
+        {
+            handle = RetryOnSignal([&] { return gKernel.mpOpen(path, flags | O_CLOEXEC | O_NOCTTY, kNewFileMode); });
+            return handle == kNoFile ? errno : 0;
+        }
+
+        Error RefuseDirectory(int descriptor)
+        {
+            struct stat status;
+            if (gKernel.mpFstat(descriptor, &status) != 0)
+                return errno;
+            return S_ISDIR(status.st_mode) ? EISDIR : 0;
+        }
+
+        FileIdentity ToIdentity(struct stat const& status)
+        {
+            return {status.st_dev, status.st_ino};
+        }
+    }
+
+    int ToDescriptor(FileHandle handle)
+    {
+        return static_cast<int>(handle);
+    }
+
+    FileHandle FromDescriptor(int descriptor)
+    {
+        return descriptor < 0 ? kNoFile : FileHandle{descriptor};
+    }
+
+    void SetLastError(Error error)
+    {
+        errno = error;
+    }
+
+    Error OpenFile(unsigned short const* path, Access access, Creation creation, FileHandle& handle)
+    {
+        handle = kNoFile;
+        KernelPath const kernelPath(path);
+        if (kernelPath.GetError() != 0)
+            return kernelPath.GetError();
+        if (access != Access::Read)
+            Posix::PrepareForSizeLimit();
+        Error error = Open(kernelPath.Get(), ToFlags(access) | ToFlags(creation), handle);
+        // The kernel opens a directory for reading; writing it refuses by itself.
+        if (error == 0 && access == Access::Read)
+        {
+            error = RefuseDirectory(ToDescriptor(handle));
+            if (error != 0)
+                CloseFile(std::exchange(handle, kNoFile));
+        }
+        return error;
+    }
+
+    Error OpenAgain(FileHandle handle, Access access, FileHandle& own)
+    {
+        own = kNoFile;
+        std::int64_t position = 0;
+        Error error = SeekFile(handle, 0, Origin::Position, position);
+        if (error != 0)
+            return error;
+        // Opening this name makes a new open file of the same file, whatever has become of its path.
+        char path[32];
+        std::snprintf(path, sizeof(path), "/proc/self/fd/%d", ToDescriptor(handle));
+        error = Open(path, ToFlags(access), own);
+        if (error == 0)
+        {
+            error = SeekFile(own, position, Origin::Start, position);
+            if (error != 0)
+                CloseFile(std::exchange(own, kNoFile));
+        }
+        return error;
+    }
+
+    Error CloseFile(FileHandle handle)
+    {
+        NoCancellation const noCancellation;
+        Error const error = ToError(gKernel.mpClose(ToDescriptor(handle)));
+        // The descriptor is gone also when a signal interrupted the call; a second one could hit another's.
+        return error == EINTR ? 0 : error;
+    }
+
+    Error ReadFile(FileHandle handle, void* buffer, std::uint64_t count, std::uint64_t& done)
+    {
+        ssize_t const result = RetryOnSignal([&] { return gKernel.mpRead(ToDescriptor(handle), buffer, count); });
+        done = result < 0 ? 0 : static_cast<std::uint64_t>(result);
+        return result < 0 ? errno : 0;
+    }
+
+    Error WriteFile(FileHandle handle, void const* buffer, std::uint64_t count, std::uint64_t& done)
+    {
+        Posix::SizeLimitGuard guard;
+        ssize_t const result = RetryOnSignal([&] { return gKernel.mpWrite(ToDescriptor(handle), buffer, count); });
+        done = result < 0 ? 0 : static_cast<std::uint64_t>(result);
+        return guard.Finish(result < 0 ? errno : 0);
+    }
+
+    Error SeekFile(FileHandle handle, std::int64_t offset, Origin origin, std::int64_t& position)
+    {
+        int const kernelOrigin = origin == Origin::Start ? SEEK_SET : origin == Origin::End ? SEEK_END : SEEK_CUR;
+        off_t const result = gKernel.mpLseek(ToDescriptor(handle), offset, kernelOrigin);
+        if (result == -1)
+            return errno;
+        position = result;
+        return 0;
+    }
+
+    Error GetFileSize(FileHandle handle, std::int64_t& size)
+    {
+        struct stat status;
+        if (gKernel.mpFstat(ToDescriptor(handle), &status) != 0)
+            return errno;
+        size = status.st_size;
+        return 0;
+    }
+
+    Error SetFileSize(FileHandle handle, std::int64_t size)
+    {
+        Posix::SizeLimitGuard guard;
+        return guard.Finish(ToError(RetryOnSignal([&] { return gKernel.mpFtruncate(ToDescriptor(handle), size); })));
+    }
+
+    Error FlushFile(FileHandle handle)
+    {
+        return ToError(RetryOnSignal([&] { return gKernel.mpFdatasync(ToDescriptor(handle)); }));
+    }
+
+    Error GetFileIdentity(FileHandle handle, FileIdentity& identity)
+    {
+        struct stat status;
+        if (gKernel.mpFstat(ToDescriptor(handle), &status) != 0)
+            return errno;
+        identity = ToIdentity(status);
+        return 0;
+    }
+
+    Error GetFileIdentity(unsigned short const* path, FileIdentity& identity)
+    {
+        KernelPath const kernelPath(path);
+        if (kernelPath.GetError() != 0)
+            return kernelPath.GetError();
+        struct stat status;
+        if (gKernel.mpStat(kernelPath.Get(), &status) != 0)
+            return errno;
+        identity = ToIdentity(status);
+        return 0;
+    }
+
+    // Locks of the whole open file. The record locks of fcntl would not do: the classic ones vanish when any
+    // descriptor of the file is closed in the process, and those of the open file want the right access mode.
+
+    Error LockFile(FileHandle handle, bool exclusive, bool wait)
+    {
+        int const operation = (exclusive ? LOCK_EX : LOCK_SH) | (wait ? 0 : LOCK_NB);
+        Error const error = ToError(RetryOnSignal([&] { return gKernel.mpFlock(ToDescriptor(handle), operation); }));
+        return !wait && error == EWOULDBLOCK ? kLockTaken : error;
+    }
+
+    Error UnlockFile(FileHandle handle)
+    {
+        return ToError(RetryOnSignal([&] { return gKernel.mpFlock(ToDescriptor(handle), LOCK_UN); }));
+    }
+}

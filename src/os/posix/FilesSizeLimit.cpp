@@ -1,0 +1,100 @@
+#include "os/posix/FilesSizeLimit.h"
+
+#include "os/posix/Kernel.h"
+
+#include <atomic>
+#include <cerrno>
+
+namespace QzOs::Posix
+{
+    namespace
+    {
+        // Until the first file is opened nobody has asked, so a limit is assumed.
+        constinit std::atomic<bool> gHasLimit{true};
+
+        // Read by the signal handler, so its access must not allocate.
+        [[gnu::tls_model("initial-exec")]] constinit thread_local std::sig_atomic_t volatile tIsWriting = 0;
+
+        sigset_t MakeSignalSet()
+        {
+            sigset_t set;
+            sigemptyset(&set);
+            sigaddset(&set, SIGXFSZ);
+            return set;
+        }
+
+        void ReadLimit()
+        {
+            rlimit limit;
+            bool const hasLimit = gKernel.mpGetrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
+            gHasLimit.store(hasLimit, std::memory_order_relaxed);
+        }
+    }
+
+    extern "C"
+    {
+        static void QzLogOnSizeLimitSignal(int signal)
+        {
+            if (tIsWriting)
+                return;
+            // The default action comes into force when this returns and the signal is no longer blocked.
+            struct sigaction action = {};
+            action.sa_handler = SIG_DFL;
+            ::sigaction(signal, &action, nullptr);
+            ::raise(signal);
+        }
+    }
+
+    void PrepareForSizeLimit()
+    {
+        ReadLimit();
+        struct sigaction present = {};
+        if (gKernel.mpSigaction(SIGXFSZ, nullptr, &present) != 0 || (present.sa_flags & SA_SIGINFO) != 0 ||
+            present.sa_handler != SIG_DFL)
+            return;
+        struct sigaction action = {};
+        action.sa_handler = QzLogOnSizeLimitSignal;
+        action.sa_flags = SA_RESTART;
+        sigemptyset(&action.sa_mask);
+        if (gKernel.mpSigaction(SIGXFSZ, &action, nullptr) != 0)
+            gHasLimit.store(true, std::memory_order_relaxed);
+    }
+
+    SizeLimitGuard::SizeLimitGuard() : mBlocks(gHasLimit.load(std::memory_order_relaxed))
+    {
+        tIsWriting = 1;
+        if (!mBlocks)
+            return;
+        sigset_t const set = MakeSignalSet();
+        mBlocks = gKernel.mpSigmask(SIG_BLOCK, &set, &mOldMask) == 0;
+        if (!mBlocks)
+            return;
+        // A thread that blocks the signal itself may have one waiting, which is not ours to take.
+        sigset_t pending;
+        mWasPending = sigismember(&mOldMask, SIGXFSZ) == 1 && gKernel.mpSigpending(&pending) == 0 &&
+                      sigismember(&pending, SIGXFSZ) == 1;
+    }
+
+    SizeLimitGuard::~SizeLimitGuard()
+    {
+        if (mBlocks)
+            gKernel.mpSigmask(SIG_SETMASK, &mOldMask, nullptr);
+        tIsWriting = 0;
+    }
+
+    Error SizeLimitGuard::Finish(Error error)
+    {
+        if (error != EFBIG)
+            return error;
+        if (!mWasPending)
+        {
+            sigset_t const set = MakeSignalSet();
+            timespec const atOnce = {};
+            while (gKernel.mpSigtimedwait(&set, nullptr, &atOnce) == -1 && errno == EINTR)
+            {
+            }
+        }
+        ReadLimit();
+        return error;
+    }
+}

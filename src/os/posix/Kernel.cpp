@@ -1,0 +1,71 @@
+#include "os/posix/Kernel.h"
+
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace QzOs::Posix
+{
+    namespace
+    {
+        // Calls with a type of their own, brought to the table's.
+        int Open(char const* path, int flags, mode_t mode)
+        {
+            return ::open(path, flags, mode);
+        }
+        int Getrlimit(int resource, rlimit* limit)
+        {
+            return ::getrlimit(static_cast<__rlimit_resource_t>(resource), limit);
+        }
+    }
+
+    constinit Kernel gKernel{
+        .mpOpen = Open,
+        .mpClose = ::close,
+        .mpRead = ::read,
+        .mpWrite = ::write,
+        .mpLseek = ::lseek,
+        .mpFlock = ::flock,
+        .mpFtruncate = ::ftruncate,
+        .mpFsync = ::fsync,
+        .mpFdatasync = ::fdatasync,
+
+        .mpStat = ::stat,
+        .mpLstat = ::lstat,
+        .mpFstat = ::fstat,
+        .mpStatvfs = ::statvfs,
+        .mpChmod = ::chmod,
+        .mpFchmod = ::fchmod,
+        .mpFchown = ::fchown,
+        .mpFutimens = ::futimens,
+
+        .mpRename = ::rename,
+        .mpUnlink = ::unlink,
+        .mpMkostemp = ::mkostemp,
+        .mpMkdir = ::mkdir,
+        .mpRmdir = ::rmdir,
+        .mpFdopendir = ::fdopendir,
+        .mpReaddir = ::readdir,
+        .mpClosedir = ::closedir,
+        .mpGetcwd = ::getcwd,
+        .mpChdir = ::chdir,
+
+        .mpFdopen = ::fdopen,
+        .mpFread = std::fread,
+        .mpFwrite = std::fwrite,
+        .mpFgets = std::fgets,
+        .mpFflush = std::fflush,
+        .mpFseeko = ::fseeko,
+        .mpFtello = ::ftello,
+        .mpFclose = std::fclose,
+
+        .mpGetrlimit = Getrlimit,
+        .mpSigaction = ::sigaction,
+        .mpSigmask = ::pthread_sigmask,
+        .mpSigpending = ::sigpending,
+        .mpSigtimedwait = ::sigtimedwait,
+    };
+}
