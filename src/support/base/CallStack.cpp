@@ -1,12 +1,11 @@
 #include <QzBase/CallStack.h>
 
+#include "support/base/FrameNames.h"
+
 #include <QzBase/Conversions.h>
 
-#define BOOST_STACKTRACE_LINK
-#include <boost/stacktrace.hpp>
-
-#include <string>
-#include <vector>
+#include <algorithm>
+#include <deque>
 
 namespace QzBase
 {
@@ -14,41 +13,31 @@ namespace QzBase
 
     namespace
     {
-        /// "function at file:line", without the file where no debug information names it. A frame that nothing
-        /// is known of shows its module and address.
-        std::string Describe(boost::stacktrace::frame const& frame)
-        {
-            std::string text = frame.name();
-            if (text.empty())
-                return boost::stacktrace::to_string(frame);
-            std::string const file = frame.source_file();
-            if (!file.empty())
-                text += " at " + file + ':' + std::to_string(frame.source_line());
-            return text;
-        }
-
+        /// Looks its name up when it is asked for it: a name costs far more than the address, and who shows a
+        /// stack leaves frames out.
         class FrameImpl final : public CallStack::Frame
         {
         public:
-            explicit FrameImpl(std::string const& description)
-                : mDescription(UTF8ToWideChar(description.c_str(), true).c_str())
+            explicit FrameImpl(std::uintptr_t address) : mAddress(address) {}
+
+            unsigned short const* GetDescription() const override
             {
+                if (mDescription.empty())
+                    mDescription = UTF8ToWideChar(DescribeFrame(mAddress).c_str(), true).c_str();
+                return mDescription.c_str();
             }
 
-            unsigned short const* GetDescription() const override { return mDescription.c_str(); }
-
         private:
-            WideString mDescription;
+            std::uintptr_t mAddress;
+            mutable WideString mDescription;
         };
 
-        class CallStackImpl : public CallStack
+        class CallStackImpl final : public CallStack
         {
         public:
-            explicit CallStackImpl(boost::stacktrace::stacktrace const& stack)
+            template <class Iterator>
+            CallStackImpl(Iterator first, Iterator last) : mFrames(first, last)
             {
-                mFrames.reserve(stack.size());
-                for (boost::stacktrace::frame const& frame : stack)
-                    mFrames.emplace_back(Describe(frame));
             }
 
             unsigned int GetFrameCount() const override { return static_cast<unsigned int>(mFrames.size()); }
@@ -56,14 +45,18 @@ namespace QzBase
             void Destroy() override { delete this; }
 
         private:
-            std::vector<FrameImpl> mFrames;
+            std::deque<FrameImpl> mFrames;
         };
     }
 
-    // Its own frame is the one that is skipped, so it has to have one.
+    // Not inlined, so that it returns into the function that becomes frame 0. How many frames stand in front of
+    // that one depends on the optimiser; where this function returns to does not.
     __attribute__((noinline)) CallStack* CreateCallStack(Buffer*)
     {
-        boost::stacktrace::stacktrace const stack(1, static_cast<std::size_t>(-1));
-        return new CallStackImpl(stack);
+        auto const returnAddress =
+            reinterpret_cast<std::uintptr_t>(__builtin_extract_return_addr(__builtin_return_address(0)));
+        std::vector<std::uintptr_t> const frames = CollectFrames();
+        auto const caller = std::find(frames.begin(), frames.end(), returnAddress - 1);
+        return new CallStackImpl(caller != frames.end() ? caller : frames.begin(), frames.end());
     }
 }

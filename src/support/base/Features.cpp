@@ -2,52 +2,59 @@
 #include <QzBase/WideString.h>
 
 #include <atomic>
-#include <mutex>
-#include <set>
+#include <memory>
 
 namespace QzBase
 {
     namespace
     {
-        using FeatureSet = std::set<WideString>;
-
-        // Readers take the snapshot without a lock. A change publishes a new one; the old ones stay, because a
-        // reader may still look at one, and features are switched a handful of times in a process.
-        constinit std::atomic<FeatureSet const*> gEnabledFeatures{nullptr};
-        constinit std::mutex gChangeMutex;
-
-        struct Retired
+        // Features are asked for with every message of some destinations, so a question takes no lock: the list
+        // only grows, at its head, by one entry for each name that was ever set.
+        struct Feature
         {
-            FeatureSet const* mpSet;
-            Retired const* mpNext;
+            WideString mName;
+            std::atomic<bool> mEnabled;
+            Feature* mpNext;
         };
 
-        // Keeps what was replaced reachable. Under gChangeMutex.
-        constinit Retired const* gRetired = nullptr;
+        constinit std::atomic<Feature*> gFeatures{nullptr};
+
+        /// Looks between `first` and `last`, which is not included.
+        Feature* Find(Feature* first, Feature const* last, unsigned short const* name)
+        {
+            while (first != last && first->mName != name)
+                first = first->mpNext;
+            return first != last ? first : nullptr;
+        }
     }
 
     bool IsFeatureEnabled(unsigned short const* name)
     {
-        FeatureSet const* const enabled = gEnabledFeatures.load(std::memory_order_acquire);
-        return name && enabled && enabled->count(name) != 0;
+        Feature const* const feature = name ? Find(gFeatures.load(std::memory_order_acquire), nullptr, name) : nullptr;
+        return feature && feature->mEnabled.load(std::memory_order_acquire);
     }
 
     void SetFeatureEnabled(unsigned short const* name, bool enabled)
     {
         if (!name)
             return;
-        std::lock_guard const hold(gChangeMutex);
-        FeatureSet const* const present = gEnabledFeatures.load(std::memory_order_relaxed);
-        if (enabled == (present && present->count(name) != 0))
-            return;
-
-        FeatureSet* const next = present ? new FeatureSet(*present) : new FeatureSet;
-        if (enabled)
-            next->insert(name);
-        else
-            next->erase(name);
-        if (present)
-            gRetired = new Retired{present, gRetired};
-        gEnabledFeatures.store(next, std::memory_order_release);
+        Feature* head = gFeatures.load(std::memory_order_acquire);
+        Feature* feature = Find(head, nullptr, name);
+        if (!feature)
+        {
+            std::unique_ptr<Feature> added(new Feature{name, enabled, head});
+            // Another thread may add the same name first: each try looks at what has come in front since.
+            while (!feature && !gFeatures.compare_exchange_weak(head, added.get(), std::memory_order_acq_rel))
+            {
+                feature = Find(head, added->mpNext, name);
+                added->mpNext = head;
+            }
+            if (!feature)
+            {
+                (void)added.release();
+                return;
+            }
+        }
+        feature->mEnabled.store(enabled, std::memory_order_release);
     }
 }
