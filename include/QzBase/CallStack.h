@@ -13,8 +13,10 @@ namespace QzBase
         class Frame
         {
         public:
-            /// "function at file:line" as far as debug information tells them, else module and address.
-            /// Valid as long as the call stack.
+            /// "function at file:line"; "function in module+0x1234" without debug information, and
+            /// "module+0x1234" without a name, the distance being from where the module was loaded. The
+            /// name is looked up by the first call on a frame; the first look-up of a process reads the
+            /// debug information, which takes tens of milliseconds. Valid as long as the call stack.
             virtual unsigned short const* GetDescription() const = 0;
 
         protected:
@@ -33,8 +35,8 @@ namespace QzBase
         virtual ~CallStack();
     };
 
-    /// Records the stack of the calling thread; frame 0 is the function that calls this one. The names
-    /// are looked up here: the first call of a process takes tens of milliseconds.
+    /// Records the stack of the calling thread; frame 0 is the function that calls this one, at every
+    /// level of optimisation, unless that function ends in a jump here. Any thread; throws std::bad_alloc.
     /// \param buffer  null.
     /// \return        owned by the caller, who ends it with Destroy.
     QZLOG_API CallStack* CreateCallStack(Buffer* buffer);

@@ -12,9 +12,12 @@ namespace QzBase
     // null. Their bool says where the text goes:
     //   true   message text on its way out: what is malformed becomes U+FFFD (one for each maximal
     //          malformed piece), so the result is always well-formed;
-    //   false  names and paths: the way back gives the same bytes. A byte that is no UTF-8 becomes the
-    //          lone code unit U+DC80 to U+DCFF, and such a code unit becomes that byte again; any
-    //          other lone surrogate is written as its three bytes and read back from them.
+    //   false  names and paths: bytes converted to wide text and back are the same bytes, whatever they
+    //          are. A byte that is no part of well-formed UTF-8 becomes the lone code unit U+DC80 to U+DCFF
+    //          (a surrogate in three bytes is three such units), and such a code unit becomes that byte
+    //          again. Any other lone surrogate becomes three bytes that are no UTF-8 and come back as three
+    //          units; all other wide text comes back as it was, unless its lone units U+DC80 to U+DCFF
+    //          happen to spell UTF-8.
     // U+FEFF is kept wherever it stands.
 
     /// UTF-8 to UTF-16.

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -49,8 +50,9 @@ namespace QzBase
         /// Sets this level's text; null sets the empty one. Arguments given so far stay.
         void SetMessage(unsigned short const* text);
 
-        /// This level's text with its arguments filled in (a number without an argument stays as it
-        /// stands). Valid until the object changes.
+        /// This level's text with its arguments filled in, in one pass: "%1" to "%99", the longest digits
+        /// first, stand for the arguments, "%%" for "%"; a number without an argument stays as it stands.
+        /// A text that no argument was given for stays exactly as it was set. Valid until the object changes.
         unsigned short const* GetMessage() const;
 
         /// Appends one argument for "%1", "%2" and so on of this level's text. Null text counts as empty.
@@ -60,9 +62,12 @@ namespace QzBase
         Message& operator<<(unsigned int value);
         Message& operator<<(long value);
         Message& operator<<(unsigned long value);
+        Message& operator<<(long long value);
+        Message& operator<<(unsigned long long value);
 
         /// Makes this object a new outer level with the given domain, ID and UTF-8 text; what it held
-        /// becomes the level below. Returns the object, so that arguments can follow at once.
+        /// becomes the level below, unless it was empty. Returns the object, so that arguments can follow
+        /// at once.
         Message& WrapBy(unsigned short domain, int id, char const* text);
 
         /// Puts `message` in front: this object becomes a copy of it, and what the object held becomes
@@ -70,10 +75,11 @@ namespace QzBase
         void PrependBy(Message const& message);
 
         /// The text stored at this level for a language, UTF-8, arguments not filled in, or null when
-        /// there is none. Valid until the object changes.
+        /// there is none. Language 0 is the process language of this moment. Valid until the object changes.
         char const* GetLocalizedText(unsigned short languageID) const;
 
-        /// Stores a UTF-8 text for a language at this level. Null counts as empty.
+        /// Stores a UTF-8 text for a language at this level. Language 0 is the process language of this
+        /// moment. Null counts as empty.
         void SetLocalizedText(unsigned short languageID, char const* text);
 
     private:
@@ -105,8 +111,9 @@ namespace QzBase
     };
 
     /// The text of `message` in a language, UTF-8: the level's text with its arguments filled in, and
-    /// below it, one line each (LF between them), its causes. A level without a text in that language
-    /// gives the text it was made with. Language 0 is the process language.
+    /// below it, one line each (LF between them), its causes, parents before children. A level without a
+    /// text in that language gives the text it was made with; one whose text is empty gives no line.
+    /// Language 0 is the process language.
     QZLOG_API ReturnString FormatMessage(Message const& message, unsigned short languageID);
 
     /// The same, with the texts that `message` itself does not hold looked up through the localizer.
@@ -118,8 +125,8 @@ namespace QzBase
     /// must outlive it and must not change its shape meanwhile. Used by one thread.
     ///
     /// Several cursors can walk trees of one shape in step: one leads and is asked where to go, the
-    /// others follow. A cursor that follows enters a level that its own tree lacks as an empty message,
-    /// so that it never gets out of step.
+    /// others follow. A cursor that follows enters a level that its own tree lacks as an empty message of
+    /// its own, so that it never gets out of step.
     class QZLOG_API ConstMessageCursor
     {
     public:
@@ -129,12 +136,12 @@ namespace QzBase
         Message const& GetCurrentMessage() const;
 
         /// Goes to the next lower level of the current message that this walk has not been into.
-        /// Returns whether there is one.
+        /// Returns whether this tree has one.
         bool GoToLowerLevelMessage(bool follows);
 
         /// Goes to the next message beside the one just visited: after GoToParent the next unvisited
         /// lower level of the current message, else the next unvisited sibling of the current message.
-        /// Returns whether there is one.
+        /// Returns whether this tree has one.
         bool GoToSameLevelMessage(bool follows);
 
         /// Goes up. Returns false, and stays, at the top.
@@ -147,7 +154,10 @@ namespace QzBase
         struct Place
         {
             Message const* mpMessage;
-            std::size_t mVisited;
+            // How many lower levels the walk has been into.
+            std::size_t mVisited = 0;
+            // Owns the message where the tree has none.
+            std::shared_ptr<Message> mpMissing;
         };
 
         std::vector<Place> mPath;

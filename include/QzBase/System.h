@@ -12,13 +12,13 @@ namespace QzBase
     /// The system's number of the calling thread, the one that tools such as `ps -L` show. 32 bits.
     QZLOG_API unsigned long GetCurrentThreadID();
 
-    /// The name of this machine.
+    /// The name of this machine; empty should the system not tell it.
     QZLOG_API ReturnWString GetComputerName();
 
     /// The calling thread's last system error (errno).
     QZLOG_API unsigned int GetLastError();
 
-    /// The system's text for an error number, without a line end.
+    /// The system's text for an error number, in English whatever the locale, without a line end.
     QZLOG_API ReturnWString GetSystemErrorDescription(unsigned int error);
 
     /// Returns after at least that time. 0 lets other threads run.
@@ -47,6 +47,6 @@ namespace QzBase
     QZLOG_API bool IsFeatureEnabled(unsigned short const* name);
 
     /// Switches a feature on or off for the process, from the next question on. Names are compared
-    /// code unit by code unit. Null does nothing.
+    /// code unit by code unit; a name that was set once is kept until the process ends. Null does nothing.
     QZLOG_API void SetFeatureEnabled(unsigned short const* name, bool enabled);
 }

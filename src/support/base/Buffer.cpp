@@ -20,7 +20,7 @@ namespace QzBase
         Block* mpNext;
         std::size_t mCapacity;
 
-        unsigned char* GetData() { return reinterpret_cast<unsigned char*>(this + 1); }
+        unsigned char* GetData() { return static_cast<unsigned char*>(static_cast<void*>(this + 1)); }
     };
 
     Buffer::~Buffer()

@@ -1,11 +1,11 @@
 #include <QzBase/Message.h>
 
+#include "os/Unicode.h"
 #include "support/base/ProcessLanguage.h"
 #include "support/base/TemplateText.h"
 
-#include <QzBase/Conversions.h>
-
 #include <string>
+#include <string_view>
 
 namespace QzBase
 {
@@ -16,18 +16,15 @@ namespace QzBase
         /// Appends the texts of `message` and of its causes, one line each.
         static void Append(std::string& out, Message const& message, unsigned short languageID)
         {
-            char const* localized = message.GetLocalizedText(languageID);
-            if (!localized && languageID == 0)
-                localized = message.GetLocalizedText(GetProcessLanguage());
-            if (localized)
-                AppendExpanded(out, localized, message);
-            else
-                out += WideCharToUTF8(message.mText.c_str(), true).c_str();
-            for (Message const& cause : message.mLowerLevels)
-            {
+            std::size_t const before = out.size();
+            if (before != 0)
                 out += '\n';
+            std::size_t const start = out.size();
+            AppendLevel(out, message, languageID);
+            if (out.size() == start)
+                out.resize(before);
+            for (Message const& cause : message.mLowerLevels)
                 Append(out, cause, languageID);
-            }
         }
 
         /// Stores a text for the language at each level that has none, where the localizer knows one.
@@ -35,8 +32,7 @@ namespace QzBase
         {
             if (!message.GetLocalizedText(languageID))
             {
-                char const* const text = localizer.FindText(languageID, message.mDomain, message.mID);
-                if (text)
+                if (char const* const text = localizer.FindText(languageID, message.mDomain, message.mID))
                     message.SetLocalizedText(languageID, text);
             }
             for (Message& cause : message.mLowerLevels)
@@ -44,32 +40,38 @@ namespace QzBase
         }
 
     private:
-        static void AppendExpanded(std::string& out, std::string const& text, Message const& message)
+        static void AppendLevel(std::string& out, Message const& message, unsigned short languageID)
         {
-            ExpandTemplate(
-                text.c_str(), text.size(), [&out](char const* first, char const* last) { out.append(first, last); },
-                [&out, &message](std::size_t index)
-                {
-                    if (index >= message.mArguments.size())
-                        return false;
-                    out += WideCharToUTF8(message.mArguments[index].c_str(), true).c_str();
-                    return true;
-                });
+            char const* const localized = message.GetLocalizedText(languageID);
+            if (!localized)
+            {
+                AppendWideText(out, message.mText);
+                return;
+            }
+            AppendExpanded(out, std::string_view(localized), message.mArguments.size(),
+                [&message](std::string& text, std::size_t index) { AppendWideText(text, message.mArguments[index]); });
+        }
+
+        static void AppendWideText(std::string& out, WideString const& text)
+        {
+            QzOs::AppendUTF8(out, text.data(), text.size(), QzOs::Malformed::Replace);
         }
     };
 
     ReturnString FormatMessage(Message const& message, unsigned short languageID)
     {
         std::string text;
-        MessageWriter::Append(text, message, languageID);
+        MessageWriter::Append(text, message, ResolveLanguage(languageID));
         return ReturnString(std::move(text));
     }
 
     ReturnString FormatMessage(
         Message const& message, Message& localizedCopy, unsigned short languageID, Message::Localizer& localizer)
     {
+        // Resolved once, so that a change of the process language meanwhile does not split the levels.
+        unsigned short const language = ResolveLanguage(languageID);
         localizedCopy = message;
-        MessageWriter::Localize(localizedCopy, languageID, localizer);
-        return FormatMessage(localizedCopy, languageID);
+        MessageWriter::Localize(localizedCopy, language, localizer);
+        return FormatMessage(localizedCopy, language);
     }
 }

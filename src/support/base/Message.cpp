@@ -1,5 +1,6 @@
 #include <QzBase/Message.h>
 
+#include "support/base/ProcessLanguage.h"
 #include "support/base/TemplateText.h"
 
 #include <QzBase/Conversions.h>
@@ -89,11 +90,20 @@ namespace QzBase
     {
         return *this << std::to_string(value).c_str();
     }
+    Message& Message::operator<<(long long value)
+    {
+        return *this << std::to_string(value).c_str();
+    }
+    Message& Message::operator<<(unsigned long long value)
+    {
+        return *this << std::to_string(value).c_str();
+    }
 
     Message& Message::WrapBy(unsigned short domain, int id, char const* text)
     {
         Message outer(domain, id, text);
-        outer.mLowerLevels.push_back(std::move(*this));
+        if (!IsEmpty())
+            outer.mLowerLevels.push_back(std::move(*this));
         *this = std::move(outer);
         return *this;
     }
@@ -108,30 +118,21 @@ namespace QzBase
 
     char const* Message::GetLocalizedText(unsigned short languageID) const
     {
-        auto const found = mLocalizedTexts.find(languageID);
+        auto const found = mLocalizedTexts.find(ResolveLanguage(languageID));
         return found == mLocalizedTexts.end() ? nullptr : found->second.c_str();
     }
 
     void Message::SetLocalizedText(unsigned short languageID, char const* text)
     {
-        mLocalizedTexts[languageID] = text ? text : "";
+        mLocalizedTexts[ResolveLanguage(languageID)] = text ? text : "";
     }
 
     /// The text is put together when it changes and not when it is asked for: several threads may read.
     void Message::UpdateText()
     {
-        WideString text;
-        ExpandTemplate(
-            mTemplate.c_str(), mTemplate.size(),
-            [&text](unsigned short const* first, unsigned short const* last) { text.append(first, last); },
-            [this, &text](std::size_t index)
-            {
-                if (index >= mArguments.size())
-                    return false;
-                text.append(mArguments[index]);
-                return true;
-            });
-        mText.swap(text);
+        mText.clear();
+        AppendExpanded(mText, mTemplate, mArguments.size(),
+            [this](WideString& text, std::size_t index) { text += mArguments[index]; });
     }
 
     bool Message::IsEmpty() const

@@ -2,17 +2,7 @@
 
 namespace QzBase
 {
-    namespace
-    {
-        /// What a following cursor enters where its own tree has nothing.
-        Message const& GetNothing()
-        {
-            static Message const& nothing = *new Message;
-            return nothing;
-        }
-    }
-
-    ConstMessageCursor::ConstMessageCursor(Message const& message) : mPath{{&message, 0}} {}
+    ConstMessageCursor::ConstMessageCursor(Message const& message) : mPath{{&message, 0, nullptr}} {}
 
     Message const& ConstMessageCursor::GetCurrentMessage() const
     {
@@ -26,9 +16,12 @@ namespace QzBase
         bool const exists = place.mVisited < lower.size();
         if (!exists && !follows)
             return false;
-        Message const* const next = exists ? &lower[place.mVisited] : &GetNothing();
+        Place next{nullptr, 0, nullptr};
+        if (!exists)
+            next.mpMissing = std::make_shared<Message>();
+        next.mpMessage = exists ? &lower[place.mVisited] : next.mpMissing.get();
         ++place.mVisited;
-        mPath.push_back({next, 0});
+        mPath.push_back(std::move(next));
         mCameFromBelow = false;
         return exists;
     }
@@ -65,8 +58,7 @@ namespace QzBase
 
     Message& MessageCursor::GetCurrentMessage() const
     {
-        // The walk began at a message that may be changed, and so may everything below it. A leading cursor
-        // never enters the shared empty message; a following one must not write to it.
+        // The walk began at a message that may be changed, and so may everything that it can reach.
         return const_cast<Message&>(ConstMessageCursor::GetCurrentMessage());
     }
 }
