@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QzBase/Export.h>
+#include <QzBase/ReferenceCounted.h>
+
+namespace QzLog
+{
+    class MessageBody;
+    class MessageHeader;
+
+    /// Where a message ends up. Dispatchers call the two forms of WriteMessage on the thread that logs, from many
+    /// threads at once and with no lock held; what they throw reaches the caller of the log function.
+    ///
+    /// Destinations of your own derive from Destination_Impl.
+    class QZLOG_API Destination : public virtual QzBase::ReferenceCounted
+    {
+    public:
+        ~Destination() override;
+
+        /// Writes a structured message, in this destination's language.
+        virtual void WriteMessage(MessageHeader& header, MessageBody& body) = 0;
+
+        /// Writes a finished text, UTF-8; null counts as empty.
+        virtual void WriteMessage(char const* bodyText, MessageHeader& header) = 0;
+
+        /// Replaces the set of IDs whose messages get a call stack behind their text. Taking a call stack is slow:
+        /// tens of milliseconds for the first of a process. May be called from any thread at any time; messages on
+        /// their way go by the old or by the new set. Throws std::bad_alloc and then changes nothing.
+        /// \param ids    `count` IDs in any order; null is allowed when `count` is 0, which empties the set.
+        virtual void SetCallstackMessageIDs(unsigned int const* ids, unsigned int count) = 0;
+
+    protected:
+        /// The language of structured messages; 0, the process language, at first. Set while nobody writes.
+        virtual unsigned short GetLanguageID() const = 0;
+        virtual void SetLanguageID(unsigned short languageID) = 0;
+    };
+}

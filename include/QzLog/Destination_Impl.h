@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QzBase/Export.h>
+#include <QzBase/ReturnString.h>
+#include <QzLog/Destination.h>
+#include <QzSynch/Locks.h>
+
+#include <atomic>
+#include <set>
+
+namespace QzLog
+{
+    /// What all destinations share, and the base of those that users write: derive from it and from
+    /// QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>, implement both forms of WriteMessage, and give the object
+    /// to a dispatcher. WriteMessage(header, body) is best WriteMessage(body.GetMessageText(GetLanguageID()), header).
+    ///
+    /// A copy has the language and the IDs of the original. Copying throws std::bad_alloc.
+    class QZLOG_API Destination_Impl : public virtual Destination
+    {
+    public:
+        Destination_Impl();
+        Destination_Impl(Destination_Impl const& other);
+        Destination_Impl& operator=(Destination_Impl const& other);
+        ~Destination_Impl() override;
+
+        void SetCallstackMessageIDs(unsigned int const* ids, unsigned int count) override;
+
+        /// Makes one piece of text of a message: the header, a blank, and the lines of the body with CR LF between
+        /// them. Each run of CR and LF is one line end, so that blank lines vanish; leading and trailing ones are
+        /// dropped, those at the start of the header too. A body that has nothing but line ends gives the empty text,
+        /// an empty or null one the header and its blank. Texts are UTF-8 and are not checked.
+        ///
+        /// When the message ID is not 0 and in the set of call-stack IDs, the call stack of the calling thread
+        /// follows, without its first six frames: those of the library when called from WriteMessage.
+        ///
+        /// May be called from any thread at any time. Throws std::bad_alloc.
+        /// \param messageID      as in the header.
+        /// \param appendNewline  whether a text that is not empty ends with CR LF.
+        QzBase::ReturnString FormatMultiLineMessageText(
+            unsigned int messageID, char const* headerText, char const* bodyText, bool appendNewline) const;
+
+    protected:
+        unsigned short GetLanguageID() const override;
+        void SetLanguageID(unsigned short languageID) override;
+
+    private:
+        bool WantsCallStack(unsigned int messageID) const;
+        std::set<unsigned int> CopyCallstackMessageIDs() const;
+        void ReplaceCallstackMessageIDs(std::set<unsigned int>& ids);
+
+        // Guards mCallstackMessageIDs. mHasCallstackMessageIDs spares the messages of a destination without any
+        // the way through the lock.
+        QzSynch::RWLockPtr mpLock;
+        std::atomic<bool> mHasCallstackMessageIDs{false};
+        std::set<unsigned int> mCallstackMessageIDs;
+        std::atomic<unsigned short> mLanguageID{0};
+    };
+}

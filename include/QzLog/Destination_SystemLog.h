@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QzBase/CountedPtr.h>
+#include <QzBase/Export.h>
+#include <QzLog/Destination.h>
+
+namespace QzLog
+{
+    /// Reports each message to the system's log: to the systemd journal with the fields MESSAGE, PRIORITY,
+    /// SYSLOG_IDENTIFIER (the event source) and EVENT_ID, or to the classic syslog socket where no journal runs. The
+    /// two top bits of a message's ID are its severity: 01 a warning, 10 an error, else information; the 16 low bits
+    /// are the event ID. Failures of the system's log are silent.
+    ///
+    /// All operations may be called from any thread at any time and throw std::bad_alloc.
+    class QZLOG_API Destination_SystemLog : public virtual Destination
+    {
+    public:
+        ~Destination_SystemLog() override;
+
+        /// Sets the event source, the name that the events carry; UTF-8, not null. The present name changes nothing.
+        /// Without a name the first message takes "Tarnwickforge Application".
+        virtual void SetEventSource(char const* sourceName) = 0;
+
+        /// Reports one event.
+        /// \param text      UTF-8, not null.
+        /// \param severity  0 information, 1 warning, 2 error, any other success.
+        virtual void ReportEvent(char const* text, unsigned int severity, unsigned short eventID) = 0;
+    };
+
+    /// The system log of the process. Throws QzBase::Message when the module does not live.
+    QZLOG_API QzBase::ReturnPtrI<Destination_SystemLog> GetDestination_SystemLog();
+}

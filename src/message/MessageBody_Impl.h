@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QzBase/CountedPtr.h>
+#include <QzLog/MessageBody.h>
+#include <QzResource/Localizer.h>
+#include <QzSynch/ReferenceCountedImpl.h>
+
+#include <map>
+#include <string>
+
+namespace QzLog
+{
+    class MessageBody_Impl final : public MessageBody, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    {
+    public:
+        MessageBody_Impl();
+
+        void SetMessage(QzBase::Message const& message) override;
+        QzBase::Message& GetMessage() override;
+        char const* GetMessageText(unsigned short languageID) override;
+
+    private:
+        void MergeLocalizedCopies();
+
+        QzBase::Message mMessage;
+        QzBase::CountedPtr<QzResource::Localizer> const mpLocalizer;
+        std::map<unsigned short, std::string> mTexts;
+        /// Per language a message of the same shape that holds the texts which were looked up for it.
+        std::map<unsigned short, QzBase::Message> mLocalizedCopies;
+    };
+}

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <QzLog/MessageHeader.h>
+#include <QzSynch/ReferenceCountedImpl.h>
+
+#include <string>
+
+namespace QzLog
+{
+    /// What a header holds. The texts marked as caches are empty when they have to be built, and keep their memory.
+    struct MessageHeaderFields
+    {
+        std::string mHostName;
+        std::string mServerName;
+        unsigned int mProcessID = 0;
+        std::string mProcessIDText;    // cache
+        std::string mProcessIDHexText; // cache
+        unsigned int mThreadID = 0;
+        std::string mThreadIDText;    // cache
+        std::string mThreadIDHexText; // cache
+        Timestamp_Impl mTimestamp;
+        std::string mTimestampText; // cache
+        std::string mLoggerName;
+        std::string mDispatcherName;
+        unsigned int mMessageID = 0;
+        std::string mMessageIDText; // cache
+        std::string mHeaderText;    // cache
+        std::string mHeaderJSON;    // cache
+        std::string mSourceFile;
+        std::string mSourceFunction;
+        int mSourceLine = 0;
+        std::string mUserID;
+        std::string mSessionID;
+        std::string mObjectID;
+        /// True while the dispatcher's name is "Error".
+        bool mIsErrorDispatcher = false;
+    };
+
+    /// The texts are read through the header's own getters. The class is final, so that costs no virtual call.
+    class MessageHeader_Impl final : public MessageHeader,
+                                     public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>,
+                                     private MessageHeaderFields
+    {
+    public:
+        char const* GetHostName() override { return mHostName.c_str(); }
+        void SetHostName(char const* name) override;
+        char const* GetServerName() override { return mServerName.c_str(); }
+        void SetServerName(char const* name) override;
+
+        unsigned int GetProcessID() override { return mProcessID; }
+        void SetProcessID(unsigned int id) override;
+        char const* GetProcessIDString() override;
+        void SetProcessIDString(char const* text) override;
+        char const* GetProcessIDHexString() override;
+        void SetProcessIDHexString(char const* text) override;
+
+        unsigned int GetThreadID() override { return mThreadID; }
+        void SetThreadID(unsigned int id) override;
+        char const* GetThreadIDString() override;
+        void SetThreadIDString(char const* text) override;
+        char const* GetThreadIDHexString() override;
+        void SetThreadIDHexString(char const* text) override;
+
+        Timestamp const& GetTimestamp() const override { return mTimestamp; }
+        Timestamp& GetTimestamp() override { return mTimestamp; }
+        void SetTimestamp(Timestamp const& timestamp) override;
+        void SetTimestampToNow() override;
+        char const* GetTimestampString() override;
+        unsigned int SetTimestampString(char const* text) override;
+
+        char const* GetLoggerName() override { return mLoggerName.c_str(); }
+        void SetLoggerName(char const* name) override;
+        char const* GetDispatcherName() override { return mDispatcherName.c_str(); }
+        void SetDispatcherName(char const* name) override;
+
+        unsigned int GetMessageID() override { return mMessageID; }
+        void SetMessageID(unsigned int id) override;
+        char const* GetMessageIDString() override;
+        void SetMessageIDString(char const* text) override;
+
+        char const* GetHeaderText() override;
+        char const* GetHeaderJSON() override;
+        unsigned int ParseHeaderText(char const* text) override;
+
+        void SetSourceFile(char const* fileName) override;
+        char const* GetSourceFile() override { return mSourceFile.c_str(); }
+        void SetSourceFunction(char const* functionName) override;
+        char const* GetSourceFunction() override { return mSourceFunction.c_str(); }
+        void SetSourceLine(int lineNumber) override { mSourceLine = lineNumber; }
+        int GetSourceLine() override { return mSourceLine; }
+
+        void SetUserID(char const* id) override;
+        char const* GetUserID() override { return mUserID.c_str(); }
+        void SetSessionID(char const* id) override;
+        char const* GetSessionID() override { return mSessionID.c_str(); }
+        void SetObjectID(char const* id) override;
+        char const* GetObjectID() override { return mObjectID.c_str(); }
+
+    private:
+        void ClearRenderedForms() noexcept;
+        void BuildHeaderText();
+        void BuildHeaderJSON();
+    };
+}

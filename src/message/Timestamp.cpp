@@ -1,0 +1,118 @@
+#include <QzLog/Timestamp.h>
+
+#include "message/Digits.h"
+#include "message/TimestampText.h"
+
+#include <cstdint>
+#include <string>
+
+namespace QzLog
+{
+    namespace
+    {
+        bool IsWhiteSpace(char c) noexcept
+        {
+            return c == ' ' || (c >= '\t' && c <= '\r');
+        }
+
+        /// Reads like a strtoul of 32 bits and moves `text` behind the digits; without any it stays. A minus wraps the
+        /// number round, one that is too big becomes the biggest. Only the low 16 bits are kept.
+        unsigned short ReadOffsetPart(char const*& text) noexcept
+        {
+            char const* position = text;
+            while (IsWhiteSpace(*position))
+                ++position;
+            bool const isNegative = *position == '-';
+            if (*position == '-' || *position == '+')
+                ++position;
+
+            char const* const digits = position;
+            std::uint64_t value = 0;
+            for (; *position >= '0' && *position <= '9'; ++position)
+            {
+                if (value <= UINT32_MAX)
+                    value = value * 10 + static_cast<unsigned int>(*position - '0');
+            }
+            if (position == digits)
+                return 0;
+            text = position;
+            if (value > UINT32_MAX)
+                return static_cast<unsigned short>(UINT32_MAX);
+            return static_cast<unsigned short>(isNegative ? 0 - value : value);
+        }
+
+        char* WriteOffsetPart(char* out, unsigned short value) noexcept
+        {
+            return value < 100 ? WriteTwoDigits(out, value) : WriteDecimal(out, value);
+        }
+    }
+
+    char* WriteTimestamp(char* out, Timestamp const& timestamp) noexcept
+    {
+        auto const pair = [&out](int value, char separator)
+        {
+            out = WriteTwoDigits(out, static_cast<unsigned int>(value));
+            *out++ = separator;
+        };
+        int const year = timestamp.GetYear();
+        out = WriteTwoDigits(out, static_cast<unsigned int>(year) / 100);
+        pair(year % 100, '-');
+        pair(timestamp.GetMonth(), '-');
+        pair(timestamp.GetDay(), ' ');
+        pair(timestamp.GetHour(), ':');
+        pair(timestamp.GetMinute(), ':');
+        pair(timestamp.GetSecond(), '.');
+        int const millisecond = timestamp.GetMillisecond();
+        pair(millisecond / 10, static_cast<char>('0' + millisecond % 10));
+
+        if (timestamp.mOffsetHours != 0 || timestamp.mOffsetMinutes != 0)
+        {
+            *out++ = timestamp.mOffsetIsPositive ? '+' : '-';
+            out = WriteOffsetPart(out, timestamp.mOffsetHours);
+            *out++ = ':';
+            out = WriteOffsetPart(out, timestamp.mOffsetMinutes);
+        }
+        return out;
+    }
+
+    void Timestamp_Impl::SetToNowLocal()
+    {
+        DateTime::operator=(Now());
+        int const offset = mZoneMinutes + mDaylightMinutes;
+        int const distance = offset > 0 ? offset : -offset;
+        mOffsetIsPositive = offset > 0;
+        mOffsetHours = static_cast<unsigned short>(distance / 60);
+        mOffsetMinutes = static_cast<unsigned short>(distance % 60);
+    }
+
+    QzBase::ReturnString Timestamp_Impl::ToISO8601String() const
+    {
+        char text[kMaxTimestampText];
+        return QzBase::ReturnString(std::string(text, WriteTimestamp(text, *this)));
+    }
+
+    unsigned int Timestamp_Impl::FromISO8601String(char const* text)
+    {
+        if (!text)
+            return 0;
+        Timestamp_Impl scratch;
+        char const* position = text + scratch.FromString(text);
+        if (*position == '+' || *position == '-')
+        {
+            scratch.mOffsetIsPositive = *position == '+';
+            scratch.mOffsetHours = ReadOffsetPart(++position);
+            if (!scratch.IsValid() || *position != ':')
+                return 0;
+            scratch.mOffsetMinutes = ReadOffsetPart(++position);
+            if (!scratch.IsValid())
+                return 0;
+        }
+        *this = scratch;
+        return static_cast<unsigned int>(position - text);
+    }
+
+    bool Timestamp_Impl::IsValid() const noexcept
+    {
+        return mOffsetHours < 15 && mOffsetMinutes < 60;
+    }
+}
