@@ -8,13 +8,13 @@ namespace QzLog
 {
     /// Writes to the debug output, which is the standard error of the process: each message with one system call, so
     /// that the lines of different threads do not mix. It never fails, and a reader that has gone away does no harm.
-    /// All operations may be called from any thread at any time and throw std::bad_alloc.
+    /// All operations may be called from any thread at any time, take null as the empty text, and throw std::bad_alloc.
     class QZLOG_API Destination_DebugOutput : public virtual Destination
     {
     public:
         ~Destination_DebugOutput() override;
 
-        /// Writes a text, UTF-8, not null, without a header; CR LF follows unless it ends in LF.
+        /// Writes a text, UTF-8, without a header; CR LF follows unless it ends in LF.
         virtual void WriteString(char const* text) = 0;
     };
 

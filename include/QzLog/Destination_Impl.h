@@ -46,7 +46,7 @@ namespace QzLog
     private:
         bool WantsCallStack(unsigned int messageID) const;
         std::set<unsigned int> CopyCallstackMessageIDs() const;
-        void ReplaceCallstackMessageIDs(std::set<unsigned int>& ids);
+        void ReplaceCallstackMessageIDs(std::set<unsigned int>&& ids);
 
         // Guards mCallstackMessageIDs. mHasCallstackMessageIDs spares the messages of a destination without any
         // the way through the lock.

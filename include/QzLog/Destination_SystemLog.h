@@ -11,18 +11,18 @@ namespace QzLog
     /// two top bits of a message's ID are its severity: 01 a warning, 10 an error, else information; the 16 low bits
     /// are the event ID. Failures of the system's log are silent.
     ///
-    /// All operations may be called from any thread at any time and throw std::bad_alloc.
+    /// All operations may be called from any thread at any time, take null as the empty text, and throw std::bad_alloc.
     class QZLOG_API Destination_SystemLog : public virtual Destination
     {
     public:
         ~Destination_SystemLog() override;
 
-        /// Sets the event source, the name that the events carry; UTF-8, not null. The present name changes nothing.
+        /// Sets the event source, the name that the events carry; UTF-8. The present name changes nothing.
         /// Without a name the first message takes "Tarnwickforge Application".
         virtual void SetEventSource(char const* sourceName) = 0;
 
         /// Reports one event.
-        /// \param text      UTF-8, not null.
+        /// \param text      UTF-8.
         /// \param severity  0 information, 1 warning, 2 error, any other success.
         virtual void ReportEvent(char const* text, unsigned int severity, unsigned short eventID) = 0;
     };

@@ -1,0 +1,36 @@
+#include "destination/Destination_DebugOutput_Impl.h"
+
+#include "os/Calls.h"
+
+#include <QzBase/Conversions.h>
+#include <QzLog/MessageHeader.h>
+
+#include <string>
+
+namespace QzLog
+{
+    namespace
+    {
+        void Write(char const* text)
+        {
+            QzOs::gCalls.mpWriteDebugOutput(QzBase::UTF8ToWideChar(text, true).c_str());
+        }
+    }
+
+    Destination_DebugOutput::~Destination_DebugOutput() = default;
+
+    QZLOG_CALL_FRAME void Destination_DebugOutput_Impl::WriteMessage(char const* bodyText, MessageHeader& header)
+    {
+        QzBase::ReturnString const text =
+            FormatMultiLineMessageText(header.GetMessageID(), header.GetHeaderText(), bodyText, true);
+        Write(text.c_str());
+    }
+
+    void Destination_DebugOutput_Impl::WriteString(char const* text)
+    {
+        std::string line(text ? text : "");
+        if (!line.ends_with('\n'))
+            line += "\r\n";
+        Write(line.c_str());
+    }
+}
