@@ -33,7 +33,7 @@ namespace QzFileSystem
     /// Removes an empty directory.
     bool RemoveDirectory(unsigned short const* path, QzBase::Message* err);
 
-    /// Removes a directory and all below it. Symbolic links are removed and not followed, the path itself
-    /// included; the empty path fails. What cannot be removed does not stop the rest.
+    /// Removes a directory and all below it. Symbolic links below it are removed and not followed; one
+    /// at the path itself fails, and so does the empty path. What cannot be removed does not stop the rest.
     bool RemoveDirectoryTree(unsigned short const* path, QzBase::Message* err);
 }

@@ -4,8 +4,10 @@
 
 #include <QzDataType/Binary.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <limits>
 
 // Files by descriptors and streams of the C runtime. The functions have no state; who uses one descriptor or
 // stream in several threads orders the calls. Positions and sizes are 32 bits wide: beyond 2^31-1 a position
@@ -14,6 +16,12 @@
 
 namespace QzFileSystem::File
 {
+    /// The buffer of the copies that make one of their own, in bytes.
+    inline constexpr std::size_t kCopyBufferSize = 16384;
+
+    /// The last position that these functions reach.
+    inline constexpr std::int32_t kLastPosition = std::numeric_limits<std::int32_t>::max();
+
     /// A new descriptor, at position 0 and closed on exec. Closed with CloseDescriptor.
     int OpenDescriptor(unsigned short const* path, OpenMode mode, ShareMode share);
 
@@ -22,10 +30,10 @@ namespace QzFileSystem::File
 
     /// One write. Returns how many bytes were written, which may be fewer than asked, or -1 with the reason
     /// in QzBase::GetLastError.
-    std::int64_t WriteDescriptor(int descriptor, void const* buffer, std::uint64_t count) noexcept;
+    std::int64_t WriteDescriptor(int descriptor, void const* buffer, std::uint64_t count);
 
     /// One read. Returns how many bytes came, 0 at the end of the file, or -1 like WriteDescriptor.
-    std::int64_t ReadDescriptor(int descriptor, void* buffer, std::uint64_t count) noexcept;
+    std::int64_t ReadDescriptor(int descriptor, void* buffer, std::uint64_t count);
 
     /// Closes it. -1 is ignored.
     void CloseDescriptor(int descriptor) noexcept;

@@ -23,7 +23,7 @@ namespace QzOs
     extern Error const kErrorMissing;
     extern Error const kErrorInvalid;
     extern Error const kErrorInvalidHandle;
-    extern Error const kErrorNotSupported;
+    extern Error const kErrorLocked;
     extern Error const kErrorNoSpace;
     extern Error const kErrorOverflow;
 

@@ -26,10 +26,11 @@ namespace QzOs
     /// Reads until `count` bytes or the end of the file.
     Error ReadStream(std::FILE* stream, void* buffer, std::size_t count, std::size_t& done);
 
-    /// Reads a line, its LF included, at most `size` - 1 bytes, and terminates it. An empty one is the end of the file.
-    Error ReadStreamLine(std::FILE* stream, char* buffer, std::size_t size);
+    /// Reads a line, its LF included, and a zero byte behind it, `size` bytes at most. Gives the length up to
+    /// the first zero byte; 0 is the end of the file.
+    Error ReadStreamLine(std::FILE* stream, unsigned char* buffer, std::size_t size, std::size_t& length);
 
-    /// Hands over to the system what is buffered.
+    /// Returns when all that was written is on the disk, or where else the stream leads.
     Error FlushStream(std::FILE* stream);
 
     Error SeekStream(std::FILE* stream, std::int64_t offset, Origin origin);

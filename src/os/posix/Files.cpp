@@ -23,7 +23,7 @@ namespace QzOs
     constinit Error const kErrorMissing = ENOENT;
     constinit Error const kErrorInvalid = EINVAL;
     constinit Error const kErrorInvalidHandle = EBADF;
-    constinit Error const kErrorNotSupported = ENOTSUP;
+    constinit Error const kErrorLocked = EWOULDBLOCK;
     constinit Error const kErrorNoSpace = ENOSPC;
     constinit Error const kErrorOverflow = EOVERFLOW;
 

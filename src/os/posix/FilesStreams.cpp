@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstring>
 
 #include <unistd.h>
 
@@ -61,22 +62,28 @@ namespace QzOs
         return guard.Finish(done < count && std::ferror(stream) ? LastStreamError() : 0);
     }
 
-    Error ReadStreamLine(std::FILE* stream, char* buffer, std::size_t size)
+    Error ReadStreamLine(std::FILE* stream, unsigned char* buffer, std::size_t size, std::size_t& length)
     {
         SizeLimitGuard guard;
         errno = 0;
+        length = 0;
+        char* const text = static_cast<char*>(static_cast<void*>(buffer));
         int const limited = size > INT_MAX ? INT_MAX : static_cast<int>(size);
-        if (gKernel.mpFgets(buffer, limited, stream))
-            return 0;
-        if (size != 0)
-            *buffer = '\0';
-        return guard.Finish(std::ferror(stream) ? LastStreamError() : 0);
+        if (!gKernel.mpFgets(text, limited, stream))
+            return guard.Finish(std::ferror(stream) ? LastStreamError() : 0);
+        length = std::strlen(text);
+        return 0;
     }
 
     Error FlushStream(std::FILE* stream)
     {
         SizeLimitGuard guard;
-        return guard.Finish(ToError(gKernel.mpFflush(stream)));
+        Error const error = guard.Finish(ToError(gKernel.mpFflush(stream)));
+        if (error != 0)
+            return error;
+        Error const syncError = FlushFile(FromDescriptor(fileno(stream)));
+        // Pipes and terminals have no disk below them.
+        return syncError == EINVAL || syncError == EROFS ? 0 : syncError;
     }
 
     Error SeekStream(std::FILE* stream, std::int64_t offset, Origin origin)

@@ -1,0 +1,22 @@
+#include "filesystem/CopyFile.h"
+
+#include "filesystem/File.h"
+#include "filesystem/FileGuards.h"
+
+#include <memory>
+
+namespace QzFileSystem
+{
+    void CopyFile(unsigned short const* from, unsigned short const* to, QzDataType::Binary& binary)
+    {
+        File::ScopedStream const source(File::OpenStream(from, kOpenRead, kShareDefault));
+        File::ScopedStream const target(File::OpenStream(to, kOpenWriteNew, kShareDefault));
+        File::Copy(source.Get(), target.Get(), binary);
+    }
+
+    void CopyFile(unsigned short const* from, unsigned short const* to)
+    {
+        std::unique_ptr<QzDataType::Binary> const binary(QzDataType::CreateBinary(File::kCopyBufferSize, nullptr));
+        CopyFile(from, to, *binary);
+    }
+}

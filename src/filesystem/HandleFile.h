@@ -1,0 +1,58 @@
+#pragma once
+
+#include "filesystem/FileObjects.h"
+#include "os/Files.h"
+
+#include <QzBase/WideString.h>
+
+namespace QzFileSystem
+{
+    /// A path, the handle opened under it and what to do with the file at the end: all that the file objects
+    /// do, without their timers. The operations are those of FileObjects.h.
+    class HandleFile
+    {
+    public:
+        /// \param ownerName  for the text of a failure to open; a literal.
+        HandleFile(
+            unsigned short const* path, CloseDisposition disposition, QzOs::Access access, char const* ownerName);
+        ~HandleFile();
+        HandleFile(HandleFile const&) = delete;
+        HandleFile& operator=(HandleFile const&) = delete;
+
+        unsigned short const* GetPath() const { return mPath.c_str(); }
+        bool IsSameFile(QzBase::Message* err) const;
+        std::int64_t GetSize() const;
+
+        std::int64_t GetPosition() const;
+        std::int64_t Seek(std::int64_t offset, QzOs::Origin origin) const;
+
+        void Read(void* buffer, std::uint64_t count) const;
+        std::uint32_t ReadUInt32() const;
+        void ReadBinary(QzDataType::Binary& binary, std::uint64_t maximum) const;
+        void ReadLine(QzDataType::Binary& binary) const;
+
+        void Write(void const* buffer, std::uint64_t count) const;
+        void WriteText(char const* text, std::uint64_t count) const;
+        void WriteUInt32(std::uint32_t value) const;
+
+        void Flush() const;
+        void Truncate() const;
+        void Close();
+
+        bool Lock(bool exclusive, bool failAtOnce) const;
+        void Unlock() const noexcept;
+
+        void ReopenAfterFork();
+
+    private:
+        [[noreturn]] void ThrowOpenFailure(QzOs::Error error) const;
+        QzBase::ReturnWString GetPathToReport() const;
+
+        CloseDisposition mDisposition;
+        QzBase::WideString mPath;
+        QzOs::FileHandle mHandle = QzOs::kNoFile;
+        QzOs::Access mAccess;
+        std::uint32_t mForkGeneration;
+        char const* mOwnerName;
+    };
+}
