@@ -1,16 +1,14 @@
 #include <QzLog/Log.h>
 
 #include "message/CallFrame.h"
-#include "routing/ErrnoGuard.h"
-#include "routing/MessageText.h"
+#include "routing/LogCall.h"
 
 #include <QzBase/Conversions.h>
 
 #include <string>
 
 // Each function here is the first of the library's frames in a call stack and calls the router itself. The test
-// of mEnabled comes before everything else, so that a disabled call is that one read: compilers set up the frame
-// behind it.
+// of mEnabled comes before everything else, so that a disabled call is that one read.
 
 namespace QzLog
 {
@@ -40,9 +38,9 @@ namespace QzLog
     {
         if (!IsEnabled(router))
             return;
-        ErrnoGuard const keepErrno;
-        char const* const text = formatter.Format(QzResource::GetMessageTemplate(templateText));
-        router.LogText(text, 0, fileName, functionName, lineNumber);
+        TextCall const call(router, templateText, formatter, {fileName, functionName, lineNumber});
+        call.mRouter.LogText(
+            call.mpText, 0, call.mPlace.mpFileName, call.mPlace.mpFunctionName, call.mPlace.mLineNumber);
     }
 
     QZLOG_CALL_FRAME void LogMessage(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
@@ -50,10 +48,9 @@ namespace QzLog
     {
         if (!IsEnabled(router))
             return;
-        ErrnoGuard const keepErrno;
-        QzBase::ReturnPtrI<MessageCatalog> const catalog = router.GetMessageCatalog();
-        char const* const text = FormatMessageText(catalog.get(), messageID, formatter, catalogContext);
-        router.LogText(text, messageID, fileName, functionName, lineNumber);
+        IDCall const call(router, messageID, formatter, catalogContext, {fileName, functionName, lineNumber});
+        call.mRouter.LogText(
+            call.mpText, call.mMessageID, call.mPlace.mpFileName, call.mPlace.mpFunctionName, call.mPlace.mLineNumber);
     }
 
     QZLOG_CALL_FRAME void LogString(
@@ -69,10 +66,9 @@ namespace QzLog
     {
         if (!IsEnabled(router))
             return;
-        ErrnoGuard const keepErrno;
-        QzBase::ReturnPtrI<MessageCatalog> const catalog = router.GetMessageCatalog();
-        QzBase::ReturnString const text = GetMessageText(catalog.get(), messageID, catalogContext);
-        router.LogText(text.c_str(), messageID, fileName, functionName, lineNumber);
+        IDCall const call(router, messageID, catalogContext, {fileName, functionName, lineNumber});
+        call.mRouter.LogText(
+            call.mpText, call.mMessageID, call.mPlace.mpFileName, call.mPlace.mpFunctionName, call.mPlace.mLineNumber);
     }
 
     QZLOG_CALL_FRAME void LogMessage4NP(Router& router, char const* text, QzResource::MessageFormatter&, char const*,
@@ -88,10 +84,9 @@ namespace QzLog
     {
         if (!IsEnabled(router))
             return;
-        ErrnoGuard const keepErrno;
-        QzBase::ReturnPtrI<MessageCatalog> const catalog = router.GetMessageCatalog();
-        char const* const text = FormatMessageText(catalog.get(), messageID, formatter, catalogContext);
-        router.LogText(text, messageID, fileName, functionName, lineNumber);
+        IDCall const call(router, messageID, formatter, catalogContext, {fileName, functionName, lineNumber});
+        call.mRouter.LogText(
+            call.mpText, call.mMessageID, call.mPlace.mpFileName, call.mPlace.mpFunctionName, call.mPlace.mLineNumber);
     }
 
     // The texts are copied before they are logged: they are still to be thrown, and a destination may use the
@@ -100,7 +95,7 @@ namespace QzLog
     QZLOG_CALL_FRAME void LogMessageAndThrowBaseException(
         Router& router, char const* templateText, QzResource::MessageFormatter& formatter, char const*)
     {
-        std::string const text(formatter.Format(QzResource::GetMessageTemplate(templateText)));
+        std::string const text(TextCall(router, templateText, formatter, {}).mpText);
         router.LogText(text.c_str(), 0, nullptr, nullptr, 0);
         ThrowBaseException(text, -1);
     }
@@ -108,8 +103,7 @@ namespace QzLog
     QZLOG_CALL_FRAME void LogMessageAndThrowBaseException(
         Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter, char const* catalogContext)
     {
-        std::string const text(
-            FormatMessageText(router.GetMessageCatalog().get(), messageID, formatter, catalogContext));
+        std::string const text(IDCall(router, messageID, formatter, catalogContext, {}).mpText);
         router.LogText(text.c_str(), messageID, nullptr, nullptr, 0);
         ThrowBaseException(text, static_cast<int>(messageID));
     }
@@ -124,7 +118,7 @@ namespace QzLog
     QZLOG_CALL_FRAME void LogStringAndThrowBaseException(
         Router& router, unsigned int messageID, char const* catalogContext)
     {
-        std::string const text(GetMessageText(router.GetMessageCatalog().get(), messageID, catalogContext).c_str());
+        std::string const text(IDCall(router, messageID, catalogContext, {}).mpText);
         router.LogText(text.c_str(), messageID, nullptr, nullptr, 0);
         ThrowBaseException(text, static_cast<int>(messageID));
     }

@@ -1,0 +1,54 @@
+#include "routing/LogCall.h"
+
+#include <QzResource/Localizer.h>
+
+#include <cstdio>
+#include <string>
+
+namespace QzLog
+{
+    namespace
+    {
+        std::string NameOfID(unsigned int messageID)
+        {
+            char name[sizeof "Message 0xFFFFFFFF"];
+            std::snprintf(name, sizeof name, "Message 0x%08X", messageID);
+            return name;
+        }
+    }
+
+    [[gnu::noinline]] TextCall::TextCall(
+        Router& router, char const* templateText, QzResource::MessageFormatter& formatter, SourcePlace const& place)
+        : mRouter(router), mPlace(place)
+    {
+        ErrnoGuard const keepErrno;
+        mpText = formatter.Format(QzResource::GetMessageTemplate(templateText));
+    }
+
+    [[gnu::noinline]] IDCall::IDCall(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
+        char const* catalogContext, SourcePlace const& place)
+        : mRouter(router), mPlace(place), mMessageID(messageID), mpCatalog(router.GetMessageCatalog())
+    {
+        if (mpCatalog)
+        {
+            mpText = formatter.Format(
+                mpCatalog->GetMessageTemplate(messageID, QzResource::GetProcessLanguageID(), catalogContext));
+            return;
+        }
+        std::string text = NameOfID(messageID);
+        for (std::size_t number = 1; number <= formatter.GetValueCount(); ++number)
+            text += " %" + std::to_string(number);
+        mpText = formatter.Format(QzResource::GetMessageTemplate(text.c_str()));
+    }
+
+    [[gnu::noinline]] IDCall::IDCall(
+        Router& router, unsigned int messageID, char const* catalogContext, SourcePlace const& place)
+        : mRouter(router), mPlace(place), mMessageID(messageID), mpCatalog(router.GetMessageCatalog())
+    {
+        mString = mpCatalog ? mpCatalog->GetMessageString(messageID, QzResource::GetProcessLanguageID(), catalogContext)
+                            : QzBase::ReturnString(NameOfID(messageID));
+        mpText = mString.c_str();
+    }
+
+    [[gnu::noinline]] IDCall::~IDCall() = default;
+}

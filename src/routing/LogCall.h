@@ -1,0 +1,59 @@
+#pragma once
+
+#include "routing/ErrnoGuard.h"
+
+#include <QzBase/CountedPtr.h>
+#include <QzBase/ReturnString.h>
+#include <QzLog/MessageCatalog.h>
+#include <QzLog/Router.h>
+#include <QzResource/MessageFormatter.h>
+
+namespace QzLog
+{
+    /// The place of a log call in its source.
+    struct SourcePlace
+    {
+        char const* mpFileName;
+        char const* mpFunctionName;
+        int mLineNumber;
+    };
+
+    // A log call with its text made. Everything that goes to the router stands in here, and the functions are not
+    // inlined, so that a function of the front end has nothing to keep in registers while the text is made, and so
+    // nothing to save before it has seen whether the router is enabled at all.
+
+    /// A template with the formatter's values.
+    struct TextCall
+    {
+        TextCall(Router& router, char const* templateText, QzResource::MessageFormatter& formatter,
+            SourcePlace const& place);
+
+        Router& mRouter;
+        SourcePlace mPlace;
+        char const* mpText;
+    };
+
+    /// A text of the logger's catalog, which is held until the call is over. Without a catalog the text is
+    /// "Message 0x%08X" with the ID, and the values stand behind it.
+    struct IDCall
+    {
+        /// A text with the formatter's values.
+        IDCall(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
+            char const* catalogContext, SourcePlace const& place);
+
+        /// A text as it stands.
+        IDCall(Router& router, unsigned int messageID, char const* catalogContext, SourcePlace const& place);
+
+        ~IDCall();
+        IDCall(IDCall const&) = delete;
+        IDCall& operator=(IDCall const&) = delete;
+
+        ErrnoGuard const mKeepErrno;
+        Router& mRouter;
+        SourcePlace mPlace;
+        unsigned int mMessageID;
+        QzBase::ReturnPtrI<MessageCatalog> mpCatalog;
+        QzBase::ReturnString mString;
+        char const* mpText;
+    };
+}
