@@ -32,12 +32,14 @@ namespace QzDataType
         explicit DateTime(double days) noexcept;
 
         /// That moment of the calendar. The last two numbers are the zone's distance from UTC in minutes
-        /// in two parts, positive ahead of UTC. Members outside their range carry over into the next; a moment outside
-        /// the years 1 to 9999 gives the nearer end.
+        /// in two parts, positive ahead of UTC. Members outside their range carry over into the next; a moment
+        /// outside the years 1 to 9999 gives the nearer end.
         DateTime(int year, int month, int day, int hour, int minute, int second, int millisecond, short zoneMinutes,
             short daylightMinutes) noexcept;
 
-        /// The current time in the process's time zone, with its distance from UTC.
+        /// The current time in the process's time zone, with its distance from UTC. The distance is asked of
+        /// the system once for each minute of the clock, so a new setting of the zone counts from the next
+        /// minute on.
         static DateTime Now();
 
         /// The current time in UTC.
@@ -56,8 +58,9 @@ namespace QzDataType
 
         /// Reads "2026-11-18 03:02:07.123" at the start of the text and returns how many characters it
         /// took, 0 when the text is no real date and time; the object then stays as it was. Between date
-        /// and time stands a blank or "T"; the fraction has 1 to 9 digits, of which three count, and may
-        /// be absent together with its point. A zone offset is not read; the zone becomes UTC. Null: 0.
+        /// and time stands a blank or "T"; the year has four digits, the other numbers two; the fraction has
+        /// 1 to 9 digits, of which three count, and may be absent together with its point. A zone offset is
+        /// not read; the zone becomes UTC. Null: 0.
         unsigned int FromString(char const* text);
 
         /// The distance of two moments, both brought to UTC.
@@ -69,7 +72,12 @@ namespace QzDataType
         std::int16_t mDaylightMinutes = 0;
 
     private:
-        explicit DateTime(std::int64_t wallMilliseconds) noexcept;
+        // Milliseconds since 1970-01-01 00:00 as the clock on the wall shows it. (The mark keeps a whole number
+        // of days from meaning this.)
+        struct OnTheWall
+        {
+        };
+        DateTime(OnTheWall, std::int64_t milliseconds) noexcept;
         std::int64_t GetWallMilliseconds() const noexcept;
 
         // Kept apart and not as a count, because a time stamp is rendered far more often than subtracted.

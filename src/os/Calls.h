@@ -13,7 +13,8 @@ namespace QzOs
         std::int64_t (*mpGetUTCMilliseconds)();
 
         /// The local zone's distance from UTC in minutes at that moment (seconds since 1970, UTC),
-        /// positive ahead of UTC. Takes a lock of the process: see DateTime::Now, which seldom asks.
+        /// positive ahead of UTC. Takes a lock of the process: see DateTime::Now, which asks once for each minute
+        /// of the clock (so a test that replaces this sets another minute too).
         int (*mpGetZoneMinutes)(std::int64_t utcSeconds);
 
         /// Nanoseconds on a clock that never goes back.

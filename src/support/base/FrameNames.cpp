@@ -54,6 +54,7 @@ namespace QzBase
 
         struct Source
         {
+            std::string mSymbol;
             std::string mFunction;
             std::string mFile;
             int mLine = 0;
@@ -76,19 +77,21 @@ namespace QzBase
         void TakeSymbol(void* data, std::uintptr_t, char const* name, std::uintptr_t, std::uintptr_t)
         {
             if (name)
-                static_cast<Source*>(data)->mFunction = name;
+                static_cast<Source*>(data)->mSymbol = name;
         }
 
         Source FindSource(std::uintptr_t address)
         {
             Source source;
-            backtrace_state* const state = GetState();
-            if (!state)
-                return source;
-            std::lock_guard const hold(gMutex);
-            backtrace_pcinfo(state, address, TakeSource, IgnoreError, &source);
-            if (source.mFunction.empty())
+            if (backtrace_state* const state = GetState())
+            {
+                std::lock_guard const hold(gMutex);
+                backtrace_pcinfo(state, address, TakeSource, IgnoreError, &source);
                 backtrace_syminfo(state, address, TakeSymbol, IgnoreError, &source);
+            }
+            // The symbol names namespaces and arguments also of a function that only its file sees.
+            if (!source.mSymbol.empty())
+                source.mFunction = source.mSymbol;
             return source;
         }
 

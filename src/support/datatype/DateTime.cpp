@@ -143,9 +143,9 @@ namespace QzDataType
         return static_cast<int>(std::clamp<std::int64_t>(mMilliseconds / kSecond, INT_MIN, INT_MAX));
     }
 
-    DateTime::DateTime(std::int64_t wallMilliseconds) noexcept
+    DateTime::DateTime(OnTheWall, std::int64_t milliseconds) noexcept
     {
-        std::int64_t const clamped = std::clamp(wallMilliseconds, kFirst, kLast);
+        std::int64_t const clamped = std::clamp(milliseconds, kFirst, kLast);
         std::int64_t const day = DivideDown(clamped, kDay);
         std::chrono::year_month_day const date{std::chrono::sys_days(std::chrono::days(day))};
         std::int64_t rest = clamped - day * kDay;
@@ -160,11 +160,12 @@ namespace QzDataType
         mMillisecond = static_cast<std::int16_t>(rest % kSecond);
     }
 
-    DateTime::DateTime(double days) noexcept : DateTime(FromDays(days)) {}
+    DateTime::DateTime(double days) noexcept : DateTime(OnTheWall(), FromDays(days)) {}
 
     DateTime::DateTime(int year, int month, int day, int hour, int minute, int second, int millisecond,
         short zoneMinutes, short daylightMinutes) noexcept
-        : DateTime(ToDays(year, month, day) * kDay + hour * kHour + minute * kMinute + second * kSecond + millisecond)
+        : DateTime(OnTheWall(),
+              ToDays(year, month, day) * kDay + hour * kHour + minute * kMinute + second * kSecond + millisecond)
     {
         mZoneMinutes = zoneMinutes;
         mDaylightMinutes = daylightMinutes;
@@ -174,14 +175,14 @@ namespace QzDataType
     {
         std::int64_t const utc = QzOs::gCalls.mpGetUTCMilliseconds();
         int const zone = GetZoneMinutes(utc);
-        DateTime now(utc + zone * kMinute);
+        DateTime now(OnTheWall(), utc + zone * kMinute);
         now.mZoneMinutes = static_cast<std::int16_t>(zone);
         return now;
     }
 
     DateTime DateTime::NowUTC()
     {
-        return DateTime(QzOs::gCalls.mpGetUTCMilliseconds());
+        return DateTime(OnTheWall(), QzOs::gCalls.mpGetUTCMilliseconds());
     }
 
     std::int64_t DateTime::GetWallMilliseconds() const noexcept

@@ -1,0 +1,142 @@
+#include <QzBase/Conversions.h>
+#include <QzBase/System.h>
+#include <QzBase/TotalTimer.h>
+
+#include "os/Calls.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <thread>
+#include <vector>
+
+namespace
+{
+    using namespace QzBase;
+    using namespace QzBase::Literals;
+
+    TEST(ConversionsTest, TextGoesBothWays)
+    {
+        EXPECT_STREQ(WideCharToUTF8(u"\u00E4\U0001F600\xD800"_w, true).c_str(), "\xC3\xA4\xF0\x9F\x98\x80\xEF\xBF\xBD");
+        EXPECT_EQ(WideString(UTF8ToWideChar("\xC3\xA4\xFF", true).c_str()), u"\u00E4\uFFFD"_w);
+        EXPECT_STREQ(WideCharToUTF8(UTF8ToWideChar("a\xFF", false).c_str(), false).c_str(), "a\xFF");
+        EXPECT_STREQ(WideCharToUTF8(UNICODE_BYTE_ORDER_MARK, true).c_str(), "\xEF\xBB\xBF");
+        EXPECT_STREQ(WideCharToASCII(u"a\u00E4\U0001F600\xD800z\xDC00"_w, false).c_str(), "a???z?");
+        EXPECT_EQ(UTF8ToWideChar(nullptr, true).size() + WideCharToUTF8(nullptr, false).size() +
+                      WideCharToASCII(nullptr, true).size(),
+            0u);
+    }
+
+    TEST(ConversionsTest, NumbersAreRead)
+    {
+        struct
+        {
+            char const* mText;
+            int mDecimal;
+            unsigned int mHex;
+            unsigned int mHexWithPrefix;
+        } const cases[] = {
+            {nullptr, 0, 0, 0},
+            {"", 0, 0, 0},
+            {"12x", 12, 0x12, 0x12},
+            {" \t-7", -7, 0, 0},
+            {"+8", 8, 0, 0},
+            {"--8", 0, 0, 0},
+            {"2147483648", INT_MAX, 0x47483648, 0x47483648},
+            {"-2147483648", INT_MIN, 0, 0},
+            {"-99999999999999999999", INT_MIN, 0, 0},
+            {"99999999999999999999", INT_MAX, 0x99999999, 0x99999999},
+            {"0xaBc", 0, 0, 0xABC},
+            {"0x", 0, 0, 0},
+            {"1DEADBEEFg", 1, 0xDEADBEEF, 0xDEADBEEF},
+        };
+        for (auto const& test : cases)
+        {
+            SCOPED_TRACE(test.mText ? test.mText : "null");
+            EXPECT_EQ(DecimalToInt(test.mText), test.mDecimal);
+            EXPECT_EQ(HexToUnsignedInt(test.mText, false), test.mHex);
+            EXPECT_EQ(HexToUnsignedInt(test.mText, true), test.mHexWithPrefix);
+        }
+        EXPECT_STREQ(ToDecimalString(INT_MIN).c_str(), "-2147483648");
+    }
+
+    TEST(ConversionsTest, GUIDsHaveTheirTextForm)
+    {
+        GUID guid;
+        static_cast<_GUID&>(guid) = {0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
+        EXPECT_EQ(WideString(guid.ToWString().c_str()), u"01234567-89AB-CDEF-0123-456789ABCDEF"_w);
+        CreateGUID(guid);
+        EXPECT_TRUE(std::regex_match(WideCharToUTF8(guid.ToWString().c_str(), true).c_str(),
+            std::regex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}")));
+    }
+
+    TEST(ConversionsTest, TimerAddsOnce)
+    {
+        static std::int64_t gNow = 100;
+        QzOs::Calls const calls = QzOs::gCalls;
+        QzOs::gCalls.mpGetMonotonicNanoseconds = [] { return gNow; };
+        TotalTimer total;
+        {
+            TotalTimer::Timer stopped(total);
+            gNow += 5;
+            stopped.Stop();
+            gNow += 7;
+            TotalTimer::Timer const notStopped(total);
+            gNow += 10;
+        }
+        QzOs::gCalls = calls;
+        EXPECT_EQ(total.GetTotalNanoseconds(), 15);
+    }
+
+    TEST(ConversionsTest, BufferKeepsItsPiecesApart)
+    {
+        Buffer buffer;
+        std::vector<std::pair<unsigned char*, std::size_t>> pieces;
+        for (std::size_t i = 0; i < 200; ++i)
+        {
+            std::size_t const alignment = std::size_t{1} << i % 5;
+            std::size_t const size = i % 40 == 39 ? 9000 : i;
+            auto* const piece = static_cast<unsigned char*>(buffer.Allocate(size, alignment));
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(piece) % alignment, 0u);
+            std::fill_n(piece, size, static_cast<unsigned char>(i));
+            pieces.emplace_back(piece, size);
+        }
+        for (std::size_t i = 0; i < pieces.size(); ++i)
+            EXPECT_EQ(std::count(pieces[i].first, pieces[i].first + pieces[i].second, static_cast<unsigned char>(i)),
+                static_cast<std::ptrdiff_t>(pieces[i].second));
+        WideString const text(5000, 'x', Allocator<unsigned short>(&buffer));
+        EXPECT_EQ(text.find_first_not_of('x'), WideString::npos);
+        EXPECT_THROW(buffer.Allocate(static_cast<std::size_t>(-1), 1), std::bad_alloc);
+    }
+
+    TEST(FeaturesTest, SwitchesOfManyThreadsAllCount)
+    {
+        EXPECT_FALSE(IsFeatureEnabled(nullptr));
+        SetFeatureEnabled(nullptr, true);
+        EXPECT_FALSE(IsFeatureEnabled(u"F"_w));
+
+        constexpr unsigned short kThreads = 8;
+        constexpr unsigned short kNames = 100;
+        std::vector<std::thread> threads;
+        for (unsigned short thread = 0; thread < kThreads; ++thread)
+            threads.emplace_back(
+                [thread]
+                {
+                    for (unsigned short name = 1; name <= kNames; ++name)
+                    {
+                        unsigned short const own[] = {'T', static_cast<unsigned short>(thread + 1), name, 0};
+                        unsigned short const shared[] = {'S', name, 0};
+                        SetFeatureEnabled(own, true);
+                        EXPECT_TRUE(IsFeatureEnabled(own));
+                        SetFeatureEnabled(shared, true);
+                        EXPECT_TRUE(IsFeatureEnabled(shared));
+                    }
+                });
+        for (std::thread& thread : threads)
+            thread.join();
+        SetFeatureEnabled(u"S\x0001"_w, false);
+        EXPECT_FALSE(IsFeatureEnabled(u"S\x0001"_w));
+        EXPECT_TRUE(IsFeatureEnabled(u"S\x0002"_w));
+        EXPECT_FALSE(IsFeatureEnabled(u"S"_w));
+    }
+}

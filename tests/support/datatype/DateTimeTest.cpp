@@ -1,0 +1,175 @@
+#include "os/Calls.h"
+
+#include <QzDataType/DateTime.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+
+namespace
+{
+    using namespace QzDataType;
+
+    std::int64_t gClock = 0;
+    int gZone = 0;
+    int gZoneQuestions = 0;
+
+    class DateTimeTest : public testing::Test
+    {
+    protected:
+        DateTimeTest()
+        {
+            QzOs::gCalls.mpGetUTCMilliseconds = [] { return gClock; };
+            QzOs::gCalls.mpGetZoneMinutes = [](std::int64_t)
+            {
+                ++gZoneQuestions;
+                return gZone;
+            };
+        }
+        ~DateTimeTest() override { QzOs::gCalls = mCalls; }
+
+    private:
+        QzOs::Calls const mCalls = QzOs::gCalls;
+    };
+
+    std::string TextOf(DateTime const& time)
+    {
+        return time.ToString().c_str();
+    }
+
+    TEST_F(DateTimeTest, EveryMonthOfTheCalendarGoesBothWays)
+    {
+        // Counts days as a child does, from 0001-01-01, which is 693,593 days before the empty date.
+        DateTime const empty(0.0);
+        int days = -693'593;
+        for (int year = 1; year <= 9999; ++year)
+        {
+            bool const isLeap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+            int const lengths[] = {31, isLeap ? 29 : 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+            for (int month = 1; month <= 12; ++month)
+            {
+                for (int const day : {1, lengths[month - 1]})
+                {
+                    DateTime const time(days + day - 1 + 0.75);
+                    ASSERT_EQ(time.GetYear(), year);
+                    ASSERT_EQ(time.GetMonth(), month);
+                    ASSERT_EQ(time.GetDay(), day);
+                    ASSERT_EQ(time.GetHour(), 18);
+                    std::int64_t const distance = (days + day - 1) * std::int64_t{86'400'000};
+                    ASSERT_EQ((DateTime(year, month, day, 0, 0, 0, 0, 0, 0) - empty).GetTotalMilliseconds(), distance);
+                }
+                days += lengths[month - 1];
+            }
+        }
+    }
+
+    TEST_F(DateTimeTest, MomentsHaveTheirText)
+    {
+        struct
+        {
+            DateTime mTime;
+            char const* mText;
+        } const cases[] = {
+            {DateTime(0.0), "1899-12-30 00:00:00.000"},
+            {DateTime(-0.25), "1899-12-29 18:00:00.000"},
+            {DateTime(1.5 + 0.001 / 86'400), "1899-12-31 12:00:00.001"},
+            {DateTime(1e300), "9999-12-31 23:59:59.999"},
+            {DateTime(-1e300), "0001-01-01 00:00:00.000"},
+            {DateTime(NAN), "0001-01-01 00:00:00.000"},
+            {DateTime(7, 1, 2, 3, 4, 5, 6, -210, 0), "0007-01-02 03:04:05.006-03:30"},
+            {DateTime(2026, 7, 1, 0, 0, 0, 0, 60, 60), "2026-07-01 00:00:00.000+02:00"},
+            {DateTime(2024, 14, 30, 25, 61, 61, 1001, 0, 0), "2025-03-03 02:02:02.001"},
+            {DateTime(2024, 0, 0, 0, 0, 0, -1, 0, 0), "2023-11-29 23:59:59.999"},
+            {DateTime(INT_MAX, INT_MAX, INT_MAX, INT_MAX, INT_MAX, INT_MAX, INT_MAX, 0, 0), "9999-12-31 23:59:59.999"},
+            {DateTime(INT_MIN, INT_MIN, INT_MIN, INT_MIN, INT_MIN, INT_MIN, INT_MIN, 0, 0), "0001-01-01 00:00:00.000"},
+        };
+        for (auto const& test : cases)
+            EXPECT_EQ(TextOf(test.mTime), test.mText);
+    }
+
+    TEST_F(DateTimeTest, TextIsReadStrictly)
+    {
+        struct
+        {
+            char const* mText;
+            unsigned int mConsumed;
+            char const* mRead;
+        } const cases[] = {
+            {"2026-11-18 03:02:07.123-05:00", 23, "2026-11-18 03:02:07.123"},
+            {"2026-11-18T03:02:07 [HOST:", 19, "2026-11-18 03:02:07.000"},
+            {"0001-01-01 00:00:00.5", 21, "0001-01-01 00:00:00.500"},
+            {"9999-12-31 23:59:59.123456789Z", 29, "9999-12-31 23:59:59.123"},
+            {"2024-02-29 00:00:00", 19, "2024-02-29 00:00:00.000"},
+            {"2023-02-29 00:00:00", 0, nullptr},
+            {"2026-11-18 03:02:07.1234567890", 0, nullptr},
+            {"2026-11-18 03:02:07.", 0, nullptr},
+            {"2026-11-18  03:02:07", 0, nullptr},
+            {" 2026-11-18 03:02:07", 0, nullptr},
+            {"2026-11-18 3:02:07", 0, nullptr},
+            {"2026-11-18 03:02", 0, nullptr},
+            {"2026-11-18", 0, nullptr},
+            {"2026-11-18 24:00:00", 0, nullptr},
+            {"2026-11-18 23:60:00", 0, nullptr},
+            {"2026-11-18 23:59:60", 0, nullptr},
+            {"2026-00-18 03:02:07", 0, nullptr},
+            {"2026-13-18 03:02:07", 0, nullptr},
+            {"2026-11-00 03:02:07", 0, nullptr},
+            {"0000-01-01 00:00:00", 0, nullptr},
+            {"+026-01-01 00:00:00", 0, nullptr},
+            {"", 0, nullptr},
+            {nullptr, 0, nullptr},
+        };
+        for (auto const& test : cases)
+        {
+            SCOPED_TRACE(test.mText ? test.mText : "null");
+            DateTime time(2000, 1, 1, 0, 0, 0, 0, 60, 0);
+            EXPECT_EQ(time.FromString(test.mText), test.mConsumed);
+            EXPECT_EQ(TextOf(time), test.mRead ? test.mRead : "2000-01-01 00:00:00.000+01:00");
+        }
+    }
+
+    TEST_F(DateTimeTest, SummerTimeDoesNotMoveDistances)
+    {
+        // Five minutes pass while the clock on the wall goes back by one hour less five minutes.
+        gClock = std::int64_t{1'792'889'700} * 1000;
+        gZone = 120;
+        DateTime const before = DateTime::Now();
+        gClock += 5 * 60'000;
+        gZone = 60;
+        DateTime const after = DateTime::Now();
+        EXPECT_EQ(TextOf(before), "2026-10-25 02:55:00.000+02:00");
+        EXPECT_EQ(TextOf(after), "2026-10-25 02:00:00.000+01:00");
+        EXPECT_EQ((after - before).GetTotalSeconds(), 300);
+        EXPECT_EQ((DateTime::NowUTC() - before).GetTotalMilliseconds(), 300'000);
+        EXPECT_EQ(TextOf(DateTime::NowUTC()), "2026-10-25 01:00:00.000");
+    }
+
+    TEST_F(DateTimeTest, OffsetIsAskedForOncePerMinute)
+    {
+        // Also before 1970, and when the clock is set back.
+        for (std::int64_t const minute : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{30'000'000}, std::int64_t{5}})
+        {
+            gZone = static_cast<int>(minute % 700) - 700;
+            gZoneQuestions = 0;
+            for (std::int64_t const within : {0, 1, 59'999})
+            {
+                gClock = minute * 60'000 + within;
+                DateTime const now = DateTime::Now();
+                EXPECT_EQ((now - DateTime::NowUTC()).GetTotalMilliseconds(), 0);
+                EXPECT_EQ(now.GetMillisecond(), within % 1000);
+            }
+            EXPECT_EQ(gZoneQuestions, 1);
+        }
+    }
+
+    TEST_F(DateTimeTest, SecondsSaturate)
+    {
+        EXPECT_EQ(TimeSpan(-1999).GetTotalSeconds(), -1);
+        EXPECT_EQ(TimeSpan(INT64_MAX).GetTotalSeconds(), INT_MAX);
+        EXPECT_EQ(TimeSpan(INT64_MIN).GetTotalSeconds(), INT_MIN);
+        gClock = std::int64_t{1'792'889'700} * 1000;
+        EXPECT_EQ((DateTime::Now() - DateTime(0.0)).GetTotalSeconds(), INT_MAX);
+    }
+}

@@ -1,0 +1,41 @@
+#include <QzDataType/Binary.h>
+#include <QzDataType/StringCollection.h>
+#include <QzDataType/Variant.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace
+{
+    using namespace QzBase::Literals;
+    using namespace QzDataType;
+
+    TEST(ValuesTest, BinaryShortensAndResets)
+    {
+        std::unique_ptr<Binary> const binary(CreateBinary(10, nullptr));
+        binary->GetData()[9] = 7;
+        binary->Shorten(3);
+        EXPECT_EQ(binary->GetSize(), 7u);
+        binary->Shorten(8);
+        EXPECT_EQ(binary->GetSize(), 0u);
+        binary->Reset();
+        EXPECT_EQ(binary->GetSize(), 10u);
+        EXPECT_EQ(binary->GetData()[9], 7);
+    }
+
+    TEST(ValuesTest, TextsAreCopied)
+    {
+        std::unique_ptr<StringCollection> const list(CreateStringCollection());
+        unsigned short text[] = {'a', 0};
+        list->Append(text);
+        text[0] = 'b';
+        list->Append(nullptr);
+        ASSERT_EQ(list->GetCount(), 2u);
+        EXPECT_EQ(QzBase::WideString(list->GetItem(0)), u"a"_w);
+        EXPECT_EQ(*list->GetItem(1), 0);
+
+        EXPECT_EQ(Variant(u"\u00E4"_w, nullptr).GetUTF8Text(), "\xC3\xA4");
+        EXPECT_EQ(Variant(static_cast<char const*>(nullptr), nullptr).GetUTF8Text(), "");
+    }
+}
