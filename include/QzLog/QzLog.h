@@ -6,6 +6,7 @@
 #include <QzLog/ConfigurationHook.h>
 #include <QzLog/Destination.h>
 #include <QzLog/Destination_DebugOutput.h>
+#include <QzLog/Destination_DiskFile.h>
 #include <QzLog/Destination_Impl.h>
 #include <QzLog/Destination_SystemLog.h>
 #include <QzLog/Dispatcher.h>

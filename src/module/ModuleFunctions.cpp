@@ -4,6 +4,7 @@
 
 #include <QzLog/ConfigurationHook.h>
 #include <QzLog/Destination_DebugOutput.h>
+#include <QzLog/Destination_DiskFile.h>
 #include <QzLog/Destination_SystemLog.h>
 #include <QzLog/Module.h>
 
@@ -52,5 +53,15 @@ namespace QzLog
     QzBase::ReturnPtrI<Destination_SystemLog> GetDestination_SystemLog()
     {
         return RequiredModule()->GetDestination_SystemLog();
+    }
+
+    QzBase::ReturnPtrI<Destination_DiskFile> GetDestination_DiskFile(unsigned short const* path)
+    {
+        return RequiredModule()->GetDestination_DiskFile(path);
+    }
+
+    void SetBasePath(unsigned short const* path)
+    {
+        RequiredModule()->SetBasePath(path);
     }
 }

@@ -17,6 +17,7 @@ namespace QzLog
     ModuleMain_Impl::ModuleMain_Impl()
         : mMachineName(QzBase::WideCharToUTF8(QzBase::GetComputerName().c_str(), false).c_str()),
           mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
+          mDiskFiles(*mpLock),
           mpDebugOutput(new Destination_DebugOutput_Impl),
           mpSystemLog(new Destination_SystemLog_Impl),
           mpThreadStorage(QzSynch::CreateThreadLocalStorage())
@@ -24,21 +25,6 @@ namespace QzLog
     }
 
     ModuleMain_Impl::~ModuleMain_Impl() = default;
-
-    void ModuleMain_Impl::SetBasePath(unsigned short const* path)
-    {
-        QzBase::WideString rootPath;
-        if (path)
-            rootPath = path;
-        QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
-        mRootPath.swap(rootPath);
-    }
-
-    QzBase::ReturnWString ModuleMain_Impl::GetBasePath()
-    {
-        QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-        return QzBase::ReturnWString(mRootPath.size(), mRootPath.c_str());
-    }
 
     void ModuleMain_Impl::SetConfigurationHook(ConfigurationHook* hook)
     {
@@ -99,6 +85,11 @@ namespace QzLog
     QzBase::ReturnPtrI<Destination_SystemLog> ModuleMain_Impl::GetDestination_SystemLog()
     {
         return QzBase::ReturnPtrI<Destination_SystemLog>(mpSystemLog.get());
+    }
+
+    QzBase::ReturnPtrI<Destination_DiskFile> ModuleMain_Impl::GetDestination_DiskFile(unsigned short const* path)
+    {
+        return mDiskFiles.GetDestination(path, *mpDebugOutput);
     }
 
     ThreadContext* ModuleMain_Impl::GetThreadContext()

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "filesystem/Initializer.h"
+#include "module/DiskFileRegistry.h"
 #include "module/ModuleMain.h"
 #include "module/ServerInstanceName.h"
 #include "routing/Logger_Impl.h"
 
-#include <QzBase/WideString.h>
 #include <QzLog/ConfigurationHook.h>
 #include <QzLog/Destination_DebugOutput.h>
 #include <QzLog/Destination_SystemLog.h>
@@ -24,8 +25,8 @@ namespace QzLog
         ModuleMain_Impl(ModuleMain_Impl const&) = delete;
         ModuleMain_Impl& operator=(ModuleMain_Impl const&) = delete;
 
-        void SetBasePath(unsigned short const* path) override;
-        QzBase::ReturnWString GetBasePath() override;
+        void SetBasePath(unsigned short const* path) override { mDiskFiles.SetBasePath(path); }
+        QzBase::ReturnWString GetBasePath() override { return mDiskFiles.GetBasePath(); }
         QzBase::ReturnWString GetServerInstanceName() override { return mServerInstanceName.Get(); }
         void SetServerInstanceName(unsigned short const* name) override { mServerInstanceName.Set(name); }
         char const* GetMachineName() override { return mMachineName.c_str(); }
@@ -35,6 +36,7 @@ namespace QzLog
         QzBase::ReturnPtrI<Logger> GetLogger(char const* name, QzSynch::EnumHvnLockStackCategory category) override;
         QzBase::ReturnPtrI<Destination_DebugOutput> GetDestination_DebugOutput() override;
         QzBase::ReturnPtrI<Destination_SystemLog> GetDestination_SystemLog() override;
+        QzBase::ReturnPtrI<Destination_DiskFile> GetDestination_DiskFile(unsigned short const* path) override;
         ThreadContext* GetThreadContext() override;
 
     private:
@@ -52,13 +54,15 @@ namespace QzLog
         // outside any more, then the threads' contexts go, then what messages went to, and the lock behind all
         // that it guards.
         QzResource::Initializer const mResourceInitializer;
-        QzBase::WideString mRootPath;
+        QzFileSystem::Initializer const mFileSystemInitializer;
         ServerInstanceName mServerInstanceName;
         std::string const mMachineName;
         QzBase::CountedPtr<ConfigurationHook> mpConfigurationHook;
-        /// Guards the root path, the hook and the registry, for the look-up, the insertion or the copy only.
+        /// Guards the hook, the registry of loggers and that of disk files with its base path, for the look-up, the
+        /// insertion or the copy only.
         QzSynch::RWLockPtr const mpLock;
         std::map<std::string, QzBase::CountedPtr<Logger_Impl>> mRegisteredLoggers;
+        DiskFileRegistry mDiskFiles;
         QzBase::CountedPtr<Destination_DebugOutput> const mpDebugOutput;
         QzBase::CountedPtr<Destination_SystemLog> const mpSystemLog;
         QzSynch::ThreadLocalStoragePtr const mpThreadStorage;

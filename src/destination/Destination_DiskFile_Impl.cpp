@@ -1,0 +1,225 @@
+#include "destination/Destination_DiskFile_Impl.h"
+
+#include "destination/RollOver.h"
+#include "filesystem/Directories.h"
+#include "filesystem/FileLocks.h"
+#include "filesystem/FileQueries.h"
+#include "filesystem/Paths.h"
+
+#include <QzBase/Conversions.h>
+#include <QzBase/Message.h>
+#include <QzLog/MessageHeader.h>
+
+#include <algorithm>
+
+namespace QzLog
+{
+    namespace
+    {
+        constexpr unsigned int kLargestMaxFileSize = 2'000'000'000;
+        constexpr unsigned int kLargestBackupCount = 256;
+        constexpr int kWritePasses = 10;
+
+        std::string MakeFileHeader()
+        {
+            std::string header(QzBase::WideCharToUTF8(QzBase::UNICODE_BYTE_ORDER_MARK, false).c_str());
+            return header.append("# Tarnwickforge Log version 2.0").append("\r\n");
+        }
+
+        void CreateDirectoryOf(unsigned short const* path)
+        {
+            QzBase::ReturnWString const directory = QzFileSystem::GetDirectoryName(path);
+            // The directory of "\x.log" is empty: the root, which is always there.
+            if (directory.size() == 0 || QzFileSystem::IsDirectory(directory.c_str()))
+                return;
+            try
+            {
+                QzFileSystem::CreateDirectory(directory.c_str(), true);
+            }
+            catch (QzBase::Message&)
+            {
+                // Several processes may start on a missing tree at once.
+                if (!QzFileSystem::IsDirectory(directory.c_str()))
+                    throw;
+            }
+        }
+
+        std::unique_ptr<QzFileSystem::UpdateableFile> Open(QzBase::WideString const& path)
+        {
+            return QzFileSystem::CreateUpdateableFile(path.c_str(), QzFileSystem::KeepOnClose);
+        }
+    }
+
+    Destination_DiskFile::Destination_DiskFile() = default;
+    Destination_DiskFile::Destination_DiskFile(Destination_DiskFile const&) = default;
+    Destination_DiskFile::Destination_DiskFile(Destination_DiskFile&&) noexcept = default;
+    Destination_DiskFile& Destination_DiskFile::operator=(Destination_DiskFile const&) = default;
+    Destination_DiskFile& Destination_DiskFile::operator=(Destination_DiskFile&&) noexcept = default;
+    Destination_DiskFile::~Destination_DiskFile() = default;
+
+    Destination_DiskFile_Impl::Destination_DiskFile_Impl(unsigned short const* path)
+        : mFileHeader(MakeFileHeader()),
+          mpLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault)),
+          mForkHold(*mpLock, *this)
+    {
+        SetFilePath(path);
+    }
+
+    Destination_DiskFile_Impl::~Destination_DiskFile_Impl() = default;
+
+    void Destination_DiskFile_Impl::SetMaxFileSize(unsigned int maxFileSize)
+    {
+        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        mMaxFileSize = std::min(maxFileSize, kLargestMaxFileSize);
+    }
+
+    unsigned int Destination_DiskFile_Impl::GetMaxFileSize()
+    {
+        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        return mMaxFileSize;
+    }
+
+    void Destination_DiskFile_Impl::SetBackupCount(unsigned int backupCount)
+    {
+        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        mBackupCount = std::min(backupCount, kLargestBackupCount);
+    }
+
+    unsigned int Destination_DiskFile_Impl::GetBackupCount()
+    {
+        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        return mBackupCount;
+    }
+
+    QzBase::ReturnWString Destination_DiskFile_Impl::GetFilePath()
+    {
+        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        return QzBase::ReturnWString(mFilePath.size(), mFilePath.c_str());
+    }
+
+    void Destination_DiskFile_Impl::SetFilePath(unsigned short const* path)
+    {
+        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        if (mFilePath == path)
+            return;
+        mFilePath = path;
+        CloseFile();
+        try
+        {
+            CreateDirectoryOf(path);
+            mpFile = Open(mFilePath);
+        }
+        catch (QzBase::Message& failure)
+        {
+            mLosses.Begin(failure, 0);
+        }
+    }
+
+    QZLOG_CALL_FRAME void Destination_DiskFile_Impl::WriteMessage(char const* bodyText, MessageHeader& header)
+    {
+        QzBase::ReturnString const text =
+            FormatMultiLineMessageText(header.GetMessageID(), header.GetHeaderText(), bodyText, true);
+
+        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        // Asked of the path for every message: an open file does not tell that it was removed or renamed.
+        if (!QzFileSystem::IsFile(mFilePath.c_str()))
+            CloseFile();
+        if (!mpFile && !PassRetryGate())
+            return;
+        try
+        {
+            WriteRecord(text.c_str(), text.size());
+        }
+        catch (QzBase::Message& failure)
+        {
+            CloseFile();
+            mLosses.Begin(failure, 1);
+        }
+    }
+
+    bool Destination_DiskFile_Impl::PassRetryGate()
+    {
+        try
+        {
+            if (!mLosses.IsRetryDue())
+            {
+                mLosses.AddLoss();
+                return false;
+            }
+            ReopenFile();
+            return true;
+        }
+        catch (QzBase::Message&)
+        {
+            // The reason that the log will be told is that of the first loss.
+            mLosses.AddFailedAttempt();
+            return false;
+        }
+    }
+
+    void Destination_DiskFile_Impl::ReopenFile()
+    {
+        mpFile = Open(mFilePath);
+        if (!mLosses.HasLosses())
+            return;
+        std::string const line = mLosses.MakeLine();
+        QzFileSystem::FileWriteLock const lock(*mpFile);
+        if (mpFile->MovePositionToEnd() == 0)
+            mpFile->WriteText(mFileHeader.c_str(), mFileHeader.size());
+        mpFile->WriteText(line.c_str(), line.size());
+        mLosses.Clear();
+    }
+
+    void Destination_DiskFile_Impl::WriteRecord(char const* text, std::uint64_t length)
+    {
+        mpFile->ReopenAfterFork();
+        for (int pass = 0; pass < kWritePasses; ++pass)
+        {
+            QzFileSystem::FileWriteLock const lock(*mpFile);
+            // Nothing is remembered between messages: any writer may have written to the file or emptied it.
+            std::int64_t const size = mpFile->MovePositionToEnd();
+            if (size < std::int64_t{mMaxFileSize})
+            {
+                if (size == 0)
+                    mpFile->WriteText(mFileHeader.c_str(), mFileHeader.size());
+                if (length != 0)
+                    mpFile->WriteText(text, length);
+                return;
+            }
+            // A file that has taken this one's place must not be rolled over from here.
+            if (mpFile->IsSameFile(nullptr))
+                RollOver(*mpFile, mFilePath, mBackupCount);
+        }
+        ThrowRaceFailure();
+    }
+
+    void Destination_DiskFile_Impl::ThrowRaceFailure() const
+    {
+        std::string text("QzLog::Destination_DiskFile_Impl::WriteMessage");
+        text.append(": detected a race condition with '");
+        text.append(QzBase::WideCharToUTF8(mFilePath.c_str(), true).c_str());
+        text.append("'. Maximum file size is ").append(std::to_string(mMaxFileSize)).append(" bytes.");
+        QzBase::Message failure(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, nullptr);
+        failure.SetMessage(QzBase::UTF8ToWideChar(text.c_str(), true).c_str());
+        throw failure;
+    }
+
+    void Destination_DiskFile_Impl::GoOnInForkedChild() noexcept
+    {
+        if (!mpFile)
+            return;
+        try
+        {
+            // At once and not with the next message: while the child has the parent's open file, a lock of a parent
+            // that was killed would live on.
+            mpFile->ReopenAfterFork();
+        }
+        catch (QzBase::Message&)
+        {
+            // The next message tries again, and counts as lost if that fails too.
+        }
+        catch (std::bad_alloc const&)
+        {
+        }
+    }
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "destination/ConcreteDestination.h"
+#include "destination/ForkHold.h"
+#include "destination/LossAccount.h"
+#include "filesystem/FileObjects.h"
+
+#include <QzBase/WideString.h>
+#include <QzLog/Destination_DiskFile.h>
+#include <QzSynch/Locks.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace QzLog
+{
+    class Destination_DiskFile_Impl final : public ConcreteDestination<Destination_DiskFile>, private ForkHold::Client
+    {
+    public:
+        using ConcreteDestination::WriteMessage;
+
+        explicit Destination_DiskFile_Impl(unsigned short const* path);
+        ~Destination_DiskFile_Impl() override;
+
+        void WriteMessage(char const* bodyText, MessageHeader& header) override;
+        void SetMaxFileSize(unsigned int maxFileSize) override;
+        unsigned int GetMaxFileSize() override;
+        void SetBackupCount(unsigned int backupCount) override;
+        unsigned int GetBackupCount() override;
+        QzBase::ReturnWString GetFilePath() override;
+
+        /// Goes over to another file, which is made with its directory if they are missing. The present path
+        /// changes nothing. A failure to open begins a count of losses.
+        void SetFilePath(unsigned short const* path);
+
+    private:
+        void GoOnInForkedChild() noexcept override;
+
+        // All of the following is called with the lock held.
+
+        /// Whether the lost file is open again. False: this message is lost too, and has been counted.
+        bool PassRetryGate();
+
+        /// Opens the file and tells in it what was lost. Throws QzBase::Message.
+        void ReopenFile();
+
+        /// Writes a record at the end of the file, under the lock on the file. Throws QzBase::Message.
+        void WriteRecord(char const* text, std::uint64_t length);
+        [[noreturn]] void ThrowRaceFailure() const;
+
+        void CloseFile() noexcept { mpFile.reset(); }
+
+        QzBase::WideString mFilePath;
+        std::string const mFileHeader;
+        /// Null while the file is lost.
+        std::unique_ptr<QzFileSystem::UpdateableFile> mpFile;
+        unsigned int mBackupCount = 1;
+        unsigned int mMaxFileSize = 2'000'000;
+        /// Guards all members and every use of the file. Taken before the lock on the file, and held through a whole
+        /// delivery: a writer of another process that keeps the file's lock stalls the threads here.
+        QzSynch::CriticalSectionPtr const mpLock;
+        LossAccount mLosses;
+        // The last member, so that a fork never meets one of the others that is not there.
+        ForkHold const mForkHold;
+    };
+}

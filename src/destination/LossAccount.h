@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QzBase/Message.h>
+#include <QzDataType/DateTime.h>
+
+#include <string>
+
+namespace QzLog
+{
+    /// What a disk file has lost: how many messages, since when and why, and when its file may be tried again. Used by
+    /// one thread at a time.
+    class LossAccount
+    {
+    public:
+        /// A failure that begins a new count; an earlier one is forgotten.
+        /// \param lostCount  the messages that went with it.
+        void Begin(QzBase::Message const& failure, unsigned int lostCount);
+
+        /// Whether the last failure or failed attempt is as old as it has to be. True at first.
+        bool IsRetryDue() const;
+
+        /// One more message was lost; its reason stays that of the first.
+        void AddLoss() noexcept;
+
+        /// The same, by an attempt that failed: the interval begins anew.
+        void AddFailedAttempt();
+
+        bool HasLosses() const noexcept { return mMissedCount != 0; }
+
+        /// What the log is told about the losses: UTF-8 with CR LF, behind the header of the calling thread, which
+        /// it stamps with the present time and with names of its own.
+        std::string MakeLine() const;
+
+        /// The losses are told. The times stay, so that the next failure within the interval still waits.
+        void Clear() noexcept;
+
+    private:
+        QzDataType::DateTime mFirstMissedTime{0.0};
+        QzDataType::DateTime mLastAttemptTime{0.0};
+        std::string mMissReason;
+        unsigned int mMissedCount = 0;
+    };
+}

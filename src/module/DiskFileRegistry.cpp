@@ -1,0 +1,129 @@
+#include "module/DiskFileRegistry.h"
+
+#include "filesystem/Paths.h"
+
+#include <QzBase/Conversions.h>
+#include <QzBase/Message.h>
+#include <QzLog/Destination_DebugOutput.h>
+#include <QzLog/Exception.h>
+
+#include <string>
+#include <utility>
+
+namespace QzLog
+{
+    using namespace QzBase::Literals;
+
+    namespace
+    {
+        QzBase::WideString Combine(unsigned short const* base, unsigned short const* path)
+        {
+            return QzFileSystem::CombinePaths(base, path).c_str();
+        }
+
+        [[noreturn]] void ReportAndThrow(
+            unsigned short const* path, QzBase::Message const& cause, Destination_DebugOutput& debugOutput)
+        {
+            std::string text("QzLog::ModuleMain_Impl::GetDestination_DiskFile: Failed to create log file '");
+            text.append(QzBase::WideCharToUTF8(path, true).c_str()).append("'. ");
+            text.append(QzBase::WideCharToUTF8(cause.GetMessage(), true).c_str());
+            debugOutput.WriteString(text.c_str());
+
+            QzBase::ExceptionImpl<Exception> exception;
+            exception.SetDomainAndID(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1);
+            exception.SetMessage(QzBase::UTF8ToWideChar(text.c_str(), true).c_str());
+            throw exception;
+        }
+    }
+
+    DiskFileRegistry::DiskFileRegistry(QzSynch::RWLock& lock)
+        : mLock(lock), mpMoveLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault))
+    {
+    }
+
+    QzBase::ReturnPtrI<Destination_DiskFile> DiskFileRegistry::GetDestination(
+        unsigned short const* path, Destination_DebugOutput& debugOutput)
+    {
+        try
+        {
+            if (!path)
+                throw QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, "No path was given.");
+            return QzBase::ReturnPtrI<Destination_DiskFile>(FindOrCreate(path).get());
+        }
+        catch (QzBase::Message& failure)
+        {
+            ReportAndThrow(path, failure, debugOutput);
+        }
+    }
+
+    DiskFileRegistry::DiskFilePtr DiskFileRegistry::FindOrCreate(unsigned short const* path)
+    {
+        QzBase::WideString const given = Combine(path, u""_w);
+        QzBase::WideString full = Combine(GetBasePath().c_str(), path);
+        if (DiskFilePtr found = Find(full))
+            return found;
+
+        DiskFilePtr const created(new Destination_DiskFile_Impl(full.c_str()));
+        for (;;)
+        {
+            {
+                QzSynch::RWLock::WriteSmartLock const hold(mLock);
+                QzBase::WideString present = Combine(mRootPath.c_str(), path);
+                if (present == full)
+                {
+                    // Another thread may have been first, with this path or another form of it: its object stands.
+                    DiskFilePtr const& first = mDiskFilesByFullPath.try_emplace(std::move(full), created).first->second;
+                    return mDiskFilesByGivenPath.try_emplace(given, first).first->second;
+                }
+                full.swap(present);
+            }
+            // The base path has changed meanwhile, and that change has not moved an object that nobody knows yet.
+            created->SetFilePath(full.c_str());
+        }
+    }
+
+    DiskFileRegistry::DiskFilePtr DiskFileRegistry::Find(QzBase::WideString const& fullPath) const
+    {
+        QzSynch::RWLock::ReadSmartLock const hold(mLock);
+        auto const found = mDiskFilesByFullPath.find(fullPath);
+        return found == mDiskFilesByFullPath.end() ? DiskFilePtr() : found->second;
+    }
+
+    QzBase::ReturnWString DiskFileRegistry::GetBasePath() const
+    {
+        QzSynch::RWLock::ReadSmartLock const hold(mLock);
+        return QzBase::ReturnWString(mRootPath.size(), mRootPath.c_str());
+    }
+
+    void DiskFileRegistry::SetBasePath(unsigned short const* path)
+    {
+        QzSynch::CriticalSection::SmartLock const hold(*mpMoveLock);
+        for (auto const& [fullPath, diskFile] : ReplaceBasePath(path ? path : u""_w))
+        {
+            try
+            {
+                diskFile->SetFilePath(fullPath.c_str());
+            }
+            catch (QzBase::Message&)
+            {
+                // The destination counts what it loses, and the others have to move all the same.
+            }
+        }
+    }
+
+    /// What has to move, and where to. Where two paths lie at one place now, the first one has it.
+    DiskFileRegistry::DiskFileMap DiskFileRegistry::ReplaceBasePath(QzBase::WideString const& path)
+    {
+        DiskFileMap moved;
+        DiskFileMap replaced;
+        QzSynch::RWLock::WriteSmartLock const hold(mLock);
+        if (path == mRootPath)
+            return moved;
+        for (auto const& [given, diskFile] : mDiskFilesByGivenPath)
+            moved.try_emplace(Combine(path.c_str(), given.c_str()), diskFile);
+        replaced = moved;
+        mRootPath = path;
+        mDiskFilesByFullPath.swap(replaced);
+        return moved;
+    }
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "destination/Destination_DiskFile_Impl.h"
+
+#include <QzBase/CountedPtr.h>
+#include <QzBase/ReturnString.h>
+#include <QzBase/WideString.h>
+#include <QzSynch/Locks.h>
+
+#include <map>
+
+namespace QzLog
+{
+    class Destination_DebugOutput;
+
+    /// The log files by their paths, one destination for each, and the directory that relative paths are resolved
+    /// against. Destinations stay until the registry ends. Any thread may call any operation.
+    class DiskFileRegistry
+    {
+    public:
+        /// \param lock  guards the base path and the registry, for the look-up, the insertion or the copy only: a
+        ///              destination is made, moved and released without it.
+        explicit DiskFileRegistry(QzSynch::RWLock& lock);
+
+        /// \param path         relative or full.
+        /// \param debugOutput  is told of a path that cannot be worked with, before QzLog::Exception is thrown.
+        QzBase::ReturnPtrI<Destination_DiskFile> GetDestination(
+            unsigned short const* path, Destination_DebugOutput& debugOutput);
+
+        QzBase::ReturnWString GetBasePath() const;
+
+        /// Moves the destinations to where their paths lie under another base path; the present one does nothing.
+        void SetBasePath(unsigned short const* path);
+
+    private:
+        using DiskFilePtr = QzBase::CountedPtr<Destination_DiskFile_Impl>;
+        using DiskFileMap = std::map<QzBase::WideString, DiskFilePtr>;
+
+        DiskFilePtr FindOrCreate(unsigned short const* path);
+        DiskFilePtr Find(QzBase::WideString const& fullPath) const;
+        DiskFileMap ReplaceBasePath(QzBase::WideString const& path);
+
+        QzSynch::RWLock& mLock;
+        QzBase::WideString mRootPath;
+        /// By the normal form of the path as it was given, and by the full path of where that lies now.
+        DiskFileMap mDiskFilesByGivenPath;
+        DiskFileMap mDiskFilesByFullPath;
+        /// Held through a whole change of the base path, before all other locks: of two changes that overlapped each
+        /// could move some of the destinations last.
+        QzSynch::CriticalSectionPtr const mpMoveLock;
+    };
+}
