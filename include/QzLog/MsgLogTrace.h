@@ -33,8 +33,8 @@ namespace QzLog
     ///
     /// The static operations, AddToLogTrace, CollectLogTrace and Clear may be called from any thread at any
     /// time, as long as no two threads report with the same bucket key at once. PrintAllLogTrace takes no
-    /// lock and must not run alongside itself or these. Init, Destroy and the end of the object must not run
-    /// alongside anything that uses the object.
+    /// lock and must not run alongside itself or any of these that use the object. Init and Destroy must not
+    /// run alongside each other and the making of the object, the destructor not alongside anything.
     ///
     /// Sums are kept in a wider type while a mean is worked out, so no value overflows it. If there is
     /// nothing to divide by, as for an item that only reports of an unknown MsgOpType reached, the mean

@@ -141,14 +141,14 @@ namespace
     // Each of these takes minutes if a search begins anew, or runs to the end of the text, for each value.
     TEST(Masking, CostGrowsWithTheLengthAlone)
     {
-        constexpr std::size_t kCount = 1000000;
+        constexpr std::size_t kCount = 300000;
         std::string const quotes = R"("password":")" + Repeat("\\\"", kCount);
         EXPECT_EQ(quotes, MaskHTTP(quotes));
         EXPECT_EQ(
             R"("password":"***" )" + Repeat(R"(\")", kCount), MaskHTTP(R"("password":"x" )" + Repeat(R"(\")", kCount)));
         std::string const tags = Repeat(R"("password")", kCount);
         EXPECT_EQ(tags, MaskHTTP(tags));
-        EXPECT_EQ(Repeat(R"("password":"***")", kCount), MaskHTTP(Repeat(R"("password":"")", kCount)));
+        EXPECT_EQ(Repeat(R"("password":"***")", kCount), MaskHTTP(Repeat(R"("password":"\n\n\n\n")", kCount)));
         EXPECT_EQ(Repeat(R"( a="longer")", kCount), Mask(Repeat(R"( a="x")", kCount), "a", "longer"));
         std::string const spaces = R"( a=")" + Repeat(" a=", kCount);
         EXPECT_EQ(spaces, Mask(spaces, "a", "*"));
