@@ -12,13 +12,7 @@ namespace QzFileSystem
 
     CallText& CallText::operator<<(unsigned short const* text)
     {
-        // A path may hold "%1" or "%%", which the message would otherwise read as its own.
-        for (; *text; ++text)
-        {
-            mText.push_back(*text);
-            if (*text == '%')
-                mText.push_back('%');
-        }
+        mText += text;
         return *this;
     }
 

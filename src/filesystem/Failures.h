@@ -40,7 +40,7 @@ namespace QzFileSystem
         return message;
     }
 
-    /// The text of a failed call, put together piece by piece. What the pieces hold is no template.
+    /// The text of a failed call, put together piece by piece.
     class CallText
     {
     public:
