@@ -8,6 +8,7 @@
 #include <QzLog/Destination_DebugOutput.h>
 #include <QzLog/Destination_DiskFile.h>
 #include <QzLog/Destination_Impl.h>
+#include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Destination_SystemLog.h>
 #include <QzLog/Dispatcher.h>
 #include <QzLog/Exception.h>
@@ -27,6 +28,7 @@
 #include <QzLog/ThreadSpecificLogInfo.h>
 #include <QzLog/Timestamp.h>
 
+#include <KafkaClient/KafkaProducer.h>
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
 #include <QzResource/Localizer.h>

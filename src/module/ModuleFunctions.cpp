@@ -5,6 +5,7 @@
 #include <QzLog/ConfigurationHook.h>
 #include <QzLog/Destination_DebugOutput.h>
 #include <QzLog/Destination_DiskFile.h>
+#include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Destination_SystemLog.h>
 #include <QzLog/Module.h>
 
@@ -58,6 +59,16 @@ namespace QzLog
     QzBase::ReturnPtrI<Destination_DiskFile> GetDestination_DiskFile(unsigned short const* path)
     {
         return RequiredModule()->GetDestination_DiskFile(path);
+    }
+
+    QzBase::ReturnPtrI<Destination_KafkaLog> GetDestination_KafkaLog(unsigned short const* path)
+    {
+        return RequiredModule()->GetDestination_KafkaLog(path);
+    }
+
+    void UpdateLogRegistryStr(unsigned short const* text)
+    {
+        RequiredModule()->UpdateLogRegistryStr(text);
     }
 
     void SetBasePath(unsigned short const* path)

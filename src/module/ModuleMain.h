@@ -9,6 +9,7 @@ namespace QzLog
     class ConfigurationHook;
     class Destination_DebugOutput;
     class Destination_DiskFile;
+    class Destination_KafkaLog;
     class Destination_SystemLog;
     class Logger;
     class ThreadContext;
@@ -33,6 +34,8 @@ namespace QzLog
         virtual QzBase::ReturnPtrI<Destination_DebugOutput> GetDestination_DebugOutput() = 0;
         virtual QzBase::ReturnPtrI<Destination_SystemLog> GetDestination_SystemLog() = 0;
         virtual QzBase::ReturnPtrI<Destination_DiskFile> GetDestination_DiskFile(unsigned short const* path) = 0;
+        virtual QzBase::ReturnPtrI<Destination_KafkaLog> GetDestination_KafkaLog(unsigned short const* path) = 0;
+        virtual void UpdateLogRegistryStr(unsigned short const* text) = 0;
 
         /// The calling thread's context, made on first use; the module owns it. Takes no lock once it is there.
         virtual ThreadContext* GetThreadContext() = 0;

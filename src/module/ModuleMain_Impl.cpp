@@ -1,12 +1,15 @@
 #include "module/ModuleMain_Impl.h"
 
 #include "destination/Destination_DebugOutput_Impl.h"
+#include "destination/Destination_KafkaLog_Impl.h"
 #include "destination/Destination_SystemLog_Impl.h"
+#include "filesystem/Paths.h"
 #include "module/ModuleAccess.h"
 #include "module/ThreadContext_Impl.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
+#include <QzLog/MsgLogTrace.h>
 #include <QzLog/ThreadSpecificLogInfo.h>
 #include <QzSynch/ThreadSpecificLogInfo.h>
 
@@ -92,6 +95,37 @@ namespace QzLog
         return mDiskFiles.GetDestination(path, *mpDebugOutput);
     }
 
+    void ModuleMain_Impl::SetServerInstanceName(unsigned short const* name)
+    {
+        mServerInstanceName.Set(name);
+        Destination_KafkaLog_Impl::ConfigureKafkaTopic(QzBase::GetComputerName().c_str(), name);
+    }
+
+    QzBase::ReturnPtrI<Destination_KafkaLog> ModuleMain_Impl::GetDestination_KafkaLog(unsigned short const* path)
+    {
+        using namespace QzBase::Literals;
+
+        if (!path)
+            return nullptr;
+        QzBase::WideString key = QzFileSystem::CombinePaths(path, u""_w).c_str();
+        {
+            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+            auto const found = mKafkaDestinations.find(key);
+            if (found != mKafkaDestinations.end())
+                return QzBase::ReturnPtrI<Destination_KafkaLog>(found->second.get());
+        }
+        QzBase::CountedPtr<Destination_KafkaLog> const destination(new Destination_KafkaLog_Impl(key.c_str()));
+        QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
+        // Another thread may have been first; its destination stands, and this one goes when the lock is free.
+        auto const entry = mKafkaDestinations.try_emplace(std::move(key), destination).first;
+        return QzBase::ReturnPtrI<Destination_KafkaLog>(entry->second.get());
+    }
+
+    void ModuleMain_Impl::UpdateLogRegistryStr(unsigned short const* text)
+    {
+        Destination_KafkaLog_Impl::PublishRegistrySettings(text);
+    }
+
     ThreadContext* ModuleMain_Impl::GetThreadContext()
     {
         if (QzSynch::ThreadContext* const stored = mpThreadStorage->GetValue())
@@ -104,6 +138,16 @@ namespace QzLog
             new ThreadContext_Impl(mMachineName.c_str(), mServerInstanceName));
         mpThreadStorage->SetValue(context.get());
         return context.release();
+    }
+
+    ModuleMain_Impl::TraceLock::TraceLock()
+    {
+        MsgLogTrace::Init();
+    }
+
+    ModuleMain_Impl::TraceLock::~TraceLock()
+    {
+        MsgLogTrace::Destroy();
     }
 
     ModuleMain_Impl::LogInfoRegistration::LogInfoRegistration()

@@ -6,9 +6,13 @@
 #include "module/ServerInstanceName.h"
 #include "routing/Logger_Impl.h"
 
+#include <KafkaClient/KafkaProducer.h>
+#include <QzBase/WideString.h>
 #include <QzLog/ConfigurationHook.h>
 #include <QzLog/Destination_DebugOutput.h>
+#include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Destination_SystemLog.h>
+#include <QzLog/MsgLogTrace.h>
 #include <QzResource/Localizer.h>
 #include <QzSynch/ThreadLocalStorage.h>
 
@@ -28,7 +32,7 @@ namespace QzLog
         void SetBasePath(unsigned short const* path) override { mDiskFiles.SetBasePath(path); }
         QzBase::ReturnWString GetBasePath() override { return mDiskFiles.GetBasePath(); }
         QzBase::ReturnWString GetServerInstanceName() override { return mServerInstanceName.Get(); }
-        void SetServerInstanceName(unsigned short const* name) override { mServerInstanceName.Set(name); }
+        void SetServerInstanceName(unsigned short const* name) override;
         char const* GetMachineName() override { return mMachineName.c_str(); }
         void SetConfigurationHook(ConfigurationHook* hook) override;
         QzBase::ReturnPtrI<ConfigurationHook> GetConfigurationHook() override;
@@ -37,9 +41,21 @@ namespace QzLog
         QzBase::ReturnPtrI<Destination_DebugOutput> GetDestination_DebugOutput() override;
         QzBase::ReturnPtrI<Destination_SystemLog> GetDestination_SystemLog() override;
         QzBase::ReturnPtrI<Destination_DiskFile> GetDestination_DiskFile(unsigned short const* path) override;
+        QzBase::ReturnPtrI<Destination_KafkaLog> GetDestination_KafkaLog(unsigned short const* path) override;
+        void UpdateLogRegistryStr(unsigned short const* text) override;
         ThreadContext* GetThreadContext() override;
 
     private:
+        /// Has the message trace make its lock, and delete it at the end.
+        class TraceLock
+        {
+        public:
+            TraceLock();
+            ~TraceLock();
+            TraceLock(TraceLock const&) = delete;
+            TraceLock& operator=(TraceLock const&) = delete;
+        };
+
         /// Makes the threads' log identity known to QzSynch for its life.
         class LogInfoRegistration
         {
@@ -50,22 +66,36 @@ namespace QzLog
             LogInfoRegistration& operator=(LogInfoRegistration const&) = delete;
         };
 
+        /// Keeps the message trace usable for its life.
+        class MessageTraceUse
+        {
+        public:
+            MessageTraceUse() { MsgLogTrace::Init(); }
+            ~MessageTraceUse() { MsgLogTrace::Destroy(); }
+            MessageTraceUse(MessageTraceUse const&) = delete;
+            MessageTraceUse& operator=(MessageTraceUse const&) = delete;
+        };
+
         // In the order of construction, and so in the reverse order of destruction: first nobody comes in from
         // outside any more, then the threads' contexts go, then what messages went to, and the lock behind all
         // that it guards.
         QzResource::Initializer const mResourceInitializer;
         QzFileSystem::Initializer const mFileSystemInitializer;
+        KafkaClient::Initializer const mKafkaInitializer;
         ServerInstanceName mServerInstanceName;
         std::string const mMachineName;
         QzBase::CountedPtr<ConfigurationHook> mpConfigurationHook;
-        /// Guards the hook, the registry of loggers and that of disk files with its base path, for the look-up, the
-        /// insertion or the copy only.
+        /// Guards the hook, the registries and the base path, for the look-up, the insertion or the copy only.
         QzSynch::RWLockPtr const mpLock;
         std::map<std::string, QzBase::CountedPtr<Logger_Impl>> mRegisteredLoggers;
         DiskFileRegistry mDiskFiles;
+        /// By the normal form of the path as the caller gave it.
+        std::map<QzBase::WideString, QzBase::CountedPtr<Destination_KafkaLog>> mKafkaDestinations;
         QzBase::CountedPtr<Destination_DebugOutput> const mpDebugOutput;
         QzBase::CountedPtr<Destination_SystemLog> const mpSystemLog;
         QzSynch::ThreadLocalStoragePtr const mpThreadStorage;
+        TraceLock const mTraceLock;
+        MessageTraceUse const mMessageTraceUse;
         LogInfoRegistration const mLogInfoRegistration;
     };
 }

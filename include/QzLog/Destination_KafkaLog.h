@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QzBase/CountedPtr.h>
+#include <QzBase/Export.h>
+#include <QzLog/Destination.h>
+#include <QzLog/Destination_DiskFile.h>
+
+namespace QzLog
+{
+    /// Publishes records to a Kafka topic, and has a disk file behind it. A record goes either to Kafka or
+    /// to the file, once: to the file while the feature "KS/SLMS" is off (QzBase::SetFeatureEnabled), until
+    /// SetServerInstanceName has given the topic its name, while no broker is connected, and when the client
+    /// does not take it. While no broker is connected, one record in ten seconds tries Kafka all the same.
+    ///
+    /// The topic is "Kvel.ReportingEngine.Diag.<computer>.<server instance name>"; the first complete pair of
+    /// names wins and stays. The value of a record is its text as a log file would hold it, without the final
+    /// LF. The text of UpdateLogRegistryStr goes to a topic of its own, which begins alike and ends in
+    /// ".RegtrySettings": at once, and again whenever a broker comes back.
+    ///
+    /// All operations may be called from any thread. Brokers are set by KafkaClient::KafkaProducer::Configure.
+    class QZLOG_API Destination_KafkaLog : public virtual Destination
+    {
+    public:
+        ~Destination_KafkaLog() override;
+
+        /// The disk file behind this destination, with a new reference.
+        virtual QzBase::ReturnPtrI<Destination_DiskFile> GetDiskFileDestination() = 0;
+    };
+
+    /// The Kafka destination with the disk file at `path` (UTF-16, relative to the base path unless it is
+    /// absolute) behind it; one object per normal form of the path. Null gives null. Throws QzLog::Exception
+    /// as GetDestination_DiskFile does.
+    QZLOG_API QzBase::ReturnPtrI<Destination_KafkaLog> GetDestination_KafkaLog(unsigned short const* path);
+
+    /// Publishes a settings text (UTF-16; null counts as empty) as told above, and keeps it for the next time.
+    QZLOG_API void UpdateLogRegistryStr(unsigned short const* text);
+}

@@ -1,0 +1,207 @@
+#include "destination/Destination_KafkaLog_Impl.h"
+
+#include "module/ModuleAccess.h"
+#include "module/ModuleMain.h"
+
+#include <KafkaClient/KafkaProducer.h>
+#include <QzBase/Conversions.h>
+#include <QzBase/Message.h>
+#include <QzBase/System.h>
+#include <QzBase/WideString.h>
+#include <QzLog/MessageHeader.h>
+
+#include <atomic>
+#include <string>
+
+namespace QzLog
+{
+    using namespace QzBase::Literals;
+    using KafkaClient::KafkaProducer;
+
+    namespace
+    {
+        constexpr unsigned short const* kStreamName = u"Kvel.ReportingEngine.Diag"_w;
+        constexpr unsigned short const* kSettingsSuffix = u".RegtrySettings"_w;
+        constexpr unsigned short const* kFeatureName = u"KS/SLMS"_w;
+        constexpr unsigned short kSeparator = '.';
+
+        constexpr unsigned int kProbeIntervalMilliseconds = 10'000;
+
+        // No producer has it, so that the first message of an object counts as a change.
+        constexpr int kNoStatus = -1;
+
+        /// What all objects share, for the life of the process.
+        struct Shared
+        {
+            // Guards the three texts. The message topic does not change once mTopicIsConfigured is set,
+            // and is then read without the lock.
+            QzSynch::CriticalSectionPtr mpLock{QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
+            std::atomic<bool> mTopicIsConfigured{false};
+            QzBase::WideString mMessageTopic;
+            QzBase::WideString mSettingsText;
+            QzBase::WideString mSettingsTopic;
+        };
+
+        Shared& GetShared()
+        {
+            // Not destroyed: a static object of the host program may log until the process ends.
+            static Shared& shared = *new Shared;
+            return shared;
+        }
+
+        bool FeatureIsEnabled()
+        {
+            try
+            {
+                return QzBase::IsFeatureEnabled(kFeatureName);
+            }
+            catch (QzBase::ExceptionImpl<QzBase::Message> const&)
+            {
+                return false;
+            }
+        }
+
+        /// The lock of `shared` is held.
+        QzBase::WideString const& GetSettingsTopic(Shared& shared)
+        {
+            if (shared.mSettingsTopic.empty())
+            {
+                RequiredModule const module;
+                QzBase::WideString topic = kStreamName;
+                topic += kSeparator;
+                topic += QzBase::UTF8ToWideChar(module->GetMachineName(), false).c_str();
+                topic += kSeparator;
+                topic += module->GetServerInstanceName().c_str();
+                topic += kSettingsSuffix;
+                shared.mSettingsTopic.swap(topic);
+            }
+            return shared.mSettingsTopic;
+        }
+
+        /// The lock of `shared` is held. Whether the client took the text makes no difference: it is kept.
+        void SendSettings(Shared& shared, unsigned short const* text)
+        {
+            KafkaProducer::Send(GetSettingsTopic(shared), 0, nullptr, QzDataType::Variant(text, nullptr));
+        }
+    }
+
+    Destination_KafkaLog::~Destination_KafkaLog() = default;
+
+    Destination_KafkaLog_Impl::Destination_KafkaLog_Impl(unsigned short const* path)
+        : mpDiskFile(GetDestination_DiskFile(path)),
+          mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
+          mLastProbeTime(QzDataType::DateTime::NowUTC()),
+          mLastStatus(kNoStatus)
+    {
+    }
+
+    QZLOG_CALL_FRAME void Destination_KafkaLog_Impl::WriteMessage(char const* bodyText, MessageHeader& header)
+    {
+        if (FeatureIsEnabled() && KafkaIsToBeTried())
+        {
+            QzBase::ReturnString const text =
+                FormatMultiLineMessageText(header.GetMessageID(), header.GetHeaderText(), bodyText, true);
+            if (SendRecord(text))
+                return;
+        }
+        if (mpDiskFile)
+            mpDiskFile->WriteMessage(bodyText, header);
+    }
+
+    /// Whether the next record goes to the client first. Sends the settings text before it when a broker has come.
+    bool Destination_KafkaLog_Impl::KafkaIsToBeTried()
+    {
+        int const status = KafkaProducer::GetKafkaProducerStatus();
+        // Both move on whatever follows, so that neither the interval nor a change is seen late.
+        bool const probeIsDue = ProbeIsDue();
+        bool const statusHasChanged = StatusHasChanged(status);
+
+        Shared& shared = GetShared();
+        if (!shared.mTopicIsConfigured.load(std::memory_order_acquire))
+            return false;
+        if (status != KafkaProducer::kStatusUp)
+            return probeIsDue;
+        if (!probeIsDue && statusHasChanged)
+        {
+            QzSynch::CriticalSection::SmartLock const hold(*shared.mpLock);
+            if (!shared.mSettingsText.empty())
+                SendSettings(shared, shared.mSettingsText.c_str());
+        }
+        return true;
+    }
+
+    /// Whether the client took the record.
+    bool Destination_KafkaLog_Impl::SendRecord(QzBase::ReturnString const& text)
+    {
+        std::string record(text.c_str(), text.size());
+        if (record.ends_with('\n'))
+            record.pop_back();
+        return KafkaProducer::Send(GetShared().mMessageTopic, 0, nullptr, QzDataType::Variant(record.c_str(), nullptr));
+    }
+
+    bool Destination_KafkaLog_Impl::ProbeIsDue()
+    {
+        if (KafkaProducer::GetKafkaProducerStatus() != KafkaProducer::kStatusDown)
+            return false;
+        QzDataType::DateTime const now = QzDataType::DateTime::NowUTC();
+        {
+            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+            auto const elapsed = static_cast<unsigned int>((now - mLastProbeTime).GetTotalMilliseconds());
+            if (elapsed <= kProbeIntervalMilliseconds)
+                return false;
+        }
+        QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
+        mLastProbeTime = QzDataType::DateTime::NowUTC();
+        return true;
+    }
+
+    bool Destination_KafkaLog_Impl::StatusHasChanged(int status)
+    {
+        {
+            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+            if (mLastStatus == status)
+                return false;
+        }
+        QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
+        if (mLastStatus == status)
+            return false;
+        mLastStatus = status;
+        return true;
+    }
+
+    QzBase::ReturnPtrI<Destination_DiskFile> Destination_KafkaLog_Impl::GetDiskFileDestination()
+    {
+        return QzBase::ReturnPtrI<Destination_DiskFile>(mpDiskFile.get());
+    }
+
+    void Destination_KafkaLog_Impl::ConfigureKafkaTopic(
+        unsigned short const* computerName, unsigned short const* serverName)
+    {
+        Shared& shared = GetShared();
+        if (shared.mTopicIsConfigured.load(std::memory_order_acquire))
+            return;
+        if (!computerName || !*computerName || !serverName || !*serverName)
+            return;
+
+        QzSynch::CriticalSection::SmartLock const hold(*shared.mpLock);
+        if (shared.mTopicIsConfigured.load(std::memory_order_relaxed))
+            return;
+        QzBase::WideString topic = kStreamName;
+        topic += kSeparator;
+        topic += computerName;
+        topic += kSeparator;
+        topic += serverName;
+        shared.mMessageTopic.swap(topic);
+        shared.mTopicIsConfigured.store(true, std::memory_order_release);
+    }
+
+    void Destination_KafkaLog_Impl::PublishRegistrySettings(unsigned short const* text)
+    {
+        bool const isUp = KafkaProducer::GetKafkaProducerStatus() == KafkaProducer::kStatusUp;
+        Shared& shared = GetShared();
+        QzSynch::CriticalSection::SmartLock const hold(*shared.mpLock);
+        if (isUp)
+            SendSettings(shared, text);
+        shared.mSettingsText = text ? text : u""_w;
+    }
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "destination/ConcreteDestination.h"
+
+#include <QzDataType/DateTime.h>
+#include <QzLog/Destination_KafkaLog.h>
+#include <QzSynch/Locks.h>
+
+namespace QzLog
+{
+    class Destination_KafkaLog_Impl final : public ConcreteDestination<Destination_KafkaLog>
+    {
+    public:
+        using ConcreteDestination::WriteMessage;
+
+        /// `path` is the normal form of the path that the user gave. Throws what GetDestination_DiskFile throws.
+        explicit Destination_KafkaLog_Impl(unsigned short const* path);
+
+        void WriteMessage(char const* bodyText, MessageHeader& header) override;
+        QzBase::ReturnPtrI<Destination_DiskFile> GetDiskFileDestination() override;
+
+        /// Names the message topic, unless it has its name already or one of the two is null or empty.
+        static void ConfigureKafkaTopic(unsigned short const* computerName, unsigned short const* serverName);
+
+        /// Sends the settings text if a broker is connected, and keeps it for the next time that one comes.
+        static void PublishRegistrySettings(unsigned short const* text);
+
+    private:
+        bool KafkaIsToBeTried();
+        static bool SendRecord(QzBase::ReturnString const& text);
+        bool ProbeIsDue();
+        bool StatusHasChanged(int status);
+
+        QzBase::CountedPtr<Destination_DiskFile> mpDiskFile;
+        // Guards the two members behind it. Test and update are two holds: two threads may both probe.
+        QzSynch::RWLockPtr mpLock;
+        QzDataType::DateTime mLastProbeTime;
+        int mLastStatus;
+    };
+}
