@@ -1,0 +1,25 @@
+# Installs the build into a private folder, builds the foreign project against it and runs that.
+# Run as: cmake -D BINARY_DIR=<build> -D SOURCE_DIR=<this folder> -D WORK_DIR=<private> -D COMPILER=<c++> -P run.cmake
+
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${ARGN} failed (${result}):\n${output}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+file(REMOVE_RECURSE ${WORK_DIR})
+run(${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${WORK_DIR}/prefix)
+run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix
+    -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${FLAGS})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+run(${WORK_DIR}/build/consumer)
+
+foreach(line "[Consumer][Info]" "Hello from the installed package, 2 calls" "thrown and caught")
+    string(FIND "${output}" "${line}" position)
+    if(position EQUAL -1)
+        message(FATAL_ERROR "'${line}' is missing in:\n${output}")
+    endif()
+endforeach()
+file(REMOVE_RECURSE ${WORK_DIR})
