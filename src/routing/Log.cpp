@@ -3,8 +3,6 @@
 #include "message/CallFrame.h"
 #include "routing/LogCall.h"
 
-#include <QzBase/Conversions.h>
-
 #include <string>
 
 // Each function here is the first of the library's frames in a call stack and calls the router itself. The test
@@ -19,11 +17,9 @@ namespace QzLog
             return router.mEnabled.load(std::memory_order_relaxed);
         }
 
-        /// The text is finished, so it goes in as an argument: what looks like a number in it is none.
         [[noreturn]] void ThrowBaseException(std::string const& text, int id)
         {
-            QzBase::Message message(QzBase::MESSAGE_DOMAIN_UNKNOWN, id, "%1");
-            message << QzBase::UTF8ToWideChar(text.c_str(), true).c_str();
+            QzBase::Message message(QzBase::MESSAGE_DOMAIN_UNKNOWN, id, text.c_str());
             throw QzBase::ExceptionImpl<QzBase::Message>(std::move(message));
         }
     }

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <utility>
+
 using namespace Road;
 using testing::ElementsAre;
 
@@ -59,11 +61,13 @@ TEST(ConfigurationTest, TheLoggerThatWasFirstStands)
     Initializer const initializer;
     CountedPtr<Hook> const hook(new Hook);
     CountedPtr<Logger> first;
+    bool isInside = false;
     hook->mOnLogger = [&](Logger&)
     {
-        hook->mOnLogger = nullptr;
-        first = GetLogger("L", QzSynch::kLockStackCategoryDefault);
+        if (!std::exchange(isInside, true))
+            first = GetLogger("L", QzSynch::kLockStackCategoryDefault);
     };
     SetConfigurationHook(hook.get());
-    EXPECT_EQ(GetLogger("L", QzSynch::kLockStackCategoryDefault).get(), first.get());
+    CountedPtr<Logger> const second = GetLogger("L", QzSynch::kLockStackCategoryDefault);
+    EXPECT_EQ(second.get(), first.get());
 }

@@ -124,16 +124,24 @@ TEST(ModuleTest, AnInitializerInACallInFlightKeepsIt)
     Line const line;
     Logger* const logger = line.mpRouter->GetLogger();
     std::latch inside(1);
+    std::latch hidden(1);
     line.mpDestination->mAction = [&]
     {
         inside.count_down();
-        WaitUntil([] { return gModuleInit.useCount == 0; });
+        hidden.wait();
         second.emplace();
     };
     std::thread logging([&] { Log(*line.mpRouter); });
+    std::thread watching(
+        [&]
+        {
+            WaitUntil([] { return !ModuleIsLive(); });
+            hidden.count_down();
+        });
     inside.wait();
     initializer.reset();
     logging.join();
+    watching.join();
     EXPECT_EQ(GetLogger("L", QzSynch::kLockStackCategoryDefault).get(), logger);
 }
 
