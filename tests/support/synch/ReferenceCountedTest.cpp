@@ -5,7 +5,10 @@
 
 #include <atomic>
 #include <barrier>
+#include <functional>
+#include <string>
 #include <thread>
+#include <utility>
 
 namespace
 {
@@ -68,33 +71,89 @@ TEST(CallbackProxy, GivesTheOwnerUntilItDetaches)
     EXPECT_FALSE(proxy.GetTarget());
 }
 
-// A reference that is taken while the last one goes keeps the object alive, and is the last one in its turn.
-TEST(ReferenceCounted, SurvivesAReferenceTakenInOnLastRelease)
+namespace
 {
-    struct Reviving final : CountedImpl
+    // Lets something happen between a read of the counter and what the reader does next, as another thread
+    // could do it.
+    class ScriptedCounter
     {
-        explicit Reviving(QzBase::CountedPtr<Reviving>& keeper) : mKeeper(keeper) {}
+    public:
+        explicit ScriptedCounter(int value) : mValue(value) {}
+        int operator++() { return ++mValue; }
+        int operator--() { return --mValue; }
 
-        void OnLastRelease() override
+        operator int() const
         {
-            if (++mCalls == 1)
-                mKeeper = this;
+            int const value = mValue;
+            if (auto const meanwhile = std::exchange(gAfterNextRead, nullptr))
+                meanwhile();
+            return value;
         }
 
-        QzBase::CountedPtr<Reviving>& mKeeper;
-        int mCalls = 0;
+        bool CompareExchange(int& expected, int desired)
+        {
+            if (mValue == expected)
+            {
+                mValue = desired;
+                return true;
+            }
+            expected = mValue;
+            return false;
+        }
+
+        static inline std::function<void()> gAfterNextRead;
+
+    private:
+        int mValue;
     };
 
-    QzBase::CountedPtr<Reviving> keeper;
-    QzBase::CountedPtr<Reviving>(new Reviving(keeper)).reset();
-    ASSERT_TRUE(keeper);
-    EXPECT_EQ(keeper->mCalls, 1);
+    struct Scripted final : QzSynch::ReferenceCountedImpl<ScriptedCounter>
+    {
+        explicit Scripted(std::string& log) : mLog(log) {}
+        ~Scripted() override { mLog += "end "; }
+        void OnLastRelease() override { mLog += "last "; }
+
+        std::string& mLog;
+    };
+}
+
+TEST(ReferenceCounted, AlwaysDetachesLastWhateverHappensInBetween)
+{
+    using Holder = QzBase::CountedPtr<Scripted>;
+    struct
+    {
+        char const* mpName;
+        void (*mMeanwhile)(Holder& other, Scripted& object);
+        bool mOtherHolds;
+        char const* mpExpected;
+    } const cases[] = {{"both read 2", [](Holder& other, Scripted&) { other.reset(); }, true, "last end "},
+        {"a reference comes and goes", [](Holder&, Scripted& object) { Holder(&object).reset(); }, false, "last end "},
+        {"a reference comes and stays", [](Holder& other, Scripted& object) { other = &object; }, false, "last stays "},
+        {"nothing", [](Holder&, Scripted&) {}, true, "stays "}};
+
+    for (auto const& test : cases)
+    {
+        SCOPED_TRACE(test.mpName);
+        std::string log;
+        Holder holder(new Scripted(log));
+        Holder other(test.mOtherHolds ? holder.get() : nullptr);
+        ScriptedCounter::gAfterNextRead = [&, object = holder.get()] { test.mMeanwhile(other, *object); };
+        holder.reset();
+        if (other)
+        {
+            log += "stays ";
+            EXPECT_EQ(log, test.mpExpected);
+            other.reset();
+            EXPECT_EQ(log, test.mpExpected + std::string("last end "));
+        }
+        EXPECT_EQ(log.substr(0, std::string(test.mpExpected).size()), test.mpExpected);
+    }
 }
 
 // Two holders let go at once, the second in every other round after a look through the proxy.
 TEST(ReferenceCounted, NeverEndsWithoutOnLastRelease)
 {
-    constexpr int kRounds = 20'000;
+    constexpr int kRounds = 5'000;
     Proxy proxy;
     Owner::Log log;
     QzBase::CountedPtr<Owner> held[2];

@@ -219,7 +219,7 @@ TEST(ThreadLocalStorage, WorksInTheChildOfAFork)
         });
     started.arrive_and_wait();
 
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 5; ++i)
     {
         pid_t const child = fork();
         if (child == 0)
