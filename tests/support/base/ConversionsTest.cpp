@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <climits>
 #include <thread>
 #include <vector>
 
@@ -37,13 +37,10 @@ namespace
             unsigned int mHexWithPrefix;
         } const cases[] = {
             {nullptr, 0, 0, 0},
-            {"", 0, 0, 0},
             {"12x", 12, 0x12, 0x12},
             {" \t-7", -7, 0, 0},
-            {"+8", 8, 0, 0},
-            {"--8", 0, 0, 0},
+            {"+-8", 0, 0, 0},
             {"2147483648", INT_MAX, 0x47483648, 0x47483648},
-            {"-2147483648", INT_MIN, 0, 0},
             {"-99999999999999999999", INT_MIN, 0, 0},
             {"99999999999999999999", INT_MAX, 0x99999999, 0x99999999},
             {"0xaBc", 0, 0, 0xABC},
@@ -66,8 +63,10 @@ namespace
         static_cast<_GUID&>(guid) = {0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
         EXPECT_EQ(WideString(guid.ToWString().c_str()), u"01234567-89AB-CDEF-0123-456789ABCDEF"_w);
         CreateGUID(guid);
-        EXPECT_TRUE(std::regex_match(WideCharToUTF8(guid.ToWString().c_str(), true).c_str(),
-            std::regex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}")));
+        WideString const text = guid.ToWString().c_str();
+        EXPECT_EQ(text[14], '4') << "not the version that tells random identifiers";
+        CreateGUID(guid);
+        EXPECT_NE(text, guid.ToWString().c_str());
     }
 
     TEST(ConversionsTest, TimerAddsOnce)
@@ -91,21 +90,17 @@ namespace
     TEST(ConversionsTest, BufferKeepsItsPiecesApart)
     {
         Buffer buffer;
-        std::vector<std::pair<unsigned char*, std::size_t>> pieces;
+        std::vector<WideString> texts;
         for (std::size_t i = 0; i < 200; ++i)
         {
             std::size_t const alignment = std::size_t{1} << i % 5;
-            std::size_t const size = i % 40 == 39 ? 9000 : i;
-            auto* const piece = static_cast<unsigned char*>(buffer.Allocate(size, alignment));
+            void* const piece = buffer.Allocate(i % 3, alignment);
             EXPECT_EQ(reinterpret_cast<std::uintptr_t>(piece) % alignment, 0u);
-            std::fill_n(piece, size, static_cast<unsigned char>(i));
-            pieces.emplace_back(piece, size);
+            std::size_t const length = i % 40 == 39 ? 9000 : i;
+            texts.emplace_back(length, static_cast<unsigned short>(i), Allocator<unsigned short>(&buffer));
         }
-        for (std::size_t i = 0; i < pieces.size(); ++i)
-            EXPECT_EQ(std::count(pieces[i].first, pieces[i].first + pieces[i].second, static_cast<unsigned char>(i)),
-                static_cast<std::ptrdiff_t>(pieces[i].second));
-        WideString const text(5000, 'x', Allocator<unsigned short>(&buffer));
-        EXPECT_EQ(text.find_first_not_of('x'), WideString::npos);
+        for (std::size_t i = 0; i < texts.size(); ++i)
+            EXPECT_EQ(texts[i].find_first_not_of(static_cast<unsigned short>(i)), WideString::npos);
         EXPECT_THROW(buffer.Allocate(static_cast<std::size_t>(-1), 1), std::bad_alloc);
     }
 
