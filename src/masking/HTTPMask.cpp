@@ -10,6 +10,13 @@ namespace
     constexpr std::string_view kMask = "***";
     constexpr std::size_t kNotFound = std::string_view::npos;
 
+    // The next such character at or after `start`. In most bodies it is the first one, where a look is
+    // cheaper than a search.
+    std::size_t FindNear(std::string_view text, char character, std::size_t start)
+    {
+        return start < text.size() && text[start] == character ? start : text.find(character, start);
+    }
+
     // The quote that ends the JSON string whose content begins at `start`. A quote directly behind a
     // backslash of the content is escaped. Each byte is looked at once.
     std::size_t FindClosingQuote(std::string_view text, std::size_t start)
@@ -30,10 +37,10 @@ namespace
         std::size_t pos = 0;
         while ((pos = finder.Find(text, pos)) != kNotFound)
         {
-            std::size_t const colon = text.find(':', pos + finder.GetPattern().size());
+            std::size_t const colon = FindNear(text, ':', pos + finder.GetPattern().size());
             if (colon == kNotFound)
                 return;
-            std::size_t const openingQuote = text.find('"', colon);
+            std::size_t const openingQuote = FindNear(text, '"', colon + 1);
             if (openingQuote == kNotFound)
                 return;
             std::size_t const closingQuote = FindClosingQuote(text, openingQuote + 1);
