@@ -1,0 +1,175 @@
+// One record to Kafka, beside librdkafka's own call with the same bytes and beside the formatting of the
+// record alone. The broker is librdkafka's mock cluster in this process, on loopback; each case stops short
+// of a full local queue and lets it drain outside the measured time.
+
+#include <QzLog/QzLog.h>
+
+#include <benchmark/benchmark.h>
+#include <librdkafka/rdkafka.h>
+#include <librdkafka/rdkafka_mock.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <thread>
+
+using namespace QzBase::Literals;
+
+namespace
+{
+    constexpr int kRecords = 20'000;
+    constexpr int kDrainMilliseconds = 30'000;
+    constexpr char const* kText = "Report 4711 of user alice finished after 128 ms";
+
+    [[noreturn]] void Fail(char const* reason)
+    {
+        std::fprintf(stderr, "%s\n", reason);
+        std::exit(1);
+    }
+
+    class MockBroker
+    {
+    public:
+        MockBroker()
+            : mpHost(rd_kafka_new(RD_KAFKA_PRODUCER, rd_kafka_conf_new(), nullptr, 0)),
+              mpCluster(rd_kafka_mock_cluster_new(mpHost, 1))
+        {
+        }
+
+        MockBroker(MockBroker const&) = delete;
+        MockBroker& operator=(MockBroker const&) = delete;
+
+        ~MockBroker()
+        {
+            rd_kafka_mock_cluster_destroy(mpCluster);
+            rd_kafka_destroy(mpHost);
+        }
+
+        char const* GetAddress() const { return rd_kafka_mock_cluster_bootstraps(mpCluster); }
+
+    private:
+        rd_kafka_t* mpHost;
+        rd_kafka_mock_cluster_t* mpCluster;
+    };
+
+    std::map<std::string, std::string> MakeProperties(MockBroker const& broker)
+    {
+        return {{"bootstrap.servers", broker.GetAddress()}, {"queue.buffering.max.messages", "1000000"},
+            {"queue.buffering.max.kbytes", "1000000"}};
+    }
+
+    void WaitUntilDelivered()
+    {
+        for (int i = 0; i < kDrainMilliseconds; ++i)
+        {
+            KafkaClient::KafkaProducer::Counters const counters = KafkaClient::KafkaProducer::GetCounters();
+            if (counters.mDelivered + counters.mFailed == counters.mAccepted)
+                return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+
+    /// The module, connected to a broker, and the Kafka destination with a file behind it.
+    struct Setup
+    {
+        Setup()
+        {
+            char folder[] = "/tmp/qzlog-bench-XXXXXX";
+            if (!mkdtemp(folder))
+                Fail("no temporary folder");
+            mFolder = folder;
+            QzBase::SetFeatureEnabled(u"KS/SLMS"_w, true);
+            KafkaClient::KafkaProducer::Configure(MakeProperties(mBroker));
+            QzLog::SetServerInstanceName(u"Engine"_w);
+            QzBase::ReturnWString const path = QzBase::UTF8ToWideChar((mFolder + "/fall.log").c_str(), false);
+            mpDestination = QzLog::GetDestination_KafkaLog(path.c_str());
+            for (int i = 0; i < kDrainMilliseconds; ++i)
+            {
+                if (KafkaClient::KafkaProducer::GetKafkaProducerStatus() == KafkaClient::KafkaProducer::kStatusUp)
+                    return;
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            Fail("the broker did not come up");
+        }
+
+        Setup(Setup const&) = delete;
+        Setup& operator=(Setup const&) = delete;
+        ~Setup() { std::filesystem::remove_all(mFolder); }
+
+        MockBroker mBroker;
+        std::string mFolder;
+        QzLog::Initializer mModule;
+        QzBase::CountedPtr<QzLog::Destination_KafkaLog> mpDestination;
+        QzBase::CountedPtr<QzLog::MessageHeader> mpHeader{QzLog::CreateMessageHeader()};
+    };
+
+    Setup& GetSetup()
+    {
+        static Setup setup;
+        return setup;
+    }
+
+    /// The bytes that the destination sends for kText.
+    std::string MakeRecord(QzLog::MessageHeader& header)
+    {
+        return std::string(header.GetHeaderText()) + ' ' + kText + '\r';
+    }
+
+    void Record(benchmark::State& state)
+    {
+        Setup& setup = GetSetup();
+        std::uint64_t const acceptedBefore = KafkaClient::KafkaProducer::GetCounters().mAccepted;
+        for (auto _ : state)
+        {
+            setup.mpHeader->SetTimestampToNow();
+            setup.mpDestination->WriteMessage(kText, *setup.mpHeader);
+        }
+        if (KafkaClient::KafkaProducer::GetCounters().mAccepted - acceptedBefore <
+            static_cast<std::uint64_t>(state.iterations()))
+            state.SkipWithError("records went to the file");
+        WaitUntilDelivered();
+    }
+
+    void Format(benchmark::State& state)
+    {
+        QzLog::MessageHeader& header = *GetSetup().mpHeader;
+        for (auto _ : state)
+        {
+            header.SetTimestampToNow();
+            benchmark::DoNotOptimize(MakeRecord(header));
+        }
+    }
+
+    void Produce(benchmark::State& state)
+    {
+        rd_kafka_conf_t* const conf = rd_kafka_conf_new();
+        for (auto const& [name, value] : MakeProperties(GetSetup().mBroker))
+            rd_kafka_conf_set(conf, name.c_str(), value.c_str(), nullptr, 0);
+        rd_kafka_t* const producer = rd_kafka_new(RD_KAFKA_PRODUCER, conf, nullptr, 0);
+        std::string record = MakeRecord(*GetSetup().mpHeader);
+
+        rd_kafka_vu_t parts[3];
+        parts[0].vtype = RD_KAFKA_VTYPE_TOPIC;
+        parts[0].u.cstr = "floor";
+        parts[1].vtype = RD_KAFKA_VTYPE_VALUE;
+        parts[1].u.mem = {record.data(), record.size()};
+        parts[2].vtype = RD_KAFKA_VTYPE_MSGFLAGS;
+        parts[2].u.i = RD_KAFKA_MSG_F_COPY;
+        // The first record of a producer fetches the topic.
+        rd_kafka_produceva(producer, parts, 3);
+        rd_kafka_flush(producer, kDrainMilliseconds);
+        for (auto _ : state)
+        {
+            if (rd_kafka_produceva(producer, parts, 3))
+                state.SkipWithError("the local queue is full");
+        }
+        rd_kafka_flush(producer, kDrainMilliseconds);
+        rd_kafka_destroy(producer);
+    }
+
+    BENCHMARK(Record)->Name("KafkaRecord/QzLog")->Iterations(kRecords);
+    BENCHMARK(Produce)->Name("KafkaRecord/rd_kafka_produceva")->Iterations(kRecords);
+    BENCHMARK(Format)->Name("KafkaRecord/FormatAlone")->Iterations(kRecords);
+}
