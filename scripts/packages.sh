@@ -4,7 +4,7 @@
 set -euo pipefail
 
 build=(g++ cmake make ninja-build pkg-config ccache
-    libjsoncpp-dev librdkafka-dev libutfcpp-dev libboost-stacktrace-dev libsystemd-dev uuid-dev
+    libjsoncpp-dev librdkafka-dev libutfcpp-dev libboost-stacktrace-dev libsystemd-dev uuid-dev libcli11-dev
     libgtest-dev libgmock-dev)
 bench=(libbenchmark-dev libspdlog-dev liblog4cplus-dev libre2-dev)
 check=(clang clang-format clang-tidy libclang-rt-14-dev git)

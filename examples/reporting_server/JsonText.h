@@ -1,0 +1,12 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <string_view>
+
+namespace ReportingServer
+{
+    /// Reads JSON strictly: one value and nothing behind it, no comments, no name twice in an object. Throws
+    /// Json::Exception with the place and the reason.
+    Json::Value ParseJson(std::string_view text);
+}

@@ -1,0 +1,114 @@
+#include "Server.h"
+
+#include "Catalog.h"
+#include "Commands.h"
+#include "Messages.h"
+#include "Secrets.h"
+
+#include <QzBase/Conversions.h>
+#include <QzBase/System.h>
+#include <QzLog/Destination_DebugOutput.h>
+#include <QzLog/ThreadSpecificLogInfo.h>
+
+namespace ReportingServer
+{
+    namespace
+    {
+        QzBase::CountedPtr<RoutingHook> InstallHook(std::string const& settingsFile)
+        {
+            RegisterMessageTexts();
+            QzBase::CountedPtr<RoutingHook> const hook(new RoutingHook(new Catalog));
+            hook->Apply(LoadSettings(settingsFile));
+            QzLog::SetConfigurationHook(hook.get());
+            return hook;
+        }
+    }
+
+    Server::Server(Options const& options)
+        : mOptions(options),
+          mpHook(InstallHook(options.mSettingsFile)),
+          mTraces(options.mTraceFolder, options.mPeriodSize),
+          mHandler(mChannels, mTraces),
+          mInput(options.mRequestFile),
+          mWorkers(options.mWorkerCount, [this](Request const& request) { mHandler.Handle(request); })
+    {
+    }
+
+    void Server::Run()
+    {
+        QzBase::ReturnString const name = QzBase::WideCharToUTF8(QzLog::GetServerInstanceName().c_str(), true);
+        LogStructured(*mChannels.mKernel.mInfo, MakeMessage(kServerStarted) << mOptions.mWorkerCount << name.c_str());
+
+        std::string line;
+        for (;;)
+        {
+            switch (mInput.Wait(line))
+            {
+            case Input::Event::Line:
+                Accept(line);
+                break;
+            case Input::Event::HangUp:
+                ReadSettingsAgain();
+                break;
+            case Input::Event::Stop:
+            case Input::Event::End:
+                return Finish();
+            }
+        }
+    }
+
+    void Server::ReadSettingsAgain()
+    {
+        try
+        {
+            // All that can be wrong shows before the first dispatcher changes.
+            mpHook->Apply(LoadSettings(mOptions.mSettingsFile));
+            QzLog::RefreshConfiguration();
+            LogStructured(*mChannels.mKernel.mInfo, MakeMessage(kSettingsRead) << mOptions.mSettingsFile.c_str());
+        }
+        catch (QzBase::Message const& fault)
+        {
+            TellRejection(fault);
+        }
+    }
+
+    void Server::TellRejection(QzBase::Message const& fault)
+    {
+        LogStructured(*mChannels.mKernel.mError, fault);
+        // It must not go unheard because the settings in force route no errors.
+        if (!mChannels.mKernel.mError->mEnabled)
+            QzLog::GetDestination_DebugOutput()->WriteString(QzBase::FormatMessage(fault, kEnglish).c_str());
+    }
+
+    void Server::Accept(std::string const& line)
+    {
+        ++mLineNumber;
+        if (IsIdleLine(line))
+            return;
+        try
+        {
+            Request request = ParseRequest(mLineNumber, line);
+            ++mRequestCount;
+
+            QzLog::ThreadSpecificLogInfo identity{
+                request.mUser, request.mSession, request.mObject, QzBase::GetCurrentThreadID()};
+            QzLog::ThreadSpecificLogInfoSwitchGuard const onThisThread(&identity);
+            CommandOfThread const command(request.mCommand);
+            LogID(*mChannels.mNetwork.mInfo, RS_HERE, kRequestReceived, request.mNumber, request.mCommandName,
+                DescribeAttributes(request));
+            mWorkers.Submit(std::move(request));
+        }
+        catch (QzBase::Message const& fault)
+        {
+            ++mRejectedCount;
+            LogStructured(*mChannels.mNetwork.mError, fault);
+        }
+    }
+
+    void Server::Finish()
+    {
+        mWorkers.Finish();
+        LogStructured(*mChannels.mKernel.mInfo, MakeMessage(kServerStopped) << mRequestCount << GetFailedCount());
+        mTraces.Print(mChannels.mKernel);
+    }
+}

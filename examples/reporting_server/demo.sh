@@ -1,0 +1,93 @@
+#!/usr/bin/env bash
+# Shows the reporting server and its logs in a few seconds. Works in the folder "demo" beside it, or in the one that
+# is given, and replaces what an earlier run left there.
+set -euo pipefail
+export LC_ALL=C.UTF-8 # or grep takes a log with an umlaut for a binary file
+
+start=$PWD
+here=$(cd "$(dirname "$0")" && pwd)
+work=${1:-$here/demo}
+mkdir -p "$work"
+cd "$work"
+rm -rf logs traces requests settings.json summary.txt terminal.txt
+
+caption() { printf '\n\033[1m%s\033[0m\n' "$1"; }
+fail() { echo "demo: $1" >&2; exit 1; }
+
+# Waits until one of the files holds a text, 30 seconds at most.
+await() {
+    local text=$1
+    shift
+    for _ in $(seq 600); do
+        grep -qs -- "$text" "$@" && return
+        sleep 0.05
+    done
+    fail "'$text' did not appear in $*"
+}
+
+# Log lines without that part of the header that is the same in all of them: host, server, process.
+shorten() { sed -E 's/ \[HOST:[^]]*\]\[SERVER:[^]]*\]\[PID:[0-9]+\]/ /; s/\r$//'; }
+
+caption "A log line is a header and a text. A failure has its causes below it; here in English, then in German:"
+grep -E '^(SignIn +jürgen +2E79|RunReport +jürgen +2E79 +Archive)' "$here/requests.txt" | head -n 2 |
+    "$here/reporting_server" --config "$here/terminal.json" 2>&1
+
+caption "Now into files. Half of the $(grep -cE '^[A-Za-z]' "$here/requests.txt") request lines, worked off on four threads, make these logs..."
+cp "$here/files.json" settings.json
+half=$(($(wc -l < "$here/requests.txt") / 2))
+last=$(awk -v half="$half" 'NR <= half && $1 == "RunReport" { last = NR } END { print last }' "$here/requests.txt")
+mkfifo requests
+"$here/reporting_server" --config settings.json - < requests > summary.txt 2> terminal.txt &
+server=$!
+trap 'kill "$server" 2> /dev/null || true' EXIT
+exec 3> requests
+head -n "$half" "$here/requests.txt" >&3
+await "Request $last answered" logs/network/network.log logs/network/network.log.bak00
+find logs -name '*.log' | sort | paste -s -d ' '
+
+caption "...a settings file with a fault and SIGHUP: the server says what is wrong and keeps the settings it has..."
+sed 's/"errors", "kernel"/"erors", "kernel"/' "$here/files.json" > settings.json
+kill -HUP "$server"
+await "erors" terminal.txt
+tail -n 2 terminal.txt | shorten
+
+caption "...a good one and SIGHUP: from here on all goes into one German log, and failures into two. The other half:"
+cp "$here/rerouted.json" settings.json
+kill -HUP "$server"
+await "gelten jetzt" logs/all.log
+tail -n "+$((half + 1))" "$here/requests.txt" >&3
+exec 3>&-
+wait "$server" || fail "the server ended with $?"
+trap - EXIT
+cat summary.txt
+
+caption "The tree of logs and back-ups, in bytes. A log rolls over at 20,000; bak00 is the newest back-up."
+find logs -type f -printf '%8s  %p\n' | sort -k 2
+
+caption "The end of the newest log:"
+tail -n 4 logs/all.log | shorten
+
+caption "One failure, in the English and in the German log:"
+failure=$(sed -nE 's/.*OID:Archive.*Anfrage ([0-9]+) .*/\1/p' logs/fehler/fehler.log | tail -n 1)
+grep -A 2 "Request $failure (" logs/errors.log | shorten
+grep -A 2 "Anfrage $failure (" logs/fehler/fehler.log | shorten
+
+caption "The settings name messages that get a call stack:"
+grep -m 1 -A 5 -e '- callstack -' logs/errors.log | shorten
+
+caption "Passwords are masked before they are logged; what the mask cannot be sure of is withheld:"
+grep -hoE '[0-9]+: SignIn .*|P[OU][A-Z]+ /api/(logins|users).*' logs/network/network.log* logs/all.log* | shorten |
+    awk '!seen[$2]++' | tail -n 4
+
+caption "Commands, one line for each 100 requests: cluster/all(share), then ID:count(minimum/mean/maximum in us)"
+cut -c -130 traces/commands.txt
+
+caption "Messages, one line for each period and destination: ID(Trace-Info-Error:mean length). The first period:"
+sed -nE '2,${/^1\t/!q;s/ +\t/\t/;p}' traces/messages.txt | cut -c -130
+
+if [ -S /run/systemd/journal/socket ] && command -v journalctl > /dev/null; then
+    caption "In the system's journal:"
+    journalctl --quiet --no-pager -o cat -t 'Reporting server' -n 2 2>&1 | shorten
+fi
+
+caption "All of it is in ${PWD#"$start"/}"
