@@ -7,45 +7,46 @@
 
 namespace QzTest
 {
-    /// Ends a replacement of a kernel call.
-    class KernelFault
-    {
-    public:
-        virtual ~KernelFault() = default;
-    };
-
-    /// Makes one entry of the table fail, once, with an error number, after it has been called `skip` times.
-    /// Only one for each entry at a time.
+    /// Counts the calls of one entry of the table, and makes one of them fail with an error number, after
+    /// `skip` others. One for each entry at a time.
     template <auto entry>
-    class FailOnce : public KernelFault
+    class Watch
     {
     public:
-        explicit FailOnce(int error, int skip = 0)
+        explicit Watch(int error = 0, int skip = 0)
         {
-            gSkip = skip;
             gReal = QzOs::Posix::gKernel.*entry;
             gError = error;
-            QzOs::Posix::gKernel.*entry = MakeFailing(gReal);
+            gSkip = skip;
+            gCount = 0;
+            QzOs::Posix::gKernel.*entry = MakeWatching(gReal);
         }
 
-        ~FailOnce() override { QzOs::Posix::gKernel.*entry = gReal; }
+        ~Watch() { QzOs::Posix::gKernel.*entry = gReal; }
+        Watch(Watch const&) = delete;
+        Watch& operator=(Watch const&) = delete;
 
-        static std::unique_ptr<KernelFault> Make(int error, int skip)
-        {
-            return std::make_unique<FailOnce>(error, skip);
-        }
+        static int GetCount() { return gCount; }
+        static std::shared_ptr<void> Make(int error, int skip) { return std::make_shared<Watch>(error, skip); }
 
     private:
         using Entry = std::remove_reference_t<decltype(QzOs::Posix::gKernel.*entry)>;
 
+        template <auto other>
+        static constexpr bool kIs = std::is_same_v<std::integral_constant<decltype(entry), entry>,
+            std::integral_constant<decltype(other), other>>;
+
         template <class Result, class... Arguments>
-        static Entry MakeFailing(Result (*)(Arguments...))
+        static Entry MakeWatching(Result (*)(Arguments...))
         {
             return [](Arguments... arguments) -> Result
             {
-                if (gSkip-- > 0)
+                if (gCount++ != gSkip || gError == 0)
                     return gReal(arguments...);
-                QzOs::Posix::gKernel.*entry = gReal;
+                // What closes something has done so also when it fails.
+                using QzOs::Posix::Kernel;
+                if constexpr (kIs<&Kernel::mpClose> || kIs<&Kernel::mpFclose> || kIs<&Kernel::mpClosedir>)
+                    gReal(arguments...);
                 errno = gError;
                 if constexpr (std::is_pointer_v<Result>)
                     return nullptr;
@@ -57,38 +58,6 @@ namespace QzTest
         static inline Entry gReal = nullptr;
         static inline int gError = 0;
         static inline int gSkip = 0;
-    };
-
-    /// Counts the calls of one entry.
-    template <auto entry>
-    class CountCalls
-    {
-    public:
-        CountCalls()
-        {
-            gCount = 0;
-            gReal = QzOs::Posix::gKernel.*entry;
-            QzOs::Posix::gKernel.*entry = MakeCounting(gReal);
-        }
-
-        ~CountCalls() { QzOs::Posix::gKernel.*entry = gReal; }
-
-        static int Get() { return gCount; }
-
-    private:
-        using Entry = std::remove_reference_t<decltype(QzOs::Posix::gKernel.*entry)>;
-
-        template <class Result, class... Arguments>
-        static Entry MakeCounting(Result (*)(Arguments...))
-        {
-            return [](Arguments... arguments) -> Result
-            {
-                ++gCount;
-                return gReal(arguments...);
-            };
-        }
-
-        static inline Entry gReal = nullptr;
         static inline int gCount = 0;
     };
 }

@@ -3,18 +3,25 @@
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
 #include <QzBase/WideString.h>
+#include <QzDataType/Binary.h>
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace QzTest
 {
@@ -30,6 +37,16 @@ namespace QzTest
     inline std::string Narrow(QzBase::ReturnWString const& text)
     {
         return Narrow(text.c_str());
+    }
+
+    using BinaryPtr = std::unique_ptr<QzDataType::Binary>;
+    inline BinaryPtr MakeBinary(std::size_t size)
+    {
+        return BinaryPtr(QzDataType::CreateBinary(size, nullptr));
+    }
+    inline std::string ToString(QzDataType::Binary& binary)
+    {
+        return std::string(binary.GetData(), binary.GetData() + binary.GetSize());
     }
 
     /// The levels of a failure, outermost first, each as "domain/ID text" with a line end behind it.
@@ -55,27 +72,25 @@ namespace QzTest
     /// What Describe gives for the one-level failures of calls of the C runtime.
     inline std::string DescribeCall(std::string const& text, int error)
     {
-        return "0/" + std::to_string(error) + ' ' + text + '\n' + strerror(error) + '\n';
+        return "0/" + std::to_string(error) + " QzFileSystem::" + text + '\n' + strerror(error) + '\n';
     }
 
+    using Action = std::function<void()>;
+
     /// The failure that an action throws, described; empty when it throws none.
-    template <class Action>
-    std::string Catch(Action&& action)
+    inline std::string Catch(Action const& action)
+    try
     {
-        try
-        {
-            action();
-            return std::string();
-        }
-        catch (QzBase::Message& failure)
-        {
-            return Describe(failure);
-        }
+        action();
+        return std::string();
+    }
+    catch (QzBase::Message& failure)
+    {
+        return Describe(failure);
     }
 
     /// Runs an action in a child process and returns its wait status; the action's result is its exit code.
-    template <class Action>
-    int RunInChild(Action&& action)
+    inline int RunInChild(std::function<int()> const& action)
     {
         pid_t const child = fork();
         if (child == 0)
@@ -85,24 +100,27 @@ namespace QzTest
         return status;
     }
 
+    using Snapshot = std::map<std::string, std::string>;
+
     /// A folder of its own for each test, removed with all in it.
     class TemporaryFolder : public testing::Test
     {
     protected:
-        TemporaryFolder()
-        {
-            std::string name = testing::TempDir() + "qzlog-files-XXXXXX";
-            mFolder = mkdtemp(name.data());
-        }
+        TemporaryFolder() : mFolder(testing::TempDir() + "qzlog-files-XXXXXX") { mkdtemp(mFolder.data()); }
 
         ~TemporaryFolder() override
         {
+            SetTemporary(mOldTemporary);
             std::error_code ignored;
             std::filesystem::remove_all(mFolder, ignored);
         }
 
+        /// Sets the directory for temporary files, until the test ends.
+        static void SetTemporary(std::string const& path) { setenv("TMPDIR", path.c_str(), 1); }
+
         std::string In(std::string const& name) const { return mFolder + '/' + name; }
         QzBase::WideString WideIn(std::string const& name) const { return Wide(In(name)); }
+        void MakeFolder(std::string const& name) const { std::filesystem::create_directories(In(name)); }
 
         void Put(std::string const& name, std::string const& content) const
         {
@@ -116,9 +134,9 @@ namespace QzTest
         }
 
         /// Names and contents of all files, and names of all folders, below the folder.
-        std::map<std::string, std::string> TakeSnapshot() const
+        Snapshot TakeSnapshot() const
         {
-            std::map<std::string, std::string> snapshot;
+            Snapshot snapshot;
             for (auto const& entry : std::filesystem::recursive_directory_iterator(mFolder))
             {
                 std::string const name = std::filesystem::relative(entry.path(), mFolder);
@@ -128,5 +146,8 @@ namespace QzTest
         }
 
         std::string mFolder;
+
+    private:
+        std::string const mOldTemporary = getenv("TMPDIR") ? getenv("TMPDIR") : "";
     };
 }
