@@ -17,13 +17,13 @@ namespace
     using testing::Contains;
     using testing::ContainsRegex;
 
-    int gRecordLine = 0;
-    int gCallLine = 0;
+    thread_local int tRecordLine = 0;
+    thread_local int tCallLine = 0;
 
     // The statements behind the calls keep them from becoming jumps.
     __attribute__((noinline)) CallStack* RecordHere()
     {
-        gRecordLine = __LINE__ + 1;
+        tRecordLine = __LINE__ + 1;
         CallStack* const stack = CreateCallStack(nullptr);
         asm volatile("");
         return stack;
@@ -32,7 +32,7 @@ namespace
     template <class T>
     __attribute__((noinline)) CallStack* CallRecorder(T)
     {
-        gCallLine = __LINE__ + 1;
+        tCallLine = __LINE__ + 1;
         CallStack* const stack = RecordHere();
         asm volatile("");
         return stack;
@@ -52,9 +52,9 @@ namespace
         stack->Destroy();
         ASSERT_GT(descriptions.size(), 3u);
         EXPECT_THAT(descriptions[0],
-            ContainsRegex("::RecordHere\\(\\) at .*CallStackTest\\.cpp:" + std::to_string(gRecordLine) + "$"));
-        EXPECT_THAT(descriptions[1],
-            ContainsRegex("::CallRecorder<int>\\(int\\) at .*CallStackTest\\.cpp:" + std::to_string(gCallLine) + "$"));
+            ContainsRegex("::RecordHere\\(\\) at .*CallStackTest\\.cpp:" + std::to_string(tRecordLine) + "$"));
+        EXPECT_THAT(descriptions[1], ContainsRegex("::CallRecorder<int>\\(int\\).* at .*CallStackTest\\.cpp:" +
+                                                   std::to_string(tCallLine) + "$"));
         EXPECT_THAT(descriptions[2], ContainsRegex("FrameZero.*::TestBody\\(\\) at .*CallStackTest\\.cpp"));
         // What has no debug information shows its module.
         EXPECT_THAT(descriptions, Contains(ContainsRegex("libc")));

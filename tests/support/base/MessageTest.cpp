@@ -47,7 +47,7 @@ namespace
             SCOPED_TRACE(test.mTemplate);
             Message message = Make(1, test.mTemplate);
             for (int i = 1; i <= test.mCount; ++i)
-                message << ("a" + std::to_string(i)).c_str();
+                message << std::string("a").append(std::to_string(i)).c_str();
             EXPECT_EQ(TextOf(message), test.mExpected);
             // The same holds for a text in another language, which is UTF-8.
             Message other = message;
