@@ -49,6 +49,21 @@ namespace QzOs
             return i;
         }
 
+        // In pieces of a fixed size, which compilers turn into a few wide instructions.
+        template <class To, class From>
+        To* CopyASCII(To* __restrict out, From const* __restrict text, std::size_t length)
+        {
+            constexpr std::size_t kStep = 16;
+            for (; length >= kStep; length -= kStep, out += kStep, text += kStep)
+            {
+                for (std::size_t i = 0; i < kStep; ++i)
+                    out[i] = static_cast<To>(text[i]);
+            }
+            for (; length != 0; --length)
+                *out++ = static_cast<To>(*text++);
+            return out;
+        }
+
         // What may stand behind a lead byte: how many bytes in all, and which second byte. Other second bytes
         // would make an overlong form, a surrogate or a number beyond U+10FFFF.
         struct SequenceForm
@@ -130,9 +145,9 @@ namespace QzOs
         char const* const end = text + length;
         while (text != end)
         {
-            char const* const asciiEnd = text + MeasureASCII(text, static_cast<std::size_t>(end - text));
-            while (text != asciiEnd)
-                *out++ = static_cast<unsigned char>(*text++);
+            std::size_t const ascii = MeasureASCII(text, static_cast<std::size_t>(end - text));
+            out = CopyASCII(out, text, ascii);
+            text += ascii;
 
             char const* const wellFormedEnd = utf8::find_invalid(text, std::find_if(text, end, IsASCII));
             out = utf8::unchecked::utf8to16(text, wellFormedEnd, out);
@@ -172,8 +187,7 @@ namespace QzOs
         std::size_t const before = out.size();
         std::size_t const ascii = MeasureASCII(text, length);
         out.resize(before + ascii + (length - ascii) * kUTF8BytesPerUnit);
-        char* end = std::transform(
-            text, text + ascii, out.data() + before, [](unsigned short unit) { return static_cast<char>(unit); });
+        char* end = CopyASCII(out.data() + before, text, ascii);
         end += EncodeUTF8(end, text + ascii, length - ascii, malformed, nullptr);
         out.resize(static_cast<std::size_t>(end - out.data()));
     }
