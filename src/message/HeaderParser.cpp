@@ -1,5 +1,7 @@
 #include "message/MessageHeader_Impl.h"
 
+#include "message/Ascii.h"
+
 #include <QzBase/Conversions.h>
 
 #include <climits>
@@ -16,11 +18,6 @@ namespace QzLog
     {
         constexpr std::size_t kMaxFileLength = 255;
         constexpr std::size_t kMaxFunctionLength = 127;
-
-        bool IsWhiteSpace(char c) noexcept
-        {
-            return c == ' ' || (c >= '\t' && c <= '\r');
-        }
 
         class Scanner
         {
@@ -54,7 +51,8 @@ namespace QzLog
                 return true;
             }
 
-            /// Takes characters until `ends` holds for one, but at most `maximum`. False when there are none.
+            /// The text for as long as `belongs` holds for its characters, but at most `maximum` of them. False when
+            /// there are none.
             template <class Predicate>
             bool ReadWhile(Predicate&& belongs, std::size_t maximum, std::string_view& field) noexcept
             {
@@ -71,11 +69,11 @@ namespace QzLog
                 bool const isNegative = *mpText == '-';
                 if (*mpText == '-' || *mpText == '+')
                     ++mpText;
-                if (*mpText < '0' || *mpText > '9')
+                if (!IsDigit(*mpText))
                     return false;
                 std::int64_t const limit = isNegative ? -std::int64_t{INT_MIN} : INT_MAX;
                 std::int64_t value = 0;
-                for (; *mpText >= '0' && *mpText <= '9'; ++mpText)
+                for (; IsDigit(*mpText); ++mpText)
                 {
                     if (value <= limit)
                         value = value * 10 + (*mpText - '0');

@@ -1,6 +1,6 @@
 #include "message/MessageHeader_Impl.h"
 
-#include "message/Digits.h"
+#include "message/Ascii.h"
 
 #include <cstring>
 #include <string_view>

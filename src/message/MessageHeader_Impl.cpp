@@ -1,6 +1,6 @@
 #include "message/MessageHeader_Impl.h"
 
-#include "message/Digits.h"
+#include "message/Ascii.h"
 #include "message/TimestampText.h"
 
 #include <QzBase/Conversions.h>

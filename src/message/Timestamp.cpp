@@ -1,6 +1,6 @@
 #include <QzLog/Timestamp.h>
 
-#include "message/Digits.h"
+#include "message/Ascii.h"
 #include "message/TimestampText.h"
 
 #include <cstdint>
@@ -10,11 +10,6 @@ namespace QzLog
 {
     namespace
     {
-        bool IsWhiteSpace(char c) noexcept
-        {
-            return c == ' ' || (c >= '\t' && c <= '\r');
-        }
-
         /// Reads like a strtoul of 32 bits and moves `text` behind the digits; without any it stays. A minus wraps the
         /// number round, one that is too big becomes the biggest. Only the low 16 bits are kept.
         unsigned short ReadOffsetPart(char const*& text) noexcept
@@ -28,7 +23,7 @@ namespace QzLog
 
             char const* const digits = position;
             std::uint64_t value = 0;
-            for (; *position >= '0' && *position <= '9'; ++position)
+            for (; IsDigit(*position); ++position)
             {
                 if (value <= UINT32_MAX)
                     value = value * 10 + static_cast<unsigned int>(*position - '0');

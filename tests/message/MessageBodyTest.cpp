@@ -15,24 +15,10 @@ namespace
     constexpr unsigned short kGerman = 0x0407;
     constexpr unsigned short kFrench = 0x040C;
 
-    /// The localised text of each level, parents first.
+    /// The text of all levels out of what the message holds itself.
     std::string Describe(QzBase::Message const& message, unsigned short languageID)
     {
-        std::string result;
-        QzBase::ConstMessageCursor cursor(message);
-        auto const add = [&]
-        {
-            char const* const text = cursor.GetCurrentMessage().GetLocalizedText(languageID);
-            result += std::string(text ? text : "-") + ';';
-        };
-        add();
-        for (;;)
-        {
-            if (cursor.GoToLowerLevelMessage(false))
-                add();
-            else if (!cursor.GoToParent())
-                return result;
-        }
+        return QzBase::FormatMessage(message, languageID).c_str();
     }
 
     TEST(MessageBody, FormatsOncePerLanguageAndMessage)
@@ -69,13 +55,13 @@ namespace
 
         QzBase::CountedPtr<QzLog::MessageBody> const body(QzLog::CreateMessageBody());
         body->SetMessage(message);
-        EXPECT_EQ(Describe(body->GetMessage(), kGerman), "-;-;-;-;");
+        EXPECT_EQ(Describe(body->GetMessage(), kGerman), "ten\neleven\ntwelve\nthirteen");
 
         EXPECT_STREQ(body->GetMessageText(kGerman), "de10\nde11\ntwelve\nde13");
         body->GetMessageText(kFrench);
         QzBase::Message const merged = body->GetMessage();
-        EXPECT_EQ(Describe(merged, kGerman), "de10;de11;-;de13;");
-        EXPECT_EQ(Describe(merged, kFrench), "fr10;fr11;fr12;fr13;");
+        EXPECT_EQ(Describe(merged, kGerman), "de10\nde11\ntwelve\nde13");
+        EXPECT_EQ(Describe(merged, kFrench), "fr10\nfr11\nfr12\nfr13");
 
         // What the message has itself is not looked up.
         QzResource::RegisterMessageText(kFrench, kDomain, 10, "other");

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -14,130 +15,102 @@ namespace
                                   "[Error][0x0000002A][UID:0][SID:0][OID:0][Writer:Flush at line:42]";
     constexpr char kBare[] = "2026-11-18 08:02:07.123 [HOST:h][SERVER:s][PID:1][THR:2][L][D]";
 
-    void SetTime(QzLog::MessageHeader& header, char const* text)
-    {
-        QzLog::Timestamp_Impl timestamp;
-        timestamp.FromISO8601String(text);
-        header.SetTimestamp(timestamp);
-    }
-
     HeaderPtr MakeHeader()
     {
         HeaderPtr header(QzLog::CreateMessageHeader());
-        SetTime(*header, "2026-11-18 03:02:07.123-05:00");
-        header->SetHostName("ws01");
-        header->SetServerName("Engine");
-        header->SetProcessID(4242);
-        header->SetThreadID(9876);
-        header->SetLoggerName("Kernel");
-        header->SetDispatcherName("Error");
-        header->SetMessageID(42);
+        EXPECT_EQ(header->ParseHeaderText(kErrorText), std::strlen(kErrorText));
         return header;
-    }
-
-    void SetSource(QzLog::MessageHeader& header, char const* file, char const* function, int line)
-    {
-        header.SetSourceFile(file);
-        header.SetSourceFunction(function);
-        header.SetSourceLine(line);
     }
 
     TEST(MessageHeader, RendersTheSourceOfErrorsOnly)
     {
-        struct
-        {
-            char const* mpDispatcher;
-            char const* mpFile;
-            char const* mpFunction;
-            int mLine;
-            char const* mpEnd;
-        } const cases[] = {
-            {"Error", "/src/a\\Writer", "Flush", 42, "[a\\Writer:Flush at line:42]"},
-            {"Error", "c:\\src\\Writer", "Flush", 0, "[Writer:Flush at line:0]"},
-            {"Error", "Writer", "Flush", INT_MIN, "[Writer:Flush at line:-2147483648]"},
-            {"Error", "dir/", "Flush", 1, "[:Flush at line:1]"},
-            {"Error", nullptr, "Flush", 1, "[OID:0]"},
-            {"Error", "Writer", "", 1, "[OID:0]"},
-            {"error", "Writer", "Flush", 1, "[OID:0]"},
-            {"Errors", "Writer", "Flush", 1, "[OID:0]"},
+        char const* const cases[][4] = {
+            {"Error", "/src/a\\Writer", "Flush", "[OID:0][a\\Writer:Flush at line:-2147483648]"},
+            {"Error", "c:\\src\\Writer", "Flush", "[OID:0][Writer:Flush at line:-2147483648]"},
+            {"Error", "dir/", "Flush", "[OID:0][:Flush at line:-2147483648]"},
+            {"Error", nullptr, "Flush", "[SID:0][OID:0]"},
+            {"Error", "Writer", "", "[SID:0][OID:0]"},
+            {"error", "Writer", "Flush", "[SID:0][OID:0]"},
+            {"Errors", "Writer", "Flush", "[SID:0][OID:0]"},
         };
-        for (auto const& c : cases)
+        for (auto const& [dispatcher, file, function, end] : cases)
         {
             HeaderPtr const header = MakeHeader();
-            header->SetDispatcherName(c.mpDispatcher);
-            SetSource(*header, c.mpFile, c.mpFunction, c.mLine);
-            std::string const text = header->GetHeaderText();
-            EXPECT_TRUE(text.ends_with(std::string("[SID:0]") + (c.mpEnd[1] == 'O' ? "" : "[OID:0]") + c.mpEnd))
-                << text;
+            header->SetDispatcherName(dispatcher);
+            header->SetSourceFile(file);
+            header->SetSourceFunction(function);
+            header->SetSourceLine(INT_MIN);
+            EXPECT_TRUE(std::string(header->GetHeaderText()).ends_with(end)) << header->GetHeaderText();
         }
     }
 
     TEST(MessageHeader, RendersTextAndJSON)
     {
-        HeaderPtr const header = MakeHeader();
-        SetSource(*header, "/src/Writer", "Flush", 42);
-        EXPECT_STREQ(header->GetHeaderText(), kErrorText);
-        EXPECT_STREQ(header->GetHeaderJSON(),
-            "{\"dispatcher\":\"Error\",\"host\":\"ws01\",\"logger\":\"Kernel\",\"message_id\":\"0x0000002A\",\"pid\":"
-            "\"4242\",\"server\":\"Engine\",\"thr\":\"9876\",\"time\":\"2026-11-18 03:02:07.123-05:00\"}\n");
+        HeaderPtr const read = MakeHeader();
+        EXPECT_STREQ(read->GetHeaderText(), kErrorText);
+        EXPECT_STREQ(read->GetHeaderJSON(), R"({"dispatcher":"Error","host":"ws01","logger":"Kernel",)"
+                                            R"("message_id":"0x0000002A","oid":"0","pid":"4242","server":"Engine",)"
+                                            R"("sid":"0","thr":"9876","time":"2026-11-18 03:02:07.123-05:00",)"
+                                            R"("uid":"0"})"
+                                            "\n");
 
-        SetTime(*header, "2026-11-18 08:02:07.123");
-        header->SetDispatcherName("Trace");
-        header->SetMessageID(0);
-        header->SetUserID("alice");
-        header->SetSessionID("\"\xC3\xA9\xFF"
-                             "z");
-        header->SetObjectID(nullptr);
+        HeaderPtr const header(QzLog::CreateMessageHeader());
+        header->SetTimestampString("2026-11-18 08:02:07.123");
+        header->SetHostName("ws01");
         header->SetServerName(nullptr);
+        header->SetProcessID(4242);
+        header->SetThreadID(9876);
+        header->SetLoggerName("Kernel");
+        header->SetDispatcherName("Trace");
+        header->SetSessionID("\"\xC3\xA9\xFF\n");
         EXPECT_STREQ(header->GetHeaderText(),
-            "2026-11-18 08:02:07.123 [HOST:ws01][SERVER:][PID:4242][THR:9876][Kernel][Trace][UID:alice]"
-            "[SID:\"\xC3\xA9\xFFz][OID:0]");
-        EXPECT_STREQ(header->GetHeaderJSON(),
-            "{\"dispatcher\":\"Trace\",\"host\":\"ws01\",\"logger\":\"Kernel\",\"pid\":\"4242\",\"server\":\"\","
-            "\"sid\":"
-            "\"\\\"\\u00e9\\ufffdz\",\"thr\":\"9876\",\"time\":\"2026-11-18 08:02:07.123\",\"uid\":\"alice\"}\n");
+            "2026-11-18 08:02:07.123 [HOST:ws01][SERVER:][PID:4242][THR:9876][Kernel][Trace][UID:0]"
+            "[SID:\"\xC3\xA9\xFF\n][OID:0]");
+        EXPECT_STREQ(header->GetHeaderJSON(), R"({"dispatcher":"Trace","host":"ws01","logger":"Kernel","pid":"4242",)"
+                                              R"("server":"","sid":"\"\u00e9\ufffd\n","thr":"9876",)"
+                                              R"("time":"2026-11-18 08:02:07.123"})"
+                                              "\n");
 
         // Long texts: more than is reserved.
         std::string const longText(3000, 'x');
         header->SetUserID(longText.c_str());
         header->SetMessageID(0xFFFFFFFF);
-        EXPECT_TRUE(std::string(header->GetHeaderText())
-                        .ends_with("[0xFFFFFFFF][UID:" + longText + "][SID:\"\xC3\xA9\xFFz][OID:0]"));
+        EXPECT_NE(std::string(header->GetHeaderText()).find("[0xFFFFFFFF][UID:" + longText + "]["), std::string::npos);
     }
 
     TEST(MessageHeader, RebuildsOnlyAfterTimeAndNumbers)
     {
-        struct
-        {
-            char const* mpName;
-            void (*mpChange)(QzLog::MessageHeader&);
-            bool mRebuilds;
-        } const cases[] = {
-            {"host", [](QzLog::MessageHeader&) {}, false},
-            {"process", [](QzLog::MessageHeader& h) { h.SetProcessID(1); }, true},
-            {"same process", [](QzLog::MessageHeader& h) { h.SetProcessID(4242); }, false},
-            {"process text", [](QzLog::MessageHeader& h) { h.SetProcessIDString("1"); }, false},
-            {"process hex", [](QzLog::MessageHeader& h) { h.SetProcessIDHexString("1"); }, true},
-            {"thread", [](QzLog::MessageHeader& h) { h.SetThreadID(1); }, true},
-            {"same thread", [](QzLog::MessageHeader& h) { h.SetThreadID(9876); }, false},
-            {"thread text", [](QzLog::MessageHeader& h) { h.SetThreadIDString("1"); }, false},
-            {"message", [](QzLog::MessageHeader& h) { h.SetMessageIDString("2b"); }, true},
-            {"same message", [](QzLog::MessageHeader& h) { h.SetMessageID(42); }, false},
-            {"time", [](QzLog::MessageHeader& h) { h.SetTimestampToNow(); }, true},
-            {"time text", [](QzLog::MessageHeader& h) { h.SetTimestampString("2026-11-18 03:02:07.1"); }, false},
+        using Change = void (*)(QzLog::MessageHeader&);
+        Change const rebuilding[] = {
+            [](QzLog::MessageHeader& h) { h.SetProcessID(1); },
+            [](QzLog::MessageHeader& h) { h.SetProcessIDHexString("1"); },
+            [](QzLog::MessageHeader& h) { h.SetThreadID(1); },
+            [](QzLog::MessageHeader& h) { h.SetMessageIDString("2b"); },
+            [](QzLog::MessageHeader& h) { h.SetTimestampToNow(); },
+            [](QzLog::MessageHeader& h) { h.SetTimestamp(h.GetTimestamp()); },
         };
-        for (auto const& c : cases)
+        Change const keeping = [](QzLog::MessageHeader& h)
         {
-            SCOPED_TRACE(c.mpName);
+            h.SetProcessID(4242);
+            h.SetThreadID(9876);
+            h.SetMessageID(42);
+            h.SetProcessIDString("1");
+            h.SetThreadIDString("1");
+            h.SetTimestampString("2026-11-18 03:02:07.1");
+        };
+        auto const rebuilds = [](Change change)
+        {
             HeaderPtr const header = MakeHeader();
             std::string const text = header->GetHeaderText();
             std::string const json = header->GetHeaderJSON();
             header->SetHostName("other");
-            header->SetLoggerName("Other");
-            c.mpChange(*header);
-            EXPECT_EQ(header->GetHeaderText() != text, c.mRebuilds);
-            EXPECT_EQ(header->GetHeaderJSON() != json, c.mRebuilds);
-        }
+            change(*header);
+            EXPECT_EQ(header->GetHeaderText() == text, header->GetHeaderJSON() == json);
+            return header->GetHeaderText() != text;
+        };
+        EXPECT_FALSE(rebuilds(keeping));
+        for (Change const& change : rebuilding)
+            EXPECT_TRUE(rebuilds(change)) << &change - rebuilding;
     }
 
     TEST(MessageHeader, KeepsNumbersAndTextsInStep)
@@ -169,17 +142,6 @@ namespace
     {
         return std::to_string(h.GetMessageID()) + '|' + h.GetUserID() + '|' + h.GetSessionID() + '|' + h.GetObjectID() +
                '|' + h.GetSourceFile() + '|' + h.GetSourceFunction() + '|' + std::to_string(h.GetSourceLine());
-    }
-
-    TEST(MessageHeader, ReadsWhatItWrote)
-    {
-        for (char const* const text : {kErrorText, kBare})
-        {
-            HeaderPtr const header = MakeHeader();
-            header->SetUserID("gone");
-            EXPECT_EQ(header->ParseHeaderText(text), std::strlen(text));
-            EXPECT_EQ(std::string(header->GetHeaderText()).substr(0, std::strlen(text)), text);
-        }
     }
 
     TEST(MessageHeader, ReadsOptionalBrackets)
@@ -224,9 +186,9 @@ namespace
     TEST(MessageHeader, RefusesWhatIsNoHeader)
     {
         std::string const bare = kBare;
-        std::string const cases[] = {"", "no header", bare.substr(0, 23), bare.substr(0, 30), bare.substr(0, 40),
-            bare.substr(0, 50), bare.substr(0, 55), bare.substr(0, 58), bare.substr(0, bare.size() - 1), bare + "[0x2A",
-            bare + "[UID:alice", bare + "[SID:", bare + "[OID:", ' ' + bare};
+        std::vector<std::string> cases{bare + "[0x2A", bare + "[UID:alice", bare + "[SID:", bare + "[OID:", ' ' + bare};
+        for (std::size_t length = 0; length < bare.size(); ++length)
+            cases.push_back(bare.substr(0, length));
         for (std::string const& text : cases)
         {
             SCOPED_TRACE(text);

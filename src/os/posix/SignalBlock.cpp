@@ -12,12 +12,9 @@ namespace QzOs::Posix
         sigemptyset(&mOurs);
         sigaddset(&mOurs, SIGPIPE);
         sigaddset(&mOurs, SIGXFSZ);
-        if (gKernel.mpSigmask(SIG_BLOCK, &mOurs, &mOldMask) != 0)
-        {
-            sigemptyset(&mOurs);
-            sigemptyset(&mOldMask);
+        mIsBlocked = gKernel.mpSigmask(SIG_BLOCK, &mOurs, &mOldMask) == 0;
+        if (!mIsBlocked)
             return;
-        }
         // Only a thread that blocks a signal itself can have one waiting.
         for (int const signal : {SIGPIPE, SIGXFSZ})
         {
@@ -30,13 +27,14 @@ namespace QzOs::Posix
 
     SignalBlock::~SignalBlock()
     {
-        gKernel.mpSigmask(SIG_SETMASK, &mOldMask, nullptr);
+        if (mIsBlocked)
+            gKernel.mpSigmask(SIG_SETMASK, &mOldMask, nullptr);
     }
 
     void SignalBlock::Discard() noexcept
     {
         timespec const atOnce = {};
-        while (RetryOnSignal([&] { return gKernel.mpSigtimedwait(&mOurs, nullptr, &atOnce); }) > 0)
+        while (mIsBlocked && RetryOnSignal([&] { return gKernel.mpSigtimedwait(&mOurs, nullptr, &atOnce); }) > 0)
         {
         }
     }

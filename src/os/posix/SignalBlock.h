@@ -20,6 +20,7 @@ namespace QzOs::Posix
         void Discard() noexcept;
 
     private:
+        bool mIsBlocked;
         sigset_t mOldMask;
         /// Those of the two that are not the program's.
         sigset_t mOurs;

@@ -3,10 +3,20 @@
 #include <charconv>
 #include <cstring>
 
-// Numbers as text, straight into a buffer: no locale and no memory of its own. Each returns where the text ends.
+// ASCII text without locale. Numbers are written straight into a buffer; each Write returns where the text ends.
 
 namespace QzLog
 {
+    inline bool IsWhiteSpace(char c) noexcept
+    {
+        return c == ' ' || (c >= '\t' && c <= '\r');
+    }
+
+    inline bool IsDigit(char c) noexcept
+    {
+        return c >= '0' && c <= '9';
+    }
+
     /// The most digits of a 32-bit number.
     inline constexpr unsigned int kMaxDecimalDigits = 10;
 
