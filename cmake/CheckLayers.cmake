@@ -1,5 +1,6 @@
 # Fails when an include breaks the layers. Run as: cmake -D SOURCE_DIR=<top of the tree> -P CheckLayers.cmake
-#
+cmake_minimum_required(VERSION 3.25)
+
 # Dependencies point down only, so a file of src/ may include from its own layer and from those before it
 # in this list.
 set(layers os support filesystem message module-root destination routing module)
