@@ -33,6 +33,9 @@ namespace QzSynch
     protected:
         ~CallbackProxyImpl() = default;
 
+        /// The lock that guards the pointer to the owner.
+        CriticalSection& GetLock() const noexcept { return *mpLock; }
+
     private:
         T* mpTarget = nullptr;
         CriticalSectionPtr mpLock;

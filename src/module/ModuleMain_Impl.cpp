@@ -20,6 +20,7 @@ namespace QzLog
     ModuleMain_Impl::ModuleMain_Impl()
         : mMachineName(QzBase::WideCharToUTF8(QzBase::GetComputerName().c_str(), false).c_str()),
           mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
+          mForkHold(*mpLock),
           mDiskFiles(*mpLock),
           mpDebugOutput(new Destination_DebugOutput_Impl),
           mpSystemLog(new Destination_SystemLog_Impl),

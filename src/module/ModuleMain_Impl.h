@@ -5,6 +5,7 @@
 #include "module/ModuleMain.h"
 #include "module/ServerInstanceName.h"
 #include "routing/Logger_Impl.h"
+#include "support/synch/ForkHold.h"
 
 #include <KafkaClient/KafkaProducer.h>
 #include <QzBase/WideString.h>
@@ -87,6 +88,7 @@ namespace QzLog
         QzBase::CountedPtr<ConfigurationHook> mpConfigurationHook;
         /// Guards the hook, the registries and the base path, for the look-up, the insertion or the copy only.
         QzSynch::RWLockPtr const mpLock;
+        QzSynch::ForkHold const mForkHold;
         std::map<std::string, QzBase::CountedPtr<Logger_Impl>> mRegisteredLoggers;
         DiskFileRegistry mDiskFiles;
         /// By the normal form of the path as the caller gave it.

@@ -4,7 +4,10 @@
 
 namespace QzLog
 {
-    ServerInstanceName::ServerInstanceName() : mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)) {}
+    ServerInstanceName::ServerInstanceName()
+        : mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)), mForkHold(*mpLock)
+    {
+    }
 
     QzBase::ReturnWString ServerInstanceName::Get() const
     {

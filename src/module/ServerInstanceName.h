@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/synch/ForkHold.h"
+
 #include <QzBase/ReturnString.h>
 #include <QzBase/WideString.h>
 #include <QzSynch/Locks.h>
@@ -33,7 +35,8 @@ namespace QzLog
         void Refresh(Copy& copy) const;
 
     private:
-        QzSynch::RWLockPtr mpLock;
+        QzSynch::RWLockPtr const mpLock;
+        QzSynch::ForkHold const mForkHold;
         QzBase::WideString mName;
         std::string mUTF8;
         /// How often the name was set. Written under the lock.

@@ -68,6 +68,7 @@ namespace QzLog
 
     Dispatcher_Impl::Dispatcher_Impl(char const* name)
         : mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
+          mForkHold(*mpLock),
           mName(name ? name : ""),
           mCallbacks(*mpLock)
     {

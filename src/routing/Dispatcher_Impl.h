@@ -1,6 +1,7 @@
 #pragma once
 
 #include "routing/CallbackSet.h"
+#include "support/synch/ForkHold.h"
 
 #include <QzLog/Destination.h>
 #include <QzLog/Dispatcher.h>
@@ -44,7 +45,8 @@ namespace QzLog
 
         DestinationListPtr TakeList() const;
 
-        QzSynch::RWLockPtr mpLock;
+        QzSynch::RWLockPtr const mpLock;
+        QzSynch::ForkHold const mForkHold;
         std::string const mName;
         /// Null when there are no destinations.
         DestinationListPtr mpDestinations;

@@ -50,11 +50,15 @@ namespace QzLog
             if (QzBase::ReturnPtrI<Logger_Impl> const logger = GetTarget())
                 logger->OnDestinationsChanged(dispatcher);
         }
+
+    private:
+        QzSynch::ForkHold const mForkHold{GetLock()};
     };
 
     Logger_Impl::Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category)
         : mpProxy(new CallbackProxy),
           mpLock(QzSynch::CreateRWLock(category)),
+          mForkHold(*mpLock),
           mName(name ? name : ""),
           mCallbacks(*mpLock)
     {

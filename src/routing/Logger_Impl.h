@@ -1,6 +1,7 @@
 #pragma once
 
 #include "routing/CallbackSet.h"
+#include "support/synch/ForkHold.h"
 
 #include <QzLog/Dispatcher.h>
 #include <QzLog/Logger.h>
@@ -63,7 +64,8 @@ namespace QzLog
         void Notify(std::size_t index);
 
         QzBase::CountedPtr<CallbackProxy> mpProxy;
-        QzSynch::RWLockPtr mpLock;
+        QzSynch::RWLockPtr const mpLock;
+        QzSynch::ForkHold const mForkHold;
         std::string const mName;
         QzBase::CountedPtr<MessageCatalog> mpCatalog;
         /// In the order of creation. Grows only; an entry can be exchanged.

@@ -1,6 +1,7 @@
 #include "routing/Router_Impl.h"
 
 #include "message/CallFrame.h"
+#include "support/synch/ForkHold.h"
 
 #include <QzLog/Dispatcher.h>
 
@@ -19,6 +20,9 @@ namespace QzLog
             if (router && router->mHandle == handle)
                 router->UpdateEnabled();
         }
+
+    private:
+        QzSynch::ForkHold const mForkHold{GetLock()};
     };
 
     Router_Impl::Router_Impl(

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <latch>
 #include <optional>
 #include <thread>
@@ -67,6 +68,52 @@ TEST(ProcessTest, TheModuleEndsInAChildWhoseParentIsLogging)
     EXPECT_EQ(status, 0);
     leave.count_down();
     logging.join();
+}
+
+TEST(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
+{
+    Initializer const initializer;
+    Line const line;
+    CountedPtr<Dispatcher> const dispatcher = line.mpRouter->GetDispatcher();
+    std::atomic<bool> stop{false};
+    std::thread logging(
+        [&]
+        {
+            while (!stop)
+            {
+                LogString(*line.mpRouter, "text", nullptr, nullptr, nullptr, 0);
+                std::lock_guard const hold(line.mpDestination->mLock);
+                line.mpDestination->mRecords.clear();
+            }
+        });
+    std::thread configuring(
+        [&]
+        {
+            while (!stop)
+            {
+                SetDestinations(*dispatcher, {line.mpDestination.get()});
+                MakeRouter("E");
+                SetServerInstanceName(u"server"_w);
+            }
+        });
+    for (int round = 0; round < 30; ++round)
+    {
+        int const status = RunInChild(
+            [&]
+            {
+                alarm(60);
+                SetServerInstanceName(u"child"_w);
+                CountedPtr<RecordingDestination> const own(new RecordingDestination);
+                SetDestinations(*MakeRouter("E")->GetDispatcher(), {own.get()});
+                SetDestinations(*dispatcher, {own.get()});
+                LogString(*line.mpRouter, "text", nullptr, nullptr, nullptr, 0);
+                return own->mRecords.size() == 1 && line.mpRouter->mEnabled ? 0 : 1;
+            });
+        ASSERT_EQ(status, 0) << "round " << round;
+    }
+    stop = true;
+    logging.join();
+    configuring.join();
 }
 
 TEST(ProcessTest, ACancelledThreadLeavesAScopeGuardFirst)

@@ -1,11 +1,17 @@
 #include <QzSynch/Locks.h>
 
+#include <atomic>
 #include <mutex>
 
 namespace QzSynch
 {
     namespace
     {
+        // Its address stands for the calling thread, also for its copy in a forked child. (The system's recursive
+        // mutex goes by the thread's number, which is another one there: a thread that forks with the lock held could
+        // not give it up in the child.) Initial-exec keeps the access at one instruction in a shared library.
+        [[gnu::tls_model("initial-exec")]] constinit thread_local char gThread = 0;
+
         class CriticalSection_Impl final : public CriticalSection
         {
         public:
@@ -15,10 +21,28 @@ namespace QzSynch
             EnumHvnLockStackCategory GetCategory() const override { return mCategory; }
 
         private:
-            void Enter() override { mMutex.lock(); }
-            void Leave() override { mMutex.unlock(); }
+            void Enter() override
+            {
+                // Only this thread writes its own address there, so whatever another one writes makes no difference.
+                if (mpOwner.load(std::memory_order_relaxed) != &gThread)
+                {
+                    mMutex.lock();
+                    mpOwner.store(&gThread, std::memory_order_relaxed);
+                }
+                ++mDepth;
+            }
 
-            std::recursive_mutex mMutex;
+            void Leave() override
+            {
+                if (--mDepth != 0)
+                    return;
+                mpOwner.store(nullptr, std::memory_order_relaxed);
+                mMutex.unlock();
+            }
+
+            std::mutex mMutex;
+            std::atomic<char const*> mpOwner{nullptr};
+            unsigned int mDepth = 0; // under mMutex
             EnumHvnLockStackCategory const mCategory;
         };
     }

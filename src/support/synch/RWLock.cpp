@@ -1,5 +1,7 @@
 #include <QzSynch/Locks.h>
 
+#include "support/synch/RWLockAtFork.h"
+
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -36,6 +38,29 @@ namespace QzSynch
 
             void Delete() override { delete this; }
             EnumHvnLockStackCategory GetCategory() const override { return mCategory; }
+
+            void EnterBeforeFork()
+            {
+                EnterWrite();
+                mGate.lock();
+            }
+
+            void LeaveAfterForkInParent()
+            {
+                mGate.unlock();
+                LeaveWrite();
+            }
+
+            // Whoever waits here does so in the parent only, and must not be let in.
+            void LeaveAfterForkInChild()
+            {
+                for (Slot& slot : mSlots)
+                {
+                    slot.mReaders.store(0);
+                    slot.mWaiting = 0;
+                }
+                LeaveAfterForkInParent();
+            }
 
         private:
             // A cache line for each group of threads, so that threads which read at once do not take the
@@ -132,6 +157,21 @@ namespace QzSynch
     }
 
     RWLock::~RWLock() = default;
+
+    void EnterBeforeFork(RWLock& lock)
+    {
+        static_cast<RWLock_Impl&>(lock).EnterBeforeFork();
+    }
+
+    void LeaveAfterForkInParent(RWLock& lock)
+    {
+        static_cast<RWLock_Impl&>(lock).LeaveAfterForkInParent();
+    }
+
+    void LeaveAfterForkInChild(RWLock& lock)
+    {
+        static_cast<RWLock_Impl&>(lock).LeaveAfterForkInChild();
+    }
 
     RWLock* CreateRWLock(EnumHvnLockStackCategory category)
     {

@@ -1,0 +1,82 @@
+#include "support/synch/ForkHold.h"
+
+#include "os/ThreadKey.h"
+#include "support/synch/RWLockAtFork.h"
+
+#include <mutex>
+
+namespace QzSynch
+{
+    namespace
+    {
+        // Guards the list; taken before the locks of its members, and held while the process forks. Neither has a
+        // destructor, since the process may fork to its very end.
+        constinit std::mutex gListLock;
+        constinit ForkHold* gpFirst = nullptr;
+    }
+
+    ForkHold::ForkHold(RWLock& lock) : mpRWLock(&lock), mpCriticalSection(nullptr)
+    {
+        Enlist();
+    }
+
+    ForkHold::ForkHold(CriticalSection& lock) : mpRWLock(nullptr), mpCriticalSection(&lock)
+    {
+        Enlist();
+    }
+
+    ForkHold::~ForkHold()
+    {
+        std::lock_guard const hold(gListLock);
+        if (mpNext)
+            mpNext->mpPrevious = mpPrevious;
+        (mpPrevious ? mpPrevious->mpNext : gpFirst) = mpNext;
+    }
+
+    void ForkHold::Enlist()
+    {
+        [[maybe_unused]] static bool const watched =
+            QzOs::CallAroundProcessCopy(BeforeFork, AfterForkInParent, AfterForkInChild);
+        std::lock_guard const hold(gListLock);
+        mpNext = gpFirst;
+        if (mpNext)
+            mpNext->mpPrevious = this;
+        gpFirst = this;
+    }
+
+    void ForkHold::Take()
+    {
+        if (mpRWLock)
+            EnterBeforeFork(*mpRWLock);
+        else
+            mHold.emplace(*mpCriticalSection);
+    }
+
+    void ForkHold::GiveBack(void (*leave)(RWLock&))
+    {
+        if (mpRWLock)
+            leave(*mpRWLock);
+        mHold.reset();
+    }
+
+    void ForkHold::BeforeFork()
+    {
+        gListLock.lock();
+        for (ForkHold* hold = gpFirst; hold; hold = hold->mpNext)
+            hold->Take();
+    }
+
+    void ForkHold::AfterForkInParent()
+    {
+        for (ForkHold* hold = gpFirst; hold; hold = hold->mpNext)
+            hold->GiveBack(LeaveAfterForkInParent);
+        gListLock.unlock();
+    }
+
+    void ForkHold::AfterForkInChild()
+    {
+        for (ForkHold* hold = gpFirst; hold; hold = hold->mpNext)
+            hold->GiveBack(LeaveAfterForkInChild);
+        gListLock.unlock();
+    }
+}
