@@ -35,7 +35,7 @@ TEST(ThreadSpecificLogInfo, GoesToWhatIsRegistered)
         [kept = std::shared_ptr<int>(new int(5), [&](int* id) { ++ends, delete id; })]
         {
             QzSynch::DeregisterThreadSpecificLogInfoGetter();
-            return std::make_shared<ThreadSpecificLogInfo>(*kept);
+            return std::make_shared<ThreadSpecificLogInfo>(ThreadSpecificLogInfo{*kept});
         });
     QzSynch::RegisterThreadSpecificLogInfoSetter([&](ThreadSpecificLogInfo* info) { applied = info; });
     auto const info = QzSynch::CaptureThreadSpecificLogInfo();

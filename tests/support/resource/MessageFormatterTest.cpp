@@ -1,0 +1,211 @@
+#include <QzBase/WideString.h>
+#include <QzResource/MessageFormatter.h>
+#include <QzSynch/ThreadLocalStorage.h>
+
+#include "support/resource/Allocations.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace QzBase::Literals;
+using QzResource::GetMessageFormatter;
+using QzResource::GetMessageTemplate;
+using QzResource::MessageFormat;
+using QzResource::MessageFormatter;
+
+TEST(MessageFormatter, PutsValuesIntoTheTemplate)
+{
+    std::string const long1(1 << 20, 'x');
+    std::vector<std::string> const twelve{"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k", "l"};
+    std::vector<std::string> const hundred(100, "v");
+    struct
+    {
+        char const* mpTemplate;
+        std::vector<std::string> mValues;
+        std::string mExpected;
+    } const cases[] = {
+        {nullptr, {"a"}, ""},
+        {"", {}, ""},
+        {"plain", {"surplus"}, "plain"},
+        {"Enter '%1' near %2(%3)", {"f", "f.cpp", "12"}, "Enter 'f' near f.cpp(12)"},
+        {"%1%2%1", {"a", "b"}, "aba"},
+        {"%1 %2", {"%2", "%1"}, "%2 %1"},
+        {"%1%2", {"", "b"}, "b"},
+        {"%1-%2-%3", {"a"}, "a-%2-%3"},
+        {"%10%1%12", twelve, "jal"},
+        {"%10", {"a"}, "%10"},
+        {"%100 %99", hundred, "v0 v"},
+        {"%0 %01 %x % %", {"a"}, "%0 %01 %x % %"},
+        {"100%% %%1 %%%1", {"a"}, "100% %1 %a"},
+        {"%1|%2", {long1, long1}, long1 + "|" + long1},
+    };
+
+    for (auto const& test : cases)
+    {
+        SCOPED_TRACE(test.mpTemplate ? test.mpTemplate : "null");
+        MessageFormatter& formatter = GetMessageFormatter();
+        for (std::string const& value : test.mValues)
+            formatter << value;
+        EXPECT_EQ(formatter.Format(GetMessageTemplate(test.mpTemplate)), test.mExpected);
+        EXPECT_STREQ(formatter.Format(GetMessageTemplate("%1")), "%1") << "formatting empties it";
+    }
+}
+
+TEST(MessageFormatter, InsertsEveryKindOfText)
+{
+    unsigned short const unpaired[] = {'a', 0xD800, 'b', 0};
+    char const* const noText = nullptr;
+    unsigned short const* const noWideText = nullptr;
+    MessageFormatter& formatter = GetMessageFormatter();
+    formatter << "\xC3\xA4" << u"\u00E4\U0001F600"_w << unpaired << noText << noWideText << 'c' << true << false;
+    EXPECT_STREQ(formatter.Format(GetMessageTemplate("%1,%2,%3,%4,%5,%6,%7,%8")),
+        "\xC3\xA4,\xC3\xA4\xF0\x9F\x98\x80,a\xEF\xBF\xBD"
+        "b,,,c,true,false");
+}
+
+namespace
+{
+    template <class Number>
+    void ExpectForms(Number value, char const* decimal, char const* hexadecimal, char const* wideHexadecimal)
+    {
+        SCOPED_TRACE(decimal);
+        MessageFormatter& formatter = GetMessageFormatter();
+        formatter << value << MessageFormat::Hex << value << MessageFormat::WideHex << value << MessageFormat::Dec
+                  << value;
+        std::string const expected = std::string(decimal) + " " + hexadecimal + " " + wideHexadecimal + " " + decimal;
+        EXPECT_EQ(formatter.Format(GetMessageTemplate("%1 %2 %3 %4")), expected);
+    }
+
+    template <class Number>
+    constexpr Number kMin = std::numeric_limits<Number>::min();
+    template <class Number>
+    constexpr Number kMax = std::numeric_limits<Number>::max();
+}
+
+TEST(MessageFormatter, WritesNumbersInTheFormsOfTheirWidth)
+{
+    ExpectForms(kMin<signed char>, "-128", "80", "0x00000080");
+    ExpectForms(kMax<unsigned char>, "255", "FF", "0x000000FF");
+    ExpectForms(kMin<short>, "-32768", "8000", "0x00008000");
+    ExpectForms(kMax<unsigned short>, "65535", "FFFF", "0x0000FFFF");
+    ExpectForms(-1, "-1", "FFFFFFFF", "0xFFFFFFFF");
+    ExpectForms(0, "0", "0", "0x00000000");
+    ExpectForms(kMin<int>, "-2147483648", "80000000", "0x80000000");
+    ExpectForms(0x12ABCDEFu, "313249263", "12ABCDEF", "0x12ABCDEF");
+    ExpectForms(kMin<long>, "-9223372036854775808", "8000000000000000", "0x8000000000000000");
+    ExpectForms(kMax<unsigned long>, "18446744073709551615", "FFFFFFFFFFFFFFFF", "0xFFFFFFFFFFFFFFFF");
+    ExpectForms(-2LL, "-2", "FFFFFFFFFFFFFFFE", "0xFFFFFFFFFFFFFFFE");
+    ExpectForms(0x123456789ULL, "4886718345", "123456789", "0x123456789");
+
+    MessageFormatter& formatter = GetMessageFormatter();
+    formatter << 0.1 << 40.0 << 1e300 << -0.0 << 1.0f / 3;
+    EXPECT_STREQ(formatter.Format(GetMessageTemplate("%1 %2 %3 %4 %5")), "0.1 40 1e+300 -0 0.3333333432674408");
+
+    formatter << MessageFormat::Hex;
+    formatter.Format(GetMessageTemplate(""));
+    formatter << 255;
+    EXPECT_STREQ(formatter.Format(GetMessageTemplate("%1")), "255") << "the form does not outlive the message";
+}
+
+TEST(MessageFormatter, IsEmptyAndOnesOwnOutOfTheRing)
+{
+    std::set<MessageFormatter*> formatters;
+    for (int i = 0; i < 16; ++i)
+    {
+        MessageFormatter& formatter = GetMessageFormatter();
+        formatters.insert(&formatter);
+        formatter << MessageFormat::Hex << "left behind by a call that logged nothing";
+    }
+    EXPECT_EQ(formatters.size(), 16u);
+
+    MessageFormatter& again = GetMessageFormatter();
+    EXPECT_TRUE(formatters.count(&again));
+    std::thread([&] { EXPECT_FALSE(formatters.count(&GetMessageFormatter())); }).join();
+    EXPECT_STREQ((again << 16).Format(GetMessageTemplate("%1 %2")), "16 %2");
+
+    // A template that is asked for with a piece of the text whose place it takes.
+    std::string const text(100'000, 'y');
+    char const* piece = GetMessageTemplate(text.c_str()).GetText().c_str();
+    for (int i = 0; i < 15; ++i)
+        GetMessageTemplate("");
+    EXPECT_EQ(GetMessageTemplate(piece + 99'000).GetText(), text.substr(99'000));
+}
+
+TEST(MessageFormatter, AllocatesNothingInTheLongRun)
+{
+    auto const formatOne = []
+    {
+        MessageFormatter& formatter = GetMessageFormatter();
+        formatter << "a name that is long enough to need memory" << 1234567 << 3.25
+                  << u"wide text that is long enough, too: \u00E4"_w << MessageFormat::WideHex << 5u;
+        return formatter.Format(GetMessageTemplate("a template that needs memory: '%1' %2 %3 '%4' %5"))[0];
+    };
+    for (int i = 0; i < 16; ++i)
+        formatOne();
+    int const before = Allocations::GetCount();
+    for (int i = 0; i < 100; ++i)
+        formatOne();
+    EXPECT_EQ(Allocations::GetCount(), before);
+}
+
+// Memory may be short at any allocation: nothing is inserted by halves, and formatting empties all the same.
+TEST(MessageFormatter, KeepsItsOrderWithoutMemory)
+{
+    std::string const text(1'000, 'z');
+    int failures = 0;
+    for (int allowed = 0; allowed < 20; ++allowed)
+    {
+        MessageFormatter formatter;
+        std::string expected;
+        QzResource::MessageTemplate const all("%1%2%3%4%5%6%7%8%9%10");
+        Allocations::FailAfter(allowed);
+        bool formatted = false;
+        try
+        {
+            for (int i = 0; i < 10; ++i)
+                formatter << text;
+            formatted = true;
+            formatter.Format(all);
+        }
+        catch (std::bad_alloc const&)
+        {
+            ++failures;
+        }
+        Allocations::FailAfter(-1);
+        formatter << "next";
+        std::string const result = formatter.Format(all);
+        if (formatted)
+            EXPECT_EQ(result, "next%2%3%4%5%6%7%8%9%10");
+        else
+            EXPECT_EQ(result.substr(result.find_last_of('z') + 1).substr(0, 4), "next");
+    }
+    EXPECT_GT(failures, 5);
+    EXPECT_LT(failures, 20);
+}
+
+TEST(MessageFormatter, WorksLateInAThreadsEnd)
+{
+    static std::vector<std::string> gTexts;
+    struct LogsAtItsEnd final : QzSynch::ThreadContext
+    {
+        static void Log() { gTexts.push_back((GetMessageFormatter() << 7).Format(GetMessageTemplate("late %1"))); }
+        ~LogsAtItsEnd() override { Log(); }
+        void Delete() override { delete this; }
+    };
+
+    QzSynch::ThreadLocalStoragePtr const storage(QzSynch::CreateThreadLocalStorage());
+    std::thread(
+        [&]
+        {
+            thread_local LogsAtItsEnd logsFirst;
+            LogsAtItsEnd::Log();
+            storage->SetValue(new LogsAtItsEnd);
+        })
+        .join();
+    EXPECT_EQ(gTexts, std::vector<std::string>(3, "late 7"));
+}
