@@ -66,17 +66,24 @@ namespace QzSynch
             hold->Take();
     }
 
+    // The one that was taken last goes first: giving a lock back takes what it consists of once more.
+    void ForkHold::GiveAllBack(void (*leave)(RWLock&))
+    {
+        ForkHold* hold = gpFirst;
+        while (hold && hold->mpNext)
+            hold = hold->mpNext;
+        for (; hold; hold = hold->mpPrevious)
+            hold->GiveBack(leave);
+        gListLock.unlock();
+    }
+
     void ForkHold::AfterForkInParent()
     {
-        for (ForkHold* hold = gpFirst; hold; hold = hold->mpNext)
-            hold->GiveBack(LeaveAfterForkInParent);
-        gListLock.unlock();
+        GiveAllBack(LeaveAfterForkInParent);
     }
 
     void ForkHold::AfterForkInChild()
     {
-        for (ForkHold* hold = gpFirst; hold; hold = hold->mpNext)
-            hold->GiveBack(LeaveAfterForkInChild);
-        gListLock.unlock();
+        GiveAllBack(LeaveAfterForkInChild);
     }
 }

@@ -22,6 +22,7 @@ namespace QzSynch
 
     private:
         static void BeforeFork();
+        static void GiveAllBack(void (*leave)(RWLock&));
         static void AfterForkInParent();
         static void AfterForkInChild();
 
