@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <new>
 #include <string>
 
@@ -32,7 +33,6 @@ namespace QzOs::Posix
 {
     namespace
     {
-        constexpr char kJournalPath[] = "/run/systemd/journal/socket";
         constexpr char kSyslogPath[] = "/dev/log";
 
         /// A datagram that does not fit is cut in half until it does, but not below this.
@@ -62,6 +62,8 @@ namespace QzOs::Posix
         }
 
 #ifdef QZLOG_WITH_JOURNAL
+        constexpr char kJournalPath[] = "/run/systemd/journal/socket";
+
         template <std::size_t size>
         std::string MakeField(char const (&name)[size], std::string const& value)
         {
