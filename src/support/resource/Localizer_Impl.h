@@ -4,6 +4,8 @@
 #include <QzSynch/Locks.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
+#include "support/synch/ForkHold.h"
+
 #include <cstdint>
 #include <set>
 #include <string>
@@ -27,7 +29,8 @@ namespace QzResource
 
         static Key MakeKey(unsigned short languageID, unsigned short domain, int id) noexcept;
 
-        QzSynch::RWLockPtr mpLock; // guards both below
+        QzSynch::RWLockPtr mpLock; // guards both texts below
+        QzSynch::ForkHold const mForkHold{*mpLock};
         // Each text once and for ever: readers keep pointers to texts that are registered anew later.
         std::set<std::string> mTexts;
         std::unordered_map<Key, char const*> mTextsByKey;

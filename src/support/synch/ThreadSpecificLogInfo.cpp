@@ -1,6 +1,9 @@
 #include <QzSynch/ThreadSpecificLogInfo.h>
 
-#include <mutex>
+#include <QzSynch/Locks.h>
+
+#include "support/synch/ForkHold.h"
+
 #include <utility>
 
 namespace QzSynch
@@ -13,6 +16,8 @@ namespace QzSynch
         public:
             using Function = std::function<Signature>;
 
+            explicit Registration(CriticalSection& lock) noexcept : mLock(lock) {}
+
             void Set(Function&& function)
             {
                 Replace(function ? std::make_shared<Function const>(std::move(function)) : nullptr);
@@ -23,7 +28,7 @@ namespace QzSynch
             // Null while nothing is registered. The function lives as long as somebody calls it.
             std::shared_ptr<Function const> Get()
             {
-                std::lock_guard const hold(mLock);
+                CriticalSection::SmartLock const hold(mLock);
                 return mpFunction;
             }
 
@@ -31,19 +36,21 @@ namespace QzSynch
             // The old function is the registering module's code, so it ends behind the lock.
             void Replace(std::shared_ptr<Function const> function)
             {
-                std::lock_guard const hold(mLock);
+                CriticalSection::SmartLock const hold(mLock);
                 mpFunction.swap(function);
             }
 
-            std::mutex mLock;
+            CriticalSection& mLock;
             std::shared_ptr<Function const> mpFunction;
         };
 
         struct Registrations
         {
-            Registration<std::shared_ptr<QzLog::ThreadSpecificLogInfo>()> mGetter;
-            Registration<void(QzLog::ThreadSpecificLogInfo*)> mSetter;
-            Registration<void()> mUnsetter;
+            CriticalSectionPtr mpLock{CreateCriticalSection(kLockStackCategoryStatic)};
+            ForkHold mForkHold{*mpLock};
+            Registration<std::shared_ptr<QzLog::ThreadSpecificLogInfo>()> mGetter{*mpLock};
+            Registration<void(QzLog::ThreadSpecificLogInfo*)> mSetter{*mpLock};
+            Registration<void()> mUnsetter{*mpLock};
         };
 
         // Never destroyed: thread pools of static objects may ask until the process is gone.
