@@ -20,3 +20,7 @@ for sanitizer in asan tsan; do
     scripts/build.sh $sanitizer
     ctest --preset $sanitizer
 done
+
+step "fuzz targets, ten seconds each"
+scripts/build.sh fuzz
+ctest --test-dir build/fuzz/fuzz --output-on-failure

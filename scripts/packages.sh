@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Installs the Debian packages of one or more groups that are not there yet: build, bench, check.
+# Installs the Debian packages of one or more groups that are not there yet: build, kafka, bench, check.
 # Does nothing, and needs no rights, when all are there.
 set -euo pipefail
 
 build=(g++ cmake make ninja-build pkg-config ccache
-    libjsoncpp-dev librdkafka-dev libutfcpp-dev libboost-stacktrace-dev libsystemd-dev uuid-dev libcli11-dev
+    libjsoncpp-dev librdkafka-dev libutfcpp-dev libsystemd-dev uuid-dev libcli11-dev
     libgtest-dev libgmock-dev)
+kafka=(kcat)
 bench=(libbenchmark-dev libspdlog-dev liblog4cplus-dev libre2-dev)
 check=(clang clang-format clang-tidy libclang-rt-14-dev git)
 

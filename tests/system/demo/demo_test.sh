@@ -1,0 +1,69 @@
+# The demo's own run: what it says and what its logs hold.
+source "$(dirname "$0")/common.sh"
+
+"$example/demo.sh" "$work" > output.txt 2>&1 || { cat output.txt; fail "demo.sh ended with $?"; }
+
+expect "the summary" "330 requests, 32 of them failed, and 6 lines that held none" "$(cat summary.txt)"
+
+# Each of these is part of a line that the demo prints.
+while IFS= read -r text; do
+    grep -qF -- "$text" output.txt || fail "the demo does not show: $text"
+done << 'END'
+[Kernel][Info][0x00000111][UID:jürgen][SID:2E79][OID:0] User 'jürgen' signed in to project 'Finanzen'.
+[OID:Archive/Year_2006] Request 2 (RunReport) has failed.
+Report 'Archive/Year_2006' could not be run.
+Database 'ARCHIVEDB' did not answer within 500 ms.
+[OID:Archive/Year_2006] Anfrage 2 (RunReport) ist fehlgeschlagen.
+Die Datenbank 'ARCHIVEDB' hat nicht innerhalb von 500 ms geantwortet.
+settings.routes.Kernel/Error: no destination is called 'erors'
+logs/engine/engine.log.bak02
+ReportingServer::RequestHandler::Handle(
+/100(
+END
+
+# Settings that were wrong changed nothing: the routes before them went on until the next ones.
+expect "lines of the rejected settings" 1 "$(count 'nothing of it is in force' logs/errors.log)"
+
+# A log begins with its head and has it nowhere else.
+find logs -type f | while IFS= read -r file; do
+    expect "head of $file" "# Tarnwickforge Log version 2.0" "$(head -c 34 "$file" | tail -c +4)"
+    expect "heads in $file" 1 "$(grep -c 'Tarnwickforge Log version' "$file")"
+    [ "$(stat -c %s "$file")" -lt 105000 ] || fail "$file is too long"
+done
+
+# Every failure of the second half stands in both languages.
+failures=$(count 'Anfrage [0-9]+ \(.*\) ist fehlgeschlagen' logs/fehler/fehler.log)
+sed -nE 's/.*Anfrage ([0-9]+) \(.*\) ist fehl.*/\1/p' logs/fehler/fehler.log | while IFS= read -r number; do
+    expect "English lines of request $number" 1 "$(count "Request $number \(.*\) has failed" logs/errors.log)"
+done
+[ "$failures" -gt 5 ] || fail "only $failures failures in German"
+
+# The secrets of the sample, whatever their form and however broken their line.
+while IFS= read -r secret; do
+    grep -qF -- "$secret" "$example/requests.txt" || fail "'$secret' is no secret of the sample"
+    if grep -rqF -- "$secret" .; then
+        fail "'$secret' can be read in $(grep -rlF -- "$secret" . | tr '\n' ' ')"
+    fi
+done << 'END'
+tulip-7
+correct horse
+Sommer2026!
+p&ssw<rd>
+geheim-42
+rosebud
+naïve§
+Kirsche9
+xyzzy
+Ω-mega
+kiwi
+pässword"
+ends-in-backslash
+second-secret
+90210777
+hidden-name
+tabbed-secret
+never-closed
+loose-form
+cut-o
+END
+passed
