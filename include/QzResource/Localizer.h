@@ -43,6 +43,6 @@ namespace QzResource
         Initializer() noexcept;
         Initializer(Initializer const&) noexcept;
         Initializer& operator=(Initializer const&) noexcept { return *this; }
-        ~Initializer();
+        ~Initializer() = default;
     };
 }

@@ -14,6 +14,6 @@ namespace QzSynch
         Initializer() noexcept;
         Initializer(Initializer const&) noexcept;
         Initializer& operator=(Initializer const&) noexcept { return *this; }
-        ~Initializer();
+        ~Initializer() = default;
     };
 }

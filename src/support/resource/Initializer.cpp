@@ -20,5 +20,4 @@ namespace QzResource
     }
 
     Initializer::Initializer(Initializer const&) noexcept : Initializer() {}
-    Initializer::~Initializer() = default;
 }

@@ -14,5 +14,4 @@ namespace QzSynch
         PrepareThreadLocalStorages();
     }
     Initializer::Initializer(Initializer const&) noexcept : Initializer() {}
-    Initializer::~Initializer() = default;
 }

@@ -3,10 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <barrier>
 #include <functional>
-#include <thread>
 #include <utility>
 
 namespace
@@ -90,31 +87,4 @@ TEST(ReferenceCounted, DetachesBeforeItsEndWhateverHappensInBetween)
         EXPECT_EQ(proxy.mEndsWithoutDetaching, 0);
         EXPECT_FALSE(proxy.GetTarget());
     }
-}
-
-// Two holders let go at once, the second in every other round after a look through the proxy.
-TEST(ReferenceCounted, DetachesBeforeItsEndInTheRace)
-{
-    constexpr int kRounds = 5'000;
-    Owner::Proxy proxy;
-    Holder held[2];
-    std::barrier<> gate(2);
-    auto const run = [&](int me)
-    {
-        for (int round = 0; round < kRounds; ++round)
-        {
-            if (me == 0)
-                held[0] = held[1] = MakeOwner(proxy);
-            gate.arrive_and_wait();
-            if (me == 1 && round % 2)
-                held[me] = proxy.GetTarget();
-            held[me].reset();
-            gate.arrive_and_wait();
-        }
-    };
-    std::thread other(run, 1);
-    run(0);
-    other.join();
-    EXPECT_EQ(proxy.mEnds, kRounds);
-    EXPECT_EQ(proxy.mEndsWithoutDetaching, 0);
 }
