@@ -183,7 +183,7 @@ TEST_F(KafkaLogTest, EachRecordGoesToOnePlaceAndSettingsFollowTheBroker)
     {
         std::size_t count = 0;
         for (auto const& [topic, value] : mClient.mSent)
-            count += topic.ends_with(".Engine.RegtrySettings") && value == text;
+            count += topic.ends_with(".Other.RegtrySettings") && value == text;
         return count;
     };
 

@@ -40,7 +40,8 @@ while kill -0 "$feeder" 2> /dev/null; do
         cp $routing.json next.json
         mv next.json settings.json
         for _ in $(seq 50); do
-            kill -HUP "$server"
+            # A fast server may have read its input to the end by now.
+            kill -HUP "$server" 2> /dev/null || break 3
             read -rt 0.001 -u 4 || true # a short sleep without a process
         done
     done
