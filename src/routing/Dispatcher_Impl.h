@@ -13,7 +13,7 @@
 
 namespace QzLog
 {
-    class Dispatcher_Impl final : public Dispatcher, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Dispatcher_Impl : public Dispatcher, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
     {
     public:
         explicit Dispatcher_Impl(char const* name);

@@ -1,8 +1,7 @@
 #include "module/ModuleAccess.h"
-#include "module/ModuleMain.h"
 #include "routing/Road.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <latch>
@@ -10,7 +9,6 @@
 #include <thread>
 
 using namespace Road;
-using testing::ElementsAre;
 
 namespace
 {
@@ -19,211 +17,151 @@ namespace
         return static_cast<bool>(ModulePin());
     }
 
-    void WaitUntil(std::function<bool()> const& isTrue)
+    struct ModuleTest : testing::Test, Module
     {
-        while (!isTrue())
-            std::this_thread::yield();
-    }
-
-    void Log(Router& router, char const* text = "text")
-    {
-        LogString(router, text, nullptr, nullptr, nullptr, 0);
-    }
+    };
 }
 
-TEST(ModuleTest, LivesWhileAnyInitializerDoes)
+TEST_F(ModuleTest, LivesWhileAnyInitializerDoes)
 {
-    EXPECT_FALSE(ModuleIsLive());
-    std::optional<Initializer> first(std::in_place);
-    std::optional<Initializer> copy(*first);
-    CountedPtr<Logger> const logger = GetLogger("L", QzSynch::kLockStackCategoryDefault);
-    first.reset();
-    EXPECT_EQ(GetLogger("L", QzSynch::kLockStackCategoryDefault).get(), logger.get());
+    std::optional<Initializer> copy(*mInitializer);
+    mInitializer.reset();
+    EXPECT_EQ(Road::GetLogger().get(), mRouter.GetLogger());
     copy.reset();
     EXPECT_FALSE(ModuleIsLive());
     Initializer const again;
-    EXPECT_NE(GetLogger("L", QzSynch::kLockStackCategoryDefault).get(), logger.get());
-    EXPECT_EQ(GetServerInstanceName().size(), 0u);
+    EXPECT_NE(Road::GetLogger().get(), mRouter.GetLogger());
 }
 
-TEST(ModuleTest, FunctionsWithoutAModuleThrow)
+TEST_F(ModuleTest, FunctionsWithoutItThrow)
 {
-    void (*const functions[])() = {[] { GetLogger("L", QzSynch::kLockStackCategoryDefault); }, [] { MakeRouter(); },
-        [] { SetConfigurationHook(nullptr); }, [] { GetConfigurationHook(); }, [] { RefreshConfiguration(); },
-        [] { GetServerInstanceName(); }, [] { SetServerInstanceName(nullptr); }, [] { GetEpisodeNumber(); },
-        [] { SetEpisodeNumber(1); }, [] { SetUserIDToThreadContext(nullptr); },
-        [] { SetSessionIDToThreadContext(nullptr); }, [] { SetObjectIDToThreadContext(nullptr); },
-        [] { GetObjectIDFromThreadContext(); }, [] { SetParentThreadIDToThreadContext(1); },
-        [] { GetThreadSpecificLogInfo(); }, [] { SetThreadSpecificLogInfo({}); }, [] { ClearThreadSpecificLogInfo(); },
-        [] { GetDestination_DebugOutput(); }, [] { GetDestination_SystemLog(); }};
+    mInitializer.reset();
+    void (*const functions[])() = {[] { MakeRouter(); }, [] { RefreshConfiguration(); }, [] { SetEpisodeNumber(1); },
+        [] { SetUserIDToThreadContext(nullptr); }, [] { ClearThreadSpecificLogInfo(); },
+        [] { GetDestination_SystemLog(); }};
     for (auto const function : functions)
         EXPECT_THROW(function(), QzBase::Message);
 }
 
-TEST(ModuleTest, ObjectsThatOutliveItDoNothing)
+TEST_F(ModuleTest, ObjectsThatOutliveItDoNothing)
 {
-    std::optional<Initializer> initializer(std::in_place);
-    Line const line;
-    ThreadSpecificLogInfo info;
     {
-        ScopeGuard const guard(*line.mpRouter, "S", "f", 1);
-        ThreadSpecificLogInfoSwitchGuard const identity(&info);
-        initializer.reset();
+        ScopeGuard const guard(mRouter, "S", "f", 1);
+        ThreadSpecificLogInfoSwitchGuard const identity(nullptr);
+        mInitializer.reset();
         QzBase::Message message(1, 2, "text");
         std::string json("kept");
-        Log(*line.mpRouter);
-        LogMessage(*line.mpRouter, 42u, GetMessageFormatter(), nullptr, nullptr, nullptr, 0);
-        EXPECT_THROW(LogStringAndThrowBaseException(*line.mpRouter, "text", nullptr), QzBase::Message);
-        line.mpRouter->LogAndUpdateMessage(message);
-        line.mpRouter->FormatHeaderJson("text", 0, nullptr, nullptr, 0, json);
+        Log(mRouter);
+        LogMessage(mRouter, 42u, GetMessageFormatter(), nullptr, nullptr, nullptr, 0);
+        EXPECT_THROW(LogStringAndThrowBaseException(mRouter, "text", nullptr), QzBase::Message);
+        mRouter.LogAndUpdateMessage(message);
+        mRouter.FormatHeaderJson("text", 0, nullptr, nullptr, 0, json);
         EXPECT_EQ(json, "kept");
-        SetDestinations(*line.mpRouter->GetDispatcher(), {});
-        EXPECT_FALSE(line.mpRouter->mEnabled);
-        Logger::DispatcherCollection& dispatchers = *line.mpRouter->GetLogger()->GetDispatcherCollection();
+        Logger::DispatcherCollection& dispatchers = *mRouter.GetLogger()->GetDispatcherCollection();
         EXPECT_EQ(dispatchers.GetDispatcherHandle("D"), 0xDAFF);
         EXPECT_THROW(dispatchers.GetDispatcherHandle("new"), QzBase::Message);
     }
-    EXPECT_THAT(line.mpDestination->Texts(), ElementsAre("Enter 'S' near f(1)"));
+    SetDestinations(*mRouter.GetDispatcher(), {});
+    EXPECT_FALSE(mRouter.mEnabled);
+    EXPECT_EQ(mDestination.TakeTexts(), "Enter 'S' near f(1) ");
 }
 
-TEST(ModuleTest, ItsEndWaitsForTheCallsInFlight)
+TEST_F(ModuleTest, ItsEndWaitsForTheCallsInFlight)
 {
-    std::optional<Initializer> initializer(std::in_place);
-    Line const line;
-    std::latch inside(1);
-    std::latch leave(1);
-    line.mpDestination->mAction = [&]
+    for (bool const isKept : {false, true})
     {
-        inside.count_down();
-        leave.wait();
-        // What the call began with is there to its end, also for nested calls.
-        EXPECT_NO_THROW(SetEpisodeNumber(7));
-        EXPECT_EQ(GetEpisodeNumber(), 7u);
-    };
-    std::thread logging([&] { Log(*line.mpRouter); });
-    inside.wait();
-    std::atomic<bool> hasEnded{false};
-    std::thread ending(
-        [&]
+        SCOPED_TRACE(isKept ? "the call makes an Initializer" : "the call ends");
+        std::optional<Initializer> kept;
+        std::latch inside(1);
+        std::latch hidden(1);
+        mDestination.mAction = [&]
         {
-            initializer.reset();
-            hasEnded = true;
-        });
-    WaitUntil([] { return !ModuleIsLive(); });
-    EXPECT_FALSE(hasEnded);
-    leave.count_down();
-    logging.join();
-    ending.join();
-    EXPECT_EQ(line.mpDestination->mRecords.size(), 1u);
+            inside.count_down();
+            hidden.wait();
+            // What the call began with is there to its end, also for what it calls.
+            EXPECT_NO_THROW(SetEpisodeNumber(7));
+            if (isKept)
+                kept.emplace();
+        };
+        // Its dispatcher of before may belong to a module that has ended.
+        CountedPtr<Router> const router = MakeRouter();
+        SetDestinations(*router->GetDispatcher(), {&mDestination});
+        std::thread logging([&] { Log(*router); });
+        std::thread watching(
+            [&]
+            {
+                while (ModuleIsLive())
+                    std::this_thread::yield();
+                hidden.count_down();
+            });
+        inside.wait();
+        mInitializer.reset();
+        logging.join();
+        watching.join();
+        EXPECT_EQ(ModuleIsLive(), isKept);
+        mInitializer.emplace();
+        EXPECT_EQ(Road::GetLogger().get() == router->GetLogger(), isKept);
+        EXPECT_EQ(mDestination.TakeTexts(), "text ");
+    }
 }
 
-TEST(ModuleTest, AnInitializerInACallInFlightKeepsIt)
+TEST_F(ModuleTest, EndsBehindTheCallThatEndsIt)
 {
-    std::optional<Initializer> initializer(std::in_place);
-    std::optional<Initializer> second;
-    Line const line;
-    Logger* const logger = line.mpRouter->GetLogger();
-    std::latch inside(1);
-    std::latch hidden(1);
-    line.mpDestination->mAction = [&]
-    {
-        inside.count_down();
-        hidden.wait();
-        second.emplace();
-    };
-    std::thread logging([&] { Log(*line.mpRouter); });
-    std::thread watching(
-        [&]
-        {
-            WaitUntil([] { return !ModuleIsLive(); });
-            hidden.count_down();
-        });
-    inside.wait();
-    initializer.reset();
-    logging.join();
-    watching.join();
-    EXPECT_EQ(GetLogger("L", QzSynch::kLockStackCategoryDefault).get(), logger);
-}
-
-TEST(ModuleTest, EndsBehindTheCallThatEndsIt)
-{
-    std::optional<Initializer> initializer(std::in_place);
-    Line const line;
     CountedPtr<RecordingDestination> const next(new RecordingDestination);
-    SetDestinations(*line.mpRouter->GetDispatcher(), {line.mpDestination.get(), next.get()});
-    SetServerInstanceName(u"server"_w);
-    line.mpDestination->mAction = [&] { initializer.reset(); };
-    Log(*line.mpRouter);
+    SetDestinations(*mRouter.GetDispatcher(), {&mDestination, next.get()});
+    mDestination.mAction = [&] { mInitializer.reset(); };
+    Log(mRouter);
     EXPECT_FALSE(ModuleIsLive());
-    ASSERT_EQ(next->mRecords.size(), 1u);
-    EXPECT_EQ(next->mRecords.front().mServer, "server");
+    EXPECT_EQ(next->TakeTexts(), "text ");
 }
 
-TEST(ModuleTest, WhatEndsWithItMayLogAndFindNothing)
+TEST_F(ModuleTest, WhatEndsWithItMayLogAndFindsNothing)
 {
-    std::optional<Initializer> initializer(std::in_place);
-    Line line;
     int ended = 0;
-    CountedPtr<Hook> hook(new Hook);
-    hook->mAtEnd = [&]
+    InstallHook().mAtEnd = [&]
     {
-        Log(*line.mpRouter);
+        Log(mRouter);
         EXPECT_THROW(GetConfigurationHook(), QzBase::Message);
         EXPECT_THROW(Initializer(), QzBase::Message);
         ++ended;
     };
-    SetConfigurationHook(hook.get());
-    hook = nullptr;
-    initializer.reset();
+    mInitializer.reset();
     EXPECT_EQ(ended, 1);
-    EXPECT_TRUE(line.mpDestination->Texts().empty());
+    EXPECT_EQ(mDestination.TakeTexts(), "");
 }
 
-TEST(ModuleTest, ThreadsLogAcrossItsStartsAndEnds)
+TEST_F(ModuleTest, ThreadsLogAcrossItsStartsAndEnds)
 {
     // Threads end before, during and after the module; a context that is lost or deleted twice shows under the
     // address sanitizer, and a race under the thread sanitizer.
-    std::optional<Initializer> initializer(std::in_place);
-    Line const line;
+    mDestination.mForgets = true;
     std::atomic<bool> stop{false};
-    auto const log = [&] { Log(*line.mpRouter); };
-    std::thread steady(
+    std::thread logging(
         [&]
         {
-            while (!stop)
-                log();
-        });
-    std::thread coming(
-        [&]
-        {
-            while (!stop)
-                std::thread(log).join();
+            for (; !stop; Log(mRouter))
+                std::thread([&] { Log(mRouter); }).join();
         });
     for (int round = 0; round < 200; ++round)
     {
-        initializer.reset();
-        initializer.emplace();
-        Initializer const nested;
-        log();
+        mInitializer.reset();
+        mInitializer.emplace();
+        Log(mRouter);
     }
     stop = true;
-    steady.join();
-    coming.join();
-    EXPECT_GE(line.mpDestination->mRecords.size(), 200u);
+    logging.join();
 }
 
-TEST(ModuleTest, TheInstanceNameShowsFromTheNextMessageOn)
+TEST_F(ModuleTest, TheInstanceNameShowsFromTheNextMessageOn)
 {
-    Initializer const initializer;
-    Line const line;
+    std::string servers;
     for (unsigned short const* const name : {u"one"_w, u"z\u00FC"_w, static_cast<unsigned short const*>(nullptr)})
     {
         SetServerInstanceName(name);
-        std::thread([&] { Log(*line.mpRouter); }).join();
-        Log(*line.mpRouter);
+        std::thread([&] { Log(mRouter); }).join();
+        Log(mRouter);
     }
-    std::vector<std::string> servers;
-    for (Record const& record : line.mpDestination->mRecords)
-        servers.push_back(record.mServer);
-    EXPECT_THAT(servers, ElementsAre("one", "one", "z\xC3\xBC", "z\xC3\xBC", "", ""));
+    for (Record const& record : mDestination.mRecords)
+        servers += record.mServer + ",";
+    EXPECT_EQ(servers, "one,one,z\xC3\xBC,z\xC3\xBC,,,");
 }

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <latch>
-#include <optional>
 #include <thread>
 
 #include <pthread.h>
@@ -16,159 +15,130 @@ using namespace Road;
 
 namespace
 {
-    /// What a forked child that runs `body` exits with.
-    template <class Body>
-    int RunInChild(Body body)
+    /// Runs `isGood` in a forked child and expects it to be true. A child that hangs is ended.
+    template <class IsGood>
+    void ExpectInChild(IsGood isGood)
     {
         pid_t const child = fork();
         if (child == 0)
-            _exit(body());
+        {
+            alarm(60);
+            _exit(isGood() ? 0 : 1);
+        }
         int status = -1;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        return status;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_EQ(status, 0);
     }
+
+    struct ProcessTest : testing::Test, Module
+    {
+    };
 }
 
-TEST(ProcessTest, AForkedChildLogsAsItself)
+TEST_F(ProcessTest, AForkedChildLogsAsItself)
 {
-    Initializer const initializer;
-    Line const line;
     std::string json;
-    line.mpRouter->FormatHeaderJson(nullptr, 0, nullptr, nullptr, 0, json);
-    int const status = RunInChild(
+    mRouter.FormatHeaderJson(nullptr, 42, nullptr, nullptr, 0, json);
+    EXPECT_NE(json.find("\"message_id\":\"0x0000002A\""), json.npos);
+    ExpectInChild(
         [&]
         {
-            line.mpRouter->FormatHeaderJson(nullptr, 0, nullptr, nullptr, 0, json);
-            std::string const own = "\"" + std::to_string(getpid()) + "\"";
-            bool const both = json.find("\"pid\":" + own) != json.npos && json.find("\"thr\":" + own) != json.npos;
-            return both ? 0 : 1;
+            mRouter.FormatHeaderJson(nullptr, 0, nullptr, nullptr, 0, json);
+            std::string const own = ":\"" + std::to_string(getpid()) + "\"";
+            return json.find("\"pid\"" + own) != json.npos && json.find("\"thr\"" + own) != json.npos;
         });
-    EXPECT_EQ(status, 0);
 }
 
-TEST(ProcessTest, TheModuleEndsInAChildWhoseParentIsLogging)
+TEST_F(ProcessTest, TheModuleEndsInAChildWhoseParentIsLogging)
 {
-    std::optional<Initializer> initializer(std::in_place);
-    Line const line;
     std::latch inside(1);
     std::latch leave(1);
-    line.mpDestination->mAction = [&]
+    mDestination.mAction = [&]
     {
         inside.count_down();
         leave.wait();
     };
-    std::thread logging([&] { LogString(*line.mpRouter, "text", nullptr, nullptr, nullptr, 0); });
+    std::thread logging([&] { Log(mRouter); });
     inside.wait();
-    int const status = RunInChild(
+    ExpectInChild(
         [&]
         {
-            initializer.reset();
-            return ModulePin() ? 1 : 0;
+            mInitializer.reset();
+            return !ModulePin();
         });
-    EXPECT_EQ(status, 0);
     leave.count_down();
     logging.join();
 }
 
-TEST(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
+TEST_F(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
 {
-    Initializer const initializer;
-    Line const line;
-    CountedPtr<Dispatcher> const dispatcher = line.mpRouter->GetDispatcher();
+    DispatcherPtr const dispatcher = mRouter.GetDispatcher();
+    mDestination.mForgets = true;
     std::atomic<bool> stop{false};
-    std::thread logging(
+    std::thread busy(
         [&]
         {
             while (!stop)
             {
-                LogString(*line.mpRouter, "text", nullptr, nullptr, nullptr, 0);
-                std::lock_guard const hold(line.mpDestination->mLock);
-                line.mpDestination->mRecords.clear();
-            }
-        });
-    std::thread configuring(
-        [&]
-        {
-            while (!stop)
-            {
-                SetDestinations(*dispatcher, {line.mpDestination.get()});
+                for (int i = 0; i < 20; ++i)
+                    Log(mRouter);
+                SetDestinations(*dispatcher, {&mDestination});
                 MakeRouter("E");
                 SetServerInstanceName(u"server"_w);
             }
         });
-    for (int round = 0; round < 30; ++round)
+    for (int round = 0; round < 30 && !HasFailure(); ++round)
     {
-        int const status = RunInChild(
+        ExpectInChild(
             [&]
             {
-                alarm(60);
-                SetServerInstanceName(u"child"_w);
                 CountedPtr<RecordingDestination> const own(new RecordingDestination);
+                SetServerInstanceName(u"child"_w);
                 SetDestinations(*MakeRouter("E")->GetDispatcher(), {own.get()});
                 SetDestinations(*dispatcher, {own.get()});
-                LogString(*line.mpRouter, "text", nullptr, nullptr, nullptr, 0);
-                return own->mRecords.size() == 1 && line.mpRouter->mEnabled ? 0 : 1;
+                Log(mRouter);
+                return own->TakeTexts() == "text " && mRouter.mEnabled;
             });
-        ASSERT_EQ(status, 0) << "round " << round;
     }
     stop = true;
-    logging.join();
-    configuring.join();
+    busy.join();
 }
 
-TEST(ProcessTest, ACancelledThreadLeavesAScopeGuardFirst)
+TEST_F(ProcessTest, ACancelledThreadLeavesAScopeGuardFirst)
 {
-    Initializer const initializer;
-    Line const line;
-    line.mpDestination->mAction = []
+    mDestination.mAction = []
     {
         pthread_cancel(pthread_self());
         pthread_testcancel();
     };
+    auto const log = [](void* router) -> void*
+    {
+        {
+            ScopeGuard const guard(*static_cast<Router*>(router), "S", "f", 1);
+        }
+        pthread_testcancel();
+        return nullptr;
+    };
     pthread_t thread;
-    ASSERT_EQ(pthread_create(
-                  &thread, nullptr,
-                  [](void* router) -> void*
-                  {
-                      {
-                          ScopeGuard const guard(*static_cast<Router*>(router), "S", "f", 1);
-                      }
-                      pthread_testcancel();
-                      return nullptr;
-                  },
-                  line.mpRouter.get()),
-        0);
+    ASSERT_EQ(pthread_create(&thread, nullptr, log, &mRouter), 0);
     void* result = nullptr;
     ASSERT_EQ(pthread_join(thread, &result), 0);
     EXPECT_EQ(result, PTHREAD_CANCELED);
-    EXPECT_EQ(line.mpDestination->mRecords.size(), 2u);
+    EXPECT_EQ(mDestination.TakeTexts(), "Enter 'S' near f(1) Leave 'S' near f(1) ");
 }
 
-namespace
+TEST_F(ProcessTest, ThreadsMayLogInTheLastPhasesOfTheirEnd)
 {
-    struct LateLogger
-    {
-        ~LateLogger() { LogString(*mpRouter, "late", nullptr, nullptr, nullptr, 0); }
-        CountedPtr<Router> mpRouter;
-    };
-}
-
-TEST(ProcessTest, ThreadsMayLogInTheLastPhasesOfTheirEnd)
-{
-    Initializer const initializer;
-    Line const line;
     pthread_key_t key;
-    ASSERT_EQ(pthread_key_create(&key, [](void* router)
-                  { LogString(*static_cast<Router*>(router), "later", nullptr, nullptr, nullptr, 0); }),
-        0);
+    ASSERT_EQ(pthread_key_create(&key, [](void* router) { Log(*static_cast<Router*>(router), "later"); }), 0);
     std::thread(
         [&]
         {
-            pthread_setspecific(key, line.mpRouter.get());
-            thread_local LateLogger late;
-            late.mpRouter = line.mpRouter;
+            pthread_setspecific(key, &mRouter);
+            thread_local AtEnd late;
+            late = [&] { Log(mRouter, "late"); };
         })
         .join();
     pthread_key_delete(key);
-    EXPECT_EQ(line.mpDestination->Texts(), (std::vector<std::string>{"late", "later"}));
+    EXPECT_EQ(mDestination.TakeTexts(), "late later ");
 }

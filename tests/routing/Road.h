@@ -1,12 +1,10 @@
 #pragma once
 
-#include <QzLog/Destination.h>
-#include <QzLog/MessageBody.h>
-#include <QzLog/MessageHeader.h>
 #include <QzLog/QzLog.h>
 
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,20 +13,30 @@
 namespace Road
 {
     using namespace QzLog;
-    using QzBase::CountedPtr;
     using namespace QzBase::Literals;
+    using QzBase::CountedPtr;
 
     template <class Interface>
     class Counted : public Interface, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
     {
     };
 
+    /// A member that tells when its object ends.
+    struct AtEnd : std::function<void()>
+    {
+        using std::function<void()>::operator=;
+        ~AtEnd()
+        {
+            if (*this)
+                (*this)();
+        }
+    };
+
     struct Record
     {
         std::string mText; // "(null)" for a null text
         unsigned int mID;
-        std::string mLogger;
-        std::string mDispatcher;
+        std::string mNames; // logger/dispatcher
         std::string mPlace; // file:function:line
         std::string mServer;
     };
@@ -45,89 +53,57 @@ namespace Road
         {
             if (mAction)
                 mAction();
+            if (mForgets)
+                return;
             std::lock_guard const hold(mLock);
-            mRecords.push_back(
-                {text ? text : "(null)", header.GetMessageID(), header.GetLoggerName(), header.GetDispatcherName(),
-                    std::string(header.GetSourceFile()) + ":" + header.GetSourceFunction() + ":" +
-                        std::to_string(header.GetSourceLine()),
-                    header.GetServerName()});
+            mRecords.push_back({text ? text : "(null)", header.GetMessageID(),
+                std::string(header.GetLoggerName()) + "/" + header.GetDispatcherName(),
+                std::string(header.GetSourceFile()) + ":" + header.GetSourceFunction() + ":" +
+                    std::to_string(header.GetSourceLine()),
+                header.GetServerName()});
         }
 
-        void SetCallstackMessageIDs(unsigned int const*, unsigned int) override {}
-
-        std::vector<std::string> Texts()
+        /// The texts so far, each with a blank behind it.
+        std::string TakeTexts()
         {
-            std::vector<std::string> texts;
+            std::string texts;
             std::lock_guard const hold(mLock);
             for (Record const& record : mRecords)
-                texts.push_back(record.mText);
+                texts += record.mText + " ";
+            mRecords.clear();
             return texts;
         }
 
-        std::function<void()> mAction;
-        std::function<void()> mAtEnd;
-        std::mutex mLock;
-        std::vector<Record> mRecords;
-
-        ~RecordingDestination() override
-        {
-            if (mAtEnd)
-                mAtEnd();
-        }
-
-    protected:
+        void SetCallstackMessageIDs(unsigned int const*, unsigned int) override {}
         unsigned short GetLanguageID() const override { return 0; }
         void SetLanguageID(unsigned short) override {}
+
+        bool mForgets = false;
+        std::function<void()> mAction;
+        AtEnd mAtEnd;
+        std::mutex mLock;
+        std::vector<Record> mRecords;
     };
+
+    using DispatcherPtr = CountedPtr<Dispatcher>;
 
     class Hook final : public Counted<ConfigurationHook>
     {
     public:
-        void ConfigureLogger(Logger* logger) override
-        {
-            if (mOnLogger)
-                mOnLogger(*logger);
-        }
+        void ConfigureLogger(Logger* logger) override { mOnLogger(*logger); }
+        void ConfigureDispatcher(DispatcherPtr& dispatcher, Logger*) override { mOnDispatcher(dispatcher); }
 
-        void ConfigureDispatcher(CountedPtr<Dispatcher>& dispatcher, Logger* logger) override
-        {
-            if (mOnDispatcher)
-                mOnDispatcher(dispatcher, *logger);
-        }
-
-        ~Hook() override
-        {
-            if (mAtEnd)
-                mAtEnd();
-        }
-
-        std::function<void(Logger&)> mOnLogger;
-        std::function<void(CountedPtr<Dispatcher>&, Logger&)> mOnDispatcher;
-        std::function<void()> mAtEnd;
+        std::function<void(Logger&)> mOnLogger = [](Logger&) {};
+        std::function<void(DispatcherPtr&)> mOnDispatcher = [](DispatcherPtr&) {};
+        AtEnd mAtEnd;
     };
 
-    class Catalog final : public Counted<MessageCatalog>
+    inline Hook& InstallHook()
     {
-    public:
-        QzBase::ReturnString GetMessageString(unsigned int id, unsigned short, char const* context) override
-        {
-            return QzBase::ReturnString("string " + std::to_string(id) + " " + context);
-        }
-
-        QzResource::MessageTemplate const& GetMessageTemplate(unsigned int, unsigned short, char const*) override
-        {
-            return mTemplate;
-        }
-
-        ~Catalog() override
-        {
-            if (mAtEnd)
-                mAtEnd();
-        }
-
-        QzResource::MessageTemplate mTemplate{"template %1-%2"};
-        std::function<void()> mAtEnd;
-    };
+        CountedPtr<Hook> const hook(new Hook);
+        SetConfigurationHook(hook.get());
+        return *hook;
+    }
 
     class Listener final : public Counted<Logger::Callback>
     {
@@ -141,7 +117,13 @@ namespace Road
 
         std::vector<unsigned short> mHandles;
         std::function<void()> mAction;
+        AtEnd mAtEnd;
     };
+
+    inline CountedPtr<Logger> GetLogger(char const* name = "L")
+    {
+        return QzLog::GetLogger(name, QzSynch::kLockStackCategoryDefault);
+    }
 
     inline CountedPtr<Router> MakeRouter(char const* dispatcher = "D", char const* logger = "L")
     {
@@ -153,15 +135,26 @@ namespace Road
         dispatcher.SetDestinations(CreateDestinationCollection(destinations));
     }
 
+    inline void Log(Router& router, char const* text = "text")
+    {
+        LogString(router, text, nullptr, nullptr, nullptr, 0);
+    }
+
     /// A router whose dispatcher writes to a destination of its own.
     struct Line
     {
-        explicit Line(char const* dispatcher = "D") : mpRouter(MakeRouter(dispatcher))
-        {
-            SetDestinations(*mpRouter->GetDispatcher(), {mpDestination.get()});
-        }
+        Line() { SetDestinations(*mpRouter->GetDispatcher(), {mpDestination.get()}); }
 
         CountedPtr<RecordingDestination> mpDestination{new RecordingDestination};
-        CountedPtr<Router> mpRouter;
+        CountedPtr<Router> mpRouter = MakeRouter();
+    };
+
+    /// The module with such a line; it can be ended on the way.
+    struct Module
+    {
+        std::optional<Initializer> mInitializer{std::in_place};
+        Line const mLine;
+        Router& mRouter = *mLine.mpRouter;
+        RecordingDestination& mDestination = *mLine.mpDestination;
     };
 }

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <thread>
+#include <utility>
 
 using namespace Road;
 using testing::ElementsAre;
@@ -12,34 +12,27 @@ namespace
     class RoutingTest : public testing::Test
     {
     protected:
-        CountedPtr<Logger> GetLoggerL() { return GetLogger("L", QzSynch::kLockStackCategoryDefault); }
-
-        Hook& InstallHook()
-        {
-            CountedPtr<Hook> const hook(new Hook);
-            SetConfigurationHook(hook.get());
-            return *hook;
-        }
+        Logger::DispatcherCollection& Dispatchers() { return *Road::GetLogger()->GetDispatcherCollection(); }
 
         Initializer const mInitializer;
         CountedPtr<RecordingDestination> const mpDestination{new RecordingDestination};
+        CountedPtr<Listener> const mpListener{new Listener};
     };
 }
 
 TEST_F(RoutingTest, NamesAreExactAndHandlesCountInOrderOfCreation)
 {
-    CountedPtr<Logger> const logger = GetLoggerL();
+    CountedPtr<Logger> const logger = Road::GetLogger();
     EXPECT_EQ(GetLogger("L", static_cast<QzSynch::EnumHvnLockStackCategory>(17)).get(), logger.get());
-    EXPECT_NE(GetLogger("l", QzSynch::kLockStackCategoryDefault).get(), logger.get());
-    EXPECT_STREQ(GetLogger(nullptr, QzSynch::kLockStackCategoryDefault)->GetName(), "");
-    Logger::DispatcherCollection& dispatchers = *logger->GetDispatcherCollection();
+    EXPECT_NE(Road::GetLogger("l").get(), logger.get());
+    EXPECT_STREQ(Road::GetLogger(nullptr)->GetName(), "");
     unsigned short handle = 0xDAFF;
     for (char const* const name : {"A", "a", "A "})
-        EXPECT_EQ(dispatchers.GetDispatcherHandle(name), handle--);
-    EXPECT_EQ(dispatchers.GetDispatcherHandle("A"), 0xDAFF);
-    EXPECT_STREQ(dispatchers.GetDispatcher(0xDAFE)->GetName(), "a");
-    for (unsigned short const foreign : std::initializer_list<unsigned short>{0xDAFC, 0x0000, 0x2500})
-        EXPECT_THROW(dispatchers.GetDispatcher(foreign), QzBase::Message);
+        EXPECT_EQ(Dispatchers().GetDispatcherHandle(name), handle--);
+    EXPECT_EQ(Dispatchers().GetDispatcherHandle("A"), 0xDAFF);
+    EXPECT_STREQ(Dispatchers().GetDispatcher(0xDAFE)->GetName(), "a");
+    EXPECT_THROW(Dispatchers().GetDispatcher(0xDAFC), QzBase::Message);
+    EXPECT_THROW(Dispatchers().GetDispatcher(0), QzBase::Message);
 }
 
 TEST_F(RoutingTest, RoutersFollowTheirDispatcherAlone)
@@ -47,11 +40,12 @@ TEST_F(RoutingTest, RoutersFollowTheirDispatcherAlone)
     CountedPtr<Router> const first = MakeRouter("A");
     CountedPtr<Router> const second = MakeRouter("A");
     CountedPtr<Router> const other = MakeRouter("B");
-    CountedPtr<Dispatcher> const dispatcher = first->GetDispatcher();
+    DispatcherPtr const dispatcher = first->GetDispatcher();
     EXPECT_FALSE(first->mEnabled);
     SetDestinations(*dispatcher, {mpDestination.get()});
-    EXPECT_TRUE(first->mEnabled && second->mEnabled && !other->mEnabled);
-    EXPECT_TRUE(MakeRouter("A")->mEnabled);
+    EXPECT_TRUE(first->mEnabled && second->mEnabled && !other->mEnabled && MakeRouter("A")->mEnabled);
+    EXPECT_THROW(SetDestinations(*dispatcher, {mpDestination.get(), nullptr}), QzBase::Message);
+    EXPECT_TRUE(first->mEnabled);
     dispatcher->SetDestinations(nullptr);
     EXPECT_FALSE(first->mEnabled || second->mEnabled);
 }
@@ -59,7 +53,7 @@ TEST_F(RoutingTest, RoutersFollowTheirDispatcherAlone)
 TEST_F(RoutingTest, DeliversInListOrderOnTheListItBeganWith)
 {
     CountedPtr<Router> const router = MakeRouter();
-    CountedPtr<Dispatcher> const dispatcher = router->GetDispatcher();
+    DispatcherPtr const dispatcher = router->GetDispatcher();
     std::string order;
     CountedPtr<RecordingDestination> first(new RecordingDestination);
     first->mAction = [&]
@@ -71,104 +65,71 @@ TEST_F(RoutingTest, DeliversInListOrderOnTheListItBeganWith)
     mpDestination->mAction = [&] { order += '2'; };
     SetDestinations(*dispatcher, {first.get(), mpDestination.get(), first.get()});
     first = nullptr;
-    LogString(*router, "text", nullptr, nullptr, nullptr, 0);
-    LogString(*router, "text", nullptr, nullptr, nullptr, 0);
+    Log(*router);
+    Log(*router);
     EXPECT_EQ(order, "121x");
 }
 
-TEST_F(RoutingTest, AThrowingDestinationEndsItsMessageOnly)
-{
-    CountedPtr<Router> const router = MakeRouter();
-    CountedPtr<RecordingDestination> const throwing(new RecordingDestination);
-    throwing->mAction = [] { throw 7; };
-    SetDestinations(*router->GetDispatcher(), {mpDestination.get(), throwing.get(), mpDestination.get()});
-    QzBase::Message message(QzBase::MESSAGE_DOMAIN_SERVER, 9, "before");
-    EXPECT_THROW(router->LogText("text", 0, nullptr, nullptr, 0), int);
-    EXPECT_THROW(router->LogAndUpdateMessage(message), int);
-    throwing->mAction = nullptr;
-    router->LogBaseMessage(message);
-    EXPECT_THAT(mpDestination->Texts(), ElementsAre("text", "before", "before", "before"));
-    EXPECT_EQ(mpDestination->mRecords.back().mID, 9u);
-}
-
-TEST_F(RoutingTest, UpdatedMessagesBringTheirLocalisedTextsBack)
+TEST_F(RoutingTest, StructuredMessagesComeBackWithTheirTexts)
 {
     Line const line;
-    unsigned short const language = QzResource::GetProcessLanguageID();
-    QzResource::RegisterMessageText(language, 77, 1, "local");
+    QzResource::RegisterMessageText(0, 77, 1, "local");
     QzBase::Message message(77, 1, "text");
+    line.mpDestination->mAction = [] { throw 7; };
+    EXPECT_THROW(line.mpRouter->LogAndUpdateMessage(message), int);
+    EXPECT_EQ(message.GetLocalizedText(0), nullptr);
+    line.mpDestination->mAction = nullptr;
+    line.mpRouter->LogBaseMessage(message);
     line.mpRouter->LogAndUpdateMessage(message);
-    EXPECT_THAT(line.mpDestination->Texts(), ElementsAre("local"));
     EXPECT_STREQ(message.GetLocalizedText(0), "local");
+    EXPECT_EQ(line.mpDestination->mRecords.back().mID, 1u);
+    EXPECT_EQ(line.mpDestination->TakeTexts(), "local local ");
 }
 
-TEST_F(RoutingTest, AListThatCannotBeTakenLeavesTheOldOne)
+TEST_F(RoutingTest, CallbacksAreASetThatMayChangeMeanwhile)
 {
-    Line const line;
-    CountedPtr<Dispatcher> const dispatcher = line.mpRouter->GetDispatcher();
-    CountedPtr<Listener> const listener(new Listener);
-    line.mpRouter->GetLogger()->AddCallback(listener.get());
-    EXPECT_THROW(SetDestinations(*dispatcher, {mpDestination.get(), nullptr}), QzBase::Message);
-    EXPECT_TRUE(listener->mHandles.empty());
-    LogString(*line.mpRouter, "text", nullptr, nullptr, nullptr, 0);
-    EXPECT_THAT(line.mpDestination->Texts(), ElementsAre("text"));
-}
-
-TEST_F(RoutingTest, CallbacksAreASet)
-{
-    CountedPtr<Router> const router = MakeRouter();
-    CountedPtr<Dispatcher> const dispatcher = router->GetDispatcher();
-    Logger& logger = *router->GetLogger();
-    CountedPtr<Listener> const listener(new Listener);
-    listener->mAction = [&] { logger.RemoveCallback(listener.get()); };
-    logger.AddCallback(listener.get());
-    logger.AddCallback(listener.get());
-    logger.AddCallback(nullptr);
-    SetDestinations(*dispatcher, {});
-    SetDestinations(*dispatcher, {});
-    EXPECT_THAT(listener->mHandles, ElementsAre(0xDAFF));
-}
-
-TEST_F(RoutingTest, TheHeaderAsJsonNeedsNoDestinationAndDeliversNothing)
-{
-    CountedPtr<Router> const router = MakeRouter();
-    std::string json;
-    router->FormatHeaderJson(nullptr, 42, nullptr, nullptr, 0, json);
-    for (char const* const part : {"\"logger\":\"L\"", "\"dispatcher\":\"D\"", "\"message_id\":\"0x0000002A\""})
-        EXPECT_THAT(json, testing::HasSubstr(part));
-}
-
-TEST_F(RoutingTest, AHookCanExchangeWhatIsCreated)
-{
-    Hook& hook = InstallHook();
-    hook.mOnDispatcher = [&](CountedPtr<Dispatcher>& dispatcher, Logger&)
+    std::vector<CountedPtr<Router>> routers;
+    for (int i = 0; i < 8; ++i)
+        routers.push_back(MakeRouter());
+    CountedPtr<Logger> const logger = Road::GetLogger();
+    // Some of the routers' own listeners are called behind this one, and find them gone.
+    mpListener->mAction = [&]
     {
-        dispatcher = CreateDispatcher("other");
-        SetDestinations(*dispatcher, {mpDestination.get()});
+        routers.clear();
+        logger->RemoveCallback(mpListener.get());
     };
-    CountedPtr<Router> const router = MakeRouter("A");
-    EXPECT_TRUE(router->mEnabled);
-    EXPECT_STREQ(router->GetDispatcher()->GetName(), "other");
-    EXPECT_EQ(GetLoggerL()->GetDispatcherCollection()->GetDispatcherHandle("A"), 0xDAFE);
-    // Both are named "other" now, and each router follows its own.
-    CountedPtr<Router> const second = MakeRouter("A");
-    SetDestinations(*GetLoggerL()->GetDispatcherCollection()->GetDispatcher(0xDAFD), {});
-    EXPECT_TRUE(router->mEnabled && !second->mEnabled);
+    logger->AddCallback(mpListener.get());
+    logger->AddCallback(mpListener.get());
+    logger->AddCallback(nullptr);
+    for (int i = 0; i < 2; ++i)
+        SetDestinations(*Dispatchers().GetDispatcher(0xDAFF), {mpDestination.get()});
+    EXPECT_THAT(mpListener->mHandles, ElementsAre(0xDAFF));
 }
 
 TEST_F(RoutingTest, AHookThatFailsLeavesNothingBehind)
 {
     Hook& hook = InstallHook();
-    Logger::DispatcherCollection& dispatchers = *GetLoggerL()->GetDispatcherCollection();
-    hook.mOnDispatcher = [](CountedPtr<Dispatcher>&, Logger&) { throw 7; };
-    EXPECT_THROW(dispatchers.GetDispatcherHandle("A"), int);
-    hook.mOnDispatcher = [](CountedPtr<Dispatcher>& dispatcher, Logger&) { dispatcher = nullptr; };
-    EXPECT_THROW(dispatchers.GetDispatcherHandle("A"), QzBase::Message);
-    hook.mOnDispatcher = nullptr;
-    EXPECT_EQ(dispatchers.GetDispatcherHandle("A"), 0xDAFF);
-    hook.mOnDispatcher = [](CountedPtr<Dispatcher>& dispatcher, Logger&) { dispatcher = nullptr; };
+    auto const takeAway = [](DispatcherPtr& dispatcher) { dispatcher = nullptr; };
+    hook.mOnDispatcher = [](DispatcherPtr&) { throw 7; };
+    EXPECT_THROW(MakeRouter(), int);
+    hook.mOnDispatcher = takeAway;
+    EXPECT_THROW(MakeRouter(), QzBase::Message);
+    hook.mOnDispatcher = [](DispatcherPtr&) {};
+    EXPECT_EQ(Dispatchers().GetDispatcherHandle("A"), 0xDAFF);
+    hook.mOnDispatcher = takeAway;
     EXPECT_THROW(RefreshConfiguration(), QzBase::Message);
-    EXPECT_STREQ(dispatchers.GetDispatcher(0xDAFF)->GetName(), "A");
+    EXPECT_STREQ(Dispatchers().GetDispatcher(0xDAFF)->GetName(), "A");
+
+    // A logger that is dropped leaves the dispatcher that it got in peace.
+    DispatcherPtr const kept = CreateDispatcher("kept");
+    hook.mOnDispatcher = [&](DispatcherPtr& dispatcher) { dispatcher = kept; };
+    hook.mOnLogger = [](Logger& logger)
+    {
+        logger.GetDispatcherCollection()->GetDispatcherHandle("A");
+        throw 7;
+    };
+    EXPECT_THROW(Road::GetLogger("dropped"), int);
+    SetDestinations(*kept, {mpDestination.get()});
 }
 
 TEST_F(RoutingTest, OneNameHasOneHandleWhenTwoCreateItAtOnce)
@@ -177,12 +138,11 @@ TEST_F(RoutingTest, OneNameHasOneHandleWhenTwoCreateItAtOnce)
     for (bool const shares : {false, true})
     {
         SCOPED_TRACE(shares ? "both get one dispatcher" : "each has its own");
-        Hook& hook = InstallHook();
-        CountedPtr<Logger> const logger = GetLogger(shares ? "S" : "O", QzSynch::kLockStackCategoryDefault);
-        CountedPtr<Dispatcher> const shared = CreateDispatcher("A");
-        CountedPtr<Dispatcher> loser;
+        CountedPtr<Logger> const logger = Road::GetLogger(shares ? "S" : "O");
+        DispatcherPtr const shared = CreateDispatcher("A");
+        DispatcherPtr loser;
         bool isInside = false;
-        hook.mOnDispatcher = [&](CountedPtr<Dispatcher>& dispatcher, Logger&)
+        InstallHook().mOnDispatcher = [&](DispatcherPtr& dispatcher)
         {
             if (shares)
                 dispatcher = shared;
@@ -193,62 +153,46 @@ TEST_F(RoutingTest, OneNameHasOneHandleWhenTwoCreateItAtOnce)
         };
         EXPECT_EQ(logger->GetDispatcherCollection()->GetDispatcherHandle("A"), 0xDAFF);
         EXPECT_THROW(logger->GetDispatcherCollection()->GetDispatcher(0xDAFE), QzBase::Message);
-        CountedPtr<Listener> const listener(new Listener);
-        logger->AddCallback(listener.get());
+        mpListener->mHandles.clear();
+        logger->AddCallback(mpListener.get());
         SetDestinations(*loser, {});
-        EXPECT_EQ(listener->mHandles.size(), shares ? 1u : 0u);
+        EXPECT_EQ(mpListener->mHandles.size(), shares ? 1u : 0u);
     }
 }
 
 TEST_F(RoutingTest, ARefreshExchangesDispatchersBehindTheirHandles)
 {
     Hook& hook = InstallHook();
-    CountedPtr<Dispatcher> const shared = CreateDispatcher("shared");
-    hook.mOnDispatcher = [&](CountedPtr<Dispatcher>& dispatcher, Logger&) { dispatcher = shared; };
+    DispatcherPtr const shared = CreateDispatcher("shared");
+    hook.mOnDispatcher = [&](DispatcherPtr& dispatcher) { dispatcher = shared; };
     CountedPtr<Router> const first = MakeRouter("A");
     CountedPtr<Router> const second = MakeRouter("B");
     SetDestinations(*shared, {mpDestination.get()});
     EXPECT_TRUE(first->mEnabled && second->mEnabled);
 
     // One of the two places gets another dispatcher; the other one goes on following the shared one.
-    CountedPtr<Dispatcher> const replacement = CreateDispatcher("replacement");
-    int offered = 0;
-    hook.mOnDispatcher = [&](CountedPtr<Dispatcher>& dispatcher, Logger&)
+    DispatcherPtr replacement = CreateDispatcher("replacement");
+    hook.mOnDispatcher = [&](DispatcherPtr& dispatcher)
     {
-        if (++offered == 1)
-            dispatcher = replacement;
+        if (DispatcherPtr const given = std::exchange(replacement, nullptr))
+            dispatcher = given;
     };
     RefreshConfiguration();
-    EXPECT_EQ(offered, 2);
     EXPECT_TRUE(!first->mEnabled && second->mEnabled);
     SetDestinations(*shared, {});
     EXPECT_FALSE(second->mEnabled);
-    SetDestinations(*replacement, {mpDestination.get()});
-    LogString(*first, "text", nullptr, nullptr, nullptr, 0);
-    ASSERT_EQ(mpDestination->mRecords.size(), 1u);
-    EXPECT_EQ(mpDestination->mRecords.front().mDispatcher, "replacement");
-
-    // Once it stands nowhere, nobody hears of it any more.
-    hook.mOnDispatcher = [&](CountedPtr<Dispatcher>& dispatcher, Logger&) { dispatcher = replacement; };
-    RefreshConfiguration();
-    CountedPtr<Listener> const listener(new Listener);
-    first->GetLogger()->AddCallback(listener.get());
-    SetDestinations(*shared, {mpDestination.get()});
-    EXPECT_TRUE(listener->mHandles.empty());
+    SetDestinations(*first->GetDispatcher(), {mpDestination.get()});
+    Log(*first);
+    EXPECT_EQ(mpDestination->mRecords.front().mNames, "L/replacement");
 }
 
 TEST_F(RoutingTest, UsersObjectsEndWithNoLockHeld)
 {
     // Each destructor asks what it is being taken out of, which would wait for ever under that lock.
     CountedPtr<Router> const router = MakeRouter();
-    CountedPtr<Dispatcher> const dispatcher = router->GetDispatcher();
+    DispatcherPtr const dispatcher = router->GetDispatcher();
     Logger& logger = *router->GetLogger();
     std::string ended;
-    CountedPtr<Catalog> catalog(new Catalog);
-    catalog->mAtEnd = [&] { ended += logger.GetMessageCatalog() ? '?' : 'c'; };
-    logger.SetMessageCatalog(catalog.get());
-    catalog = nullptr;
-    logger.SetMessageCatalog(nullptr);
 
     InstallHook().mAtEnd = [&] { ended += GetConfigurationHook() ? '?' : 'h'; };
     SetConfigurationHook(nullptr);
@@ -258,23 +202,10 @@ TEST_F(RoutingTest, UsersObjectsEndWithNoLockHeld)
     SetDestinations(*dispatcher, {destination.get()});
     destination = nullptr;
     SetDestinations(*dispatcher, {});
-    EXPECT_EQ(ended, "chd");
-}
 
-TEST_F(RoutingTest, ALoggerThatEndsLeavesItsDispatchersInPeace)
-{
-    CountedPtr<Dispatcher> const dispatcher = CreateDispatcher("kept");
-    {
-        Hook& hook = InstallHook();
-        hook.mOnLogger = [&](Logger& logger)
-        {
-            hook.mOnDispatcher = [&](CountedPtr<Dispatcher>& created, Logger&) { created = dispatcher; };
-            logger.GetDispatcherCollection()->GetDispatcherHandle("A");
-            throw 7; // so that the logger is dropped again
-        };
-        EXPECT_THROW(GetLoggerL(), int);
-    }
-    SetDestinations(*dispatcher, {mpDestination.get()});
-    SetConfigurationHook(nullptr);
-    EXPECT_FALSE(MakeRouter()->mEnabled);
+    Listener* const listener = new Listener;
+    listener->mAtEnd = [&] { ended += logger.GetMessageCatalog() ? '?' : 'l'; };
+    logger.AddCallback(listener);
+    logger.RemoveCallback(listener);
+    EXPECT_EQ(ended, "hdl");
 }
