@@ -38,6 +38,17 @@ sed -nE 's/.*Anfrage ([0-9]+) \(.*\) ist fehl.*/\1/p' logs/fehler/fehler.log | w
 done
 [ "$failures" -gt 5 ] || fail "only $failures failures in German"
 
+# The same once more with every message kept, since what has rolled over cannot be searched.
+cat > everything.json << 'END'
+{ "server": "S", "language": "en", "basePath": "everything",
+  "destinations": { "all": { "type": "file", "path": "all.log", "maxFileSize": 100000000 } },
+  "routes": { "*/Trace": ["all"], "*/Info": ["all:de"], "*/Error": ["all:en", "all:de"] } }
+END
+"$example/reporting_server" --config everything.json "$example/requests.txt" > /dev/null
+expect "masked values" 37 "$(grep -oE '[pP]assword="\*\*\*"' everything/all.log | wc -l)"
+expect "masked bodies" 2 "$(count 'POST /api/logins with the body .*\*\*\*' everything/all.log)"
+expect "withheld bodies" 3 "$(count '/api/users/[a-z]+ with the body \(withheld\)' everything/all.log)"
+
 # The secrets of the sample, whatever their form and however broken their line.
 while IFS= read -r secret; do
     grep -qF -- "$secret" "$example/requests.txt" || fail "'$secret' is no secret of the sample"
