@@ -1,0 +1,11 @@
+#pragma once
+
+#include "Ledger.h"
+#include "Writer.h"
+
+/// Reads the log and all its back-ups and holds them against the ledger: every record whose logging call returned
+/// is there once and whole; of a killed process at most the record in flight of each thread is missing or cut;
+/// only a killed roll-over has left its content in two back-ups; every file begins with the head and has it nowhere
+/// else; no back-up is shorter than the limit. Prints the figures in one line, and a line for each of the first
+/// faults. Returns whether there was none.
+bool CheckLog(WriterSettings const& settings, Ledger const& ledger, unsigned int processes, unsigned int kills);

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Ledger.h"
+
+#include <cstdint>
+#include <string>
+
+struct WriterSettings
+{
+    std::string mFolder;
+    unsigned int mLimit;
+    unsigned int mThreads;
+    std::uint64_t mSeed;
+};
+
+/// The work of one process: its threads write records into the log until their share is done or the ledger says
+/// stop. Returns the process's exit code.
+int RunWriter(WriterSettings const& settings, unsigned int process, Ledger& ledger);
