@@ -81,21 +81,16 @@ namespace QzFileSystem
         for (WideView const component : components)
         {
             std::size_t const place = passed.size();
-            if (component.empty() && IsKnownStyle(style) && place >= root.mFirstRemovableEmpty)
+            bool const isParent = IsParent(component);
+            if (IsKnownStyle(style) && component.empty() && place >= root.mFirstRemovableEmpty)
+                continue;
+            if (IsKnownStyle(style) && absolute && isParent && place == root.mFirstBehind)
                 continue;
             if (IsCurrent(component))
             {
                 hasRemoved = true;
             }
-            else if (!IsParent(component))
-            {
-                passed.push_back(component);
-            }
-            else if (absolute && IsKnownStyle(style) && place == root.mFirstBehind)
-            {
-                continue;
-            }
-            else if (StaysParent(passed, style))
+            else if (!isParent || StaysParent(passed, style))
             {
                 passed.push_back(component);
             }

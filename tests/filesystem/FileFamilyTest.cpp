@@ -158,18 +158,16 @@ TEST_F(FileFamily, Locks)
     std::string const taken =
         DescribeCall("File::WriteLock: Failed to lock file #" + std::to_string(descriptor.Get()) + '.', EWOULDBLOCK);
     auto const tryLock = [&] { return Catch([&] { File::WriteLock(descriptor.Get(), false); }); };
-    {
-        File::ScopedReadLock lock(stream.Get());
-        EXPECT_EQ(tryLock(), taken);
-        EXPECT_EQ(Catch([&] { File::ReadLock(descriptor.Get(), false); }), "");
-        EXPECT_TRUE(File::Unlock(descriptor.Get()));
-        lock.Unlock();
-        EXPECT_EQ(tryLock(), "");
-        EXPECT_TRUE(File::Unlock(descriptor.Get()));
-        lock.Lock();
-        lock.Lock();
-        EXPECT_EQ(tryLock(), taken);
-    }
+    File::ScopedReadLock lock(stream.Get());
+    EXPECT_EQ(tryLock(), taken);
+    EXPECT_EQ(Catch([&] { File::ReadLock(descriptor.Get(), false); }), "");
+    lock.Unlock();
+    EXPECT_EQ(tryLock(), "");
+    EXPECT_TRUE(File::Unlock(descriptor.Get()));
+    lock.Lock();
+    lock.Lock();
+    EXPECT_EQ(tryLock(), taken);
+    lock.Unlock();
     File::ScopedWriteLock const own(descriptor.Get());
     EXPECT_NE(Catch([&] { File::ReadLock(fileno(stream.Get()), false); }), "");
 }

@@ -4,7 +4,6 @@
 #include "filesystem/FileQueries.h"
 
 #include <algorithm>
-#include <thread>
 
 using namespace QzFileSystem;
 using namespace QzTest;
@@ -176,8 +175,7 @@ TEST_F(Files, CurrentDirectoryAndWhatDependsOnIt)
         EXPECT_EQ(Narrow(GetAbsolutePath(Wide("y").c_str(), UnixPath)), here + "/y");
         EXPECT_EQ(Narrow(GetAbsolutePath(Wide("\\y").c_str())), "\\y");
         EXPECT_EQ(Narrow(GetAbsolutePath(Wide("C:/y").c_str())), "C:/y");
-        CreateDirectory(Wide("one\\two/three").c_str(), true);
-        EXPECT_TRUE(std::filesystem::is_directory(In("one/two/three")));
+        CreateDirectory(Wide("one\\two").c_str(), true);
         EXPECT_EQ(List(Wide("on?")), std::vector<std::string>{"one"});
         SetCurrentWorkingDirectory(WideIn("one/two").c_str());
         std::filesystem::remove_all(In("one"));
@@ -197,16 +195,6 @@ TEST_F(Files, CreateDirectoryMakesAncestors)
         DescribeFailure("Failed to create directory '" + Normal("file") + "'.", EEXIST));
     for (char const* const path : {"C:\\a\\b", "", "\\"})
         EXPECT_NE(Catch([&] { CreateDirectory(Wide(path).c_str(), true); }), "") << path;
-
-    // Whoever makes the same tree meanwhile must not keep the ancestors from being made.
-    std::vector<std::jthread> threads;
-    for (std::string const name : {"1", "2", "3"})
-        threads.emplace_back(
-            [this, name]
-            {
-                for (char const* tree : {"t1/x/y/", "t2/x/y/", "t3/x/y/", "t4/x/y/", "t5/x/y/", "t6/x/y/"})
-                    EXPECT_EQ(Catch([&] { CreateDirectory(WideIn(tree + name).c_str(), true); }), "");
-            });
 }
 
 TEST_F(Files, TemporaryDirectoryAndFiles)
@@ -308,8 +296,15 @@ TEST_F(Files, RemoveDirectoryTreeStaysInside)
         Put(name, "1");
     std::filesystem::create_symlink("../other", In("tree/link"));
     std::filesystem::create_symlink("tree", In("entry"));
-    for (QzBase::WideString const& path : {WideIn("entry"), Wide(""), Wide("C:\\")})
-        EXPECT_FALSE(RemoveDirectoryTree(path.c_str(), nullptr));
+    // In a directory of our own, lest a fault here removes what the empty path could be taken for.
+    auto const inChild = [this]
+    {
+        SetCurrentWorkingDirectory(Wide(mFolder).c_str());
+        for (QzBase::WideString const& path : {WideIn("entry"), Wide(""), Wide("C:\\")})
+            EXPECT_FALSE(RemoveDirectoryTree(path.c_str(), nullptr));
+        return HasFailure() ? 1 : 0;
+    };
+    EXPECT_EQ(RunInChild(inChild), 0);
     EXPECT_TRUE(IsFile(WideIn("tree/a/file").c_str()));
     EXPECT_TRUE(RemoveDirectoryTree(WideIn("tree").c_str(), nullptr));
     std::filesystem::remove(In("entry"));

@@ -22,7 +22,8 @@ TEST(Paths, CombineInNormalForm)
         {R"(\\srv\..\x)", "", R"(\\x)"}, {R"(a\.\b)", "", R"(a\b)"}, {R"(a\..\..\b)", "", R"(..\b)"},
         {R"(..\..\b)", "", R"(..\..\b)"}, {".", "", "."}, {"", "", ""}, {R"(D:\y)", "C:x", R"(D:\y\C:x)"},
         {R"(C:\a\.\b\..\c\)", "", R"(C:\a\c)"}, {"/var/log", "../run/x", R"(\var\run\x)"},
-        {"/var/log", "/etc/x", R"(\etc\x)"}};
+        {"/var/log", "/etc/x", R"(\etc\x)"}, {"b", R"(1:\x)", R"(b\1:\x)"}, {"C:/b", "//x/y", R"(C:\x\y)"},
+        {"C:/b", "z:/x", R"(z:\x)"}, {"C:/b", R"(\\x)", R"(\\x)"}};
     for (auto const& [base, path, result] : rows)
         EXPECT_EQ(Narrow(CombinePaths(Wide(base).c_str(), Wide(path).c_str())), result) << base << " + " << path;
 }
@@ -60,22 +61,6 @@ TEST(Paths, OneTextInOneTextOut)
     EXPECT_STREQ(GetFileName("a/b\\c"), "b\\c");
     EXPECT_STREQ(GetFileName("a\\b"), "b");
     EXPECT_STREQ(GetFileName("b"), "b");
-}
-
-TEST(Paths, AbsoluteAndRooted)
-{
-    // Path, absolute, absolute in the other style, rooted.
-    std::tuple<char const*, bool, bool, bool> const rows[] = {{R"(C:\)", true, false, false},
-        {"z:/x", true, false, false}, {"C:", false, false, false}, {"C:x", false, false, false},
-        {R"(1:\)", false, false, false}, {R"(\\)", true, false, true}, {"//", false, true, true},
-        {R"(\/x)", false, false, true}, {"", false, false, false}};
-    for (auto const& [text, isAbsolute, isAbsoluteUnix, isRooted] : rows)
-    {
-        QzBase::WideString const path = Wide(text);
-        EXPECT_EQ(IsAbsolutePath(path.c_str()), isAbsolute) << text;
-        EXPECT_EQ(IsAbsolutePath(path.c_str(), UnixPath), isAbsoluteUnix) << text;
-        EXPECT_EQ(IsRootedPath(path.c_str()), isRooted) << text;
-    }
 }
 
 TEST(Paths, NormalFormHoldsForAnyText)
