@@ -5,14 +5,15 @@
 #include <cstdlib>
 #include <new>
 
-// The operators of this whole program, which count for the thread that asks for memory.
+// The operators of this whole program, which count for the thread that asks for memory. Never inlined: compilers
+// take a free() that they see behind a new for a mistake.
 
 namespace
 {
     constinit thread_local std::size_t tAllocations = 0;
 }
 
-void* operator new(std::size_t size)
+[[gnu::noinline]] void* operator new(std::size_t size)
 {
     ++tAllocations;
     if (void* const memory = std::malloc(size))
@@ -20,12 +21,12 @@ void* operator new(std::size_t size)
     throw std::bad_alloc();
 }
 
-void operator delete(void* memory) noexcept
+[[gnu::noinline]] void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
 
-void operator delete(void* memory, std::size_t) noexcept
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept
 {
     std::free(memory);
 }
