@@ -32,9 +32,6 @@ namespace QzFileSystem::File
     /// in QzBase::GetLastError.
     std::int64_t WriteDescriptor(int descriptor, void const* buffer, std::uint64_t count);
 
-    /// One read. Returns how many bytes came, 0 at the end of the file, or -1 like WriteDescriptor.
-    std::int64_t ReadDescriptor(int descriptor, void* buffer, std::uint64_t count);
-
     /// Closes it. -1 is ignored.
     void CloseDescriptor(int descriptor) noexcept;
 

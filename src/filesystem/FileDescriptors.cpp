@@ -89,14 +89,6 @@ namespace QzFileSystem::File
         return error == 0 ? static_cast<std::int64_t>(done) : -1;
     }
 
-    std::int64_t ReadDescriptor(int descriptor, void* buffer, std::uint64_t count)
-    {
-        std::uint64_t done = 0;
-        QzOs::Error const error = QzOs::ReadFile(QzOs::FromDescriptor(descriptor), buffer, count, done);
-        QzOs::SetLastError(error);
-        return error == 0 ? static_cast<std::int64_t>(done) : -1;
-    }
-
     void CloseDescriptor(int descriptor) noexcept
     {
         if (descriptor != -1)

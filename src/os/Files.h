@@ -20,7 +20,6 @@ namespace QzOs
     inline constexpr Error kDeletedInPlaceOnly = -3;
 
     /// The system's error numbers that others have to know.
-    extern Error const kErrorMissing;
     extern Error const kErrorInvalid;
     extern Error const kErrorInvalidHandle;
     extern Error const kErrorLocked;

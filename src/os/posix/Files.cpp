@@ -20,7 +20,6 @@ namespace QzOs
     using Posix::RetryOnSignal;
     using Posix::ToError;
 
-    constinit Error const kErrorMissing = ENOENT;
     constinit Error const kErrorInvalid = EINVAL;
     constinit Error const kErrorInvalidHandle = EBADF;
     constinit Error const kErrorLocked = EWOULDBLOCK;

@@ -1,5 +1,6 @@
 #include "os/FilesDirectories.h"
 
+#include "os/Cancellation.h"
 #include "os/posix/FilesNames.h"
 #include "os/posix/Kernel.h"
 
@@ -68,6 +69,7 @@ namespace QzOs
 
     DirectoryListing::~DirectoryListing()
     {
+        NoCancellation const noCancellation;
         if (mpListing)
             gKernel.mpClosedir(static_cast<DIR*>(mpListing));
     }

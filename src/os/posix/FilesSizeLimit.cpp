@@ -26,7 +26,7 @@ namespace QzOs::Posix
         void ReadLimit()
         {
             rlimit limit;
-            bool const hasLimit = gKernel.mpGetrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
+            bool const hasLimit = gKernel.mpGetrlimit(&limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
             gHasLimit.store(hasLimit, std::memory_order_relaxed);
         }
     }

@@ -14,6 +14,9 @@
 //   handler that ignores the signal during a write of ours, and at any other time does what the default does:
 //   the process's own writes end it as ever. A disposition that the host program has set is left alone, and
 //   exec gives programs that are started from here their default back.
+//
+// What remains is a host program that sets the default action anew while a log is open, and then a limit below
+// that log's size: this ends it, until the next file is opened.
 
 namespace QzOs::Posix
 {

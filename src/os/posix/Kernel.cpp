@@ -16,9 +16,9 @@ namespace QzOs::Posix
         {
             return ::open(path, flags, mode);
         }
-        int Getrlimit(int resource, rlimit* limit)
+        int Getrlimit(rlimit* fileSizes)
         {
-            return ::getrlimit(static_cast<__rlimit_resource_t>(resource), limit);
+            return ::getrlimit(RLIMIT_FSIZE, fileSizes);
         }
     }
 

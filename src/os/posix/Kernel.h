@@ -17,7 +17,8 @@
 
 namespace QzOs::Posix
 {
-    /// Every entry is called and answers like the function that it is named after.
+    /// Every entry is called and answers like the function that it is named after; of the limits it is that of
+    /// file sizes which is asked for.
     struct Kernel
     {
         int (*mpOpen)(char const* path, int flags, mode_t mode);
@@ -59,7 +60,7 @@ namespace QzOs::Posix
         off_t (*mpFtello)(std::FILE* stream);
         int (*mpFclose)(std::FILE* stream);
 
-        int (*mpGetrlimit)(int resource, rlimit* limit);
+        int (*mpGetrlimit)(rlimit* fileSizes);
         int (*mpSigaction)(int signal, struct sigaction const* action, struct sigaction* old);
         int (*mpSigmask)(int how, sigset_t const* set, sigset_t* old);
         int (*mpSigpending)(sigset_t* set);
