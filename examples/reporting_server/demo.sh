@@ -11,7 +11,8 @@ mkdir -p "$work"
 cd "$work"
 rm -rf logs traces requests settings.json summary.txt terminal.txt
 
-caption() { printf '\n\033[1m%s\033[0m\n' "$1"; }
+if [ -t 1 ]; then style='\n\033[1m%s\033[0m\n'; else style='\n== %s\n'; fi
+caption() { printf "$style" "$1"; }
 fail() { echo "demo: $1" >&2; exit 1; }
 
 # Waits until one of the files holds a text, 30 seconds at most.
@@ -41,6 +42,7 @@ mkfifo requests
 server=$!
 trap 'kill "$server" 2> /dev/null || true' EXIT
 exec 3> requests
+rm requests # both ends are open
 head -n "$half" "$here/requests.txt" >&3
 await "Request $last answered" logs/network/network.log logs/network/network.log.bak00
 find logs -name '*.log' | sort | paste -s -d ' '
