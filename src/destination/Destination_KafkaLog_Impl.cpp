@@ -49,6 +49,10 @@ namespace QzLog
             return shared;
         }
 
+        // Made when the library is loaded: a fork in the middle of the first use would leave the child waiting for
+        // a thread that it does not have.
+        [[maybe_unused]] Shared& gShared = GetShared();
+
         bool FeatureIsEnabled()
         {
             try
@@ -90,6 +94,7 @@ namespace QzLog
     Destination_KafkaLog_Impl::Destination_KafkaLog_Impl(unsigned short const* path)
         : mpDiskFile(GetDestination_DiskFile(path)),
           mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
+          mForkHold(*mpLock),
           mLastProbeTime(QzDataType::DateTime::NowUTC()),
           mLastStatus(kNoStatus)
     {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "destination/ConcreteDestination.h"
+#include "support/synch/ForkHold.h"
 
 #include <QzDataType/DateTime.h>
 #include <QzLog/Destination_KafkaLog.h>
@@ -32,8 +33,9 @@ namespace QzLog
         bool StatusHasChanged(int status);
 
         QzBase::CountedPtr<Destination_DiskFile> mpDiskFile;
-        // Guards the two members behind it. Test and update are two holds: two threads may both probe.
+        // Guards the last two members. Test and update are two holds: two threads may both probe.
         QzSynch::RWLockPtr mpLock;
+        QzSynch::ForkHold const mForkHold;
         QzDataType::DateTime mLastProbeTime;
         int mLastStatus;
     };

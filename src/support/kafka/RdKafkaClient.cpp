@@ -5,6 +5,7 @@
 #include "os/Calls.h"
 #include "os/System.h"
 #include "support/kafka/Client.h"
+#include "support/synch/ForkHold.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
@@ -321,6 +322,7 @@ namespace KafkaClient
             Properties mProperties;
             bool mIsStarted = false;
             QzSynch::RWLockPtr mpLock{QzSynch::CreateRWLock(QzSynch::kLockStackCategoryStatic)};
+            QzSynch::ForkHold const mForkHold{*mpLock};
             std::unique_ptr<Producer> mpProducer;
         };
     }
@@ -330,5 +332,11 @@ namespace KafkaClient
         // Not destroyed: static objects of the host program may log until the process ends.
         static RdKafkaClient& client = *new RdKafkaClient;
         return client;
+    }
+
+    namespace
+    {
+        // Made when the library is loaded, so that no fork falls into its making.
+        [[maybe_unused]] Client& gClient = GetBuiltInClient();
     }
 }
