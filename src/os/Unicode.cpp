@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace QzOs
 {
@@ -57,10 +58,10 @@ namespace QzOs
             for (; length >= kStep; length -= kStep, out += kStep, text += kStep)
             {
                 for (std::size_t i = 0; i < kStep; ++i)
-                    out[i] = static_cast<To>(text[i]);
+                    out[i] = static_cast<To>(static_cast<std::make_unsigned_t<From>>(text[i]));
             }
             for (; length != 0; --length)
-                *out++ = static_cast<To>(*text++);
+                *out++ = static_cast<To>(static_cast<std::make_unsigned_t<From>>(*text++));
             return out;
         }
 
