@@ -61,7 +61,7 @@ namespace QzLog
     /// The destination of a log file; one object for each full path until the module ends, with its directory and
     /// file made if they are missing. Whether the file can be opened makes no difference: the destination keeps trying.
     /// Throws QzBase::Message when the module does not live, and QzLog::Exception (with a line in the debug output)
-    /// should the path itself cannot be worked with.
+    /// when the path itself is no use.
     /// \param path  UTF-16, not null. Relative to the base path unless it is absolute or begins with a separator.
     ///              "/" and "\" both separate, and both stand for the system's separator; "." and ".." are resolved
     ///              in the text.

@@ -60,7 +60,7 @@ namespace QzLog
     Destination_DiskFile_Impl::Destination_DiskFile_Impl(unsigned short const* path)
         : mFileHeader(MakeFileHeader()),
           mpLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault)),
-          mForkHold(*mpLock, *this)
+          mForkHold(*mpLock, QzSynch::ForkHold::kFile, this)
     {
         SetFilePath(path);
     }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "destination/ConcreteDestination.h"
-#include "destination/ForkHold.h"
 #include "destination/LossAccount.h"
 #include "filesystem/FileObjects.h"
+#include "support/synch/ForkHold.h"
 
 #include <QzBase/WideString.h>
 #include <QzLog/Destination_DiskFile.h>
@@ -15,7 +15,8 @@
 
 namespace QzLog
 {
-    class Destination_DiskFile_Impl final : public ConcreteDestination<Destination_DiskFile>, private ForkHold::Client
+    class Destination_DiskFile_Impl final : public ConcreteDestination<Destination_DiskFile>,
+                                            private QzSynch::ForkHold::Client
     {
     public:
         using ConcreteDestination::WriteMessage;
@@ -62,6 +63,6 @@ namespace QzLog
         QzSynch::CriticalSectionPtr const mpLock;
         LossAccount mLosses;
         // The last member, so that a fork never meets one of the others that is not there.
-        ForkHold const mForkHold;
+        QzSynch::ForkHold const mForkHold;
     };
 }

@@ -37,7 +37,9 @@ namespace QzLog
     }
 
     DiskFileRegistry::DiskFileRegistry(QzSynch::RWLock& lock)
-        : mLock(lock), mpMoveLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault))
+        : mLock(lock),
+          mpMoveLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault)),
+          mMoveHold(*mpMoveLock, QzSynch::ForkHold::kAroundFiles)
     {
     }
 

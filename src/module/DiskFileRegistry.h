@@ -1,6 +1,7 @@
 #pragma once
 
 #include "destination/Destination_DiskFile_Impl.h"
+#include "support/synch/ForkHold.h"
 
 #include <QzBase/CountedPtr.h>
 #include <QzBase/ReturnString.h>
@@ -48,5 +49,6 @@ namespace QzLog
         /// Held through a whole change of the base path, before all other locks: of two changes that overlapped each
         /// could move some of the destinations last.
         QzSynch::CriticalSectionPtr const mpMoveLock;
+        QzSynch::ForkHold const mMoveHold;
     };
 }

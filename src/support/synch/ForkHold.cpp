@@ -15,12 +15,13 @@ namespace QzSynch
         constinit ForkHold* gpFirst = nullptr;
     }
 
-    ForkHold::ForkHold(RWLock& lock) : mpRWLock(&lock), mpCriticalSection(nullptr)
+    ForkHold::ForkHold(RWLock& lock) : mpRWLock(&lock), mpCriticalSection(nullptr), mRank(kInnermost), mpClient(nullptr)
     {
         Enlist();
     }
 
-    ForkHold::ForkHold(CriticalSection& lock) : mpRWLock(nullptr), mpCriticalSection(&lock)
+    ForkHold::ForkHold(CriticalSection& lock, Rank rank, Client* client)
+        : mpRWLock(nullptr), mpCriticalSection(&lock), mRank(rank), mpClient(client)
     {
         Enlist();
     }
@@ -38,10 +39,13 @@ namespace QzSynch
         [[maybe_unused]] static bool const watched =
             QzOs::CallAroundProcessCopy(BeforeFork, AfterForkInParent, AfterForkInChild);
         std::lock_guard const hold(gListLock);
-        mpNext = gpFirst;
+        ForkHold** link = &gpFirst;
+        for (; *link && (*link)->mRank < mRank; link = &(*link)->mpNext)
+            mpPrevious = *link;
+        mpNext = *link;
         if (mpNext)
             mpNext->mpPrevious = this;
-        gpFirst = this;
+        *link = this;
     }
 
     void ForkHold::Take()
@@ -84,6 +88,9 @@ namespace QzSynch
 
     void ForkHold::AfterForkInChild()
     {
+        for (ForkHold* hold = gpFirst; hold; hold = hold->mpNext)
+            if (hold->mpClient)
+                hold->mpClient->GoOnInForkedChild();
         GiveAllBack(LeaveAfterForkInChild);
     }
 }

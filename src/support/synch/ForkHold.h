@@ -9,13 +9,33 @@ namespace QzSynch
     /// Holds a lock whenever the process forks: the child neither inherits it from a thread that exists in the parent
     /// only, nor finds what it guards in the middle of a change. The fork waits for whoever is inside.
     ///
-    /// For locks under which nothing forks and no other lock is taken. The lock outlives this object.
+    /// For locks under which nothing forks, and no ForkHold is made or ends. The lock outlives this object.
     class ForkHold
     {
     public:
+        /// The order in which the locks are taken before a fork: a thread that has one may take those of the kinds
+        /// behind it.
+        enum Rank
+        {
+            kAroundFiles,
+            kFile,
+            kInnermost
+        };
+
+        class Client
+        {
+        public:
+            /// Called in the child by its only thread, with all the locks still held.
+            virtual void GoOnInForkedChild() noexcept = 0;
+
+        protected:
+            ~Client() = default;
+        };
+
         /// Held for writing.
         explicit ForkHold(RWLock& lock);
-        explicit ForkHold(CriticalSection& lock);
+        /// \param client  may be null; outlives this object.
+        explicit ForkHold(CriticalSection& lock, Rank rank = kInnermost, Client* client = nullptr);
         ~ForkHold();
         ForkHold(ForkHold const&) = delete;
         ForkHold& operator=(ForkHold const&) = delete;
@@ -33,6 +53,8 @@ namespace QzSynch
         // One of the two is null.
         RWLock* const mpRWLock;
         CriticalSection* const mpCriticalSection;
+        Rank const mRank;
+        Client* const mpClient;
         std::optional<CriticalSection::SmartLock> mHold;
         ForkHold* mpNext = nullptr;
         ForkHold* mpPrevious = nullptr;
