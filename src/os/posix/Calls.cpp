@@ -4,9 +4,9 @@
 
 #include <cerrno>
 #include <ctime>
+#include <mutex>
 
-#include <sched.h>
-
+#include <pthread.h>
 #include <sched.h>
 
 namespace QzOs
@@ -20,8 +20,20 @@ namespace QzOs
             return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
         }
 
+        // Held around a fork. The C library's own lock in localtime_r is not: a child that was forked while a thread
+        // of the parent was in there would wait for it for ever.
+        constinit std::mutex gZoneLock;
+
+        // When the library is loaded, before the locks of the layers above are: handlers that came first run last,
+        // and this lock is taken under those.
+        [[gnu::constructor]] void HoldZoneLockAroundForks()
+        {
+            pthread_atfork([] { gZoneLock.lock(); }, [] { gZoneLock.unlock(); }, [] { gZoneLock.unlock(); });
+        }
+
         int GetZoneMinutes(std::int64_t utcSeconds)
         {
+            std::lock_guard const hold(gZoneLock);
             std::time_t const seconds = utcSeconds;
             std::tm local = {};
             localtime_r(&seconds, &local);
