@@ -109,6 +109,8 @@ TEST_F(DiskFileRegistryTest, ManyThreadsMakeMoveAndWrite)
     constexpr int kThreads = 4;
     constexpr int kRounds = 40;
     DiskFile files[kThreads][kRounds];
+    // Without a base path the first files would be made in the current directory.
+    SetBase("start");
     std::vector<std::thread> threads;
     for (int thread = 0; thread < kThreads; ++thread)
         threads.emplace_back(
