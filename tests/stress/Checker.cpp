@@ -34,16 +34,19 @@ namespace
         bool Run()
         {
             std::vector<File> const files = ReadFiles();
-            for (std::size_t i = 0; i < files.size(); ++i)
+            File const* newer = nullptr;
+            for (File const& file : files)
             {
-                // What a killed roll-over left half-made, or whole with its log not yet emptied, the next one has
+                CheckHead(file, !newer);
+                // What killed roll-overs left half-made, or whole with the log not yet emptied, the next one has
                 // copied again.
-                bool const isLeftover = i > 0 && files[i - 1].mContent.starts_with(files[i].mContent);
-                CheckHead(files[i], i == 0);
-                if (isLeftover)
+                if (newer && newer->mContent.starts_with(file.mContent))
+                {
                     ++mLeftovers;
-                else
-                    CheckRecords(files[i], i == 0);
+                    continue;
+                }
+                CheckRecords(file, !newer);
+                newer = &file;
             }
             if (mLeftovers > mKills)
                 Fault("more contents twice than roll-overs were killed", "");
