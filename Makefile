@@ -1,12 +1,18 @@
 # Thin calls of the CMake presets. `make demo` and `make test` are all that a newcomer needs; both install
 # what is missing (as root, or through sudo), configure, build and run.
 
-.PHONY: demo test bench check install packages release clean
+.PHONY: demo demo-kafka test bench check install packages release clean
 
 demo: release
 	@build/release/examples/reporting_server/demo.sh
 
+# A mock broker on loopback, the reporting server that logs to it, and what kcat reads there.
+demo-kafka: release
+	@scripts/packages.sh kafka
+	@build/release/examples/reporting_server/demo_kafka.sh
+
 test: release
+	@scripts/packages.sh kafka
 	@ctest --preset release
 
 release: packages

@@ -5,6 +5,7 @@
 #include <QzBase/Conversions.h>
 #include <QzLog/Destination_DebugOutput.h>
 #include <QzLog/Destination_DiskFile.h>
+#include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Destination_SystemLog.h>
 
 #include <algorithm>
@@ -38,13 +39,34 @@ namespace ReportingServer
             return log;
         }
 
+        void SetUpFile(QzLog::Destination_DiskFile& file, DestinationSettings const& settings)
+        {
+            file.SetMaxFileSize(settings.mMaxFileSize);
+            file.SetBackupCount(settings.mBackupCount);
+        }
+
+        void SetCallStackIDs(QzLog::Destination& destination, DestinationSettings const& settings)
+        {
+            destination.SetCallstackMessageIDs(
+                settings.mCallStackIDs.data(), static_cast<unsigned int>(settings.mCallStackIDs.size()));
+        }
+
         DestinationPtr OpenFile(DestinationSettings const& settings)
         {
             QzBase::CountedPtr<QzLog::Destination_DiskFile> const file(
                 QzLog::GetDestination_DiskFile(QzBase::UTF8ToWideChar(settings.mPath.c_str(), false).c_str()));
-            file->SetMaxFileSize(settings.mMaxFileSize);
-            file->SetBackupCount(settings.mBackupCount);
+            SetUpFile(*file, settings);
             return file;
+        }
+
+        DestinationPtr OpenKafka(DestinationSettings const& settings)
+        {
+            QzBase::CountedPtr<QzLog::Destination_KafkaLog> const kafka(
+                QzLog::GetDestination_KafkaLog(QzBase::UTF8ToWideChar(settings.mPath.c_str(), false).c_str()));
+            QzBase::CountedPtr<QzLog::Destination_DiskFile> const file(kafka->GetDiskFileDestination());
+            SetUpFile(*file, settings);
+            SetCallStackIDs(*file, settings);
+            return kafka;
         }
 
         DestinationPtr Open(DestinationSettings const& settings)
@@ -57,6 +79,8 @@ namespace ReportingServer
                 return OpenSystemLog(settings);
             case DestinationSettings::Type::File:
                 return OpenFile(settings);
+            case DestinationSettings::Type::Kafka:
+                return OpenKafka(settings);
             }
             throw std::logic_error("a type of destination that nobody opens");
         }
@@ -79,8 +103,7 @@ namespace ReportingServer
         DestinationSettings const& settings =
             *std::ranges::find(mSettings.mDestinations, target.mDestination, &DestinationSettings::mName);
         DestinationPtr const destination = Open(settings);
-        destination->SetCallstackMessageIDs(
-            settings.mCallStackIDs.data(), static_cast<unsigned int>(settings.mCallStackIDs.size()));
+        SetCallStackIDs(*destination, settings);
         made = new NamedDestination(target.mName, target.mLanguageID, destination);
         return made;
     }

@@ -1,6 +1,7 @@
 #include "JsonText.h"
 
 #include <json/reader.h>
+#include <json/writer.h>
 
 #include <memory>
 
@@ -17,5 +18,13 @@ namespace ReportingServer
         if (!reader->parse(text.data(), text.data() + text.size(), &root, &errors))
             Json::throwRuntimeError(errors);
         return root;
+    }
+
+    std::string FormatJson(Json::Value const& value)
+    {
+        Json::StreamWriterBuilder builder;
+        builder["indentation"] = "";
+        builder["emitUTF8"] = true;
+        return Json::writeString(builder, value);
     }
 }

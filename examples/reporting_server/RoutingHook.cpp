@@ -2,18 +2,33 @@
 
 #include "DestinationList.h"
 
+#include <KafkaClient/KafkaProducer.h>
 #include <QzBase/Conversions.h>
-#include <QzLog/Destination_DiskFile.h>
+#include <QzBase/System.h>
+#include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Logger.h>
 #include <QzLog/Module.h>
 #include <QzResource/Localizer.h>
 
 namespace ReportingServer
 {
+    using namespace QzBase::Literals;
+
     namespace
     {
-        void ApplyToProcess(Settings const& settings)
+        /// \param before  the settings in force, or null. Brokers that stay the same are not connected anew.
+        void ConnectKafka(Settings const& settings, Settings const* before)
         {
+            bool const isSame = before ? settings.mKafka == before->mKafka : settings.mKafka.empty();
+            if (!isSame)
+                KafkaClient::KafkaProducer::Configure(settings.mKafka);
+            QzBase::SetFeatureEnabled(u"KS/SLMS"_w, !settings.mKafka.empty());
+        }
+
+        void ApplyToProcess(Settings const& settings, Settings const* before)
+        {
+            // The first step, since it alone can refuse: nothing has changed then.
+            ConnectKafka(settings, before);
             QzResource::SetProcessLanguageID(settings.mLanguageID);
             QzLog::SetServerInstanceName(QzBase::UTF8ToWideChar(settings.mServerName.c_str(), true).c_str());
             // Before any file is asked for: relative paths are joined to it, and files that are there move.
@@ -29,7 +44,7 @@ namespace ReportingServer
     void RoutingHook::Apply(Settings const& settings)
     {
         auto const table = std::make_shared<Table>();
-        ApplyToProcess(settings);
+        ApplyToProcess(settings, mSettings ? &*mSettings : nullptr);
         try
         {
             DestinationMaker maker(settings);
@@ -40,9 +55,10 @@ namespace ReportingServer
         catch (...)
         {
             if (mSettings)
-                ApplyToProcess(*mSettings);
+                ApplyToProcess(*mSettings, &settings);
             throw;
         }
+        QzLog::UpdateLogRegistryStr(QzBase::UTF8ToWideChar(settings.mPublicText.c_str(), true).c_str());
         std::lock_guard const hold(mTableLock);
         mpTable = table;
     }

@@ -14,11 +14,24 @@ namespace ReportingServer
 {
     namespace
     {
+        void ApplySettings(RoutingHook& hook, std::string const& file)
+        {
+            try
+            {
+                hook.Apply(LoadSettings(file));
+            }
+            catch (QzBase::Message& fault)
+            {
+                WrapMessage(fault, kSettingsRejected) << file.c_str();
+                throw;
+            }
+        }
+
         QzBase::CountedPtr<RoutingHook> InstallHook(std::string const& settingsFile)
         {
             RegisterMessageTexts();
             QzBase::CountedPtr<RoutingHook> const hook(new RoutingHook(new Catalog));
-            hook->Apply(LoadSettings(settingsFile));
+            ApplySettings(*hook, settingsFile);
             QzLog::SetConfigurationHook(hook.get());
             return hook;
         }
@@ -62,7 +75,7 @@ namespace ReportingServer
         try
         {
             // All that can be wrong shows before the first dispatcher changes.
-            mpHook->Apply(LoadSettings(mOptions.mSettingsFile));
+            ApplySettings(*mpHook, mOptions.mSettingsFile);
             QzLog::RefreshConfiguration();
             LogStructured(*mChannels.mKernel.mInfo, MakeMessage(kSettingsRead) << mOptions.mSettingsFile.c_str());
         }

@@ -56,6 +56,14 @@ namespace ReportingServer
                 return value.asUInt();
             }
 
+            std::string ReadScalar(std::string const& name)
+            {
+                Json::Value const& value = Take(name);
+                if (!value.isString() && !value.isIntegral() && !value.isBool())
+                    Reject(mPlace + "." + name, "a text, a whole number, true or false was expected");
+                return value.asString();
+            }
+
             /// An absent list is an empty one.
             std::vector<std::string> ReadList(std::string const& name)
             {
@@ -73,6 +81,8 @@ namespace ReportingServer
                 }
                 return texts;
             }
+
+            bool Has(std::string const& name) const { return mValue.isMember(name); }
 
             Section ReadSection(std::string const& name) { return Section(Take(name), mPlace + "." + name); }
 
@@ -116,7 +126,9 @@ namespace ReportingServer
                 return Type::SystemLog;
             if (type == "file")
                 return Type::File;
-            Reject(section.GetPlace(), "the type '" + type + "' is none of debugOutput, systemLog, file");
+            if (type == "kafka")
+                return Type::Kafka;
+            Reject(section.GetPlace(), "the type '" + type + "' is none of debugOutput, systemLog, file, kafka");
         }
 
         unsigned int ReadMessageName(std::string const& place, std::string const& name)
@@ -128,6 +140,12 @@ namespace ReportingServer
             return found->mID;
         }
 
+        bool HasFile(DestinationSettings const& destination)
+        {
+            return destination.mType == DestinationSettings::Type::File ||
+                   destination.mType == DestinationSettings::Type::Kafka;
+        }
+
         DestinationSettings ReadDestination(Section section, std::string const& name)
         {
             DestinationSettings destination;
@@ -135,7 +153,7 @@ namespace ReportingServer
             destination.mType = ReadType(section);
             if (destination.mType == DestinationSettings::Type::SystemLog)
                 destination.mEventSource = section.ReadText("source");
-            if (destination.mType == DestinationSettings::Type::File)
+            if (HasFile(destination))
             {
                 destination.mPath = section.ReadText("path");
                 destination.mMaxFileSize =
@@ -148,12 +166,12 @@ namespace ReportingServer
             return destination;
         }
 
-        /// Two destinations of one name would be one object with two opinions about its size.
+        /// Two destinations with one file would be one object with two opinions about its size.
         void RejectSharedObject(
             std::vector<DestinationSettings> const& destinations, DestinationSettings const& added, Section const& from)
         {
             for (DestinationSettings const& other : destinations)
-                if (other.mType == added.mType && other.mPath == added.mPath)
+                if (other.mPath == added.mPath && (other.mType == added.mType || HasFile(added)))
                     Reject(from.GetPlace(), "'" + other.mName + "' and '" + added.mName + "' are the same");
         }
 
@@ -190,6 +208,23 @@ namespace ReportingServer
             return route;
         }
 
+        /// Values may be written as numbers and as true or false, too.
+        std::map<std::string, std::string> ReadKafka(Section section)
+        {
+            std::map<std::string, std::string> properties;
+            for (std::string const& name : section.GetNames())
+                properties[name] = section.ReadScalar(name);
+            if (properties["bootstrap.servers"].empty())
+                Reject(section.GetPlace(), "'bootstrap.servers' is missing");
+            return properties;
+        }
+
+        std::string MakePublicText(Json::Value root)
+        {
+            root.removeMember("kafka");
+            return FormatJson(root);
+        }
+
         Settings ReadSettings(Json::Value const& root)
         {
             Section top(root, "settings");
@@ -209,7 +244,10 @@ namespace ReportingServer
             Section routes = top.ReadSection("routes");
             for (std::string const& name : routes.GetNames())
                 settings.mRoutes.push_back(ReadRoute(routes, name, settings));
+            if (top.Has("kafka"))
+                settings.mKafka = ReadKafka(top.ReadSection("kafka"));
             top.RejectRest();
+            settings.mPublicText = MakePublicText(root);
             return settings;
         }
 
@@ -230,19 +268,11 @@ namespace ReportingServer
     {
         try
         {
-            try
-            {
-                return ReadSettings(ParseJson(ReadWholeFile(path)));
-            }
-            catch (Json::Exception const& fault)
-            {
-                Reject("JSON", fault.what());
-            }
+            return ReadSettings(ParseJson(ReadWholeFile(path)));
         }
-        catch (QzBase::Message& fault)
+        catch (Json::Exception const& fault)
         {
-            WrapMessage(fault, kSettingsRejected) << path.c_str();
-            throw;
+            Reject("JSON", fault.what());
         }
     }
 }

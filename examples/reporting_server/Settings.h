@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -12,16 +13,17 @@ namespace ReportingServer
         {
             DebugOutput,
             SystemLog,
-            File
+            File,
+            Kafka
         };
 
         std::string mName;
         Type mType = Type::DebugOutput;
         /// System log only.
         std::string mEventSource;
-        /// File only: relative to the base path, or absolute.
+        /// The file, or the one behind Kafka: relative to the base path, or absolute.
         std::string mPath;
-        /// File only: bytes at which it rolls over, and how many back-ups are kept.
+        /// Of that file: bytes at which it rolls over, and how many back-ups are kept.
         unsigned int mMaxFileSize = 2000000;
         unsigned int mBackupCount = 1;
         /// IDs of messages behind which the call stack is written.
@@ -55,11 +57,16 @@ namespace ReportingServer
     ///             "terminal": { "type": "debugOutput" },
     ///             "journal":  { "type": "systemLog", "source": "Reporting server" },
     ///             "errors":   { "type": "file", "path": "error/errors.log", "maxFileSize": 40000, "backups": 3,
-    ///                           "callStacks": ["ReportFailed"] }
+    ///                           "callStacks": ["ReportFailed"] },
+    ///             "stream":   { "type": "kafka", "path": "stream.log" }       the file gets what Kafka does not take
     ///         },
     ///         "routes": {
     ///             "*/Error": ["errors", "journal", "terminal:de"],
     ///             "Kernel/Info": ["terminal:en", "terminal:de"]
+    ///         },
+    ///         "kafka": {                           may be absent: all destinations of that type are then files
+    ///             "bootstrap.servers": "kafka1:9092,kafka2:9092",
+    ///             "compression.codec": "zstd"      and whatever else librdkafka takes
     ///         }
     ///     }
     struct Settings
@@ -69,9 +76,13 @@ namespace ReportingServer
         std::string mBasePath;
         std::vector<DestinationSettings> mDestinations;
         std::vector<Route> mRoutes;
+        /// Properties of librdkafka, by their own names; none without brokers.
+        std::map<std::string, std::string> mKafka;
+        /// The file as one line of JSON, for whoever reads the logs: without "kafka", which may hold a password.
+        std::string mPublicText;
     };
 
-    /// Reads and checks the whole file. Throws QzBase::Message, which names the file, the place in it and the fault;
-    /// names that nobody knows are faults too, since they are typing errors.
+    /// Reads and checks the whole file. Throws QzBase::Message, which names the place in it and the fault; names that
+    /// nobody knows are faults too, since they are typing errors. Only librdkafka knows the names of its properties.
     Settings LoadSettings(std::string const& path);
 }

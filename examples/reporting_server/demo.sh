@@ -2,7 +2,6 @@
 # Shows the reporting server and its logs in a few seconds. Works in the folder "demo" beside it, or in the one that
 # is given, and replaces what an earlier run left there.
 set -euo pipefail
-export LC_ALL=C.UTF-8 # or grep takes a log with an umlaut for a binary file
 
 start=$PWD
 here=$(cd "$(dirname "$0")" && pwd)
@@ -11,23 +10,7 @@ mkdir -p "$work"
 cd "$work"
 rm -rf logs traces requests settings.json summary.txt terminal.txt
 
-if [ -t 1 ]; then style='\n\033[1m%s\033[0m\n'; else style='\n== %s\n'; fi
-caption() { printf "$style" "$1"; }
-fail() { echo "demo: $1" >&2; exit 1; }
-
-# Waits until one of the files holds a text, 30 seconds at most.
-await() {
-    local text=$1
-    shift
-    for _ in $(seq 600); do
-        grep -qs -- "$text" "$@" && return
-        sleep 0.05
-    done
-    fail "'$text' did not appear in $*"
-}
-
-# Log lines without that part of the header that is the same in all of them: host, server, process.
-shorten() { sed -E 's/ \[HOST:[^]]*\]\[SERVER:[^]]*\]\[PID:[0-9]+\]/ /; s/\r$//'; }
+source "$here/demo_common.sh"
 
 caption "A log line is a header and a text. A failure has its causes below it; here in English, then in German:"
 grep -E '^(SignIn +jürgen +2E79|RunReport +jürgen +2E79 +Archive)' "$here/requests.txt" | head -n 2 |

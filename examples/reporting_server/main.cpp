@@ -3,19 +3,35 @@
 
 #include "Server.h"
 
+#include <KafkaClient/KafkaProducer.h>
+
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 
 namespace
 {
+    void TellKafkaCounters()
+    {
+        KafkaClient::KafkaProducer::Counters const counters = KafkaClient::KafkaProducer::GetCounters();
+        if (counters.mAccepted > 0)
+            std::printf("Kafka took %ju records, acknowledged %ju and lost %ju\n",
+                static_cast<std::uintmax_t>(counters.mAccepted), static_cast<std::uintmax_t>(counters.mDelivered),
+                static_cast<std::uintmax_t>(counters.mFailed));
+    }
+
     int Serve(ReportingServer::Options const& options)
     {
-        ReportingServer::Server server(options);
-        server.Run();
-        std::printf("%u requests, %u of them failed, and %u lines that held none\n", server.GetRequestCount(),
-            server.GetFailedCount(), server.GetRejectedCount());
+        {
+            ReportingServer::Server server(options);
+            server.Run();
+            std::printf("%u requests, %u of them failed, and %u lines that held none\n", server.GetRequestCount(),
+                server.GetFailedCount(), server.GetRejectedCount());
+        }
+        // Behind the end of the library's module, which waits for records that are on their way.
+        TellKafkaCounters();
         return std::fflush(stdout) == 0 ? 0 : 1;
     }
 }

@@ -22,11 +22,14 @@ done << END
 { "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "file", "path": "f.log", "backups": 257 } } }|backups: a number from 1 to 256 was expected
 { "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "file", "path": "f.log", "color": 1 } } }|there is no setting 'color' here
 { "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "file", "path": "f" }, "y": { "type": "file", "path": "f" } } }|'x' and 'y' are the same
+{ "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "file", "path": "f" }, "y": { "type": "kafka", "path": "f" } } }|'x' and 'y' are the same
 { "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "debugOutput", "callStacks": ["No"] } } }|no message is called 'No'
 { "server": "S", "language": "en", "basePath": "logs", $file, "routes": { "Kernel/Warn": ["f"] } }|there is no logger and dispatcher 'Kernel/Warn'
 { "server": "S", "language": "en", "basePath": "logs", $file, "routes": { "*/Info": ["g"] } }|settings.routes.*/Info: no destination is called 'g'
 { "server": "S", "language": "en", "basePath": "logs", $file, "routes": { "*/Info": ["f:xx"] } }|the language 'xx' is neither
 { "server": "S", "language": "en", "basePath": "logs", $file, "routes": {}, "extra": 0 }|there is no setting 'extra' here
+{ "server": "S", "language": "en", "basePath": "logs", $file, "routes": {}, "kafka": { "linger.ms": 5 } }|settings.kafka: 'bootstrap.servers' is missing
+{ "server": "S", "language": "en", "basePath": "logs", $file, "routes": {}, "kafka": { "bootstrap.servers": [] } }|settings.kafka.bootstrap.servers: a text
 END
 
 for missing in /nowhere/settings.json .; do
@@ -40,6 +43,12 @@ if "$example/reporting_server" --config "$example/terminal.json" /nowhere/reques
     fail "the server takes requests from nowhere"
 fi
 grep -qF "cannot open '/nowhere/requests'" output.txt || fail "unclear: $(cat output.txt)"
+
+# Without brokers a Kafka destination is its file.
+sed '/"kafka": {/,/},/d' "$example/kafka.json" > alone.json
+"$example/reporting_server" --config alone.json "$example/requests.txt" > summary.txt
+expect "the summary without brokers" "330 requests, 32 of them failed, and 6 lines that held none" "$(cat summary.txt)"
+expect "answers in the file" 330 "$(count 'Request [0-9]+ answered with' logs/stream.log)"
 
 # A line without an end, one of CR LF, one too long; then a signal ends the server while it waits for more.
 mkfifo requests
