@@ -1,4 +1,4 @@
-// One record into a log file, on one and two threads and in one and two processes, and the roll-over of a file of
+// One record into a log file, on up to four threads and in up to four processes, and the roll-over of a file of
 // 2,000,000 bytes. Beside each the floor: the bare system calls that the same guarantee takes (is the path a file,
 // lock, seek to the end, write, unlock; for the roll-over copy and truncate). Peers: log4cplus with a lock file
 // gives the same guarantee; log4cplus and spdlog rotating with a flush per record give a weaker one (one process),
@@ -20,15 +20,20 @@
 #include <spdlog/spdlog.h>
 #endif
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <list>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -171,12 +176,36 @@ namespace
             file.Write(record);
     }
 
-    /// Runs `work` in a second process for as long as the measured one is at it.
+    /// How many records all processes of a measurement have written, in memory that they share.
+    class SharedCount
+    {
+    public:
+        SharedCount() : mpCount(new (Map()) std::atomic<std::int64_t>(0)) {}
+        SharedCount(SharedCount const&) = delete;
+        SharedCount& operator=(SharedCount const&) = delete;
+        ~SharedCount() { munmap(mpCount, sizeof(*mpCount)); }
+
+        std::atomic<std::int64_t>& operator*() const { return *mpCount; }
+
+    private:
+        static void* Map()
+        {
+            void* const memory = mmap(
+                nullptr, sizeof(std::atomic<std::int64_t>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+            if (memory == MAP_FAILED)
+                std::abort();
+            return memory;
+        }
+
+        std::atomic<std::int64_t>* mpCount;
+    };
+
+    /// Runs `work` in a process of its own for as long as the measured one is at it.
     template <class Work>
     class Companion
     {
     public:
-        explicit Companion(Work work) : mID(fork())
+        explicit Companion(Work const& work) : mID(fork())
         {
             if (mID == 0)
                 for (;;)
@@ -196,31 +225,50 @@ namespace
         pid_t mID;
     };
 
-    void RecordOwnBesideAnotherProcess(benchmark::State& state)
+    /// Measures until any process has written one record more: the time of the measured one's own records would tell as
+    /// well how they share the lock.
+    template <class Work>
+    void MeasureProcesses(benchmark::State& state, Work const& write)
+    {
+        SharedCount const count;
+        auto const work = [&]
+        {
+            write();
+            (*count).fetch_add(1, std::memory_order_relaxed);
+        };
+        std::list<Companion<decltype(work)>> companions;
+        for (std::int64_t i = 1; i < state.range(1); ++i)
+            companions.emplace_back(work);
+        std::int64_t due = *count;
+        for (auto _ : state)
+            for (++due; *count < due;)
+                work();
+    }
+
+    void RecordOwnInProcesses(benchmark::State& state)
     {
         static OwnLog log("own2.log");
         Empty(GetPath("own2.log"));
         OwnWriter writer(*log.mpLog);
         std::string const text = MakeText(state);
-        Companion const companion([&] { writer.Write(text); });
-        for (auto _ : state)
-            writer.Write(text);
+        MeasureProcesses(state, [&] { writer.Write(text); });
     }
 
-    void RecordFloorBesideAnotherProcess(benchmark::State& state)
+    void RecordFloorInProcesses(benchmark::State& state)
     {
         std::string const path = GetPath("floor2.log");
-        BareFile file(path);
         Empty(path);
         std::string const record = MakeText(state) + std::string(MeasureHeader(), 'h');
-        Companion const companion(
+        // Each process opens the file itself: an inherited one shares its lock with the parent.
+        std::optional<BareFile> file;
+        pid_t owner = 0;
+        MeasureProcesses(state,
             [&]
             {
-                static BareFile own(path);
-                own.Write(record);
+                if (std::exchange(owner, getpid()) != getpid())
+                    file.emplace(path);
+                file->Write(record);
             });
-        for (auto _ : state)
-            file.Write(record);
     }
 
     void FillTo(std::string const& path, int size)
@@ -263,10 +311,15 @@ namespace
         benchmark->Arg(100)->Arg(1000)->Arg(64000)->ThreadRange(1, 4)->UseRealTime();
     }
 
+    void SizesAndProcesses(benchmark::internal::Benchmark* benchmark)
+    {
+        benchmark->ArgsProduct({{100, 1000, 64000}, {1, 2, 4}})->UseRealTime();
+    }
+
     BENCHMARK(RecordOwn)->Name("Record/QzLog")->Apply(Sizes);
     BENCHMARK(RecordFloor)->Name("Record/Floor")->Apply(Sizes);
-    BENCHMARK(RecordOwnBesideAnotherProcess)->Name("RecordIn2Processes/QzLog")->Arg(100)->Arg(1000)->UseRealTime();
-    BENCHMARK(RecordFloorBesideAnotherProcess)->Name("RecordIn2Processes/Floor")->Arg(100)->Arg(1000)->UseRealTime();
+    BENCHMARK(RecordOwnInProcesses)->Name("RecordInProcesses/QzLog")->Apply(SizesAndProcesses);
+    BENCHMARK(RecordFloorInProcesses)->Name("RecordInProcesses/Floor")->Apply(SizesAndProcesses);
     BENCHMARK(RollOverOwn)->Name("RollOver/QzLog")->UseRealTime();
     BENCHMARK(RollOverFloor)->Name("RollOver/Floor")->UseRealTime();
 

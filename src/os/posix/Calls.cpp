@@ -54,11 +54,6 @@ namespace QzOs
                 sched_yield();
                 return;
             }
-            if (milliseconds == 0)
-            {
-                sched_yield();
-                return;
-            }
             timespec rest{milliseconds / 1000, static_cast<long>(milliseconds % 1000) * 1'000'000};
             while (nanosleep(&rest, &rest) != 0 && errno == EINTR)
             {

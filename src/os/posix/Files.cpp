@@ -1,6 +1,7 @@
 #include "os/Files.h"
 
 #include "os/Cancellation.h"
+#include "os/Patience.h"
 #include "os/posix/FilesNames.h"
 #include "os/posix/FilesSizeLimit.h"
 #include "os/posix/Kernel.h"
@@ -211,9 +212,16 @@ namespace QzOs
 
     Error LockFile(FileHandle handle, bool exclusive, bool wait)
     {
-        int const operation = (exclusive ? LOCK_EX : LOCK_SH) | (wait ? 0 : LOCK_NB);
-        Error const error = ToError(RetryOnSignal([&] { return gKernel.mpFlock(ToDescriptor(handle), operation); }));
-        return !wait && error == EWOULDBLOCK ? kLockTaken : error;
+        int const operation = exclusive ? LOCK_EX : LOCK_SH;
+        auto const lock = [&](int waiting)
+        { return ToError(RetryOnSignal([&] { return gKernel.mpFlock(ToDescriptor(handle), operation | waiting); })); };
+        Error error = lock(LOCK_NB);
+        // Whoever sleeps for the lock is woken with its next release, on the time of who writes.
+        for (Patience patience; wait && error == EWOULDBLOCK && patience.Wait();)
+            error = lock(LOCK_NB);
+        if (error != EWOULDBLOCK)
+            return error;
+        return wait ? lock(0) : kLockTaken;
     }
 
     Error UnlockFile(FileHandle handle)

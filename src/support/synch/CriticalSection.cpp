@@ -1,7 +1,8 @@
 #include <QzSynch/Locks.h>
 
+#include "support/synch/ConvoyFreeMutex.h"
+
 #include <atomic>
-#include <mutex>
 
 namespace QzSynch
 {
@@ -40,7 +41,7 @@ namespace QzSynch
                 mMutex.unlock();
             }
 
-            std::mutex mMutex;
+            ConvoyFreeMutex mMutex;
             std::atomic<char const*> mpOwner{nullptr};
             unsigned int mDepth = 0; // under mMutex
             EnumHvnLockStackCategory const mCategory;
