@@ -34,12 +34,13 @@ public:
     void GoDown() { rd_kafka_mock_broker_set_down(mpCluster, 1); }
     void ComeUp() { rd_kafka_mock_broker_set_up(mpCluster, 1); }
 
-    /// The values of a topic's records from its start, once `count` of them are there or patience ends.
-    std::vector<std::string> Consume(std::string const& topic, std::size_t count) const
+    /// The values of the records that a topic holds now, in their order.
+    std::vector<std::string> Consume(std::string const& topic) const
     {
         rd_kafka_conf_t* const conf = rd_kafka_conf_new();
         rd_kafka_conf_set(conf, "bootstrap.servers", GetAddress().c_str(), nullptr, 0);
         rd_kafka_conf_set(conf, "group.id", "test", nullptr, 0);
+        rd_kafka_conf_set(conf, "enable.partition.eof", "true", nullptr, 0);
         rd_kafka_t* const consumer = rd_kafka_new(RD_KAFKA_CONSUMER, conf, nullptr, 0);
         rd_kafka_topic_partition_list_t* const partitions = rd_kafka_topic_partition_list_new(1);
         rd_kafka_topic_partition_list_add(partitions, topic.c_str(), 0)->offset = RD_KAFKA_OFFSET_BEGINNING;
@@ -47,15 +48,19 @@ public:
         rd_kafka_topic_partition_list_destroy(partitions);
 
         std::vector<std::string> values;
+        bool isAtEnd = false;
         auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (values.size() < count && std::chrono::steady_clock::now() < end)
+        while (!isAtEnd && std::chrono::steady_clock::now() < end)
         {
             rd_kafka_message_t* const message = rd_kafka_consumer_poll(consumer, 100);
-            if (message && message->err == RD_KAFKA_RESP_ERR_NO_ERROR)
+            if (!message)
+                continue;
+            if (message->err == RD_KAFKA_RESP_ERR_NO_ERROR)
                 values.emplace_back(static_cast<char const*>(message->payload), message->len);
-            if (message)
-                rd_kafka_message_destroy(message);
+            isAtEnd = message->err == RD_KAFKA_RESP_ERR__PARTITION_EOF;
+            rd_kafka_message_destroy(message);
         }
+        EXPECT_TRUE(isAtEnd) << topic << " was not read to its end";
         rd_kafka_consumer_close(consumer);
         rd_kafka_destroy(consumer);
         return values;
