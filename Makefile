@@ -1,7 +1,7 @@
 # Thin calls of the CMake presets. `make demo` and `make test` are all that a newcomer needs; both install
 # what is missing (as root, or through sudo), configure, build and run.
 
-.PHONY: demo demo-kafka test bench check install packages release clean
+.PHONY: demo demo-kafka test bench check install package packages release clean
 
 demo: release
 	@build/release/examples/reporting_server/demo.sh
@@ -27,6 +27,11 @@ bench: packages
 check: packages
 	@scripts/packages.sh check
 	@scripts/check.sh
+
+# The Debian packages, below build/package.
+package: packages
+	@scripts/packages.sh check
+	@scripts/package.sh
 
 install: release
 	@cmake --install build/release

@@ -1,15 +1,25 @@
-# The installed package: library, public headers, and what find_package(QzLog) and pkg-config read.
+# The installed package, in three components: the library, what is needed to build with it (public headers,
+# find_package(QzLog), pkg-config's qzlog), and the operator's tool.
 
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/QzLog)
 
-install(TARGETS QzLog2_64 EXPORT QzLogTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
-install(EXPORT QzLogTargets NAMESPACE QzLog:: DESTINATION ${package_dir})
+install(TARGETS QzLog2_64 EXPORT QzLogTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
+install(EXPORT QzLogTargets NAMESPACE QzLog:: DESTINATION ${package_dir} COMPONENT development)
 
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/QzLogConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 configure_package_config_file(cmake/QzLogConfig.cmake.in ${PROJECT_BINARY_DIR}/QzLogConfig.cmake
     INSTALL_DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/QzLogConfig.cmake ${PROJECT_BINARY_DIR}/QzLogConfigVersion.cmake
-    DESTINATION ${package_dir})
+    DESTINATION ${package_dir} COMPONENT development)
+
+# Relative to the prefix, so that a tree that is moved needs one line of it changed only.
+foreach(folder IN ITEMS INCLUDEDIR LIBDIR)
+    cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_${folder} BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE full)
+    string(REPLACE "${CMAKE_INSTALL_PREFIX}/" "\${prefix}/" QZLOG_PC_${folder} "${full}")
+endforeach()
+configure_file(cmake/qzlog.pc.in ${PROJECT_BINARY_DIR}/qzlog.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/qzlog.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

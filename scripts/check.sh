@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Format, lint, both compilers, the sanitizers. The first failure ends it.
+# Format, lint, both compilers, the packages, the sanitizers, the fuzz targets. The first failure ends it.
 set -euo pipefail
 
 step() { printf '\n== %s\n' "$1"; }
@@ -14,6 +14,9 @@ step "clang-tidy"
 git ls-files 'src/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/clang 2>&1 |
     { grep -v -E 'warnings? generated|^Suppressed|^Use -header-filter|^$' || true; } | tee build/clang-tidy.txt
 [ ! -s build/clang-tidy.txt ]
+
+step "Debian packages, and a foreign project against them"
+scripts/package.sh
 
 for sanitizer in asan tsan; do
     step "tests under $sanitizer"

@@ -8,7 +8,7 @@ build=(g++ cmake make ninja-build pkg-config ccache
     libgtest-dev libgmock-dev)
 kafka=(kcat)
 bench=(libbenchmark-dev libspdlog-dev liblog4cplus-dev libre2-dev)
-check=(clang clang-format clang-tidy libclang-rt-14-dev git)
+check=(clang clang-format clang-tidy libclang-rt-14-dev git doxygen dpkg-dev file lintian)
 
 missing=()
 for group in "$@"; do

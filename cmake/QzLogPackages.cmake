@@ -1,0 +1,72 @@
+# Debian packages by CPack: the library under the name that its soname asks for, the development files, the tool.
+
+find_program(GZIP_PROGRAM gzip REQUIRED)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME qzlog)
+# CPack's own default, so that it does not put the project's summary before that of each package.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_NAME} built using CMake")
+set(CPACK_PACKAGE_VENDOR "The QzLog authors")
+set(CPACK_PACKAGE_CONTACT "The QzLog authors <qzlog@example.org>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL library development)
+if(TARGET qzlog)
+    list(APPEND CPACK_COMPONENTS_ALL tool)
+endif()
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+# Packages of one build find each other's libraries there.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
+
+set(library_package libqzlog2-64-${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library_package})
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
+"diagnostic logging for servers of several processes
+QzLog writes rotating log files that several processes share, without a torn
+or silently lost record, and the system log and Kafka streams beside them.
+What was lost is counted and said in the log itself.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libqzlog-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION}-1)")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+"diagnostic logging for servers of several processes (development files)
+QzLog writes rotating log files that several processes share.
+
+This package has the headers, and what CMake and pkg-config need.")
+
+set(CPACK_DEBIAN_TOOL_PACKAGE_NAME qzlog)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
+set(CPACK_COMPONENT_TOOL_DESCRIPTION
+"view, follow, check and write QzLog's log files
+QzLog writes rotating log files that several processes share.
+
+This package has the operator's tool: it merges logs and their back-ups by
+time, filters and follows them, checks them and counts what is in them.")
+
+# Each package says its licence and what changed.
+set(changelog ${PROJECT_BINARY_DIR}/changelog.Debian.gz)
+add_custom_command(OUTPUT ${changelog}
+    COMMAND sh -c "${GZIP_PROGRAM} -9nc ${PROJECT_SOURCE_DIR}/packaging/changelog > ${changelog}"
+    DEPENDS ${PROJECT_SOURCE_DIR}/packaging/changelog VERBATIM)
+add_custom_target(QzLogChangelog ALL DEPENDS ${changelog})
+foreach(pair library:${library_package} development:libqzlog-dev tool:qzlog)
+    string(REPLACE ":" ";" pair ${pair})
+    list(GET pair 0 component)
+    list(GET pair 1 package)
+    install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright ${changelog}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
+endforeach()
+
+include(CPack)

@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Makes the Debian packages below build/package, has lintian look at them, and builds the foreign project of
+# tests/consumer against what they would install, in both ways. Needs no root: the packages are unpacked into a folder.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/build.sh package
+cd build/package
+rm -f ./*.deb
+cpack -G DEB >cpack.txt || { cat cpack.txt; exit 1; }
+ls -1 ./*.deb
+
+lintian --no-cfg --allow-root --fail-on error ./*.deb
+
+root=$PWD/root
+rm -rf "$root" consumer
+for package in ./*.deb; do
+    dpkg-deb -x "$package" "$root"
+done
+libraries=$(dirname "$(find "$root/usr/lib" -name libQzLog2_64.so)")
+export LD_LIBRARY_PATH=$libraries
+
+cmake -S ../../tests/consumer -B consumer -DCMAKE_PREFIX_PATH="$root/usr" >/dev/null
+cmake --build consumer >/dev/null
+consumer/consumer 2>/dev/null
+echo "find_package(QzLog): built and ran"
+
+flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig PKG_CONFIG_SYSROOT_DIR=$root pkg-config --cflags --libs qzlog)
+read -ra flags <<<"$flags"
+"${CXX:-c++}" -std=c++20 ../../tests/consumer/main.cpp -o consumer/by_pkg_config "${flags[@]}"
+consumer/by_pkg_config 2>/dev/null
+echo "pkg-config qzlog: built and ran"
