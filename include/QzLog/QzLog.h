@@ -14,6 +14,7 @@
 #include <QzLog/Exception.h>
 #include <QzLog/Format.h>
 #include <QzLog/Log.h>
+#include <QzLog/LogCall.h>
 #include <QzLog/LogTrace.h>
 #include <QzLog/Logger.h>
 #include <QzLog/Masking.h>

@@ -47,6 +47,14 @@ namespace QzLog
         long SetReturnCode(long code, unsigned short lineNumber) noexcept;
         unsigned long SetReturnCode(unsigned long code, unsigned short lineNumber) noexcept;
 
+        /// The same for every integer type and enumeration.
+        template <class Code>
+        Code KeepReturnCode(Code code, unsigned short lineNumber) noexcept
+        {
+            SetReturnCode(static_cast<unsigned long>(code), lineNumber);
+            return code;
+        }
+
     private:
         void StoreReturnCode(std::uint32_t code, unsigned short lineNumber) noexcept;
         void Enter(Router& router) noexcept;
@@ -60,3 +68,18 @@ namespace QzLog
         unsigned short mReturnCodeIsSet = 0;
     };
 }
+
+/// Traces the block that it stands in: a ScopeGuard with the name of the function and the place of the macro. One in a
+/// block inside, or in a lambda, traces that block in turn.
+///
+///     QZLOG_SCOPE(*gTrace);
+///     ...
+///     return QZLOG_RETURN_CODE(result);
+#define QZLOG_SCOPE(router)                                                                                            \
+    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wshadow\"")                                      \
+        QzLog::ScopeGuard qzlogScope((router), __func__, __FILE__, static_cast<unsigned short>(__LINE__));             \
+    _Pragma("GCC diagnostic pop")
+
+/// The code, of the type that it has, after it was kept for the "Leave" line of the QZLOG_SCOPE around: an integer or
+/// an enumeration, of which that line shows the low 32 bits, and the line of this macro.
+#define QZLOG_RETURN_CODE(code) qzlogScope.KeepReturnCode((code), static_cast<unsigned short>(__LINE__))

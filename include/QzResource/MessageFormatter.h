@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace QzResource
@@ -40,8 +41,9 @@ namespace QzResource
         /// A text; null inserts nothing, and takes its place. What is malformed in wide text becomes U+FFFD.
         MessageFormatter& operator<<(char const* utf8Text);
         MessageFormatter& operator<<(unsigned short const* wideText);
-        /// A text of `text.size()` bytes.
+        /// A text of `utf8Text.size()` bytes, which need not be terminated.
         MessageFormatter& operator<<(std::string const& utf8Text);
+        MessageFormatter& operator<<(std::string_view utf8Text);
 
         /// One character.
         MessageFormatter& operator<<(char character);

@@ -77,14 +77,26 @@ namespace
         EXPECT_TRUE(copy.Format(kID, "H", "\n", true).starts_with(kHead));
     }
 
-    QZLOG_CALL_FRAME void CallOfTheUser(QzLog::Router& router, bool isStructured)
+    // Without a call behind it, that of LogString might take the frame's place.
+    [[gnu::noinline]] void CallOfTheUser1(QzLog::Router& router)
     {
-        if (isStructured)
-            router.LogBaseMessage(QzBase::Message(700, kID, "text"));
-        else
-            QzLog::LogString(router, kID, nullptr, __FILE__, __func__, __LINE__);
-        // Without a call behind them, those above might take the frame's place.
+        QzLog::LogString(router, kID, nullptr, __FILE__, __func__, __LINE__);
         EXPECT_TRUE(router.mEnabled);
+    }
+
+    [[gnu::noinline]] void CallOfTheUser2(QzLog::Router& router)
+    {
+        QzLog::Log(router, kID, "value", 1.5);
+    }
+
+    [[gnu::noinline]] void CallOfTheUser3(QzLog::Router& router)
+    {
+        QzLog::Log(router, QzBase::Message(700, kID, "text"));
+    }
+
+    [[gnu::noinline]] void CallOfTheUser4(QzLog::Router& router)
+    {
+        QzLog::LogAndThrow(router, kID, "value");
     }
 
     TEST(MultiLineText, BeginsTheCallStackAtTheCallerOfTheLibrary)
@@ -95,12 +107,20 @@ namespace
         QzBase::CountedPtr<QzLog::Router> const router(
             QzLog::CreateRouter("Kernel", "Stack", QzSynch::kLockStackCategoryDefault));
         router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({destination.get()}));
-        for (bool const isStructured : {false, true})
+        char number = '0';
+        for (auto const call : {CallOfTheUser1, CallOfTheUser2, CallOfTheUser3, CallOfTheUser4})
         {
-            CallOfTheUser(*router, isStructured);
+            try
+            {
+                call(*router);
+            }
+            catch (QzBase::Message const&)
+            {
+            }
             std::string const& text = destination->mWritten;
             std::size_t const first = text.find("---\r\n") + 5;
-            EXPECT_NE(text.substr(first, text.find('\r', first) - first).find("CallOfTheUser"), text.npos) << text;
+            std::string const frame = text.substr(first, text.find('\r', first) - first);
+            EXPECT_NE(frame.find(std::string("CallOfTheUser") + ++number), text.npos) << text;
         }
     }
 

@@ -48,6 +48,8 @@ TEST(AllocationTest, AnEnabledTextCallAllocatesNothingInTheSteadyState)
             LogMessage(*line.mpRouter, "a template with '%1' and %2, so that it is a long one",
                 GetMessageFormatter() << "a text of more than a few characters" << i, nullptr, __FILE__, __func__,
                 __LINE__);
+            QzLog::Log(*line.mpRouter, "%1 %2 %3 %4", std::string_view("a text of more than a few characters"), i, 0.1f,
+                &line);
             ScopeGuard const guard(*line.mpRouter, "scope", __FILE__, __LINE__);
         }
     };

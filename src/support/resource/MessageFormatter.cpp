@@ -54,6 +54,11 @@ namespace QzResource
         return InsertText(utf8Text.data(), utf8Text.size());
     }
 
+    MessageFormatter& MessageFormatter::operator<<(std::string_view utf8Text)
+    {
+        return InsertText(utf8Text.data(), utf8Text.size());
+    }
+
     MessageFormatter& MessageFormatter::operator<<(char character)
     {
         return InsertText(&character, 1);

@@ -1,0 +1,155 @@
+#pragma once
+
+#include <QzLog/Format.h>
+#include <QzResource/MessageFormatter.h>
+
+#include <bit>
+#include <cerrno>
+#include <charconv>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+// How the values of a QzLog::Log call become text; the table is in QzLog/LogCall.h. Users meet this header through
+// their own types: an operator<< beside the type, found by the type's namespace, that inserts exactly one value:
+//
+//     QzResource::MessageFormatter& operator<<(QzResource::MessageFormatter& formatter, Money const& money)
+//     {
+//         return formatter << ToText(money);
+//     }
+
+namespace QzLog::CallDetails
+{
+    using QzResource::MessageFormatter;
+
+    template <class T>
+    concept HasInsertion = requires(MessageFormatter& formatter, T const& value)
+    {
+        operator<<(formatter, value);
+    };
+
+    template <class T>
+    concept HasText = requires(T const& value)
+    {
+        MessageFormatter() << value.c_str();
+    };
+
+    template <class T>
+    concept IsFunction = std::is_class_v<T> && requires(T const& value)
+    {
+        MessageFormatter() << value();
+    };
+
+    template <class T, class... Others>
+    concept IsOneOf = (std::same_as<T, Others> || ...);
+
+    /// Characters whose texts are none of the library's: they would otherwise come out as numbers and addresses.
+    template <class T>
+    concept IsForeignCharacter = IsOneOf < std::remove_cv_t<T>,
+            wchar_t,
+    char8_t, char16_t, char32_t > ;
+
+    template <class T>
+    concept IsManipulator = std::same_as<std::decay_t<T>, Format::Manipulator>;
+
+    /// How many of the arguments are values.
+    template <class... Values>
+    inline constexpr std::size_t kValueCount = (std::size_t{0} + ... + (IsManipulator<Values> ? 0 : 1));
+
+    template <class T>
+    inline constexpr bool kIsSupported = false;
+
+    template <class Value>
+    struct PassingOf
+    {
+        using Decayed = std::decay_t<Value const&>;
+        using Other = std::conditional_t<!HasInsertion<Value> && std::is_convertible_v<Value const&, std::string_view>,
+            std::string_view, Value const&>;
+        using Type = std::conditional_t<std::is_scalar_v<Decayed>, Decayed, Other>;
+    };
+
+    /// How a value travels to the code that inserts it: what fits in registers by value, so that a variable of the
+    /// caller need not have an address because of a call that is switched off, and texts alike.
+    template <class Value>
+    using Passed = typename PassingOf<Value>::Type;
+
+    inline void InsertAddress(MessageFormatter& formatter, std::uintptr_t address)
+    {
+        char text[2 + 2 * sizeof(address)] = {'0', 'x'};
+        char* const end = std::to_chars(text + 2, text + sizeof(text), address, 16).ptr;
+        formatter << std::string_view(text, static_cast<std::size_t>(end - text));
+    }
+
+    /// The shortest text that reads back as the same number of this type: as a double a float would show digits
+    /// that it never had.
+    template <std::floating_point T>
+    void InsertFloating(MessageFormatter& formatter, T value)
+    {
+        char text[64];
+        char* const end = std::to_chars(text, text + sizeof(text), value).ptr;
+        formatter << std::string_view(text, static_cast<std::size_t>(end - text));
+    }
+
+    template <class T>
+    void InsertPointer(MessageFormatter& formatter, T* pointer)
+    {
+        if constexpr (std::is_convertible_v<T*, char const*>)
+            formatter << static_cast<char const*>(pointer);
+        else if constexpr (std::is_convertible_v<T*, unsigned short const*>)
+            formatter << static_cast<unsigned short const*>(pointer);
+        else
+        {
+            static_assert(!IsForeignCharacter<T>, "Wide text is unsigned short const* here (u\"text\"_w)");
+            InsertAddress(formatter, std::bit_cast<std::uintptr_t>(pointer));
+        }
+    }
+
+    template <class T>
+    void InsertObject(MessageFormatter& formatter, T const& value)
+    {
+        if constexpr (std::is_convertible_v<T const&, std::string_view>)
+            formatter << static_cast<std::string_view>(value);
+        else if constexpr (std::is_convertible_v<T const&, std::string>)
+            formatter << static_cast<std::string>(value);
+        else if constexpr (HasText<T>)
+            formatter << value.c_str();
+        else
+            static_assert(kIsSupported<T>, "Give this type an operator<< for QzResource::MessageFormatter");
+    }
+
+    template <class T>
+    void InsertValue(MessageFormatter& formatter, T const& value)
+    {
+        if constexpr (HasInsertion<T>)
+            operator<<(formatter, value);
+        else if constexpr (std::is_null_pointer_v<T>)
+            InsertAddress(formatter, 0);
+        else if constexpr (std::is_pointer_v<T> && !IsManipulator<T>)
+            InsertPointer(formatter, value);
+        else if constexpr (std::is_enum_v<T>)
+            formatter << +static_cast<std::underlying_type_t<T>>(value);
+        else if constexpr (std::is_floating_point_v<T>)
+            InsertFloating(formatter, value);
+        else if constexpr (IsManipulator<T> || (std::is_arithmetic_v<T> && !IsForeignCharacter<T>))
+            formatter << value;
+        else if constexpr (IsFunction<T>)
+            InsertValue<std::decay_t<decltype(value())>>(formatter, value());
+        else
+            InsertObject(formatter, value);
+    }
+
+    /// A formatter with the values of one call in it. Not inlined: what only an enabled call needs stays out of the
+    /// caller, and is out of the call stack before the front end is called. Leaves errno as it found it.
+    template <class... Passed>
+    [[gnu::noinline]] MessageFormatter& Collect(Passed... values)
+    {
+        int const keptErrno = errno;
+        MessageFormatter& formatter = QzResource::GetMessageFormatter();
+        (InsertValue<std::remove_cvref_t<Passed>>(formatter, values), ...);
+        errno = keptErrno;
+        return formatter;
+    }
+}

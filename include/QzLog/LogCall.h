@@ -1,0 +1,108 @@
+#pragma once
+
+#include <QzLog/CallText.h>
+#include <QzLog/CallValues.h>
+#include <QzLog/Log.h>
+
+// The comfortable way to log: the place of the call and the values are taken care of.
+//
+//     QzLog::Log(*router, "User %1 ran %2 in %3 ms", user, command, milliseconds);
+//     QzLog::Log(*router, kReportDone, user, milliseconds);           // a message ID in place of the template
+//     QzLog::Log(*router, "Error %1", QzLog::Format::WideHex, code);  // a manipulator, for the numbers behind it
+//     QzLog::Log(*router, QzLog::RunTimeTemplate(text), user);        // a template that is not known before
+//     QzLog::Log(*router, message);                                   // a QzBase::Message, in each one's language
+//
+// It is the front end of QzLog/Log.h in other clothes: any thread, wholly on the calling thread, errno stays, and what
+// a catalog, a destination or a value's own operator<< throws comes out. Compiled into the caller, at every level of
+// optimisation: a call on a disabled router is the test of mEnabled and touches no value. Arguments that are
+// expressions are still evaluated, as the language has it; hand over a function where that is dear:
+//
+//     QzLog::Log(*trace, "Query %1", [&] { return query.Describe(); });
+//
+// Values and their text:
+//
+//     std::string, std::string_view, what converts to one     its bytes, UTF-8; a zero byte ends the whole text
+//     char const*, char arrays                                up to the zero byte; null inserts nothing
+//     unsigned short const*, QzBase::WideString               UTF-16 up to the zero; null inserts nothing
+//     other objects with c_str(), such as ReturnWString       that text
+//     char                                                    the character
+//     bool                                                    "true" or "false"
+//     integers, signed char and unsigned char too             decimal, or as a manipulator says
+//     float, double, long double                              the shortest that reads back as the same, no locale
+//     enumerations                                            the number, as integers
+//     pointers, nullptr                                       "0x" and hexadecimal digits
+//     functions without parameters (lambdas)                  what they return, called for an enabled call only
+//     a type with an operator<< for the formatter             what that inserts; see QzLog/CallValues.h
+//
+// Other types do not compile.
+
+namespace QzLog
+{
+    namespace CallDetails
+    {
+        /// Keeps the call in front of it from becoming a jump, which would take the caller out of the call stack of
+        /// its own message.
+        [[gnu::always_inline]] inline void KeepFrame()
+        {
+            asm volatile("");
+        }
+    }
+
+    /// Logs a template with its values, without a message ID.
+    /// \param text  a literal, checked while compiling against the values, or a RunTimeTemplate.
+    template <class... Values>
+    [[gnu::always_inline]] inline void Log(
+        Router& router, CallTemplate<CallDetails::kValueCount<Values...>> text, Values const&... values)
+    {
+        if (!router.mEnabled.load(std::memory_order_relaxed)) [[likely]]
+            return;
+        CallPlace const& place = text.GetPlace();
+        if (sizeof...(Values) == 0 && text.IsPlain())
+            LogString(router, text.GetText(), nullptr, place.mpFileName, place.mpFunctionName, place.mLineNumber);
+        else
+            LogMessage(router, text.GetText(), CallDetails::Collect<CallDetails::Passed<Values>...>(values...), nullptr,
+                place.mpFileName, place.mpFunctionName, place.mLineNumber);
+        CallDetails::KeepFrame();
+    }
+
+    /// Logs a text of the logger's catalog with its values, under the message ID. Without a catalog the text is the
+    /// ID, and the values behind it.
+    template <class... Values>
+    [[gnu::always_inline]] inline void Log(Router& router, CallID id, Values const&... values)
+    {
+        if (!router.mEnabled.load(std::memory_order_relaxed)) [[likely]]
+            return;
+        CallPlace const& place = id.GetPlace();
+        LogMessage(router, id.GetID(), CallDetails::Collect<CallDetails::Passed<Values>...>(values...),
+            id.GetCatalogContext(), place.mpFileName, place.mpFunctionName, place.mLineNumber);
+        CallDetails::KeepFrame();
+    }
+
+    /// Logs a structured message, under its own ID and without a place: each destination takes the text in its own
+    /// language.
+    [[gnu::always_inline]] inline void Log(Router& router, QzBase::Message const& message)
+    {
+        if (!router.mEnabled.load(std::memory_order_relaxed)) [[likely]]
+            return;
+        router.LogBaseMessage(message);
+        CallDetails::KeepFrame();
+    }
+
+    /// Builds the text whether the router is enabled or not, logs it (without a place), and throws it as
+    /// QzBase::ExceptionImpl<QzBase::Message> with the ID -1. See LogMessageAndThrowBaseException.
+    template <class... Values>
+    [[noreturn, gnu::always_inline]] inline void LogAndThrow(
+        Router& router, CallTemplate<CallDetails::kValueCount<Values...>> text, Values const&... values)
+    {
+        LogMessageAndThrowBaseException(
+            router, text.GetText(), CallDetails::Collect<CallDetails::Passed<Values>...>(values...), nullptr);
+    }
+
+    /// The same with a text of the logger's catalog and its message ID.
+    template <class... Values>
+    [[noreturn, gnu::always_inline]] inline void LogAndThrow(Router& router, CallID id, Values const&... values)
+    {
+        LogMessageAndThrowBaseException(router, id.GetID(),
+            CallDetails::Collect<CallDetails::Passed<Values>...>(values...), id.GetCatalogContext());
+    }
+}
