@@ -1,0 +1,15 @@
+#include <QzLog/QzLog.h>
+
+using namespace QzBase::Literals;
+
+int main()
+{
+    QzLog::Initializer const module;
+
+    QzBase::CountedPtr<QzLog::Destination> const file(QzLog::GetDestination_DiskFile(u"hello.log"_w));
+    QzBase::CountedPtr<QzLog::Router> const router(
+        QzLog::CreateRouter("Kernel", "Info", QzSynch::kLockStackCategoryDefault));
+    router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({file.get()}));
+
+    QzLog::Log(*router, "User %1 waited %2 ms.", "alice", 12.8);
+}
