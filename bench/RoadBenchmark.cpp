@@ -1,6 +1,6 @@
 // The road of a message without its end: a disabled call, an enabled call whose destination takes the header
-// text and the body and drops them, the header text alone, a scope guard. Beside each the floor and spdlog
-// with the same header content in its pattern and a sink that formats and drops.
+// text and the body and drops them, both with their values in the call, the header text alone, a scope guard. Beside
+// each the floor and spdlog with the same header content in its pattern and a sink that formats and drops.
 
 #include "RoadFloor.h"
 
@@ -93,6 +93,39 @@ namespace
         }
     }
 
+    /// The values of a call, which the compiler does not know.
+    struct CallValues
+    {
+        CallValues()
+        {
+            benchmark::DoNotOptimize(mReport);
+            benchmark::DoNotOptimize(mpUser);
+            benchmark::DoNotOptimize(mMilliseconds);
+        }
+
+        int mReport = 4711;
+        char const* mpUser = "alice";
+        int mMilliseconds = 128;
+    };
+
+    void LogWithValues(benchmark::State& state, QzLog::Router& router)
+    {
+        CallValues const values;
+        for (auto _ : state)
+            QzLog::Log(router, "Report %1 of user %2 finished after %3 ms", values.mReport, values.mpUser,
+                values.mMilliseconds);
+    }
+
+    void DisabledLog(benchmark::State& state)
+    {
+        LogWithValues(state, *GetRoad().mpDisabled);
+    }
+
+    void EnabledLog(benchmark::State& state)
+    {
+        LogWithValues(state, *GetRoad().mpEnabled);
+    }
+
     class FloorSink : public Floor::Sink
     {
     public:
@@ -178,6 +211,10 @@ namespace
     BENCHMARK(EnabledCall)->Name("Enabled/QzLog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(EnabledFloor)->Name("Enabled/Floor")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(FormattedCall)->Name("Formatted/QzLog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(DisabledLog)->Name("DisabledLog/QzLog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(DisabledCall)->Name("DisabledLog/LogString")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(EnabledLog)->Name("EnabledLog/QzLog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(FormattedCall)->Name("EnabledLog/LogMessage")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(HeaderText)->Name("HeaderText/QzLog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(HeaderFloor)->Name("HeaderText/Floor")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(GuardOff)->Name("GuardOff/QzLog")->ThreadRange(1, 2)->UseRealTime();
@@ -230,6 +267,15 @@ namespace
             logger.log(Here(__LINE__), spdlog::level::debug, kText);
     }
 
+    void DisabledLogSpdlog(benchmark::State& state)
+    {
+        spdlog::logger& logger = GetSpdlog(state.threads());
+        CallValues const values;
+        for (auto _ : state)
+            logger.log(Here(__LINE__), spdlog::level::debug, "Report {} of user {} finished after {} ms",
+                values.mReport, values.mpUser, values.mMilliseconds);
+    }
+
     void EnabledSpdlog(benchmark::State& state)
     {
         spdlog::logger& logger = GetSpdlog(state.threads());
@@ -278,6 +324,8 @@ namespace
     }
 
     BENCHMARK(DisabledSpdlog)->Name("Disabled/spdlog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(DisabledLogSpdlog)->Name("DisabledLog/spdlog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(FormattedSpdlog)->Name("EnabledLog/spdlog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(EnabledSpdlog)->Name("Enabled/spdlog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(FormattedSpdlog)->Name("Formatted/spdlog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(HeaderSpdlog)->Name("HeaderText/spdlog")->ThreadRange(1, 2)->UseRealTime();
