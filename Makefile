@@ -12,7 +12,7 @@ demo-kafka: release
 	@build/release/examples/reporting_server/demo_kafka.sh
 
 test: release
-	@scripts/packages.sh kafka
+	@scripts/packages.sh kafka integrations
 	@ctest --preset release
 
 release: packages

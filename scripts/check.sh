@@ -7,6 +7,9 @@ step() { printf '\n== %s\n' "$1"; }
 step "format"
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
 
+step "public headers"
+mkdir -p build && doxygen docs/Doxyfile
+
 step "clang, warnings are errors"
 scripts/build.sh clang
 

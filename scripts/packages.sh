@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages of one or more groups that are not there yet: build, kafka, bench, check.
+# Installs the Debian packages of one or more groups that are not there yet: build, kafka, integrations, bench, check.
 # Does nothing, and needs no rights, when all are there.
 set -euo pipefail
 
@@ -7,6 +7,7 @@ build=(g++ cmake make ninja-build pkg-config ccache
     libjsoncpp-dev librdkafka-dev libutfcpp-dev libsystemd-dev uuid-dev libcli11-dev
     libgtest-dev libgmock-dev)
 kafka=(kcat)
+integrations=(jq lnav systemd)
 bench=(libbenchmark-dev libspdlog-dev liblog4cplus-dev libre2-dev)
 check=(clang clang-format clang-tidy libclang-rt-14-dev git doxygen dpkg-dev file lintian)
 

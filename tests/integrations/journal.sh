@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# A real journal takes what the system-log destination sends, and journalctl finds it by its fields. The journal runs
+# in a mount namespace of its own. Call: journal.sh <folder of the server>
+set -euo pipefail
+server=$1
+journald=/lib/systemd/systemd-journald
+[ -x $journald ] || { echo "skipped: systemd is not installed"; exit 77; }
+if [ -z "${QZLOG_JOURNAL_NAMESPACE:-}" ]; then
+    [ "$(id -u)" -eq 0 ] || { echo "skipped: only root can run a journal"; exit 77; }
+    unshare --mount true 2>/dev/null || { echo "skipped: no mount namespace here"; exit 77; }
+    QZLOG_JOURNAL_NAMESPACE=1 exec unshare --mount "$0" "$@"
+fi
+
+mount --make-rprivate /
+mount -t tmpfs tmpfs /run
+mkdir -p /run/systemd/journal /run/log/journal
+$journald >/dev/null 2>&1 &
+journal=$!
+work=$(mktemp -d)
+trap 'kill $journal; rm -rf "$work"' EXIT
+# What stands in the journal once a query answers, or nothing after 20 seconds.
+await() { for _ in $(seq 200); do "$@" && return; sleep 0.1; done; return 1; }
+await test -S /run/systemd/journal/socket || { echo "skipped: the journal does not start here"; exit 77; }
+
+cat >"$work/settings.json" <<'SETTINGS'
+{ "server": "Reporting01", "language": "en", "basePath": "logs",
+  "destinations": { "system": { "type": "systemLog", "source": "Reporting" } },
+  "routes": { "*/Info": ["system"], "*/Error": ["system"] } }
+SETTINGS
+(cd "$work" && head -n 100 "$server/requests.txt" | "$server/reporting_server" --config settings.json - >server.txt 2>&1) ||
+    { cat "$work/server.txt"; exit 1; }
+
+find_all() { journalctl -q -D /run/log/journal -o cat SYSLOG_IDENTIFIER=Reporting "$@" 2>/dev/null; }
+holds() { find_all | grep -q "$1"; }
+await holds "HOST:" || { echo "the journal has no record of ours"; find_all | tail -3; exit 1; }
+# By severity, and by event ID, which is the low half of the message ID.
+[ -n "$(find_all PRIORITY=3)" ] || { echo "no error is in the journal"; exit 1; }
+id=$(find_all PRIORITY=3 | grep -oE '\[0x[0-9A-F]{8}\]' | head -n 1)
+event=$((16#${id:7:4}))
+[ -z "$(find_all EVENT_ID=$event | grep -vF "$id" | grep -F '[HOST:')" ] || { echo "EVENT_ID=$event finds others"; exit 1; }
+find_all EVENT_ID=$event | grep -qF "$id" || { echo "EVENT_ID=$event does not find $id"; exit 1; }

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# lnav opens a log with our format, headless, and answers a query on its fields. Call: lnav.sh <folder of the server>
+set -euo pipefail
+server=$1
+format=$(cd "$(dirname "$0")/../../integrations/lnav" && pwd)/qzlog.json
+command -v lnav >/dev/null || { echo "skipped: lnav is not installed"; exit 77; }
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir -p "$work/config/formats/qzlog"
+cp "$format" "$work/config/formats/qzlog/"
+cat >"$work/settings.json" <<'SETTINGS'
+{ "server": "Reporting01", "language": "en", "basePath": "logs",
+  "destinations": { "log": { "type": "file", "path": "all.log", "maxFileSize": 2000000, "backups": 1 } },
+  "routes": { "*/Info": ["log"], "*/Error": ["log"] } }
+SETTINGS
+(cd "$work" && head -n 100 "$server/requests.txt" | "$server/reporting_server" --config settings.json - >server.txt 2>&1) ||
+    { cat "$work/server.txt"; exit 1; }
+
+ask() { HOME=$work lnav -n -I "$work/config" -c ";$1" -c ':write-csv-to -' "$work/logs/all.log" | tail -n +2 | tr -d '\r'; }
+expect() { [ "$2" = "$3" ] || { printf '%s: "%s" expected, "%s" found\n' "$1" "$3" "$2"; exit 1; }; }
+
+log=$work/logs/all.log
+count() { grep -cE "\]\[$1\]" "$log"; }
+expect "errors" "$(ask "SELECT count(*) FROM qzlog WHERE dispatcher = 'Error' AND log_level = 'error'")" "$(count Error)"
+expect "infos" "$(ask "SELECT count(*) FROM qzlog WHERE dispatcher = 'Info' AND server = 'Reporting01'")" "$(count Info)"
+# Of a failure with causes the lines below belong to the record.
+expect "several lines" "$(ask "SELECT count(*) > 0 FROM qzlog WHERE log_body LIKE '%' || char(10) || '%'")" 1
+expect "users" "$(ask "SELECT count(DISTINCT uid) FROM qzlog WHERE uid NOT IN ('', '0')")" \
+    "$(grep -oE '\[UID:[^]]*\]' "$log" | sort -u | grep -cv 'UID:0]')"
