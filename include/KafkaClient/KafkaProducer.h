@@ -9,12 +9,14 @@
 #include <string>
 
 /// The client that sends records to Kafka, on librdkafka. In a library that was built without librdkafka
-/// the producer is never to be used: its status stays 0, Send gives false and Configure throws.
+/// the producer is never to be used: its status stays 0, Send gives false and Configure throws. What librdkafka
+/// has to say goes to the debug output; its property "log_level" decides how much that is.
 namespace KafkaClient
 {
     /// Keeps the producer running. The first one starts it if it is configured; the end of the last one
     /// waits at most three seconds for records that are still on their way and gives up the rest. Copies
-    /// count. The logging module holds one for its life.
+    /// count. The logging module holds one for its life. Throws QzBase::Message when librdkafka refuses now what
+    /// Configure has taken, such as a file of certificates that has gone since.
     class QZLOG_API Initializer
     {
     public:
@@ -24,7 +26,8 @@ namespace KafkaClient
         ~Initializer();
     };
 
-    /// The one producer of the process. All operations may be called from any thread.
+    /// The one producer of the process. All operations may be called from any thread. Apart from what Configure
+    /// says they throw std::bad_alloc at most.
     class QZLOG_API KafkaProducer
     {
     public:
@@ -38,7 +41,8 @@ namespace KafkaClient
             kStatusDown = 3
         };
 
-        /// Follows the real connection. Costs one atomic read.
+        /// Follows the real connection, as often as librdkafka gives its statistics: every half second, unless
+        /// Configure sets "statistics.interval.ms" (0 leaves the status at kStatusDown). Costs a shared lock.
         static EnumKafkaProducerStatus GetKafkaProducerStatus();
 
         /// Hands one record to the client and never waits for the network.
@@ -55,7 +59,8 @@ namespace KafkaClient
         /// Sets the producer up with librdkafka's own property names, such as "bootstrap.servers",
         /// "security.protocol", "sasl.username" or "compression.codec"; every property passes through.
         /// Takes effect at once when an Initializer lives, else when one comes; an earlier producer then
-        /// delivers what it has taken (at most three seconds). An empty map ends the producer.
+        /// delivers what it has taken (at most three seconds). An empty map ends the producer. A forked child
+        /// gets a producer of its own by it.
         /// Throws QzBase::Message with a text that names the property when one is unknown or its value
         /// bad; the producer in force then stays as it was.
         static void Configure(std::map<std::string, std::string> const& properties);
@@ -63,12 +68,12 @@ namespace KafkaClient
         /// Records since the process started.
         struct Counters
         {
-            /// Send gave true.
+            /// Send gave true, or is about to.
             std::uint64_t mAccepted;
             /// A broker has acknowledged it.
             std::uint64_t mDelivered;
-            /// Given up after it was accepted. Such a loss is also told on the debug output, at most
-            /// once in ten seconds.
+            /// Given up after it was accepted. Such losses are also told on the debug output, at most once in
+            /// ten seconds, and once more when the producer ends.
             std::uint64_t mFailed;
         };
 

@@ -36,6 +36,8 @@ namespace QzLog
             // Guards the three texts. The message topic does not change once mTopicIsConfigured is set,
             // and is then read without the lock.
             QzSynch::CriticalSectionPtr mpLock{QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
+            // Outermost: the module's and the client's locks are taken under it.
+            QzSynch::ForkHold const mForkHold{*mpLock, QzSynch::ForkHold::kOutermost};
             std::atomic<bool> mTopicIsConfigured{false};
             QzBase::WideString mMessageTopic;
             QzBase::WideString mSettingsText;
@@ -65,9 +67,10 @@ namespace QzLog
             }
         }
 
-        /// The lock of `shared` is held.
+        /// Built on first need, and unchanged from then on.
         QzBase::WideString const& GetSettingsTopic(Shared& shared)
         {
+            QzSynch::CriticalSection::SmartLock const hold(*shared.mpLock);
             if (shared.mSettingsTopic.empty())
             {
                 RequiredModule const module;
@@ -82,7 +85,7 @@ namespace QzLog
             return shared.mSettingsTopic;
         }
 
-        /// The lock of `shared` is held. Whether the client took the text makes no difference: it is kept.
+        /// Whether the client took the text makes no difference: it is kept.
         void SendSettings(Shared& shared, unsigned short const* text)
         {
             KafkaProducer::Send(GetSettingsTopic(shared), 0, nullptr, QzDataType::Variant(text, nullptr));
@@ -202,11 +205,10 @@ namespace QzLog
 
     void Destination_KafkaLog_Impl::PublishRegistrySettings(unsigned short const* text)
     {
-        bool const isUp = KafkaProducer::GetKafkaProducerStatus() == KafkaProducer::kStatusUp;
         Shared& shared = GetShared();
-        QzSynch::CriticalSection::SmartLock const hold(*shared.mpLock);
-        if (isUp)
+        if (KafkaProducer::GetKafkaProducerStatus() == KafkaProducer::kStatusUp)
             SendSettings(shared, text);
+        QzSynch::CriticalSection::SmartLock const hold(*shared.mpLock);
         shared.mSettingsText = text ? text : u""_w;
     }
 }

@@ -39,7 +39,7 @@ namespace QzLog
     DiskFileRegistry::DiskFileRegistry(QzSynch::RWLock& lock)
         : mLock(lock),
           mpMoveLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault)),
-          mMoveHold(*mpMoveLock, QzSynch::ForkHold::kAroundFiles)
+          mMoveHold(*mpMoveLock, QzSynch::ForkHold::kOutermost)
     {
     }
 

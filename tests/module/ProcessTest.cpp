@@ -1,5 +1,6 @@
 #include "module/ModuleAccess.h"
 #include "routing/Road.h"
+#include "support/ForkedChild.h"
 
 #include <gtest/gtest.h>
 
@@ -8,28 +9,11 @@
 #include <thread>
 
 #include <pthread.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace Road;
 
 namespace
 {
-    /// Runs `isGood` in a forked child and expects it to be true. A child that hangs is ended.
-    template <class IsGood>
-    void ExpectInChild(IsGood isGood)
-    {
-        pid_t const child = fork();
-        if (child == 0)
-        {
-            alarm(60);
-            _exit(isGood() ? 0 : 1);
-        }
-        int status = -1;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        ASSERT_EQ(status, 0);
-    }
-
     struct ProcessTest : testing::Test, Module
     {
     };

@@ -15,10 +15,10 @@ namespace KafkaClient
         virtual void Configure(std::map<std::string, std::string> const& properties) = 0;
         virtual KafkaProducer::Counters GetCounters() = 0;
 
-        /// The first Initializer has come.
+        /// An Initializer has come. If this throws there is none.
         virtual void Start() = 0;
 
-        /// The last Initializer has gone.
+        /// An Initializer has gone.
         virtual void Stop() = 0;
 
     protected:

@@ -3,17 +3,12 @@
 #include "support/kafka/Client.h"
 
 #include <atomic>
-#include <mutex>
 
 namespace KafkaClient
 {
     namespace
     {
         constinit std::atomic<Client*> gReplacement{nullptr};
-
-        // Serialises start and stop, so that a stop is over before the next start begins.
-        constinit std::mutex gInitializerMutex;
-        constinit int gInitializerCount = 0;
 
         Client& GetClient()
         {
@@ -29,19 +24,14 @@ namespace KafkaClient
 
     Initializer::Initializer()
     {
-        std::lock_guard const hold(gInitializerMutex);
-        if (gInitializerCount == 0)
-            GetClient().Start();
-        ++gInitializerCount;
+        GetClient().Start();
     }
 
     Initializer::Initializer(Initializer const&) : Initializer() {}
 
     Initializer::~Initializer()
     {
-        std::lock_guard const hold(gInitializerMutex);
-        if (--gInitializerCount == 0)
-            GetClient().Stop();
+        GetClient().Stop();
     }
 
     KafkaProducer::EnumKafkaProducerStatus KafkaProducer::GetKafkaProducerStatus()

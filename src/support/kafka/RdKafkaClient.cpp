@@ -3,6 +3,7 @@
 // the producer under a read lock only, so that it never waits for the network and never sees it destroyed.
 
 #include "os/Calls.h"
+#include "os/Cancellation.h"
 #include "os/System.h"
 #include "support/kafka/Client.h"
 #include "support/synch/ForkHold.h"
@@ -17,7 +18,6 @@
 #include <atomic>
 #include <iterator>
 #include <memory>
-#include <mutex>
 
 namespace KafkaClient
 {
@@ -39,20 +39,27 @@ namespace KafkaClient
             std::atomic<std::uint64_t> mAccepted{0};
             std::atomic<std::uint64_t> mDelivered{0};
             std::atomic<std::uint64_t> mFailed{0};
+            std::atomic<rd_kafka_resp_err_t> mLastError{RD_KAFKA_RESP_ERR_NO_ERROR};
         };
 
         constinit Totals gTotals;
 
-        /// What has been told of lost records. Under its mutex: a producer that ends and the one that
+        /// What has been told of lost records. Under its lock: a producer that ends and the one that
         /// replaces it have event threads of their own.
         struct Told
         {
-            std::mutex mMutex;
+            QzSynch::CriticalSectionPtr mpLock{QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
+            QzSynch::ForkHold const mForkHold{*mpLock};
             std::uint64_t mFailed = 0;
             std::int64_t mTime = 0;
         };
 
-        constinit Told gTold;
+        Told& GetTold()
+        {
+            // Not destroyed: like the client below.
+            static Told& told = *new Told;
+            return told;
+        }
 
         [[noreturn]] void ThrowConfigurationError(std::string const& reason)
         {
@@ -93,32 +100,42 @@ namespace KafkaClient
             return false;
         }
 
-        /// Tells on the debug output how many records were lost since the last time, at most once in the
-        /// interval unless it is forced.
-        void TellFailures(char const* reason, bool force)
+        void Tell(std::string const& text)
         {
+            QzOs::gCalls.mpWriteDebugOutput(
+                QzBase::UTF8ToWideChar(("KafkaClient: " + text + "\r\n").c_str(), true).c_str());
+        }
+
+        /// What librdkafka has to say, and would write to the standard error by itself.
+        void TakeLogLine(rd_kafka_t const*, int, char const* facility, char const* text)
+        {
+            Tell(std::string(facility) + ": " + text);
+        }
+
+        /// Tells how many records were lost since the last time, at most once in the interval unless it is forced.
+        void TellFailures(bool isForced)
+        {
+            Told& told = GetTold();
             std::int64_t const now = QzOs::gCalls.mpGetMonotonicNanoseconds();
             std::uint64_t count = 0;
             {
-                std::lock_guard const hold(gTold.mMutex);
-                std::uint64_t const failed = gTotals.mFailed.load(std::memory_order_relaxed);
-                bool const isDue = gTold.mTime == 0 || now - gTold.mTime >= kReportIntervalNanoseconds;
-                if (failed == gTold.mFailed || (!isDue && !force))
+                QzSynch::CriticalSection::SmartLock const hold(*told.mpLock);
+                std::uint64_t const failed = gTotals.mFailed.load(std::memory_order_acquire);
+                bool const isDue = told.mTime == 0 || now - told.mTime >= kReportIntervalNanoseconds;
+                if (failed == told.mFailed || (!isDue && !isForced))
                     return;
-                count = failed - gTold.mFailed;
-                gTold.mFailed = failed;
-                gTold.mTime = now;
+                count = failed - told.mFailed;
+                told.mFailed = failed;
+                told.mTime = now;
             }
-            std::string const text = "KafkaClient: " + std::to_string(count) +
-                                     " accepted records were given up since the last report: " + reason + "\r\n";
-            QzOs::gCalls.mpWriteDebugOutput(QzBase::UTF8ToWideChar(text.c_str(), true).c_str());
+            Tell(std::to_string(count) + " accepted records were given up since the last report: " +
+                 rd_kafka_err2str(gTotals.mLastError.load(std::memory_order_relaxed)));
         }
 
         void TakeDeliveryReports(rd_kafka_event_t* event)
         {
             std::uint64_t delivered = 0;
             std::uint64_t failed = 0;
-            char const* reason = "";
             while (rd_kafka_message_t const* const message = rd_kafka_event_message_next(event))
             {
                 if (message->err == RD_KAFKA_RESP_ERR_NO_ERROR)
@@ -127,12 +144,11 @@ namespace KafkaClient
                     continue;
                 }
                 ++failed;
-                reason = rd_kafka_err2str(message->err);
+                gTotals.mLastError.store(message->err, std::memory_order_relaxed);
             }
-            gTotals.mDelivered.fetch_add(delivered, std::memory_order_relaxed);
-            gTotals.mFailed.fetch_add(failed, std::memory_order_relaxed);
-            if (failed > 0)
-                TellFailures(reason, false);
+            gTotals.mDelivered.fetch_add(delivered, std::memory_order_release);
+            gTotals.mFailed.fetch_add(failed, std::memory_order_release);
+            TellFailures(false);
         }
 
         using Status = std::atomic<KafkaProducer::EnumKafkaProducerStatus>;
@@ -155,6 +171,8 @@ namespace KafkaClient
                 char const* const statistics = rd_kafka_event_stats(event);
                 bool const isUp = ShowsConnectedBroker(statistics, std::char_traits<char>::length(statistics));
                 status = isUp ? KafkaProducer::kStatusUp : KafkaProducer::kStatusDown;
+                // Those that came when none was due.
+                TellFailures(false);
                 break;
             }
             default:
@@ -173,14 +191,17 @@ namespace KafkaClient
             return conf;
         }
 
-        /// One running producer.
+        /// One running producer. No thread is cancelled inside librdkafka: it would leave locks behind that nobody
+        /// gives up.
         class Producer
         {
         public:
             /// Throws QzBase::Message when librdkafka refuses the properties.
             explicit Producer(Properties const& properties) : mForkGeneration(QzOs::GetForkGeneration())
             {
+                QzOs::NoCancellation const noCancellation;
                 Conf conf = MakeConf(properties);
+                rd_kafka_conf_set_log_cb(conf.get(), TakeLogLine);
                 rd_kafka_conf_set_opaque(conf.get(), &mStatus);
                 rd_kafka_conf_set_events(conf.get(), RD_KAFKA_EVENT_DR | RD_KAFKA_EVENT_ERROR | RD_KAFKA_EVENT_STATS);
                 rd_kafka_conf_set_background_event_cb(conf.get(), TakeEvent);
@@ -203,13 +224,14 @@ namespace KafkaClient
                 // librdkafka's threads did not come along into a forked child: nothing can be ended there.
                 if (!IsOfThisProcess())
                     return;
+                QzOs::NoCancellation const noCancellation;
                 if (rd_kafka_flush(mpHandle, kFlushMilliseconds) != RD_KAFKA_RESP_ERR_NO_ERROR)
                 {
                     rd_kafka_purge(mpHandle, RD_KAFKA_PURGE_F_QUEUE | RD_KAFKA_PURGE_F_INFLIGHT);
                     rd_kafka_flush(mpHandle, kPurgeMilliseconds);
                 }
                 rd_kafka_destroy(mpHandle);
-                TellFailures("the producer has ended", true);
+                TellFailures(true);
             }
 
             KafkaProducer::EnumKafkaProducerStatus GetStatus() const
@@ -221,6 +243,7 @@ namespace KafkaClient
             {
                 if (!IsOfThisProcess())
                     return false;
+                QzOs::NoCancellation const noCancellation;
                 rd_kafka_vu_t parts[4];
                 parts[0].vtype = RD_KAFKA_VTYPE_TOPIC;
                 parts[0].u.cstr = topic;
@@ -231,12 +254,14 @@ namespace KafkaClient
                 // Without the flag that lets it block: a full queue is an error at once.
                 parts[3].vtype = RD_KAFKA_VTYPE_MSGFLAGS;
                 parts[3].u.i = RD_KAFKA_MSG_F_COPY;
+                // Counted first, so that no record is seen delivered that was not accepted.
+                gTotals.mAccepted.fetch_add(1, std::memory_order_relaxed);
                 if (rd_kafka_error_t* const error = rd_kafka_produceva(mpHandle, parts, std::size(parts)))
                 {
+                    gTotals.mAccepted.fetch_sub(1, std::memory_order_relaxed);
                     rd_kafka_error_destroy(error);
                     return false;
                 }
-                gTotals.mAccepted.fetch_add(1, std::memory_order_relaxed);
                 return true;
             }
 
@@ -275,35 +300,36 @@ namespace KafkaClient
 
             void Configure(Properties const& properties) override
             {
-                std::lock_guard const serialise(mConfigurationMutex);
-                MakeConf(properties);
+                QzSynch::CriticalSection::SmartLock const serialise(*mpConfigurationLock);
+                // Made also while it is not needed yet: some bad values show only here.
                 std::unique_ptr<Producer> next;
-                if (mIsStarted && !properties.empty())
+                if (!properties.empty())
                     next = std::make_unique<Producer>(properties);
                 mProperties = properties;
-                Exchange(std::move(next));
+                if (mInitializerCount > 0)
+                    Exchange(std::move(next));
             }
 
             KafkaProducer::Counters GetCounters() override
             {
-                return {gTotals.mAccepted.load(std::memory_order_relaxed),
-                    gTotals.mDelivered.load(std::memory_order_relaxed),
-                    gTotals.mFailed.load(std::memory_order_relaxed)};
+                std::uint64_t const delivered = gTotals.mDelivered.load(std::memory_order_acquire);
+                std::uint64_t const failed = gTotals.mFailed.load(std::memory_order_acquire);
+                return {gTotals.mAccepted.load(std::memory_order_relaxed), delivered, failed};
             }
 
             void Start() override
             {
-                std::lock_guard const serialise(mConfigurationMutex);
-                if (!mProperties.empty())
+                QzSynch::CriticalSection::SmartLock const serialise(*mpConfigurationLock);
+                if (mInitializerCount == 0 && !mProperties.empty())
                     Exchange(std::make_unique<Producer>(mProperties));
-                mIsStarted = true;
+                ++mInitializerCount;
             }
 
             void Stop() override
             {
-                std::lock_guard const serialise(mConfigurationMutex);
-                mIsStarted = false;
-                Exchange(nullptr);
+                QzSynch::CriticalSection::SmartLock const serialise(*mpConfigurationLock);
+                if (--mInitializerCount == 0)
+                    Exchange(nullptr);
             }
 
         private:
@@ -317,10 +343,13 @@ namespace KafkaClient
                 producer.reset();
             }
 
-            // One start, stop or configuration at a time; always taken before mpLock.
-            std::mutex mConfigurationMutex;
+            // One start, stop or configuration at a time, the end of the earlier producer included; taken before
+            // mpLock.
+            QzSynch::CriticalSectionPtr mpConfigurationLock{
+                QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
+            QzSynch::ForkHold const mConfigurationForkHold{*mpConfigurationLock, QzSynch::ForkHold::kOutermost};
             Properties mProperties;
-            bool mIsStarted = false;
+            int mInitializerCount = 0;
             QzSynch::RWLockPtr mpLock{QzSynch::CreateRWLock(QzSynch::kLockStackCategoryStatic)};
             QzSynch::ForkHold const mForkHold{*mpLock};
             std::unique_ptr<Producer> mpProducer;
@@ -338,5 +367,6 @@ namespace KafkaClient
     {
         // Made when the library is loaded, so that no fork falls into its making.
         [[maybe_unused]] Client& gClient = GetBuiltInClient();
+        [[maybe_unused]] Told& gTold = GetTold();
     }
 }

@@ -17,7 +17,7 @@ namespace QzSynch
         /// behind it.
         enum Rank
         {
-            kAroundFiles,
+            kOutermost,
             kFile,
             kInnermost
         };

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// Runs `isGood` in a forked child and expects it to be true. A child that hangs is ended.
+template <class IsGood>
+void ExpectInChild(IsGood isGood)
+{
+    pid_t const child = fork();
+    if (child == 0)
+    {
+        alarm(60);
+        _exit(isGood() ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_EQ(status, 0);
+}
