@@ -34,7 +34,7 @@ namespace QzLog
         /// Forgets all figures. Does nothing here.
         virtual void Clear();
 
-        /// Sets `mFileName`; null sets the empty name. Not while another thread prints.
+        /// Sets `mFileName` (UTF-16); null sets the empty name. Not while another thread prints.
         void SetFileName(unsigned short const* fileName);
 
         /// When the object was made, in local time.

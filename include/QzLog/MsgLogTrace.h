@@ -60,7 +60,8 @@ namespace QzLog
 
         static bool IsMsgLogTraceEnabled() { return mEnableMsgTrace.load(std::memory_order_relaxed); }
 
-        /// Reports to the one object if reporting is switched on; one test of a flag if it is not.
+        /// Reports to the one object if reporting is switched on; one test of a flag if it is not. Throws what
+        /// getInstance throws.
         /// \return 1 when reporting is switched off (nothing is recorded), else as AddToLogTrace.
         static long SendToLogTrace(unsigned long bucketKey, int commandID, QzBase::WideString const& destination,
             int value, MsgOpType operation)
@@ -74,7 +75,8 @@ namespace QzLog
         /// item in place this costs a shared lock and three look-ups.
         /// \param bucketKey    selects the bucket; the calling thread's ID fits.
         /// \param commandID    a row of the server command table; others are counted, but never printed.
-        /// \param destination  compared code unit by code unit.
+        /// \param destination  its name, UTF-16; compared code unit by code unit.
+        /// \param value        what its mean is worked out of; the unit is the callers' affair.
         /// \return 0; 1 for an operation outside the three, which moves the mean but no counter.
         long AddToLogTrace(unsigned long bucketKey, int commandID, QzBase::WideString const& destination, int value,
             MsgOpType operation);

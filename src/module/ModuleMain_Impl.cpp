@@ -9,7 +9,6 @@
 
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
-#include <QzLog/MsgLogTrace.h>
 #include <QzLog/ThreadSpecificLogInfo.h>
 #include <QzSynch/ThreadSpecificLogInfo.h>
 
@@ -139,16 +138,6 @@ namespace QzLog
             new ThreadContext_Impl(mMachineName.c_str(), mServerInstanceName));
         mpThreadStorage->SetValue(context.get());
         return context.release();
-    }
-
-    ModuleMain_Impl::TraceLock::TraceLock()
-    {
-        MsgLogTrace::Init();
-    }
-
-    ModuleMain_Impl::TraceLock::~TraceLock()
-    {
-        MsgLogTrace::Destroy();
     }
 
     ModuleMain_Impl::LogInfoRegistration::LogInfoRegistration()

@@ -47,16 +47,6 @@ namespace QzLog
         ThreadContext* GetThreadContext() override;
 
     private:
-        /// Has the message trace make its lock, and delete it at the end.
-        class TraceLock
-        {
-        public:
-            TraceLock();
-            ~TraceLock();
-            TraceLock(TraceLock const&) = delete;
-            TraceLock& operator=(TraceLock const&) = delete;
-        };
-
         /// Makes the threads' log identity known to QzSynch for its life.
         class LogInfoRegistration
         {
@@ -96,7 +86,6 @@ namespace QzLog
         QzBase::CountedPtr<Destination_DebugOutput> const mpDebugOutput;
         QzBase::CountedPtr<Destination_SystemLog> const mpSystemLog;
         QzSynch::ThreadLocalStoragePtr const mpThreadStorage;
-        TraceLock const mTraceLock;
         MessageTraceUse const mMessageTraceUse;
         LogInfoRegistration const mLogInfoRegistration;
     };
