@@ -1,0 +1,60 @@
+#pragma once
+
+#include "filesystem/TemporaryFolder.h"
+
+#include <QzLog/LogTrace.h>
+
+#include <thread>
+
+/// Prints into a folder of its own.
+class TraceTest : public QzTest::TemporaryFolder
+{
+protected:
+    static long PrintTo(QzLog::LogTrace& trace, std::string const& path)
+    {
+        trace.SetFileName(QzTest::Wide(path).c_str());
+        return trace.PrintAllLogTrace();
+    }
+
+    /// The content of a good print-out.
+    std::string Print(QzLog::LogTrace& trace) const
+    {
+        EXPECT_EQ(0, PrintTo(trace, In("trace.txt")));
+        return Get("trace.txt");
+    }
+
+    static constexpr int kReports = 8000;
+
+    /// Calls `report`(bucket key, number of the report) from four threads, kReports times, while periods are closed.
+    template <class Report>
+    static void ReportWhileCollecting(QzLog::LogTrace& trace, Report report)
+    {
+        std::vector<std::thread> threads;
+        for (unsigned long key = 0; key < 4; ++key)
+        {
+            threads.emplace_back(
+                [=]
+                {
+                    for (int number = 0; number < kReports / 4; ++number)
+                        report(key, number);
+                });
+        }
+        for (int i = 0; i < 200; ++i)
+        {
+            trace.CollectLogTrace();
+            std::this_thread::yield();
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        trace.CollectLogTrace();
+    }
+
+    /// The sum of the numbers that stand behind `mark`.
+    static int SumUp(std::string const& text, std::string const& mark)
+    {
+        int sum = 0;
+        for (std::size_t at = text.find(mark); at != text.npos; at = text.find(mark, at + mark.size()))
+            sum += std::stoi(text.substr(at + mark.size(), 10));
+        return sum;
+    }
+};
