@@ -382,6 +382,7 @@ TEST_F(DiskFileTest, AForkedChildWritesThroughItsOwnOpenFile)
     constexpr int kChildren = 8;
     constexpr int kRecords = 100;
     Make("x.log");
+    mpDestination->SetMaxFileSize(1'000'000'000); // however fast the busy thread is
     std::atomic<bool> stop = false;
     int busyRecords = 0;
     std::thread busy(
