@@ -9,6 +9,14 @@ install(TARGETS QzLog2_64 EXPORT QzLogTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
 install(EXPORT QzLogTargets NAMESPACE QzLog:: DESTINATION ${package_dir} COMPONENT development)
+if(QZLOG_BUILD_TOOLS)
+    # The tool finds the library from where it stands, under any prefix; packages go where the system looks.
+    if(NOT QZLOG_BUILD_PACKAGES)
+        file(RELATIVE_PATH tool_to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+        set_target_properties(qzlog PROPERTIES INSTALL_RPATH "$ORIGIN/${tool_to_library}")
+    endif()
+    install(TARGETS qzlog RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+endif()
 
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/QzLogConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 configure_package_config_file(cmake/QzLogConfig.cmake.in ${PROJECT_BINARY_DIR}/QzLogConfig.cmake

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "Command.h"
+
+// One function for each subcommand; main.cpp has the table.
+
+namespace QzLogTool
+{
+    std::unique_ptr<Command> MakeViewCommand();
+}

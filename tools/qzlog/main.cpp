@@ -1,0 +1,61 @@
+#include "Commands.h"
+#include "Trouble.h"
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <vector>
+
+namespace
+{
+    using namespace QzLogTool;
+
+    using CommandMaker = std::unique_ptr<Command> (*)();
+
+    // In the order in which the help shows them.
+    constexpr CommandMaker kMakers[] = {MakeViewCommand};
+
+    ExitCode Run(int argumentCount, char** arguments)
+    {
+        CLI::App app("Reads, checks and counts the logs that QzLog writes.", "qzlog");
+        app.require_subcommand(1);
+        app.fallthrough(false);
+        app.set_version_flag("--version", "qzlog " QZLOG_VERSION);
+        app.footer("Exit codes: 0 found or nothing wrong, 1 nothing found or something wrong, 2 trouble.");
+
+        std::vector<std::unique_ptr<Command>> commands;
+        Command* pChosen = nullptr;
+        for (CommandMaker const make : kMakers)
+        {
+            Command* const pCommand = commands.emplace_back(make()).get();
+            CLI::App* const pApp = app.add_subcommand(pCommand->GetName(), pCommand->GetDescription());
+            pCommand->AddOptions(*pApp);
+            pApp->callback([&pChosen, pCommand] { pChosen = pCommand; });
+        }
+        try
+        {
+            app.parse(argumentCount, arguments);
+        }
+        catch (CLI::ParseError const& result)
+        {
+            return app.exit(result) == 0 ? ExitCode::Success : ExitCode::Trouble;
+        }
+        return pChosen->Run();
+    }
+}
+
+int main(int argumentCount, char** arguments)
+{
+    // A reader that has seen enough, such as `head`, ends the tool without a word. Whoever started it may have told
+    // it otherwise.
+    std::signal(SIGPIPE, SIG_DFL);
+    try
+    {
+        return static_cast<int>(Run(argumentCount, arguments));
+    }
+    catch (std::exception const& error)
+    {
+        std::fprintf(stderr, "qzlog: %s\n", error.what());
+        return static_cast<int>(ExitCode::Trouble);
+    }
+}

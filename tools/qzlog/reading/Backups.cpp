@@ -1,0 +1,62 @@
+#include "reading/Backups.h"
+
+#include "Trouble.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        constexpr std::string_view kMark = ".bak";
+        constexpr unsigned int kLargestNumber = 255;
+
+        /// Two digits, or three from 100 on, as they are written.
+        bool ReadBackupNumber(std::string_view digits, unsigned int& number)
+        {
+            char const* const end = digits.data() + digits.size();
+            auto const [stop, error] = std::from_chars(digits.data(), end, number);
+            bool const isPadded = digits.size() == 2 || (digits.size() == 3 && digits[0] != '0');
+            return error == std::errc() && stop == end && isPadded && number <= kLargestNumber;
+        }
+    }
+
+    bool SplitBackupPath(std::string const& path, std::string& logPath, unsigned int& number)
+    {
+        std::size_t const mark = path.rfind(kMark);
+        if (mark == std::string::npos || !ReadBackupNumber(std::string_view(path).substr(mark + kMark.size()), number))
+            return false;
+        logPath = path.substr(0, mark);
+        return true;
+    }
+
+    std::vector<Backup> FindBackups(std::string const& logPath)
+    {
+        std::filesystem::path const log(logPath);
+        std::string const name = log.filename();
+        std::filesystem::path const folder = log.has_parent_path() ? log.parent_path() : ".";
+
+        std::vector<Backup> backups;
+        std::error_code error;
+        for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+             entry.increment(error))
+        {
+            std::string logName;
+            unsigned int number;
+            if (!SplitBackupPath(entry->path().filename(), logName, number) || logName != name)
+                continue;
+            std::string const path = logPath + entry->path().filename().string().substr(name.size());
+            FileStatus const status = GetFileStatus(path);
+            if (status.mIsRegular)
+                backups.push_back({path, number, status});
+        }
+        if (error && error != std::errc::no_such_file_or_directory)
+            throw Trouble(folder.string() + ": " + error.message());
+        std::sort(
+            backups.begin(), backups.end(), [](Backup const& a, Backup const& b) { return a.mNumber > b.mNumber; });
+        return backups;
+    }
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "reading/InputFile.h"
+
+#include <string>
+#include <vector>
+
+namespace QzLogTool
+{
+    /// A file that a roll-over of a log has left: the log's name, ".bak" and a number of at least two digits.
+    struct Backup
+    {
+        std::string mPath;
+        unsigned int mNumber;
+        FileStatus mStatus;
+    };
+
+    /// The back-ups that lie beside a log, the oldest (the one with the largest number) first. The log itself need
+    /// not be there. Unless its writers pause they may be renamed at any moment.
+    std::vector<Backup> FindBackups(std::string const& logPath);
+
+    /// Reads "server.log.bak07" as number 7 of "server.log".
+    /// \return  false when the path does not name a back-up.
+    bool SplitBackupPath(std::string const& path, std::string& logPath, unsigned int& number);
+}

@@ -1,0 +1,121 @@
+#include "reading/InputFile.h"
+
+#include "Trouble.h"
+
+#include <QzBase/Conversions.h>
+#include <QzBase/System.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        [[noreturn]] void ThrowSystemError(std::string const& path)
+        {
+            QzBase::ReturnWString const reason =
+                QzBase::GetSystemErrorDescription(static_cast<unsigned int>(QzBase::GetLastError()));
+            throw Trouble(path + ": " + QzBase::WideCharToUTF8(reason.c_str(), true).c_str());
+        }
+
+        FileStatus Translate(struct stat const& status)
+        {
+            FileStatus result;
+            result.mExists = true;
+            result.mIsFolder = S_ISDIR(status.st_mode);
+            result.mIsRegular = S_ISREG(status.st_mode);
+            result.mIdentity = {status.st_dev, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec,
+                static_cast<std::uint64_t>(status.st_size)};
+            return result;
+        }
+
+        int Open(std::string const& path)
+        {
+            if (path == "-")
+                return STDIN_FILENO;
+            int const descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+            if (descriptor < 0)
+                ThrowSystemError(path);
+            return descriptor;
+        }
+    }
+
+    FileStatus GetFileStatus(std::string const& path)
+    {
+        struct stat status;
+        if (stat(path.c_str(), &status) == 0)
+            return Translate(status);
+        if (errno == ENOENT || errno == ENOTDIR)
+            return FileStatus();
+        ThrowSystemError(path);
+    }
+
+    InputFile::InputFile(std::string path) : mPath(std::move(path)), mDescriptor(Open(mPath)) {}
+
+    InputFile::~InputFile()
+    {
+        if (mDescriptor != STDIN_FILENO)
+            close(mDescriptor);
+    }
+
+    FileStatus InputFile::GetStatus() const
+    {
+        struct stat status;
+        if (fstat(mDescriptor, &status) != 0)
+            ThrowSystemError(mPath);
+        return Translate(status);
+    }
+
+    std::size_t InputFile::Read(char* buffer, std::size_t size)
+    {
+        for (;;)
+        {
+            ssize_t const count = read(mDescriptor, buffer, size);
+            if (count >= 0)
+                return static_cast<std::size_t>(count);
+            if (errno != EINTR)
+                ThrowSystemError(mPath);
+        }
+    }
+
+    std::string InputFile::ReadAt(std::uint64_t offset, std::size_t size) const
+    {
+        std::string text(size, '\0');
+        std::size_t length = 0;
+        while (length < size)
+        {
+            ssize_t const count =
+                pread(mDescriptor, text.data() + length, size - length, static_cast<off_t>(offset + length));
+            if (count < 0 && errno == EINTR)
+                continue;
+            if (count < 0)
+                ThrowSystemError(mPath);
+            if (count == 0)
+                break;
+            length += static_cast<std::size_t>(count);
+        }
+        text.resize(length);
+        return text;
+    }
+
+    bool InputFile::MoveTo(std::uint64_t offset)
+    {
+        return lseek(mDescriptor, static_cast<off_t>(offset), SEEK_SET) >= 0;
+    }
+
+    InputFile::WriterPause::WriterPause(InputFile const& file) : mDescriptor(file.mDescriptor)
+    {
+        while (flock(mDescriptor, LOCK_SH) != 0 && errno == EINTR)
+            continue;
+    }
+
+    InputFile::WriterPause::~WriterPause()
+    {
+        flock(mDescriptor, LOCK_UN);
+    }
+}

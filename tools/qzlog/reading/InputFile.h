@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+// Everything that the tool asks of the system about files that it reads. Nothing is mapped into memory: a log may be
+// truncated at any moment, and a mapped page that is gone would end the process.
+
+namespace QzLogTool
+{
+    /// Which file it is and in which state. Renaming leaves it alone, writing does not.
+    struct FileIdentity
+    {
+        std::uint64_t mDevice = 0;
+        std::uint64_t mNumber = 0;
+        std::int64_t mSeconds = 0;
+        std::int64_t mNanoseconds = 0;
+        std::uint64_t mSize = 0;
+
+        auto operator<=>(FileIdentity const&) const = default;
+    };
+
+    /// What stands at a path; nothing when mExists is false.
+    struct FileStatus
+    {
+        bool mExists = false;
+        bool mIsFolder = false;
+        bool mIsRegular = false;
+        FileIdentity mIdentity;
+    };
+
+    /// Throws Trouble when the system does not tell; a missing file is no trouble.
+    FileStatus GetFileStatus(std::string const& path);
+
+    /// A file open for reading, "-" for standard input. Throws Trouble with the path in its text.
+    class InputFile
+    {
+    public:
+        explicit InputFile(std::string path);
+        ~InputFile();
+        InputFile(InputFile const&) = delete;
+        InputFile& operator=(InputFile const&) = delete;
+
+        std::string const& GetPath() const { return mPath; }
+        FileStatus GetStatus() const;
+
+        /// Reads on from the present position; fewer bytes than asked for do not mean the end, 0 does.
+        std::size_t Read(char* buffer, std::size_t size);
+
+        /// Reads at an offset from the start and leaves the position alone. Fewer bytes than asked for mean the end.
+        std::string ReadAt(std::uint64_t offset, std::size_t size) const;
+
+        /// Moves to an offset from the start. False where there is no going back, as in a pipe.
+        bool MoveTo(std::uint64_t offset);
+
+        /// While this lives, no writer of this library writes or rolls over this file; they all wait, so it must not
+        /// live longer than a glance takes. Where the file system has no locks it holds nobody up.
+        class WriterPause
+        {
+        public:
+            explicit WriterPause(InputFile const& file);
+            ~WriterPause();
+            WriterPause(WriterPause const&) = delete;
+            WriterPause& operator=(WriterPause const&) = delete;
+
+        private:
+            int const mDescriptor;
+        };
+
+    private:
+        std::string const mPath;
+        int mDescriptor;
+    };
+}

@@ -1,0 +1,161 @@
+#include "reading/LogBytes.h"
+
+#include "Trouble.h"
+#include "reading/RecordStart.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        // Many records long, and each of them has its time.
+        constexpr std::size_t kBeginning = 4096;
+
+        std::unique_ptr<InputFile> OpenIfThere(std::string const& path)
+        {
+            return GetFileStatus(path).mExists ? std::make_unique<InputFile>(path) : nullptr;
+        }
+
+        bool BeginsWith(InputFile const& file, std::string const& beginning)
+        {
+            return file.ReadAt(0, beginning.size()) == beginning;
+        }
+    }
+
+    LogBytes::LogBytes(std::string path, Files files)
+        : mLogPath(std::move(path)), mFiles(mLogPath == "-" ? Files::LogAlone : files)
+    {
+        if (mLogPath == "-")
+            return;
+        FileStatus const status = GetFileStatus(mLogPath);
+        if (status.mIsFolder)
+            throw Trouble(mLogPath + ": is a folder, not a log");
+        if (status.mIsRegular)
+            mTotal = status.mIdentity.mSize;
+        std::vector<Backup> const backups = mFiles == Files::LogAlone ? std::vector<Backup>() : FindBackups(mLogPath);
+        for (Backup const& backup : backups)
+            mTotal += backup.mStatus.mIdentity.mSize;
+        if (!status.mExists && backups.empty())
+            InputFile{mLogPath};
+    }
+
+    bool LogBytes::OpenNext()
+    {
+        mpFile.reset();
+        if (mReachedLog)
+            return false;
+        if (mFiles != Files::LogAlone)
+            return OpenOldestUnread();
+        Open(std::make_unique<InputFile>(mLogPath), true);
+        return true;
+    }
+
+    bool LogBytes::OpenOldestUnread()
+    {
+        std::unique_ptr<InputFile> log = OpenIfThere(mLogPath);
+        std::optional<InputFile::WriterPause> pause;
+        if (log)
+            pause.emplace(*log);
+
+        std::unique_ptr<InputFile> candidate;
+        for (Backup const& backup : FindBackups(mLogPath))
+        {
+            if (!mVisited.insert(backup.mStatus.mIdentity).second)
+                continue;
+            auto file = std::make_unique<InputFile>(backup.mPath);
+            if (!candidate || IsLeftover(*candidate, *file))
+            {
+                candidate = std::move(file);
+                continue;
+            }
+            mVisited.erase(backup.mStatus.mIdentity);
+            break;
+        }
+        bool const takesLog = log && (!candidate || IsLeftover(*candidate, *log));
+        if (takesLog)
+            candidate = std::move(log);
+        pause.reset();
+        if (!candidate)
+            return false;
+        Open(std::move(candidate), takesLog);
+        return true;
+    }
+
+    bool LogBytes::IsLeftover(InputFile const& older, InputFile const& newer) const
+    {
+        std::uint64_t const size = older.GetStatus().mIdentity.mSize;
+        if (mFiles == Files::WithLeftovers || size <= kHead.size() || size > newer.GetStatus().mIdentity.mSize)
+            return false;
+        return BeginsWith(newer, older.ReadAt(0, kBeginning));
+    }
+
+    void LogBytes::Open(std::unique_ptr<InputFile> file, bool isLog)
+    {
+        mpFile = std::move(file);
+        mPath = mpFile->GetPath();
+        mOffset = 0;
+        mBeginning.clear();
+        mIsLog = isLog;
+        mIsRegular = mpFile->GetStatus().mIsRegular;
+        mReachedLog = mReachedLog || isLog;
+    }
+
+    std::size_t LogBytes::Read(char* buffer, std::size_t size)
+    {
+        std::size_t count = mpFile->Read(buffer, size);
+        // Asked behind the reading: what was read before the file was emptied would do, but nobody can tell.
+        if (mIsLog && mIsRegular && !IsStillSame())
+            count = FindAgain() ? mpFile->Read(buffer, size) : 0;
+        if (mOffset == mBeginning.size() && mBeginning.size() < kBeginning)
+            mBeginning.append(buffer, std::min(count, kBeginning - mBeginning.size()));
+        mOffset += count;
+        mDone += count;
+        return count;
+    }
+
+    bool LogBytes::MoveTo(std::uint64_t offset)
+    {
+        if (!mIsRegular || !mpFile->MoveTo(offset))
+            return false;
+        mDone -= std::min(mDone, mOffset - offset);
+        mOffset = offset;
+        return true;
+    }
+
+    bool LogBytes::IsStillSame() const
+    {
+        return BeginsWith(*mpFile, mBeginning);
+    }
+
+    bool LogBytes::FindAgain()
+    {
+        if (mFiles == Files::LogAlone)
+            return false;
+        std::unique_ptr<InputFile> log = OpenIfThere(mLogPath);
+        std::optional<InputFile::WriterPause> pause;
+        if (log)
+            pause.emplace(*log);
+
+        // The newest that fits: an older one may be what a roll-over left that did not come to its end.
+        std::unique_ptr<InputFile> found;
+        for (Backup const& backup : FindBackups(mLogPath))
+        {
+            if (mVisited.contains(backup.mStatus.mIdentity))
+                continue;
+            auto file = std::make_unique<InputFile>(backup.mPath);
+            if (!BeginsWith(*file, mBeginning))
+                continue;
+            mVisited.insert(backup.mStatus.mIdentity);
+            if (backup.mStatus.mIdentity.mSize >= mOffset)
+                found = std::move(file);
+        }
+        if (!found)
+            return false;
+        mpFile = std::move(found);
+        mPath = mpFile->GetPath();
+        mIsLog = false;
+        return mpFile->MoveTo(mOffset);
+    }
+}

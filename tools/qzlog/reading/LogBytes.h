@@ -1,0 +1,80 @@
+#pragma once
+
+#include "reading/Backups.h"
+#include "reading/InputFile.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace QzLogTool
+{
+    /// A log and its back-ups as bytes, file by file in order of age, up to what the log holds when its end is
+    /// reached. Roll-overs that happen meanwhile lose nothing and show nothing twice: back-ups are told by what they
+    /// are and not by their number, and when the log is emptied while it is read, the rest of it is read from the
+    /// back-up that it went into.
+    class LogBytes
+    {
+    public:
+        enum class Files
+        {
+            /// The one file.
+            LogAlone,
+            /// With its back-ups, except for those that a failed or killed roll-over left: their content stands
+            /// once more in the next file.
+            WithBackups,
+            /// With all back-ups.
+            WithLeftovers
+        };
+
+        /// \param path  of the log, or "-" for standard input. Throws Trouble when there is neither a log nor a
+        ///              back-up of it.
+        LogBytes(std::string path, Files files);
+
+        /// Goes to the next file; false when there is none. To be called before the first Read.
+        bool OpenNext();
+
+        /// The bytes that follow in the present file; 0 at its end.
+        std::size_t Read(char* buffer, std::size_t size);
+
+        /// Moves in the present file. False where there is no going back.
+        bool MoveTo(std::uint64_t offset);
+
+        /// The file that is being read, under the name that it had when it was opened.
+        std::string const& GetPath() const { return mPath; }
+
+        /// Whether the present file is the log itself, which may still grow, and not a back-up.
+        bool IsLog() const { return mIsLog; }
+
+        /// Size in bytes of all files when reading began; 0 when it is not known.
+        std::uint64_t GetTotal() const { return mTotal; }
+        /// How many of them were read.
+        std::uint64_t GetDone() const { return mDone; }
+
+    private:
+        bool IsLeftover(InputFile const& older, InputFile const& newer) const;
+        bool OpenOldestUnread();
+        void Open(std::unique_ptr<InputFile> file, bool isLog);
+        bool IsStillSame() const;
+        bool FindAgain();
+
+        std::string const mLogPath;
+        Files const mFiles;
+        std::set<FileIdentity> mVisited;
+
+        std::unique_ptr<InputFile> mpFile;
+        std::string mPath;
+        std::uint64_t mOffset = 0;
+        // What the present file begins with, as far as it was read: no two contents of a log have it in common.
+        std::string mBeginning;
+        bool mIsLog = false;
+        bool mIsRegular = false;
+        bool mReachedLog = false;
+
+        std::uint64_t mTotal = 0;
+        std::uint64_t mDone = 0;
+    };
+}

@@ -1,0 +1,190 @@
+#include "reading/RecordSplitter.h"
+
+#include "reading/RecordStart.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        // Small enough to stay in the processor's cache between the reading and the looking.
+        constexpr std::size_t kBlock = std::size_t{256} << 10;
+    }
+
+    RecordSplitter::RecordSplitter(LogBytes& bytes) : mBytes(bytes), mBuffer(kBlock) {}
+
+    bool RecordSplitter::Next(Record& record)
+    {
+        std::string_view rest;
+        while (NextPart(rest))
+            continue;
+        for (;;)
+        {
+            if (!mIsOpen && !BeginFile())
+                return false;
+            bool const hasMore = (mBegin != mEnd || Fill()) && (mNeedle.empty() || SkipToNeedle());
+            if (hasMore)
+                break;
+            mIsOpen = false;
+        }
+        while (mEnd - mBegin < kGlance && Fill())
+            continue;
+        record.mKind = Classify(mBegin, mTime);
+        record.mTime = mTime;
+        record.mpPath = &mPath;
+        record.mOffset = mStartOffset = mOffset;
+        std::size_t end = 0;
+        record.mIsWhole = FindEnd(end);
+        mIsInside = !record.mIsWhole;
+        record.mText = Consume(end);
+        return true;
+    }
+
+    bool RecordSplitter::NextPart(std::string_view& text)
+    {
+        if (!mIsInside)
+            return false;
+        std::size_t end = 0;
+        mIsInside = !FindEnd(end);
+        text = Consume(end);
+        return !text.empty();
+    }
+
+    bool RecordSplitter::Again()
+    {
+        if (!mBytes.MoveTo(mStartOffset))
+            return false;
+        mBegin = mEnd = 0;
+        mOffset = mStartOffset;
+        mIsAtEnd = mIsInside = false;
+        return true;
+    }
+
+    bool RecordSplitter::BeginFile()
+    {
+        if (!mBytes.OpenNext())
+            return false;
+        mPath = mBytes.GetPath();
+        mBegin = mEnd = 0;
+        mOffset = 0;
+        mIsAtEnd = false;
+        mIsOpen = true;
+        return true;
+    }
+
+    /// Reads on behind what is there. False at the end of the file.
+    bool RecordSplitter::Fill()
+    {
+        std::size_t const kept = mEnd - mBegin;
+        std::memmove(mBuffer.data(), mBuffer.data() + mBegin, kept);
+        mBegin = 0;
+        mEnd = kept;
+        // In proportion to what is kept, so that a long record is looked through a few times and not at each block.
+        std::size_t const room = std::max(kBlock, std::min(kept, kLargest));
+        if (mBuffer.size() < kept + room)
+            mBuffer.resize(kept + room);
+        std::size_t const count = mIsAtEnd ? 0 : mBytes.Read(mBuffer.data() + mEnd, room);
+        mIsAtEnd = count == 0;
+        mEnd += count;
+        return count != 0;
+    }
+
+    /// Moves on to the record that holds the next needle. False when none follows in this file.
+    bool RecordSplitter::SkipToNeedle()
+    {
+        std::size_t searched = 0;
+        for (;;)
+        {
+            char const* const from = mBuffer.data() + mBegin + searched;
+            void const* const hit = memmem(from, mEnd - mBegin - searched, mNeedle.data(), mNeedle.size());
+            std::size_t const at =
+                hit ? static_cast<std::size_t>(static_cast<char const*>(hit) - mBuffer.data()) : mEnd - 1;
+            if (!hit && mIsAtEnd)
+            {
+                Consume(mEnd);
+                return false;
+            }
+            Consume(FindStart(at));
+            if (hit || mEnd - mBegin >= kLargest)
+                return true;
+            std::size_t const kept = mEnd - mBegin;
+            searched = kept - std::min(kept, mNeedle.size() - 1);
+            Fill();
+        }
+    }
+
+    /// Where what begins at mBegin ends.
+    /// \return  false when it is too long; `end` is then where its first part ends.
+    bool RecordSplitter::FindEnd(std::size_t& end)
+    {
+        std::int64_t time;
+        bool const isHead = !mIsInside && Classify(mBegin, time) == Record::Kind::Head;
+        // How many bytes from mBegin on are known to belong to it, and are complete lines.
+        std::size_t verified = 0;
+        std::size_t from = 0;
+        for (;;)
+        {
+            std::size_t const lineEnd = FindLineEnd(mBegin + from);
+            bool const isLine = lineEnd != mEnd;
+            bool const seesNext = isLine && (mIsAtEnd || mEnd - lineEnd > kGlance || isHead);
+            end = isLine ? lineEnd + 1 : mEnd;
+            if (seesNext && (isHead || end == mEnd || Classify(end, time) != Record::Kind::Loose))
+                return true;
+            if (seesNext)
+            {
+                verified = from = end - mBegin;
+                continue;
+            }
+            if (!isLine && mIsAtEnd)
+                return true;
+            if (mEnd - mBegin >= kLargest)
+            {
+                end = verified != 0 ? mBegin + verified : std::min(lineEnd, mBegin + kLargest);
+                return false;
+            }
+            from = lineEnd - mBegin;
+            Fill();
+        }
+    }
+
+    /// Where the record, or the other thing, to which a byte belongs begins.
+    std::size_t RecordSplitter::FindStart(std::size_t at) const
+    {
+        char const* const begin = mBuffer.data() + mBegin;
+        std::int64_t time;
+        while (void const* const found = memrchr(begin, '\n', at - mBegin))
+        {
+            std::size_t const lineEnd = static_cast<std::size_t>(static_cast<char const*>(found) - mBuffer.data());
+            if (Classify(lineEnd + 1, time) != Record::Kind::Loose)
+                return lineEnd + 1;
+            at = lineEnd;
+        }
+        return mBegin;
+    }
+
+    /// What begins at a line. `time` is changed for a record only.
+    Record::Kind RecordSplitter::Classify(std::size_t at, std::int64_t& time) const
+    {
+        std::string_view const line(mBuffer.data() + at, mEnd - at);
+        if (BeginsHead(line))
+            return Record::Kind::Head;
+        return BeginsRecord(line, time) ? Record::Kind::Message : Record::Kind::Loose;
+    }
+
+    /// The next LF, or mEnd.
+    std::size_t RecordSplitter::FindLineEnd(std::size_t from) const
+    {
+        void const* const found = std::memchr(mBuffer.data() + from, '\n', mEnd - from);
+        return found ? static_cast<std::size_t>(static_cast<char const*>(found) - mBuffer.data()) : mEnd;
+    }
+
+    std::string_view RecordSplitter::Consume(std::size_t end)
+    {
+        std::string_view const text(mBuffer.data() + mBegin, end - mBegin);
+        mOffset += text.size();
+        mBegin = end;
+        return text;
+    }
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "reading/LogBytes.h"
+#include "reading/Record.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace QzLogTool
+{
+    /// Splits the files of a LogBytes into records. It holds one buffer, which grows with the records up to kLargest
+    /// bytes; records beyond that come in parts.
+    class RecordSplitter : public RecordSource
+    {
+    public:
+        static constexpr std::size_t kLargest = std::size_t{16} << 20;
+
+        explicit RecordSplitter(LogBytes& bytes);
+
+        /// From now on gives only records that contain these bytes; the others are passed over without a look at
+        /// where each of them begins, which is several times as fast. A record that is not whole comes anyway.
+        void SetNeedle(std::string needle) { mNeedle = std::move(needle); }
+
+        bool Next(Record& record) override;
+        bool NextPart(std::string_view& text) override;
+        bool Again() override;
+
+    private:
+        bool BeginFile();
+        bool Fill();
+        bool SkipToNeedle();
+        bool FindEnd(std::size_t& end);
+        std::size_t FindStart(std::size_t at) const;
+        Record::Kind Classify(std::size_t at, std::int64_t& time) const;
+        std::size_t FindLineEnd(std::size_t from) const;
+        std::string_view Consume(std::size_t end);
+
+        LogBytes& mBytes;
+        std::string mNeedle;
+
+        // [mBegin, mEnd) is what was read and not given yet. Between two calls mBegin stands where a record or
+        // something else begins, unless mIsInside.
+        std::vector<char> mBuffer;
+        std::size_t mBegin = 0;
+        std::size_t mEnd = 0;
+        std::uint64_t mOffset = 0; // of mBegin in its file
+        bool mIsOpen = false;
+        bool mIsAtEnd = false;
+
+        // In the middle of a record that is given in parts.
+        bool mIsInside = false;
+        std::uint64_t mStartOffset = 0;
+
+        std::string mPath;
+        std::int64_t mTime = std::numeric_limits<std::int64_t>::min();
+    };
+}
