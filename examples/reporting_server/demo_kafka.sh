@@ -6,7 +6,7 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/demo_common.sh"
 broker=$here/../mock_broker/mock_broker
-[ -x "$broker" ] || fail "there is no mock broker beside this folder; it is built where librdkafka is installed"
+[ -x "$broker" ] || fail "this build is without Kafka (QZLOG_WITH_KAFKA), so there is no mock broker"
 command -v kcat > /dev/null || fail "kcat is missing"
 
 work=$(mktemp -d)
