@@ -3,10 +3,9 @@
 #include <QzBase/Export.h>
 #include <QzBase/ReturnString.h>
 #include <QzLog/Destination.h>
-#include <QzSynch/Locks.h>
 
 #include <atomic>
-#include <set>
+#include <memory>
 
 namespace QzLog
 {
@@ -44,15 +43,9 @@ namespace QzLog
         void SetLanguageID(unsigned short languageID) override;
 
     private:
-        bool WantsCallStack(unsigned int messageID) const;
-        std::set<unsigned int> CopyCallstackMessageIDs() const;
-        void ReplaceCallstackMessageIDs(std::set<unsigned int>&& ids);
+        class CallstackMessageIDs;
 
-        // Guards mCallstackMessageIDs. mHasCallstackMessageIDs spares the messages of a destination without any
-        // the way through the lock.
-        QzSynch::RWLockPtr mpLock;
-        std::atomic<bool> mHasCallstackMessageIDs{false};
-        std::set<unsigned int> mCallstackMessageIDs;
+        std::unique_ptr<CallstackMessageIDs> const mpCallstackMessageIDs;
         std::atomic<unsigned short> mLanguageID{0};
     };
 }

@@ -1,12 +1,15 @@
 #include <QzLog/Destination_Impl.h>
 
 #include "message/CallFrame.h"
+#include "support/synch/ForkHold.h"
 
 #include <QzBase/CallStack.h>
 #include <QzBase/Conversions.h>
 #include <QzBase/StrongPtr.h>
+#include <QzSynch/Locks.h>
 
-#include <cstring>
+#include <algorithm>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -105,7 +108,41 @@ namespace QzLog
 
     Destination::~Destination() = default;
 
-    Destination_Impl::Destination_Impl() : mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)) {}
+    class Destination_Impl::CallstackMessageIDs
+    {
+    public:
+        CallstackMessageIDs() : mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)) {}
+
+        bool Contains(unsigned int id) const
+        {
+            if (!mIsUsed.load(std::memory_order_relaxed))
+                return false;
+            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+            return mIDs.contains(id);
+        }
+
+        std::set<unsigned int> Copy() const
+        {
+            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+            return mIDs;
+        }
+
+        void Replace(std::set<unsigned int>&& ids)
+        {
+            QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
+            mIsUsed.store(!ids.empty(), std::memory_order_relaxed);
+            mIDs.swap(ids);
+        }
+
+    private:
+        // Guards mIDs. mIsUsed spares the messages of a destination without any the way through the lock.
+        QzSynch::RWLockPtr const mpLock;
+        QzSynch::ForkHold const mForkHold{*mpLock};
+        std::atomic<bool> mIsUsed{false};
+        std::set<unsigned int> mIDs;
+    };
+
+    Destination_Impl::Destination_Impl() : mpCallstackMessageIDs(std::make_unique<CallstackMessageIDs>()) {}
 
     Destination_Impl::Destination_Impl(Destination_Impl const& other) : Destination_Impl()
     {
@@ -114,7 +151,7 @@ namespace QzLog
 
     Destination_Impl& Destination_Impl::operator=(Destination_Impl const& other)
     {
-        ReplaceCallstackMessageIDs(other.CopyCallstackMessageIDs());
+        mpCallstackMessageIDs->Replace(other.mpCallstackMessageIDs->Copy());
         mLanguageID.store(other.mLanguageID.load(std::memory_order_relaxed), std::memory_order_relaxed);
         return *this;
     }
@@ -123,7 +160,7 @@ namespace QzLog
 
     void Destination_Impl::SetCallstackMessageIDs(unsigned int const* ids, unsigned int count)
     {
-        ReplaceCallstackMessageIDs(std::set<unsigned int>(ids, ids + count));
+        mpCallstackMessageIDs->Replace(std::set<unsigned int>(ids, ids + count));
     }
 
     unsigned short Destination_Impl::GetLanguageID() const
@@ -134,27 +171,6 @@ namespace QzLog
     void Destination_Impl::SetLanguageID(unsigned short languageID)
     {
         mLanguageID.store(languageID, std::memory_order_relaxed);
-    }
-
-    void Destination_Impl::ReplaceCallstackMessageIDs(std::set<unsigned int>&& ids)
-    {
-        QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
-        mHasCallstackMessageIDs.store(!ids.empty(), std::memory_order_relaxed);
-        mCallstackMessageIDs.swap(ids);
-    }
-
-    std::set<unsigned int> Destination_Impl::CopyCallstackMessageIDs() const
-    {
-        QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-        return mCallstackMessageIDs;
-    }
-
-    bool Destination_Impl::WantsCallStack(unsigned int messageID) const
-    {
-        if (messageID == 0 || !mHasCallstackMessageIDs.load(std::memory_order_relaxed))
-            return false;
-        QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-        return mCallstackMessageIDs.contains(messageID);
     }
 
     QZLOG_CALL_FRAME QzBase::ReturnString Destination_Impl::FormatMultiLineMessageText(
@@ -174,7 +190,7 @@ namespace QzLog
             if (!body.empty())
                 AppendLines(text, body);
         }
-        if (WantsCallStack(messageID))
+        if (messageID != 0 && mpCallstackMessageIDs->Contains(messageID))
         {
             // Taken here and not in a helper: its first frame is this function's.
             CallStackPtr const stack(QzBase::CreateCallStack(nullptr));

@@ -61,7 +61,7 @@ namespace QzLog
     Destination_SystemLog::~Destination_SystemLog() = default;
 
     Destination_SystemLog_Impl::Destination_SystemLog_Impl()
-        : mpLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault))
+        : mpLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault)), mForkHold(*mpLock)
     {
     }
 

@@ -9,8 +9,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
@@ -130,5 +135,45 @@ namespace
         destination.reset();
         EXPECT_THAT(TakeCalls(), ElementsAre("register Tarnwickforge Application", "4 1 text", "register new",
                                      "reported", "deregister", "deregister"));
+    }
+
+    TEST_F(Output, NoLockIsLeftBehindInAForkedChild)
+    {
+        QzOs::gCalls.mpRegisterEventSource = [](unsigned short const*) -> void* { return nullptr; };
+        QzOs::gCalls.mpReportEvent = [](void*, unsigned short, unsigned int, unsigned short const*) {};
+        QzOs::gCalls.mpDeregisterEventSource = [](void*) {};
+        QzBase::CountedPtr<QzLog::Destination_SystemLog_Impl> const destination(new QzLog::Destination_SystemLog_Impl);
+        auto const use = [&](char const* sourceName)
+        {
+            unsigned int const id = 1;
+            destination->SetCallstackMessageIDs(&id, 1);
+            destination->FormatMultiLineMessageText(2, nullptr, nullptr, false);
+            destination->SetEventSource(sourceName);
+        };
+        std::atomic<bool> stop{false};
+        std::thread busy(
+            [&]
+            {
+                while (!stop)
+                {
+                    use("a");
+                    use("b");
+                }
+            });
+        for (int round = 0; round < 100 && !HasFailure(); ++round)
+        {
+            pid_t const child = fork();
+            if (child == 0)
+            {
+                alarm(60);
+                use("c");
+                _exit(0);
+            }
+            int status = -1;
+            EXPECT_EQ(waitpid(child, &status, 0), child);
+            EXPECT_EQ(status, 0);
+        }
+        stop = true;
+        busy.join();
     }
 }
