@@ -58,6 +58,6 @@ namespace QzLog
             object["oid"] = ToJSON(GetObjectID());
 
         mHeaderJSON.reserve(kReservedLength);
-        mHeaderJSON = Write(object);
+        mHeaderJSON += Write(object);
     }
 }

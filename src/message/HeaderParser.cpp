@@ -1,6 +1,6 @@
 #include "message/MessageHeader_Impl.h"
 
-#include "message/Ascii.h"
+#include "support/base/Ascii.h"
 
 #include <QzBase/Conversions.h>
 
@@ -36,7 +36,7 @@ namespace QzLog
 
             void SkipWhiteSpace() noexcept
             {
-                while (IsWhiteSpace(*mpText))
+                while (QzBase::IsWhiteSpace(*mpText))
                     ++mpText;
             }
 
@@ -69,11 +69,11 @@ namespace QzLog
                 bool const isNegative = *mpText == '-';
                 if (*mpText == '-' || *mpText == '+')
                     ++mpText;
-                if (!IsDigit(*mpText))
+                if (!QzBase::IsDigit(*mpText))
                     return false;
                 std::int64_t const limit = isNegative ? -std::int64_t{INT_MIN} : INT_MAX;
                 std::int64_t value = 0;
-                for (; IsDigit(*mpText); ++mpText)
+                for (; QzBase::IsDigit(*mpText); ++mpText)
                 {
                     if (value <= limit)
                         value = value * 10 + (*mpText - '0');
@@ -104,7 +104,8 @@ namespace QzLog
             if (!hasNames)
                 return false;
             scanner.SkipWhiteSpace();
-            if (!scanner.ReadWhile([](char c) { return !IsWhiteSpace(c); }, kMaxFunctionLength, source.mFunction))
+            if (!scanner.ReadWhile(
+                    [](char c) { return !QzBase::IsWhiteSpace(c); }, kMaxFunctionLength, source.mFunction))
                 return false;
             scanner.SkipWhiteSpace();
             if (!scanner.Skip("at"))

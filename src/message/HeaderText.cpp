@@ -1,6 +1,6 @@
 #include "message/MessageHeader_Impl.h"
 
-#include "message/Ascii.h"
+#include "support/base/Ascii.h"
 
 #include <cstring>
 #include <string_view>
@@ -37,7 +37,7 @@ namespace QzLog
                     *mpOut++ = '-';
                     magnitude = 0 - magnitude;
                 }
-                mpOut = WriteDecimal(mpOut, magnitude);
+                mpOut = QzBase::WriteDecimal(mpOut, magnitude);
                 return *this;
             }
 

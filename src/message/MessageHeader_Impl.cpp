@@ -1,7 +1,7 @@
 #include "message/MessageHeader_Impl.h"
 
-#include "message/Ascii.h"
 #include "message/TimestampText.h"
+#include "support/base/Ascii.h"
 
 #include <QzBase/Conversions.h>
 
@@ -23,8 +23,8 @@ namespace QzLog
         {
             if (cache.empty())
             {
-                char digits[kMaxDecimalDigits];
-                cache.assign(digits, WriteDecimal(digits, id));
+                char digits[QzBase::kMaxDecimalDigits];
+                cache.assign(digits, QzBase::WriteDecimal(digits, id));
             }
             return cache.c_str();
         }
@@ -33,8 +33,8 @@ namespace QzLog
         {
             if (cache.empty())
             {
-                char digits[8];
-                cache.assign(digits, WriteHex(digits, id, minimumDigits));
+                char digits[8]; // of a 32-bit number
+                cache.assign(digits, QzBase::WriteHex(digits, id, minimumDigits));
             }
             return cache.c_str();
         }
@@ -140,7 +140,7 @@ namespace QzLog
     {
         if (mTimestampText.empty())
         {
-            char text[kMaxTimestampText];
+            char text[QzDataType::kMaxDateTimeText];
             mTimestampText.assign(text, WriteTimestamp(text, mTimestamp));
         }
         return mTimestampText.c_str();

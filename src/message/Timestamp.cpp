@@ -1,7 +1,7 @@
 #include <QzLog/Timestamp.h>
 
-#include "message/Ascii.h"
 #include "message/TimestampText.h"
+#include "support/base/Ascii.h"
 
 #include <cstdint>
 #include <string>
@@ -15,7 +15,7 @@ namespace QzLog
         unsigned short ReadOffsetPart(char const*& text) noexcept
         {
             char const* position = text;
-            while (IsWhiteSpace(*position))
+            while (QzBase::IsWhiteSpace(*position))
                 ++position;
             bool const isNegative = *position == '-';
             if (*position == '-' || *position == '+')
@@ -23,7 +23,7 @@ namespace QzLog
 
             char const* const digits = position;
             std::uint64_t value = 0;
-            for (; IsDigit(*position); ++position)
+            for (; QzBase::IsDigit(*position); ++position)
             {
                 if (value <= UINT32_MAX)
                     value = value * 10 + static_cast<unsigned int>(*position - '0');
@@ -35,39 +35,6 @@ namespace QzLog
                 return static_cast<unsigned short>(UINT32_MAX);
             return static_cast<unsigned short>(isNegative ? 0 - value : value);
         }
-
-        char* WriteOffsetPart(char* out, unsigned short value) noexcept
-        {
-            return value < 100 ? WriteTwoDigits(out, value) : WriteDecimal(out, value);
-        }
-    }
-
-    char* WriteTimestamp(char* out, Timestamp const& timestamp) noexcept
-    {
-        auto const pair = [&out](int value, char separator)
-        {
-            out = WriteTwoDigits(out, static_cast<unsigned int>(value));
-            *out++ = separator;
-        };
-        int const year = timestamp.GetYear();
-        out = WriteTwoDigits(out, static_cast<unsigned int>(year) / 100);
-        pair(year % 100, '-');
-        pair(timestamp.GetMonth(), '-');
-        pair(timestamp.GetDay(), ' ');
-        pair(timestamp.GetHour(), ':');
-        pair(timestamp.GetMinute(), ':');
-        pair(timestamp.GetSecond(), '.');
-        int const millisecond = timestamp.GetMillisecond();
-        pair(millisecond / 10, static_cast<char>('0' + millisecond % 10));
-
-        if (timestamp.mOffsetHours != 0 || timestamp.mOffsetMinutes != 0)
-        {
-            *out++ = timestamp.mOffsetIsPositive ? '+' : '-';
-            out = WriteOffsetPart(out, timestamp.mOffsetHours);
-            *out++ = ':';
-            out = WriteOffsetPart(out, timestamp.mOffsetMinutes);
-        }
-        return out;
     }
 
     void Timestamp_Impl::SetToNowLocal()
@@ -82,7 +49,7 @@ namespace QzLog
 
     QzBase::ReturnString Timestamp_Impl::ToISO8601String() const
     {
-        char text[kMaxTimestampText];
+        char text[QzDataType::kMaxDateTimeText];
         return QzBase::ReturnString(std::string(text, WriteTimestamp(text, *this)));
     }
 

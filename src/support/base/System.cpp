@@ -2,6 +2,7 @@
 
 #include "os/Calls.h"
 #include "os/System.h"
+#include "support/base/Ascii.h"
 
 #include <QzBase/Conversions.h>
 
@@ -48,24 +49,18 @@ namespace QzBase
 
     ReturnWString GUID::ToWString() const
     {
-        WideString text;
-        text.reserve(36);
-        auto const append = [&text](unsigned int value, int digits)
-        {
-            for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
-                text.push_back(static_cast<unsigned short>("0123456789ABCDEF"[value >> shift & 0xF]));
-        };
-        append(Data1, 8);
-        text.push_back('-');
-        append(Data2, 4);
-        text.push_back('-');
-        append(Data3, 4);
+        char text[36];
+        char* end = WriteHex(text, Data1, 8);
+        *end++ = '-';
+        end = WriteHex(end, Data2, 4);
+        *end++ = '-';
+        end = WriteHex(end, Data3, 4);
         for (int i = 0; i < 8; ++i)
         {
             if (i == 0 || i == 2)
-                text.push_back('-');
-            append(Data4[i], 2);
+                *end++ = '-';
+            end = WriteHex(end, Data4[i], 2);
         }
-        return ReturnWString(std::move(text));
+        return ReturnWString(WideString(text, end));
     }
 }

@@ -1,8 +1,8 @@
 #include <QzDataType/DateTime.h>
 
 #include "os/Calls.h"
-
-#include <QzBase/ReturnString.h>
+#include "support/base/Ascii.h"
+#include "support/datatype/DateTimeText.h"
 
 #include <algorithm>
 #include <atomic>
@@ -68,10 +68,9 @@ namespace QzDataType
             return offset;
         }
 
-        void AppendPadded(std::string& out, int value, std::size_t digits)
+        char* WriteOffsetPart(char* out, unsigned int value) noexcept
         {
-            std::string const text = std::to_string(value);
-            out.append(digits > text.size() ? digits - text.size() : 0, '0').append(text);
+            return value < 100 ? QzBase::WriteTwoDigits(out, value) : QzBase::WriteDecimal(out, value);
         }
 
         /// Reads the parts of a date and time one behind the other.
@@ -86,7 +85,7 @@ namespace QzDataType
                 value = 0;
                 for (int i = 0; i < digits; ++i, ++mpText)
                 {
-                    if (!IsDigit(*mpText))
+                    if (!QzBase::IsDigit(*mpText))
                         return false;
                     value = value * 10 + (*mpText - '0');
                 }
@@ -115,7 +114,7 @@ namespace QzDataType
                     return true;
                 ++mpText;
                 int digits = 0;
-                for (int weight = 100; IsDigit(*mpText); ++mpText, ++digits, weight /= 10)
+                for (int weight = 100; QzBase::IsDigit(*mpText); ++mpText, ++digits, weight /= 10)
                     milliseconds += weight * (*mpText - '0');
                 return digits >= 1 && digits <= 9;
             }
@@ -123,8 +122,6 @@ namespace QzDataType
             unsigned int GetConsumed() const { return static_cast<unsigned int>(mpText - mpStart); }
 
         private:
-            static bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
             char const* mpStart;
             char const* mpText;
         };
@@ -191,25 +188,42 @@ namespace QzDataType
                mMillisecond;
     }
 
+    char* WriteDateTime(char* out, DateTime const& time, bool isAheadOfUTC, unsigned int offsetHours,
+        unsigned int offsetMinutes) noexcept
+    {
+        auto const pair = [&out](int value, char separator)
+        {
+            out = QzBase::WriteTwoDigits(out, static_cast<unsigned int>(value));
+            *out++ = separator;
+        };
+        int const year = time.GetYear();
+        out = QzBase::WriteTwoDigits(out, static_cast<unsigned int>(year) / 100);
+        pair(year % 100, '-');
+        pair(time.GetMonth(), '-');
+        pair(time.GetDay(), ' ');
+        pair(time.GetHour(), ':');
+        pair(time.GetMinute(), ':');
+        pair(time.GetSecond(), '.');
+        int const millisecond = time.GetMillisecond();
+        pair(millisecond / 10, static_cast<char>('0' + millisecond % 10));
+
+        if (offsetHours != 0 || offsetMinutes != 0)
+        {
+            *out++ = isAheadOfUTC ? '+' : '-';
+            out = WriteOffsetPart(out, offsetHours);
+            *out++ = ':';
+            out = WriteOffsetPart(out, offsetMinutes);
+        }
+        return out;
+    }
+
     QzBase::ReturnString DateTime::ToString() const
     {
-        std::string text;
-        text.reserve(29);
-        AppendPadded(text, mYear, 4);
-        AppendPadded(text += '-', mMonth, 2);
-        AppendPadded(text += '-', mDay, 2);
-        AppendPadded(text += ' ', mHour, 2);
-        AppendPadded(text += ':', mMinute, 2);
-        AppendPadded(text += ':', mSecond, 2);
-        AppendPadded(text += '.', mMillisecond, 3);
-
         int const offset = mZoneMinutes + mDaylightMinutes;
-        if (offset != 0)
-        {
-            AppendPadded(text += offset > 0 ? '+' : '-', std::abs(offset) / 60, 2);
-            AppendPadded(text += ':', std::abs(offset) % 60, 2);
-        }
-        return QzBase::ReturnString(std::move(text));
+        auto const distance = static_cast<unsigned int>(offset < 0 ? -offset : offset);
+        char text[kMaxDateTimeText];
+        char* const end = WriteDateTime(text, *this, offset > 0, distance / 60, distance % 60);
+        return QzBase::ReturnString(std::string(text, end));
     }
 
     unsigned int DateTime::FromString(char const* text)

@@ -1,6 +1,7 @@
 #include <QzResource/MessageFormatter.h>
 
 #include "os/Unicode.h"
+#include "support/base/Ascii.h"
 #include "support/base/TemplateText.h"
 #include "support/resource/KeptMemory.h"
 
@@ -12,7 +13,7 @@ namespace QzResource
 {
     namespace
     {
-        constexpr std::size_t kWideHexDigits = 8;
+        constexpr int kWideHexDigits = 8;
         constexpr std::size_t kFirstEnds = 8;
 
         template <class Integer>
@@ -170,24 +171,22 @@ namespace QzResource
     MessageFormatter& MessageFormatter::InsertUnsigned(unsigned long long value)
     {
         char text[24];
-        if (mNumberForm == NumberForm::Decimal)
+        char* end = text;
+        switch (mNumberForm)
         {
-            char* const end = std::to_chars(text, text + sizeof(text), value).ptr;
-            return InsertText(text, static_cast<std::size_t>(end - text));
+        case NumberForm::Decimal:
+            end = std::to_chars(text, text + sizeof(text), value).ptr;
+            break;
+        case NumberForm::Hexadecimal:
+            end = QzBase::WriteHex(text, value, 1);
+            break;
+        case NumberForm::WideHexadecimal:
+            *end++ = '0';
+            *end++ = 'x';
+            end = QzBase::WriteHex(end, value, kWideHexDigits);
+            break;
         }
-
-        bool const isWide = mNumberForm == NumberForm::WideHexadecimal;
-        char* const last = text + sizeof(text);
-        char* const padded = last - (isWide ? kWideHexDigits : 1);
-        char* first = last;
-        for (; value != 0 || first > padded; value >>= 4)
-            *--first = "0123456789ABCDEF"[value & 0xF];
-        if (isWide)
-        {
-            *--first = 'x';
-            *--first = '0';
-        }
-        return InsertText(first, static_cast<std::size_t>(last - first));
+        return InsertText(text, static_cast<std::size_t>(end - text));
     }
 
     // Done before a value is appended, so that noting its end cannot fail: a value without a noted end would

@@ -5,7 +5,7 @@
 
 // ASCII text without locale. Numbers are written straight into a buffer; each Write returns where the text ends.
 
-namespace QzLog
+namespace QzBase
 {
     inline bool IsWhiteSpace(char c) noexcept
     {
@@ -36,11 +36,11 @@ namespace QzLog
         return std::to_chars(out, out + kMaxDecimalDigits, value).ptr;
     }
 
-    /// Upper-case hexadecimal digits, at least `minimum` (1 to 8) of them.
-    inline char* WriteHex(char* out, unsigned int value, int minimum) noexcept
+    /// Upper-case hexadecimal digits, at least `minimum` (1 to 16) of them.
+    inline char* WriteHex(char* out, unsigned long long value, int minimum) noexcept
     {
         int digits = minimum;
-        while (digits < 8 && value >> (4 * digits) != 0)
+        while (digits < 16 && value >> (4 * digits) != 0)
             ++digits;
         for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
             *out++ = "0123456789ABCDEF"[value >> shift & 0xF];
