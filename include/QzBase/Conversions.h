@@ -8,8 +8,8 @@ namespace QzBase
     /// The byte order mark U+FEFF as wide text of one code unit.
     QZLOG_API extern unsigned short const* const UNICODE_BYTE_ORDER_MARK;
 
-    // The conversions below never fail, may be called from any thread, and give the empty text for
-    // null. Their bool says where the text goes:
+    // What follows may be called from any thread and throws std::bad_alloc, but fails on no text: null gives
+    // the empty text or 0. The bool of the three conversions says where the text goes:
     //   true   message text on its way out: what is malformed becomes U+FFFD (one for each maximal
     //          malformed piece), so the result is always well-formed;
     //   false  names and paths: bytes converted to wide text and back are the same bytes, whatever they
@@ -32,8 +32,9 @@ namespace QzBase
     /// The decimal digits of `value`, with a leading "-" if it is negative.
     QZLOG_API ReturnString ToDecimalString(int value);
 
-    /// Reads an optional sign and decimal digits at the start of `text`, behind blanks; what follows is
-    /// ignored. No digits give 0; a value out of range gives the nearest end of `int`.
+    /// Reads an optional sign and decimal digits at the start of `text`, behind white space; what follows is
+    /// ignored. No digits give 0; of a number that does not fit the low 32 bits remain, so that an unsigned
+    /// number of 32 bits comes back when the result is converted to one.
     QZLOG_API int DecimalToInt(char const* text);
 
     /// Reads hexadecimal digits of either case at the start of `text`; what follows is ignored. No

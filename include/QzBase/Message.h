@@ -21,9 +21,14 @@ namespace QzBase
     /// The error and message object, and what the library throws. It holds a domain, a signed 32-bit
     /// ID, a wide text with "%1" to "%99" for its arguments, texts by language ID, and a tree of
     /// lower-level messages, the causes. A value: copies share nothing, and one object is used by one
-    /// thread at a time (reading alone may be done by several).
+    /// thread at a time (reading alone may be done by several). Whatever stores something throws
+    /// std::bad_alloc.
     ///
-    /// Everything thrown by this library is a Message or derives from it; catch `QzBase::Message&`.
+    /// Apart from std::bad_alloc everything thrown by this library is a Message or derives from it; catch
+    /// `QzBase::Message&`.
+    ///
+    /// Each level takes some of the stack when a message is copied, formatted or ended: tens of thousands of
+    /// levels are too many for a usual thread.
     class QZLOG_API Message
     {
     public:
@@ -111,7 +116,7 @@ namespace QzBase
     };
 
     /// The text of `message` in a language, UTF-8: the level's text with its arguments filled in, and
-    /// below it, one line each (LF between them), its causes, parents before children. A level without a
+    /// below it, one line each (CR LF between them), its causes, parents before children. A level without a
     /// text in that language gives the text it was made with; one whose text is empty gives no line.
     /// Language 0 is the process language.
     QZLOG_API ReturnString FormatMessage(Message const& message, unsigned short languageID);

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <utility>
 
 namespace
@@ -34,9 +33,6 @@ namespace
             now += 60'000;
             EXPECT_STREQ(timestamp.ToISO8601String().c_str(), expected);
             EXPECT_EQ(timestamp.mOffsetIsPositive, zone > 0);
-            Timestamp_Impl readBack;
-            EXPECT_EQ(readBack.FromISO8601String(expected), std::strlen(expected));
-            EXPECT_STREQ(readBack.ToISO8601String().c_str(), expected);
         }
         QzOs::gCalls = calls;
     }
@@ -52,6 +48,7 @@ namespace
         } const cases[] = {
             {"2026-11-18 03:02:07.123 [HOST:", 23, "2026-11-18 03:02:07.123"},
             {"0987-11-18 03:02:07.123", 23, "0987-11-18 03:02:07.123"},
+            {"2026-11-18 03:02:07.123-03:30", 29, "2026-11-18 03:02:07.123-03:30"},
             {"2026-11-18 03:02:07.123+14:59x", 29, "2026-11-18 03:02:07.123+14:59"},
             {"2026-11-18 03:02:07.123+5:3", 27, "2026-11-18 03:02:07.123+05:03"},
             {"2026-11-18 03:02:07.123+ 05: +030.", 33, "2026-11-18 03:02:07.123+05:30"},

@@ -12,8 +12,8 @@
 #include <sys/statvfs.h>
 #include <sys/types.h>
 
-// The calls to the kernel and the C runtime that the file layer makes. They go through one table, so that a
-// test can make each of them fail.
+// The calls to the kernel and the C runtime that files and the debug output need. They go through one table, so
+// that a test can make each of them fail.
 
 namespace QzOs::Posix
 {

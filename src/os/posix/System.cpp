@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cerrno>
 
-#include <locale.h>
 #include <pthread.h>
 #include <string.h>
 #include <unistd.h>
@@ -77,10 +76,9 @@ namespace QzOs
 
     std::string DescribeError(std::uint32_t error)
     {
-        // In the "C" locale whatever the host program has set: a translation could come in any charset.
-        // Never freed, because errors are described until the process ends.
-        static locale_t const cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
-        return strerror_l(static_cast<int>(error), cLocale);
+        // Never translated, whatever locale the host program has set: a translation could come in any charset.
+        char const* const text = strerrordesc_np(static_cast<int>(error));
+        return text ? text : "Unknown error " + std::to_string(error);
     }
 
     void MakeUniqueIdentifier(unsigned char (&bytes)[16])

@@ -1,11 +1,9 @@
 #include <QzBase/Conversions.h>
 
 #include "os/Unicode.h"
+#include "support/base/Ascii.h"
 
 #include <charconv>
-#include <climits>
-#include <cstdint>
-#include <cstring>
 
 namespace QzBase
 {
@@ -26,7 +24,7 @@ namespace QzBase
 
         int ToHexDigit(char c)
         {
-            if (c >= '0' && c <= '9')
+            if (IsDigit(c))
                 return c - '0';
             if (c >= 'a' && c <= 'f')
                 return c - 'a' + 10;
@@ -79,17 +77,15 @@ namespace QzBase
     {
         if (!text)
             return 0;
-        text += std::strspn(text, " \t\n\v\f\r");
+        while (IsWhiteSpace(*text))
+            ++text;
         bool const isNegative = *text == '-';
         if (*text == '-' || *text == '+')
             ++text;
-
-        std::int64_t value = 0;
-        for (; *text >= '0' && *text <= '9' && value <= INT_MAX; ++text)
-            value = value * 10 + (*text - '0');
-        if (isNegative)
-            return -value < INT_MIN ? INT_MIN : static_cast<int>(-value);
-        return value > INT_MAX ? INT_MAX : static_cast<int>(value);
+        unsigned int value = 0;
+        for (; IsDigit(*text); ++text)
+            value = value * 10 + static_cast<unsigned int>(*text - '0');
+        return static_cast<int>(isNegative ? 0 - value : value);
     }
 
     unsigned int HexToUnsignedInt(char const* text, bool allowPrefix)

@@ -18,7 +18,7 @@ namespace QzBase
         {
             std::size_t const before = out.size();
             if (before != 0)
-                out += '\n';
+                out += "\r\n";
             std::size_t const start = out.size();
             AppendLevel(out, message, languageID);
             if (out.size() == start)

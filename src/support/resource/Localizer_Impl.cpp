@@ -31,8 +31,7 @@ namespace QzResource
 
     Localizer_Impl::Key Localizer_Impl::MakeKey(unsigned short languageID, unsigned short domain, int id) noexcept
     {
-        unsigned short const language = languageID ? languageID : QzBase::GetProcessLanguage();
-        return Key{language} << 48 | Key{domain} << 32 | static_cast<unsigned int>(id);
+        return Key{QzBase::ResolveLanguage(languageID)} << 48 | Key{domain} << 32 | static_cast<unsigned int>(id);
     }
 
     // Never destroyed: messages of static objects are formatted until the process is gone.
@@ -59,7 +58,6 @@ namespace QzResource
 
     void SetProcessLanguageID(unsigned short languageID)
     {
-        if (languageID != 0)
-            QzBase::SetProcessLanguage(languageID);
+        QzBase::SetProcessLanguage(languageID);
     }
 }

@@ -29,7 +29,7 @@ namespace QzResource
 
         static Key MakeKey(unsigned short languageID, unsigned short domain, int id) noexcept;
 
-        QzSynch::RWLockPtr mpLock; // guards both texts below
+        QzSynch::RWLockPtr mpLock; // guards the texts below
         QzSynch::ForkHold const mForkHold{*mpLock};
         // Each text once and for ever: readers keep pointers to texts that are registered anew later.
         std::set<std::string> mTexts;

@@ -10,128 +10,114 @@
 #include <thread>
 #include <vector>
 
-namespace
+using namespace QzBase;
+using namespace QzBase::Literals;
+
+TEST(ConversionsTest, TextGoesBothWays)
 {
-    using namespace QzBase;
-    using namespace QzBase::Literals;
+    EXPECT_STREQ(WideCharToUTF8(u"\u00E4\U0001F600\xD800"_w, true).c_str(), "\xC3\xA4\xF0\x9F\x98\x80\xEF\xBF\xBD");
+    EXPECT_EQ(WideString(UTF8ToWideChar("\xC3\xA4\xFF", true).c_str()), u"\u00E4\uFFFD"_w);
+    EXPECT_STREQ(WideCharToUTF8(UTF8ToWideChar("a\xFF", false).c_str(), false).c_str(), "a\xFF");
+    EXPECT_STREQ(WideCharToUTF8(UNICODE_BYTE_ORDER_MARK, true).c_str(), "\xEF\xBB\xBF");
+    EXPECT_STREQ(WideCharToASCII(u"a\u00E4\U0001F600\xD800z\xDC00"_w, false).c_str(), "a???z?");
+    EXPECT_EQ(UTF8ToWideChar(nullptr, true).size(), 0u);
+    EXPECT_EQ(WideCharToUTF8(nullptr, false).size() + WideCharToASCII(nullptr, true).size(), 0u);
+}
 
-    TEST(ConversionsTest, TextGoesBothWays)
+TEST(ConversionsTest, NumbersAreRead)
+{
+    struct
     {
-        EXPECT_STREQ(WideCharToUTF8(u"\u00E4\U0001F600\xD800"_w, true).c_str(), "\xC3\xA4\xF0\x9F\x98\x80\xEF\xBF\xBD");
-        EXPECT_EQ(WideString(UTF8ToWideChar("\xC3\xA4\xFF", true).c_str()), u"\u00E4\uFFFD"_w);
-        EXPECT_STREQ(WideCharToUTF8(UTF8ToWideChar("a\xFF", false).c_str(), false).c_str(), "a\xFF");
-        EXPECT_STREQ(WideCharToUTF8(UNICODE_BYTE_ORDER_MARK, true).c_str(), "\xEF\xBB\xBF");
-        EXPECT_STREQ(WideCharToASCII(u"a\u00E4\U0001F600\xD800z\xDC00"_w, false).c_str(), "a???z?");
-        EXPECT_EQ(UTF8ToWideChar(nullptr, true).size() + WideCharToUTF8(nullptr, false).size() +
-                      WideCharToASCII(nullptr, true).size(),
-            0u);
+        char const* mText;
+        int mDecimal;
+        unsigned int mHex;
+        unsigned int mHexWithPrefix;
+    } const cases[] = {
+        {nullptr, 0, 0, 0},
+        {"12x", 12, 0x12, 0x12},
+        {" \t-7", -7, 0, 0},
+        {"+-8", 0, 0, 0},
+        {"2147483648", INT_MIN, 0x47483648, 0x47483648},
+        {"18446744073709551617", 1, 0x09551617, 0x09551617},
+        {"-4294967297", -1, 0, 0},
+        {"0xaBc", 0, 0, 0xABC},
+        {"0x", 0, 0, 0},
+        {"1DEADBEEFg", 1, 0xDEADBEEF, 0xDEADBEEF},
+    };
+    for (auto const& test : cases)
+    {
+        SCOPED_TRACE(test.mText ? test.mText : "null");
+        EXPECT_EQ(DecimalToInt(test.mText), test.mDecimal);
+        EXPECT_EQ(HexToUnsignedInt(test.mText, false), test.mHex);
+        EXPECT_EQ(HexToUnsignedInt(test.mText, true), test.mHexWithPrefix);
     }
+    EXPECT_STREQ(ToDecimalString(INT_MIN).c_str(), "-2147483648");
+}
 
-    TEST(ConversionsTest, NumbersAreRead)
+TEST(ConversionsTest, GUIDsHaveTheirTextForm)
+{
+    GUID guid;
+    static_cast<_GUID&>(guid) = {0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
+    EXPECT_EQ(WideString(guid.ToWString().c_str()), u"01234567-89AB-CDEF-0123-456789ABCDEF"_w);
+    CreateGUID(guid);
+    WideString const text = guid.ToWString().c_str();
+    EXPECT_EQ(text[14], '4') << "not the version that tells random identifiers";
+    CreateGUID(guid);
+    EXPECT_NE(text, guid.ToWString().c_str());
+}
+
+TEST(ConversionsTest, TimerAddsOnce)
+{
+    static std::int64_t gNow = 100;
+    QzOs::Calls const calls = QzOs::gCalls;
+    QzOs::gCalls.mpGetMonotonicNanoseconds = [] { return gNow; };
+    TotalTimer total;
     {
-        struct
+        TotalTimer::Timer stopped(total);
+        gNow += 5;
+        stopped.Stop();
+        TotalTimer::Timer const notStopped(total);
+        gNow += 10;
+    }
+    QzOs::gCalls = calls;
+    EXPECT_EQ(total.GetTotalNanoseconds(), 15);
+}
+
+TEST(ConversionsTest, BufferKeepsItsPiecesApart)
+{
+    Buffer buffer;
+    std::vector<WideString> texts;
+    for (unsigned short i = 0; i < 200; ++i)
+    {
+        std::size_t const alignment = std::size_t{1} << i % 5;
+        void* const piece = buffer.Allocate(i % 3, alignment);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(piece) % alignment, 0u);
+        texts.emplace_back(i % 40 == 39 ? 9000u : i, i, Allocator<unsigned short>(&buffer));
+    }
+    for (unsigned short i = 0; i < 200; ++i)
+        EXPECT_EQ(texts[i].find_first_not_of(i), WideString::npos);
+    EXPECT_THROW(buffer.Allocate(static_cast<std::size_t>(-1), 1), std::bad_alloc);
+}
+
+TEST(FeaturesTest, SwitchesOfManyThreadsAllCount)
+{
+    EXPECT_FALSE(IsFeatureEnabled(nullptr));
+    SetFeatureEnabled(nullptr, true);
+    constexpr unsigned short kNames = 500;
+    auto const switchAll = []
+    {
+        for (unsigned short name = 1; name <= kNames; ++name)
         {
-            char const* mText;
-            int mDecimal;
-            unsigned int mHex;
-            unsigned int mHexWithPrefix;
-        } const cases[] = {
-            {nullptr, 0, 0, 0},
-            {"12x", 12, 0x12, 0x12},
-            {" \t-7", -7, 0, 0},
-            {"+-8", 0, 0, 0},
-            {"2147483648", INT_MAX, 0x47483648, 0x47483648},
-            {"-99999999999999999999", INT_MIN, 0, 0},
-            {"99999999999999999999", INT_MAX, 0x99999999, 0x99999999},
-            {"0xaBc", 0, 0, 0xABC},
-            {"0x", 0, 0, 0},
-            {"1DEADBEEFg", 1, 0xDEADBEEF, 0xDEADBEEF},
-        };
-        for (auto const& test : cases)
-        {
-            SCOPED_TRACE(test.mText ? test.mText : "null");
-            EXPECT_EQ(DecimalToInt(test.mText), test.mDecimal);
-            EXPECT_EQ(HexToUnsignedInt(test.mText, false), test.mHex);
-            EXPECT_EQ(HexToUnsignedInt(test.mText, true), test.mHexWithPrefix);
+            unsigned short const text[] = {'S', name, 0};
+            SetFeatureEnabled(text, true);
+            EXPECT_TRUE(IsFeatureEnabled(text));
         }
-        EXPECT_STREQ(ToDecimalString(INT_MIN).c_str(), "-2147483648");
-    }
-
-    TEST(ConversionsTest, GUIDsHaveTheirTextForm)
-    {
-        GUID guid;
-        static_cast<_GUID&>(guid) = {0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
-        EXPECT_EQ(WideString(guid.ToWString().c_str()), u"01234567-89AB-CDEF-0123-456789ABCDEF"_w);
-        CreateGUID(guid);
-        WideString const text = guid.ToWString().c_str();
-        EXPECT_EQ(text[14], '4') << "not the version that tells random identifiers";
-        CreateGUID(guid);
-        EXPECT_NE(text, guid.ToWString().c_str());
-    }
-
-    TEST(ConversionsTest, TimerAddsOnce)
-    {
-        static std::int64_t gNow = 100;
-        QzOs::Calls const calls = QzOs::gCalls;
-        QzOs::gCalls.mpGetMonotonicNanoseconds = [] { return gNow; };
-        TotalTimer total;
-        {
-            TotalTimer::Timer stopped(total);
-            gNow += 5;
-            stopped.Stop();
-            gNow += 7;
-            TotalTimer::Timer const notStopped(total);
-            gNow += 10;
-        }
-        QzOs::gCalls = calls;
-        EXPECT_EQ(total.GetTotalNanoseconds(), 15);
-    }
-
-    TEST(ConversionsTest, BufferKeepsItsPiecesApart)
-    {
-        Buffer buffer;
-        std::vector<WideString> texts;
-        for (std::size_t i = 0; i < 200; ++i)
-        {
-            std::size_t const alignment = std::size_t{1} << i % 5;
-            void* const piece = buffer.Allocate(i % 3, alignment);
-            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(piece) % alignment, 0u);
-            std::size_t const length = i % 40 == 39 ? 9000 : i;
-            texts.emplace_back(length, static_cast<unsigned short>(i), Allocator<unsigned short>(&buffer));
-        }
-        for (std::size_t i = 0; i < texts.size(); ++i)
-            EXPECT_EQ(texts[i].find_first_not_of(static_cast<unsigned short>(i)), WideString::npos);
-        EXPECT_THROW(buffer.Allocate(static_cast<std::size_t>(-1), 1), std::bad_alloc);
-    }
-
-    TEST(FeaturesTest, SwitchesOfManyThreadsAllCount)
-    {
-        EXPECT_FALSE(IsFeatureEnabled(nullptr));
-        SetFeatureEnabled(nullptr, true);
-        EXPECT_FALSE(IsFeatureEnabled(u"F"_w));
-
-        constexpr unsigned short kThreads = 8;
-        constexpr unsigned short kNames = 100;
-        std::vector<std::thread> threads;
-        for (unsigned short thread = 0; thread < kThreads; ++thread)
-            threads.emplace_back(
-                [thread]
-                {
-                    for (unsigned short name = 1; name <= kNames; ++name)
-                    {
-                        unsigned short const own[] = {'T', static_cast<unsigned short>(thread + 1), name, 0};
-                        unsigned short const shared[] = {'S', name, 0};
-                        SetFeatureEnabled(own, true);
-                        EXPECT_TRUE(IsFeatureEnabled(own));
-                        SetFeatureEnabled(shared, true);
-                        EXPECT_TRUE(IsFeatureEnabled(shared));
-                    }
-                });
-        for (std::thread& thread : threads)
-            thread.join();
-        SetFeatureEnabled(u"S\x0001"_w, false);
-        EXPECT_FALSE(IsFeatureEnabled(u"S\x0001"_w));
-        EXPECT_TRUE(IsFeatureEnabled(u"S\x0002"_w));
-        EXPECT_FALSE(IsFeatureEnabled(u"S"_w));
-    }
+    };
+    std::thread other(switchAll);
+    switchAll();
+    other.join();
+    SetFeatureEnabled(u"S\x0001"_w, false);
+    EXPECT_FALSE(IsFeatureEnabled(u"S\x0001"_w)) << "a name stands twice";
+    EXPECT_TRUE(IsFeatureEnabled(u"S\x0002"_w));
+    EXPECT_FALSE(IsFeatureEnabled(u"S"_w));
 }
