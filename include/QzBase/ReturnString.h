@@ -9,7 +9,8 @@
 namespace QzBase
 {
     /// Narrow text, UTF-8 unless the operation that returns it says otherwise, returned by value. The
-    /// pointer is valid as long as this object. A value: not shared between threads.
+    /// pointer is valid as long as this object. A value: not shared between threads. Copying throws
+    /// std::bad_alloc.
     class ReturnString
     {
     public:
@@ -30,7 +31,7 @@ namespace QzBase
         std::string mText;
     };
 
-    /// Wide text (UTF-16) returned by value. The pointer is valid as long as this object.
+    /// The same for wide text (UTF-16).
     class ReturnWString
     {
     public:

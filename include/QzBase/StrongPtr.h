@@ -5,8 +5,8 @@
 
 namespace QzBase
 {
-    /// Deletes an object through its own virtual operation `Delete`, which is how locks, call stacks'
-    /// owners and thread-local storages go: they are freed by the library that made them.
+    /// Deletes an object through its own virtual operation `Delete`, which is how locks and thread-local
+    /// storages go: they are freed by the library that made them.
     template <class T>
     struct DeleteOperatorGeneric
     {

@@ -3,7 +3,8 @@
 #include <QzBase/Export.h>
 #include <QzBase/ReturnString.h>
 
-// What the library asks of the system it runs on. All of it may be called from any thread.
+// What the library asks of the system it runs on. All of it may be called from any thread; what gives or keeps
+// a text throws std::bad_alloc.
 
 namespace QzBase
 {

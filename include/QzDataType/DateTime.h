@@ -38,8 +38,8 @@ namespace QzDataType
             short daylightMinutes) noexcept;
 
         /// The current time in the process's time zone, with its distance from UTC. The distance is asked of
-        /// the system once for each minute of the clock, so a new setting of the zone counts from the next
-        /// minute on.
+        /// the system once for each minute of the clock, so another zone (which takes a tzset) counts from the
+        /// next minute on.
         static DateTime Now();
 
         /// The current time in UTC.
@@ -53,7 +53,7 @@ namespace QzDataType
         int GetSecond() const noexcept { return mSecond; }
         int GetMillisecond() const noexcept { return mMillisecond; }
 
-        /// "2026-11-18 03:02:07.123-05:00"; without the offset when it is zero.
+        /// "2026-11-18 03:02:07.123-05:00"; without the offset when it is zero. Throws std::bad_alloc.
         QzBase::ReturnString ToString() const;
 
         /// Reads "2026-11-18 03:02:07.123" at the start of the text and returns how many characters it

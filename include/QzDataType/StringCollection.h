@@ -4,7 +4,7 @@
 
 namespace QzDataType
 {
-    /// A list of wide strings. Not synchronised.
+    /// A list of wide strings (UTF-16). Not synchronised. Adding and creating throw std::bad_alloc.
     class QZLOG_API StringCollection
     {
     public:

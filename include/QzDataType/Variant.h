@@ -7,7 +7,8 @@
 
 namespace QzDataType
 {
-    /// A text value, given as UTF-8 or as UTF-16 and read as UTF-8. A value.
+    /// A text value, given as UTF-8 or as UTF-16 and read as UTF-8. A value, which may be read by any thread.
+    /// Constructing throws std::bad_alloc.
     class QZLOG_API Variant
     {
     public:

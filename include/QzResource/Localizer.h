@@ -14,7 +14,7 @@ namespace QzResource
         ~Localizer() override;
     };
 
-    /// The localizer of the process.
+    /// The localizer of the process. May be called from any thread; the first call throws std::bad_alloc.
     QZLOG_API QzBase::ReturnPtrI<Localizer> GetLocalizer();
 
     /// Registers a message text for a language, a message domain and an ID, in place of one registered

@@ -7,7 +7,7 @@ namespace QzSynch
 {
     /// A bare pointer to an owner, guarded by a critical section: what a lower object holds in place of
     /// a counted reference upward, so that no cycle of references arises. All operations may be called
-    /// from any thread.
+    /// from any thread. Constructing throws std::bad_alloc.
     template <class T>
     class CallbackProxyImpl
     {
