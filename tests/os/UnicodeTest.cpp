@@ -10,86 +10,77 @@ namespace
 
     using Units = std::u16string;
 
-    std::basic_string<unsigned short> Widen(std::string const& bytes, Malformed malformed)
+    Units Widen(std::string const& bytes, Malformed malformed)
     {
         std::basic_string<unsigned short> units;
         AppendWide(units, bytes.data(), bytes.size(), malformed);
-        return units;
+        return Units(units.begin(), units.end());
     }
 
-    Units ToUnits(std::basic_string<unsigned short> const& text)
+    std::string Narrow(Units const& text, Malformed malformed, bool* isExact = nullptr)
     {
-        return Units(text.begin(), text.end());
-    }
-
-    std::string Narrow(std::basic_string<unsigned short> const& units, Malformed malformed)
-    {
-        std::string bytes;
-        AppendUTF8(bytes, units.data(), units.size(), malformed);
+        std::basic_string<unsigned short> const units(text.begin(), text.end());
+        std::string appended = "x";
+        AppendUTF8(appended, units.data(), units.size(), malformed);
+        std::string bytes(units.size() * kUTF8BytesPerUnit, '\0');
+        bytes.resize(EncodeUTF8(bytes.data(), units.data(), units.size(), malformed, isExact));
+        EXPECT_EQ(appended, 'x' + bytes);
         return bytes;
     }
 
-    TEST(UnicodeTest, BytesBecomeUnits)
+    TEST(UnicodeTest, BytesBecomeUnitsAndBytesAgain)
     {
         struct
         {
-            char const* mName;
             std::string mBytes;
             Units mReplaced;
             Units mKept;
         } const cases[] = {
-            {"long ASCII", "0123456789abcdefg", u"0123456789abcdefg", u"0123456789abcdefg"},
-            {"every length", "A\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80Z", u"A\u00E4\u20AC\U0001F600Z",
-                u"A\u00E4\u20AC\U0001F600Z"},
-            {"mark and noncharacters", "\xEF\xBB\xBF\xEF\xBF\xBF", u"\uFEFF\uFFFF", u"\uFEFF\uFFFF"},
-            {"lone continuation bytes", "\x80\xBF", u"\uFFFD\uFFFD", u"\xDC80\xDCBF"},
-            {"piece cut by ASCII", "\xE2\x82x", u"\uFFFDx", u"\xDCE2\xDC82x"},
-            {"piece cut by the end", "\xF0\x9F\x98", u"\uFFFD", u"\xDCF0\xDC9F\xDC98"},
-            {"piece cut by a lead byte", "\xE2\xC3\xA4", u"\uFFFD\u00E4", u"\xDCE2\u00E4"},
-            {"overlong", "\xC0\xAF\xE0\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD", u"\xDCC0\xDCAF\xDCE0\xDC80\xDC80"},
-            {"surrogate pair", "\xED\xA0\x80\xED\xB0\x80", Units(6, 0xFFFD), u"\xDCED\xDCA0\xDC80\xDCED\xDCB0\xDC80"},
-            {"beyond the last", "\xF4\x90\x80\x80", Units(4, 0xFFFD), u"\xDCF4\xDC90\xDC80\xDC80"},
-            {"never a byte", "\xFF\xFE", u"\uFFFD\uFFFD", u"\xDCFF\xDCFE"},
-            {"zero inside", std::string("a\0b", 3), Units(u"a\0b", 3), Units(u"a\0b", 3)},
+            {"0123456789abcdefg", u"0123456789abcdefg", u"0123456789abcdefg"},
+            {"A\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80Z", u"A\u00E4\u20AC\U0001F600Z", u"A\u00E4\u20AC\U0001F600Z"},
+            {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\xD800\xDC00\xDBFF\xDFFF", u"\xD800\xDC00\xDBFF\xDFFF"},
+            {"\xEF\xBB\xBF\xEF\xBF\xBF", u"\uFEFF\uFFFF", u"\uFEFF\uFFFF"},
+            {std::string("a\0b", 3), Units(u"a\0b", 3), Units(u"a\0b", 3)},
+            // Lone continuation bytes; pieces cut by ASCII, by the end and by a lead byte.
+            {"\x80\xBF", u"\uFFFD\uFFFD", u"\xDC80\xDCBF"},
+            {"\xE2\x82x", u"\uFFFDx", u"\xDCE2\xDC82x"},
+            {"\xF0\x9F\x98", u"\uFFFD", u"\xDCF0\xDC9F\xDC98"},
+            {"\xE2\xC3\xA4", u"\uFFFD\u00E4", u"\xDCE2\u00E4"},
+            // Overlong forms, a surrogate pair, beyond the last character, and what is never a byte of UTF-8.
+            {"\xC0\xAF\xE0\x80\x80", Units(5, 0xFFFD), u"\xDCC0\xDCAF\xDCE0\xDC80\xDC80"},
+            {"\xED\xA0\x80\xED\xB0\x80", Units(6, 0xFFFD), u"\xDCED\xDCA0\xDC80\xDCED\xDCB0\xDC80"},
+            {"\xF4\x90\x80\x80", Units(4, 0xFFFD), u"\xDCF4\xDC90\xDC80\xDC80"},
+            {"\xFF\xFE", u"\uFFFD\uFFFD", u"\xDCFF\xDCFE"},
         };
         for (auto const& test : cases)
         {
-            SCOPED_TRACE(test.mName);
-            EXPECT_EQ(ToUnits(Widen(test.mBytes, Malformed::Replace)), test.mReplaced);
-            EXPECT_EQ(ToUnits(Widen(test.mBytes, Malformed::Keep)), test.mKept);
-            EXPECT_EQ(Narrow(Widen(test.mBytes, Malformed::Keep), Malformed::Keep), test.mBytes);
+            SCOPED_TRACE(testing::PrintToString(test.mBytes));
+            EXPECT_EQ(Widen(test.mBytes, Malformed::Replace), test.mReplaced);
+            EXPECT_EQ(Widen(test.mBytes, Malformed::Keep), test.mKept);
+            EXPECT_EQ(Narrow(test.mKept, Malformed::Keep), test.mBytes);
         }
     }
 
-    TEST(UnicodeTest, UnitsBecomeBytes)
+    TEST(UnicodeTest, LoneSurrogatesBecomeBytes)
     {
         struct
         {
-            char const* mName;
             Units mUnits;
             std::string mReplaced;
             std::string mKept;
             bool mIsExact;
         } const cases[] = {
-            {"every length", u"A\u00E4\u20AC\U0001F600", "A\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80",
-                "A\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", true},
-            {"first and last pair", u"\xD800\xDC00\xDBFF\xDFFF", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
-                "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", true},
-            {"bytes", u"\xDC80\xDCFF", "\xEF\xBF\xBD\xEF\xBF\xBD", "\x80\xFF", true},
-            {"beside the bytes", u"\xDC7F\xDD00", "\xEF\xBF\xBD\xEF\xBF\xBD", "\xED\xB1\xBF\xED\xB4\x80", false},
-            {"high one at the end", u"a\xD800", "a\xEF\xBF\xBD", "a\xED\xA0\x80", false},
-            {"high one before a pair", u"\xD800\xD800\xDC00", "\xEF\xBF\xBD\xF0\x90\x80\x80",
-                "\xED\xA0\x80\xF0\x90\x80\x80", false},
+            {u"\xDC80\xDCFF", "\xEF\xBF\xBD\xEF\xBF\xBD", "\x80\xFF", true},
+            {u"\xDC7F\xDD00", "\xEF\xBF\xBD\xEF\xBF\xBD", "\xED\xB1\xBF\xED\xB4\x80", false},
+            {u"a\xD800", "a\xEF\xBF\xBD", "a\xED\xA0\x80", false},
+            {u"\xD800\xD800\xDC00", "\xEF\xBF\xBD\xF0\x90\x80\x80", "\xED\xA0\x80\xF0\x90\x80\x80", false},
         };
         for (auto const& test : cases)
         {
-            SCOPED_TRACE(test.mName);
-            std::basic_string<unsigned short> const units(test.mUnits.begin(), test.mUnits.end());
-            EXPECT_EQ(Narrow(units, Malformed::Replace), test.mReplaced);
+            SCOPED_TRACE(test.mKept);
             bool isExact = true;
-            std::string bytes(units.size() * kUTF8BytesPerUnit, '\0');
-            bytes.resize(EncodeUTF8(bytes.data(), units.data(), units.size(), Malformed::Keep, &isExact));
-            EXPECT_EQ(bytes, test.mKept);
+            EXPECT_EQ(Narrow(test.mUnits, Malformed::Replace), test.mReplaced);
+            EXPECT_EQ(Narrow(test.mUnits, Malformed::Keep, &isExact), test.mKept);
             EXPECT_EQ(isExact, test.mIsExact);
         }
     }
@@ -100,18 +91,16 @@ namespace
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
         // The ends of every range that matters to well-formedness.
-        unsigned char const edges[] = {'a', 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xC2, 0xDF, 0xE0, 0xE1,
-            0xED, 0xEF, 0xF0, 0xF1, 0xF4, 0xF5, 0xFF};
+        std::string const edges = "a\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5\xFF";
         for (int round = 0; round < 20'000; ++round)
         {
             std::string bytes(random() % 24, '\0');
             for (char& byte : bytes)
-                byte = static_cast<char>(random() % 4 ? edges[random() % std::size(edges)] : random() % 256);
-
+                byte = random() % 4 ? edges[random() % edges.size()] : static_cast<char>(random() % 256);
             ASSERT_EQ(Narrow(Widen(bytes, Malformed::Keep), Malformed::Keep), bytes);
 
             // Well-formed text reads the same in both ways.
-            auto const replaced = Widen(bytes, Malformed::Replace);
+            Units const replaced = Widen(bytes, Malformed::Replace);
             std::string const clean = Narrow(replaced, Malformed::Replace);
             ASSERT_EQ(Widen(clean, Malformed::Keep), replaced);
             ASSERT_EQ(Narrow(replaced, Malformed::Keep), clean);

@@ -11,14 +11,14 @@
 namespace
 {
     constinit thread_local std::size_t tAllocations = 0;
+    constinit thread_local bool tFails = false;
 }
 
 [[gnu::noinline]] void* operator new(std::size_t size)
 {
     ++tAllocations;
-    if (void* const memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
+    void* const memory = tFails ? nullptr : std::malloc(size);
+    return memory ? memory : throw std::bad_alloc();
 }
 
 [[gnu::noinline]] void operator delete(void* memory) noexcept
@@ -57,4 +57,15 @@ TEST(AllocationTest, AnEnabledTextCallAllocatesNothingInTheSteadyState)
     std::size_t const before = tAllocations;
     logAll();
     EXPECT_EQ(tAllocations, before);
+}
+
+TEST(AllocationTest, AFormatterThatFailsIsEmptyAfterwards)
+{
+    QzResource::MessageFormatter formatter;
+    QzResource::MessageTemplate const messageTemplate("a template that needs memory: '%1'");
+    formatter << 1;
+    tFails = true;
+    EXPECT_THROW(formatter.Format(messageTemplate), std::bad_alloc);
+    tFails = false;
+    EXPECT_STREQ(formatter.Format(messageTemplate), messageTemplate.GetText().c_str());
 }

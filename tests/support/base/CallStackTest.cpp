@@ -5,11 +5,11 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 #include <vector>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
@@ -17,79 +17,62 @@ namespace
     using testing::Contains;
     using testing::ContainsRegex;
 
-    thread_local int tRecordLine = 0;
-    thread_local int tCallLine = 0;
+    using Descriptions = std::vector<std::string>;
+
+    int gRecordLine = 0;
+    int gCallLine = 0;
 
     // The statements behind the calls keep them from becoming jumps.
-    __attribute__((noinline)) CallStack* RecordHere()
+    __attribute__((noinline)) Descriptions RecordHere(unsigned int limit)
     {
-        tRecordLine = __LINE__ + 1;
+        gRecordLine = __LINE__ + 1;
         CallStack* const stack = CreateCallStack(nullptr);
-        asm volatile("");
-        return stack;
+        Descriptions descriptions;
+        for (unsigned int i = 0; i < stack->GetFrameCount() && i < limit; ++i)
+            descriptions.emplace_back(WideCharToUTF8(stack->GetFrame(i).GetDescription(), true).c_str());
+        stack->Destroy();
+        return descriptions;
     }
 
     template <class T>
-    __attribute__((noinline)) CallStack* CallRecorder(T)
+    __attribute__((noinline)) Descriptions CallRecorder(T)
     {
-        tCallLine = __LINE__ + 1;
-        CallStack* const stack = RecordHere();
+        gCallLine = __LINE__ + 1;
+        Descriptions descriptions = RecordHere(1000);
         asm volatile("");
-        return stack;
-    }
-
-    std::string DescriptionOf(CallStack const& stack, unsigned int index)
-    {
-        return WideCharToUTF8(stack.GetFrame(index).GetDescription(), true).c_str();
+        return descriptions;
     }
 
     TEST(CallStackTest, FrameZeroIsTheCallerWithItsPlace)
     {
-        CallStack* const stack = CallRecorder(1);
-        std::vector<std::string> descriptions;
-        for (unsigned int i = 0; i < stack->GetFrameCount(); ++i)
-            descriptions.push_back(DescriptionOf(*stack, i));
-        stack->Destroy();
+        Descriptions const descriptions = CallRecorder(1);
         ASSERT_GT(descriptions.size(), 3u);
-        EXPECT_THAT(descriptions[0],
-            ContainsRegex("::RecordHere\\(\\) at .*CallStackTest\\.cpp:" + std::to_string(tRecordLine) + "$"));
-        EXPECT_THAT(descriptions[1], ContainsRegex("::CallRecorder<int>\\(int\\).* at .*CallStackTest\\.cpp:" +
-                                                   std::to_string(tCallLine) + "$"));
+        auto const at = [](int line) { return " at .*CallStackTest\\.cpp:" + std::to_string(line) + "$"; };
+        EXPECT_THAT(descriptions[0], ContainsRegex("::RecordHere\\(unsigned int\\).*" + at(gRecordLine)));
+        EXPECT_THAT(descriptions[1], ContainsRegex("::CallRecorder<int>\\(int\\).*" + at(gCallLine)));
         EXPECT_THAT(descriptions[2], ContainsRegex("FrameZero.*::TestBody\\(\\) at .*CallStackTest\\.cpp"));
         // What has no debug information shows its module.
         EXPECT_THAT(descriptions, Contains(ContainsRegex("libc")));
         EXPECT_EQ(DescribeFrame(16), "0x10");
     }
 
-    TEST(CallStackTest, ThreadsAndForkedChildrenFindNames)
+    TEST(CallStackTest, AForkedChildFindsNamesWhileOthersLookThemUp)
     {
-        std::atomic<bool> stop{false};
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 2; ++i)
-            threads.emplace_back(
-                [&stop]
-                {
-                    do
-                    {
-                        CallStack* const stack = RecordHere();
-                        EXPECT_THAT(DescriptionOf(*stack, 0), ContainsRegex("RecordHere"));
-                        stack->Destroy();
-                    } while (!stop);
-                });
+        auto const finds = [] { return RecordHere(1)[0].find("RecordHere") != std::string::npos; };
+        std::jthread const busy(
+            [&](std::stop_token const& stop)
+            {
+                while (!stop.stop_requested())
+                    EXPECT_TRUE(finds());
+            });
         for (int i = 0; i < 20; ++i)
         {
             pid_t const child = fork();
             if (child == 0)
-            {
-                CallStack* const stack = RecordHere();
-                _exit(DescriptionOf(*stack, 0).find("RecordHere") == std::string::npos ? 1 : 0);
-            }
+                _exit(finds() ? 0 : 1);
             int status = -1;
             waitpid(child, &status, 0);
             EXPECT_EQ(status, 0);
         }
-        stop = true;
-        for (std::thread& thread : threads)
-            thread.join();
     }
 }

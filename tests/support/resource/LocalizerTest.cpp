@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
 #include <thread>
 
@@ -51,18 +50,15 @@ TEST(Localizer, KeepsEarlierTextsAndStoresEachOnceWhileItIsRead)
     char const* const kept = localizer->FindText(kEnglish, 9, 0);
     RegisterMessageText(kEnglish, 9, 0, "another one");
 
-    std::atomic<bool> done{false};
-    std::thread reader(
-        [&]
+    std::jthread const reader(
+        [&](std::stop_token const& stop)
         {
-            while (!done)
+            while (!stop.stop_requested())
                 ASSERT_STREQ(localizer->FindText(kEnglish, 9, 0), "another one");
         });
     for (int i = 1; i < 2'000; ++i)
         RegisterMessageText(kEnglish, 9, i, std::to_string(i).c_str());
     RegisterMessageText(kEnglish, 9, 1, first.c_str());
-    done = true;
-    reader.join();
     EXPECT_EQ(kept, first);
     EXPECT_EQ(localizer->FindText(kEnglish, 9, 1), kept);
     EXPECT_STREQ(localizer->FindText(kEnglish, 9, 1'999), "1999");

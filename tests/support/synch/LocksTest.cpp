@@ -20,11 +20,9 @@ namespace
     template <class Function>
     void RunThreads(int count, Function function)
     {
-        std::vector<std::thread> threads;
+        std::vector<std::jthread> threads;
         for (int i = 0; i < count; ++i)
             threads.emplace_back(function, i);
-        for (std::thread& thread : threads)
-            thread.join();
     }
 }
 
@@ -67,11 +65,6 @@ TEST(RWLock, LetsReadersInTogetherAndKeepsWritersAlone)
         int second = 0;
         std::atomic<int> torn{0};
         std::barrier<> allReading(test.mThreads);
-        auto const tempt = [](int i)
-        {
-            if (i % 7 == 0)
-                std::this_thread::yield();
-        };
         RunThreads(test.mThreads,
             [&](int me)
             {
@@ -80,17 +73,18 @@ TEST(RWLock, LetsReadersInTogetherAndKeepsWritersAlone)
                 together.Unlock();
                 for (int i = me; i < me + test.mRounds; ++i)
                 {
+                    auto const tempt = [i] { i % 7 == 0 ? std::this_thread::yield() : void(); };
                     if (i % (test.mReadsPerWrite + 1))
                     {
                         RWLock::ReadSmartLock const hold(*lock);
                         int const seen = first;
-                        tempt(i);
+                        tempt();
                         torn += seen != second;
                         continue;
                     }
                     RWLock::WriteSmartLock const hold(*lock);
                     int const before = first++;
-                    tempt(i);
+                    tempt();
                     torn += before != second++;
                 }
             });
@@ -110,14 +104,14 @@ TEST(RWLock, LetsAWriterGoBeforeLaterReaders)
     std::atomic<bool> asked{false};
     std::atomic<bool> written{false};
     RWLock::ReadSmartLock inside(*lock);
-    std::thread writer(
+    std::jthread const writer(
         [&]
         {
             asked = true;
             RWLock::WriteSmartLock const hold(*lock);
             written = true;
         });
-    std::thread reader(
+    std::jthread const reader(
         [&]
         {
             for (; !written && reads < kLimit; std::this_thread::yield())
@@ -134,20 +128,17 @@ TEST(RWLock, LetsAWriterGoBeforeLaterReaders)
     }
     EXPECT_LT(reads, kLimit);
     inside.Unlock();
-    writer.join();
-    reader.join();
 }
 
 // A reader that asks gets in behind the writer that is inside, and need not wait for a pause of the writers.
 TEST(RWLock, LetsAReaderGoBeforeLaterWriters)
 {
     QzSynch::RWLockPtr const lock(QzSynch::CreateRWLock(kAnyCategory));
-    std::atomic<bool> done{false};
     std::atomic<int> writes{0};
-    std::thread writer(
-        [&]
+    std::jthread const writer(
+        [&](std::stop_token const& stop)
         {
-            while (!done)
+            while (!stop.stop_requested())
             {
                 RWLock::WriteSmartLock const hold(*lock);
                 ++writes;
@@ -164,8 +155,6 @@ TEST(RWLock, LetsAReaderGoBeforeLaterWriters)
         RWLock::ReadSmartLock const hold(*lock);
         count = writes - count;
     }
-    done = true;
-    writer.join();
     // The median, because a thread may be put aside between its question and the lock.
     std::sort(writesMeanwhile.begin(), writesMeanwhile.end());
     EXPECT_LT(writesMeanwhile[writesMeanwhile.size() / 2], 50);

@@ -16,12 +16,11 @@ namespace
         operator int() const
         {
             int const value = AtomicLong::operator int();
-            if (gAfterNextRead)
-                std::exchange(gAfterNextRead, nullptr)();
+            std::exchange(gAfterNextRead, [] {})();
             return value;
         }
 
-        static inline std::function<void()> gAfterNextRead;
+        static inline std::function<void()> gAfterNextRead = [] {};
     };
 
     // Detaches itself from its proxy on its last release, and counts how it ends.
@@ -33,7 +32,7 @@ namespace
             int mEndsWithoutDetaching = 0;
         };
 
-        explicit Owner(Proxy& proxy) : mProxy(proxy) {}
+        explicit Owner(Proxy& proxy) : mProxy(proxy) { mProxy.SetTarget(this); }
 
         ~Owner() override
         {
@@ -52,13 +51,6 @@ namespace
     };
 
     using Holder = QzBase::CountedPtr<Owner>;
-
-    Holder MakeOwner(Owner::Proxy& proxy)
-    {
-        Holder owner(new Owner(proxy));
-        proxy.SetTarget(owner.get());
-        return owner;
-    }
 }
 
 TEST(ReferenceCounted, DetachesBeforeItsEndWhateverHappensInBetween)
@@ -77,7 +69,7 @@ TEST(ReferenceCounted, DetachesBeforeItsEndWhateverHappensInBetween)
     {
         SCOPED_TRACE(test.mpName);
         Owner::Proxy proxy;
-        Holder holder = MakeOwner(proxy);
+        Holder holder(new Owner(proxy));
         Holder other(test.mOtherHolds ? holder.get() : nullptr);
         ScriptedCounter::gAfterNextRead = [&] { test.mMeanwhile(proxy, other); };
         holder.reset();
