@@ -10,7 +10,6 @@
 
 #include <atomic>
 #include <optional>
-#include <thread>
 #include <utility>
 
 using namespace QzBase::Literals;
@@ -173,23 +172,11 @@ TEST_F(KafkaLogTest, EachRecordGoesToOnePlaceAndSettingsFollowTheBroker)
 TEST_F(KafkaLogTest, AForkedChildPublishesWhateverItsParentIsDoing)
 {
     mClient.mStatus = 3;
-    std::atomic<bool> stop{false};
-    std::thread busy(
-        [&]
-        {
-            while (!stop)
-                QzLog::UpdateLogRegistryStr(u"settings"_w);
-        });
-    for (int round = 0; round < 30 && !HasFailure(); ++round)
+    auto const publish = []
     {
-        ExpectInChild(
-            []
-            {
-                QzLog::UpdateLogRegistryStr(u"of the child"_w);
-                return true;
-            });
-    }
-    stop = true;
-    busy.join();
+        QzLog::UpdateLogRegistryStr(u"settings"_w);
+        return true;
+    };
+    ExpectInChildrenOfBusyParent(30, publish, publish);
     QzLog::UpdateLogRegistryStr(nullptr);
 }

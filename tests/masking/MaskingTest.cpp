@@ -1,14 +1,9 @@
-#include "masking/MaskingModel.h"
-
 #include <QzLog/Masking.h>
 
 #include <QzBase/Conversions.h>
 #include <QzResource/Localizer.h>
 
 #include <gtest/gtest.h>
-
-#include <initializer_list>
-#include <random>
 
 namespace
 {
@@ -34,15 +29,6 @@ namespace
             result += piece;
         return result;
     }
-
-    // Texts out of few pieces, so that the forms are met, half met and broken all the time.
-    std::string MakeText(std::mt19937& random, std::initializer_list<char const*> pieces)
-    {
-        std::string text;
-        for (std::size_t count = random() % 12; count > 0; --count)
-            text += pieces.begin()[random() % pieces.size()];
-        return text;
-    }
 }
 
 TEST(Masking, AttributeValues)
@@ -67,6 +53,7 @@ TEST(Masking, AttributeValues)
         {R"(a pwd="x" b)", R"(a pwd="" b)", "pwd", nullptr},
         {R"(a pwd="x" pwd="y")", R"(a pwd=" pwd="z"" pwd=" pwd="z"")", "pwd", R"( pwd="z")"},
         {R"(a ="x")", R"(a ="***")", ""},
+        {R"(xxx ="a="x")", R"(xxx ="a="***")", R"(="a)"},
         {"a \xC3\xA9=\"\xE2\x82\xAC\" \xFF", "a \xC3\xA9=\"***\" \xFF", "\xC3\xA9"},
         {" " + longName + "=\"x\" n" + longName + "=\"x\"", " " + longName + "=\"***\" n" + longName + "=\"x\"",
             longName.c_str()},
@@ -97,6 +84,7 @@ TEST(Masking, PasswordsInHTTP)
         {R"({"password":"a\\"})", R"({"password":"a\\"})"},
         {R"({"password":"x","password":"y)", R"({"password":"***","password":"y)"},
         {R"({"password":""})", R"({"password":"***"})"},
+        {R"("password":"x"password":"y")", R"("password":"***"password":"y")"},
         {R"({"Password":"x","a":"b"})", R"({"Password":"x","a":"b"})"},
         {R"({"key":"password","v":"x"})", R"({"key":"password","v":"***"})"},
         {R"({"password":null,"name":"bob"})", R"({"password":null,"***":"bob"})"},
@@ -111,22 +99,6 @@ TEST(Masking, PasswordsInHTTP)
         for (auto const& c : cases)
             EXPECT_EQ(c.mpExpected, MaskHTTP(c.mpText)) << c.mpText;
     EXPECT_STREQ("", ReplaceSensitiveMessageInHTTP(nullptr).c_str());
-}
-
-TEST(Masking, AgreesWithThePlainModel)
-{
-    auto const seed = std::random_device()();
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    for (int i = 0; i < 20000; ++i)
-    {
-        std::string const text = MakeText(random, {" ", "p", " p=\"", "p=\"", "=", "\"", "\\\"", "x", "\n"});
-        ASSERT_EQ(MaskingModel::MaskAttribute(text, "p", "<mask>"), Mask(text, "p", "<mask>")) << text;
-
-        std::string const body =
-            MakeText(random, {"\"password\"", "password\"", "\"pass", ":", "\"", "\\\"", "\\", "x", "{", ","});
-        ASSERT_EQ(MaskingModel::MaskHTTP(body, "password"), MaskHTTP(body)) << body;
-    }
 }
 
 // Each of these takes minutes if a search begins anew, or runs to the end of the text, for each value.

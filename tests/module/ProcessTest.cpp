@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <latch>
 #include <thread>
 
@@ -58,34 +57,25 @@ TEST_F(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
 {
     DispatcherPtr const dispatcher = mRouter.GetDispatcher();
     mDestination.mForgets = true;
-    std::atomic<bool> stop{false};
-    std::thread busy(
+    ExpectInChildrenOfBusyParent(
+        30,
         [&]
         {
-            while (!stop)
-            {
-                for (int i = 0; i < 20; ++i)
-                    Log(mRouter);
-                SetDestinations(*dispatcher, {&mDestination});
-                MakeRouter("E");
-                SetServerInstanceName(u"server"_w);
-            }
-        });
-    for (int round = 0; round < 30 && !HasFailure(); ++round)
-    {
-        ExpectInChild(
-            [&]
-            {
-                CountedPtr<RecordingDestination> const own(new RecordingDestination);
-                SetServerInstanceName(u"child"_w);
-                SetDestinations(*MakeRouter("E")->GetDispatcher(), {own.get()});
-                SetDestinations(*dispatcher, {own.get()});
+            for (int i = 0; i < 20; ++i)
                 Log(mRouter);
-                return own->TakeTexts() == "text " && mRouter.mEnabled;
-            });
-    }
-    stop = true;
-    busy.join();
+            SetDestinations(*dispatcher, {&mDestination});
+            MakeRouter("E");
+            SetServerInstanceName(u"server"_w);
+        },
+        [&]
+        {
+            CountedPtr<RecordingDestination> const own(new RecordingDestination);
+            SetServerInstanceName(u"child"_w);
+            SetDestinations(*MakeRouter("E")->GetDispatcher(), {own.get()});
+            SetDestinations(*dispatcher, {own.get()});
+            Log(mRouter);
+            return own->TakeTexts() == "text " && mRouter.mEnabled;
+        });
 }
 
 TEST_F(ProcessTest, ACancelledThreadLeavesAScopeGuardFirst)

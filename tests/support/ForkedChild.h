@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,4 +20,18 @@ void ExpectInChild(IsGood isGood)
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_EQ(status, 0);
+}
+
+/// The same in several children, while another thread of the parent does nothing but `work`.
+template <class Work, class IsGood>
+void ExpectInChildrenOfBusyParent(int count, Work work, IsGood isGood)
+{
+    std::jthread const busy(
+        [&](std::stop_token stop)
+        {
+            while (!stop.stop_requested())
+                work();
+        });
+    for (int child = 0; child < count && !testing::Test::HasFailure(); ++child)
+        ExpectInChild(isGood);
 }

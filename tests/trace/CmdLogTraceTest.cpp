@@ -29,47 +29,31 @@ namespace
     };
 }
 
-TEST_F(CmdLogTraceTest, TakesValuesIn)
+TEST_F(CmdLogTraceTest, TakesValuesInAndMergesBuckets)
 {
     struct
     {
-        std::vector<std::int64_t> mValues;
+        std::vector<std::int64_t> mAdded; // to the second bucket
         char const* mpExpected;
+        CmdTraceItem mFirst{}, mSecond{};
     } const cases[] = {
-        {{7}, "-5:1(7/7/7)\t\n"},
-        {{1, 2}, "-5:2(1/1/2)\t\n"},
-        {{1, 2, 2}, "-5:3(1/1/2)\t\n"},
-        {{200000000}, "-5:1(100000000/200000000/200000000)\t\n"},
-        {{-3, -4}, "-5:2(-4/-3/0)\t\n"},
-        {{kLargest, kLargest, kLargest}, "-5:3(100000000/9223372036854775807/9223372036854775807)\t\n"},
-        {{kSmallest, kSmallest}, "-5:2(-9223372036854775808/-9223372036854775808/0)\t\n"},
-        {{kLargest, kSmallest}, "-5:2(-9223372036854775808/0/9223372036854775807)\t\n"},
-    };
-    for (auto const& c : cases)
-    {
-        for (std::int64_t const value : c.mValues)
-            mTrace.AddToLogTrace(1, -5, value);
-        EXPECT_EQ(c.mpExpected, PrintItems());
-    }
-}
-
-TEST_F(CmdLogTraceTest, MergesBuckets)
-{
-    struct
-    {
-        CmdTraceItem mFirst, mSecond;
-        std::vector<std::int64_t> mAdded; // to the second
-        char const* mpExpected;
-    } const cases[] = {
-        {{1, 1, 10, 10, 10}, {1, 3, 5, 20, 40}, {}, "1:4(5/17/40)\t\n"},
+        {{7}, "1:1(7/7/7)\t\n"},
+        {{1, 2}, "1:2(1/1/2)\t\n"},
+        {{1, 2, 2}, "1:3(1/1/2)\t\n"},
+        {{200000000}, "1:1(100000000/200000000/200000000)\t\n"},
+        {{-3, -4}, "1:2(-4/-3/0)\t\n"},
+        {{kLargest, kLargest, kLargest}, "1:3(100000000/9223372036854775807/9223372036854775807)\t\n"},
+        {{kSmallest, kSmallest}, "1:2(-9223372036854775808/-9223372036854775808/0)\t\n"},
+        {{kLargest, kSmallest}, "1:2(-9223372036854775808/0/9223372036854775807)\t\n"},
+        {{}, "1:4(5/17/40)\t\n", {1, 1, 10, 10, 10}, {1, 3, 5, 20, 40}},
         // What callers may put in: nothing counted, a count that is full, one that undoes the other.
-        {{1, 0, 3, 9, 0}, {}, {}, "0:0(3/0/0)\t\n"},
-        {{1, kLargestCount, 0, kLargest, kLargest}, {1, kLargestCount, 0, kLargest, 0}, {},
-            "1:2147483647(0/9223372036854775807/9223372036854775807)\t\n"},
-        {{1, 2, 0, 8, 0}, {1, -2, 0, 5, 0}, {}, "1:0(0/8/0)\t\n"},
-        {{1, 3, 0, kLargest, 0}, {1, -2, 0, -kLargest, 0}, {}, "1:1(0/9223372036854775807/0)\t\n"},
-        {{}, {1, kLargestCount, 0, 5, 5}, {5}, "1:2147483647(0/5/5)\t\n"},
-        {{}, {1, -1, 0, 7, 7}, {5, 9}, "1:1(0/9/9)\t\n"},
+        {{}, "0:0(3/0/0)\t\n", {1, 0, 3, 9, 0}, {}},
+        {{}, "1:2147483647(0/9223372036854775807/9223372036854775807)\t\n", {1, kLargestCount, 0, kLargest, kLargest},
+            {1, kLargestCount, 0, kLargest, 0}},
+        {{}, "1:0(0/8/0)\t\n", {1, 2, 0, 8, 0}, {1, -2, 0, 5, 0}},
+        {{}, "1:1(0/9223372036854775807/0)\t\n", {1, 3, 0, kLargest, 0}, {1, -2, 0, -kLargest, 0}},
+        {{5}, "1:2147483647(0/5/5)\t\n", {}, {1, kLargestCount, 0, 5, 5}},
+        {{5, 9}, "1:1(0/9/9)\t\n", {}, {1, -1, 0, 7, 7}},
     };
     for (auto const& c : cases)
     {

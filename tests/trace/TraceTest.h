@@ -29,23 +29,20 @@ protected:
     template <class Report>
     static void ReportWhileCollecting(QzLog::LogTrace& trace, Report report)
     {
-        std::vector<std::thread> threads;
+        std::vector<std::jthread> threads;
         for (unsigned long key = 0; key < 4; ++key)
-        {
             threads.emplace_back(
                 [=]
                 {
                     for (int number = 0; number < kReports / 4; ++number)
                         report(key, number);
                 });
-        }
         for (int i = 0; i < 200; ++i)
         {
             trace.CollectLogTrace();
             std::this_thread::yield();
         }
-        for (std::thread& thread : threads)
-            thread.join();
+        threads.clear();
         trace.CollectLogTrace();
     }
 

@@ -67,14 +67,11 @@ namespace
     };
 }
 
-TEST_F(KafkaProducerTest, StatusFollowsTheConnectionAndRecordsArriveInOrder)
+TEST_F(KafkaProducerTest, StatusFollowsTheConnectionAndTheEndDelivers)
 {
-    mBroker.CreateTopic("diag");
-    EXPECT_EQ(KafkaProducer::GetKafkaProducerStatus(), KafkaProducer::kStatusUnusable);
     EXPECT_FALSE(Send("nobody is there"));
     KafkaProducer::Configure(mProperties);
     EXPECT_EQ(KafkaProducer::GetKafkaProducerStatus(), KafkaProducer::kStatusUnusable) << "not started";
-
     KafkaProducer::Counters const before = KafkaProducer::GetCounters();
     {
         KafkaClient::Initializer const client;
@@ -82,9 +79,6 @@ TEST_F(KafkaProducerTest, StatusFollowsTheConnectionAndRecordsArriveInOrder)
             KafkaClient::Initializer const copy(client);
         }
         EXPECT_TRUE(StatusBecomes(KafkaProducer::kStatusUp));
-        for (char const* text : {"first", "zw\xC3\xB6lf", ""})
-            EXPECT_TRUE(Send(text));
-
         mBroker.GoDown();
         EXPECT_TRUE(StatusBecomes(KafkaProducer::kStatusDown));
         EXPECT_TRUE(Send("waits for the broker"));
@@ -94,11 +88,8 @@ TEST_F(KafkaProducerTest, StatusFollowsTheConnectionAndRecordsArriveInOrder)
     }
     EXPECT_EQ(KafkaProducer::GetKafkaProducerStatus(), KafkaProducer::kStatusUnusable) << "ended";
     KafkaProducer::Counters const after = KafkaProducer::GetCounters();
-    EXPECT_EQ(after.mAccepted - before.mAccepted, 5u);
-    EXPECT_EQ(after.mDelivered - before.mDelivered, 5u) << "the end of the last initializer delivers";
-
-    std::vector<std::string> const expected{"first", "zw\xC3\xB6lf", "", "waits for the broker", "last"};
-    EXPECT_EQ(mBroker.Consume("diag"), expected);
+    EXPECT_EQ(after.mAccepted - before.mAccepted, 2u);
+    EXPECT_EQ(after.mDelivered - before.mDelivered, 2u);
 }
 
 TEST_F(KafkaProducerTest, RefusedPropertiesAreNamedAndChangeNothing)
@@ -180,25 +171,16 @@ TEST_F(KafkaProducerTest, ACancelledThreadLeavesTheClientFirst)
 TEST_F(KafkaProducerTest, AForkedChildMayConfigureWhateverItsParentIsDoing)
 {
     KafkaClient::Initializer const client;
-    std::atomic<bool> stop{false};
-    std::thread busy(
-        [&]
+    ExpectInChildrenOfBusyParent(
+        10,
+        [this]
         {
-            while (!stop)
-            {
-                KafkaProducer::Configure(mProperties);
-                KafkaProducer::Configure({});
-            }
+            KafkaProducer::Configure(mProperties);
+            KafkaProducer::Configure({});
+        },
+        []
+        {
+            return KafkaProducer::GetKafkaProducerStatus() == KafkaProducer::kStatusUnusable && !Send("record") &&
+                   GetRefusal({{"no.such.property", "1"}}) != "";
         });
-    for (int round = 0; round < 10 && !HasFailure(); ++round)
-    {
-        ExpectInChild(
-            []
-            {
-                return KafkaProducer::GetKafkaProducerStatus() == KafkaProducer::kStatusUnusable && !Send("record") &&
-                       GetRefusal({{"no.such.property", "1"}}) != "";
-            });
-    }
-    stop = true;
-    busy.join();
 }
