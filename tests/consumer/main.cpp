@@ -29,9 +29,7 @@ int main()
 
     QzBase::CountedPtr<QzLog::Router> const router(
         QzLog::CreateRouter("Consumer", "Info", QzSynch::kLockStackCategoryDefault));
-    QzResource::MessageFormatter& formatter = QzLog::GetMessageFormatter();
-    formatter << "installed package" << 2;
-    QzLog::LogMessage(*router, "Hello from the %1, %2 calls", formatter, nullptr, __FILE__, __func__, __LINE__);
+    QzLog::Log(*router, "Hello from the %1, %2 calls", "installed package", 2);
 
     try
     {

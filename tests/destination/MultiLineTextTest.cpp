@@ -91,7 +91,8 @@ namespace
 
     [[gnu::noinline]] void CallOfTheUser3(QzLog::Router& router)
     {
-        QzLog::Log(router, QzBase::Message(700, kID, "text"));
+        static QzBase::Message const message(700, kID, "text");
+        QzLog::Log(router, message);
     }
 
     [[gnu::noinline]] void CallOfTheUser4(QzLog::Router& router)
