@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <ctime>
 
 namespace QzLogTool
 {
@@ -42,6 +43,23 @@ namespace QzLogTool
             if (descriptor < 0)
                 ThrowSystemError(path);
             return descriptor;
+        }
+
+        InputFile::WriterPause::State PauseWriters(int descriptor)
+        {
+            using State = InputFile::WriterPause::State;
+            // Not waited for in the system: nobody could interrupt that.
+            constexpr timespec kNap = {0, 100'000};
+            constexpr int kNaps = 5'000;
+            for (int nap = 0; nap < kNaps; ++nap)
+            {
+                if (flock(descriptor, LOCK_SH | LOCK_NB) == 0)
+                    return State::Held;
+                if (errno != EWOULDBLOCK && errno != EINTR)
+                    return State::Impossible;
+                nanosleep(&kNap, nullptr);
+            }
+            return State::Busy;
         }
     }
 
@@ -86,11 +104,17 @@ namespace QzLogTool
     std::string InputFile::ReadAt(std::uint64_t offset, std::size_t size) const
     {
         std::string text(size, '\0');
+        text.resize(ReadAt(offset, text.data(), size));
+        return text;
+    }
+
+    std::size_t InputFile::ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const
+    {
         std::size_t length = 0;
         while (length < size)
         {
             ssize_t const count =
-                pread(mDescriptor, text.data() + length, size - length, static_cast<off_t>(offset + length));
+                pread(mDescriptor, buffer + length, size - length, static_cast<off_t>(offset + length));
             if (count < 0 && errno == EINTR)
                 continue;
             if (count < 0)
@@ -99,8 +123,7 @@ namespace QzLogTool
                 break;
             length += static_cast<std::size_t>(count);
         }
-        text.resize(length);
-        return text;
+        return length;
     }
 
     bool InputFile::MoveTo(std::uint64_t offset)
@@ -108,10 +131,9 @@ namespace QzLogTool
         return lseek(mDescriptor, static_cast<off_t>(offset), SEEK_SET) >= 0;
     }
 
-    InputFile::WriterPause::WriterPause(InputFile const& file) : mDescriptor(file.mDescriptor)
+    InputFile::WriterPause::WriterPause(InputFile const& file)
+        : mDescriptor(file.mDescriptor), mState(PauseWriters(mDescriptor))
     {
-        while (flock(mDescriptor, LOCK_SH) != 0 && errno == EINTR)
-            continue;
     }
 
     InputFile::WriterPause::~WriterPause()

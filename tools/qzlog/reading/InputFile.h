@@ -50,22 +50,35 @@ namespace QzLogTool
 
         /// Reads at an offset from the start and leaves the position alone. Fewer bytes than asked for mean the end.
         std::string ReadAt(std::uint64_t offset, std::size_t size) const;
+        std::size_t ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const;
 
         /// Moves to an offset from the start. False where there is no going back, as in a pipe.
         bool MoveTo(std::uint64_t offset);
 
         /// While this lives, no writer of this library writes or rolls over this file; they all wait, so it must not
-        /// live longer than a glance takes. Where the file system has no locks it holds nobody up.
+        /// live longer than a glance takes. It is waited for no longer than about a second, in case a writer was
+        /// stopped: then the file stands still anyway.
         class WriterPause
         {
         public:
+            enum class State
+            {
+                Held,
+                /// A writer does not let go of the file.
+                Busy,
+                /// The file system has no locks, so that no writer of this library can write either.
+                Impossible
+            };
+
             explicit WriterPause(InputFile const& file);
             ~WriterPause();
+            State GetState() const { return mState; }
             WriterPause(WriterPause const&) = delete;
             WriterPause& operator=(WriterPause const&) = delete;
 
         private:
             int const mDescriptor;
+            State const mState;
         };
 
     private:

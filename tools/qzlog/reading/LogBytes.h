@@ -1,6 +1,7 @@
 #pragma once
 
 #include "reading/Backups.h"
+#include "reading/ByteSource.h"
 #include "reading/InputFile.h"
 
 #include <cstddef>
@@ -16,7 +17,7 @@ namespace QzLogTool
     /// reached. Roll-overs that happen meanwhile lose nothing and show nothing twice: back-ups are told by what they
     /// are and not by their number, and when the log is emptied while it is read, the rest of it is read from the
     /// back-up that it went into.
-    class LogBytes
+    class LogBytes : public ByteSource
     {
     public:
         enum class Files
@@ -35,16 +36,18 @@ namespace QzLogTool
         LogBytes(std::string path, Files files);
 
         /// Goes to the next file; false when there is none. To be called before the first Read.
-        bool OpenNext();
+        bool OpenNext() override;
 
         /// The bytes that follow in the present file; 0 at its end.
-        std::size_t Read(char* buffer, std::size_t size);
+        std::size_t Read(char* buffer, std::size_t size) override;
 
         /// Moves in the present file. False where there is no going back.
-        bool MoveTo(std::uint64_t offset);
+        bool MoveTo(std::uint64_t offset) override;
+
+        std::uint64_t GetOffset() const override { return mOffset; }
 
         /// The file that is being read, under the name that it had when it was opened.
-        std::string const& GetPath() const { return mPath; }
+        std::string const& GetPath() const override { return mPath; }
 
         /// Whether the present file is the log itself, which may still grow, and not a back-up.
         bool IsLog() const { return mIsLog; }

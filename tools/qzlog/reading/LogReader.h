@@ -1,5 +1,6 @@
 #pragma once
 
+#include "reading/LogBytes.h"
 #include "reading/RecordSplitter.h"
 
 namespace QzLogTool

@@ -13,7 +13,7 @@ namespace QzLogTool
         constexpr std::size_t kBlock = std::size_t{256} << 10;
     }
 
-    RecordSplitter::RecordSplitter(LogBytes& bytes) : mBytes(bytes), mBuffer(kBlock) {}
+    RecordSplitter::RecordSplitter(ByteSource& bytes) : mBytes(bytes), mBuffer(kBlock) {}
 
     bool RecordSplitter::Next(Record& record)
     {
@@ -68,7 +68,7 @@ namespace QzLogTool
             return false;
         mPath = mBytes.GetPath();
         mBegin = mEnd = 0;
-        mOffset = 0;
+        mOffset = mBytes.GetOffset();
         mIsAtEnd = false;
         mIsOpen = true;
         return true;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "reading/LogBytes.h"
+#include "reading/ByteSource.h"
 #include "reading/Record.h"
 
 #include <cstddef>
@@ -10,14 +10,14 @@
 
 namespace QzLogTool
 {
-    /// Splits the files of a LogBytes into records. It holds one buffer, which grows with the records up to kLargest
+    /// Splits the files of a ByteSource into records. It holds one buffer, which grows with the records up to kLargest
     /// bytes; records beyond that come in parts.
     class RecordSplitter : public RecordSource
     {
     public:
         static constexpr std::size_t kLargest = std::size_t{16} << 20;
 
-        explicit RecordSplitter(LogBytes& bytes);
+        explicit RecordSplitter(ByteSource& bytes);
 
         /// From now on gives only records that contain these bytes; the others are passed over without a look at
         /// where each of them begins, which is several times as fast. A record that is not whole comes anyway.
@@ -37,7 +37,7 @@ namespace QzLogTool
         std::size_t FindLineEnd(std::size_t from) const;
         std::string_view Consume(std::size_t end);
 
-        LogBytes& mBytes;
+        ByteSource& mBytes;
         std::string mNeedle;
 
         // [mBegin, mEnd) is what was read and not given yet. Between two calls mBegin stands where a record or

@@ -1,0 +1,198 @@
+// What a follower of logs shows, whatever happens to them between two looks and during one.
+
+#include "filesystem/TemporaryFolder.h"
+#include "following/FollowedLog.h"
+
+#include <QzLog/QzLog.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <map>
+#include <sstream>
+
+using namespace QzBase::Literals;
+using namespace QzLogTool;
+
+namespace
+{
+    class FollowTest : public QzTest::TemporaryFolder
+    {
+    protected:
+        /// Runs a script in the folder. There, "new N..." empties the log and writes records into it, "add N..." adds
+        /// some, "roll" copies and empties it as a writer does, with three back-ups, and "copy" gets no further than
+        /// the copy.
+        void Run(std::string const& script) const
+        {
+            static constexpr char kTools[] = R"(set -e
+                add() { [ -s log ] || printf '\357\273\277# Tarnwickforge Log version 2.0\r\n' >> log
+                    for n in "$@"; do printf '2026-11-18 03:02:07.%03d [HOST:h][SERVER:s][PID:1][THR:1][L][D]' $n
+                    printf '[UID:0][SID:0][OID:0] record %d\r\n' $n; done >> log; }
+                new() { : > log; add "$@"; }
+                copy() { rm -f log.bak02; for n in 1 0; do
+                    [ ! -f log.bak0$n ] || mv log.bak0$n log.bak0$((n + 1)); done; cp log log.bak00; }
+                roll() { copy; : > log; }
+                )";
+            ASSERT_EQ(std::system(("cd '" + In("") + "'\n" + kTools + script).c_str()), 0) << script;
+        }
+
+        /// The numbers of the records that a look finds.
+        static std::string Look(FollowedLog& log)
+        {
+            std::string numbers;
+            log.Look();
+            Record record;
+            while (log.Next(record))
+                if (record.mKind != Record::Kind::Head)
+                    numbers += std::string(record.mText.substr(record.mText.rfind(' ') + 1));
+            std::erase(numbers, '\r');
+            std::replace(numbers.begin(), numbers.end(), '\n', ' ');
+            return numbers;
+        }
+    };
+}
+
+TEST_F(FollowTest, EachRecordIsShownOnceWhateverHappensBetweenLooks)
+{
+    struct
+    {
+        char const* mBefore;
+        std::string mShownBefore;
+        char const* mBetween;
+        std::string mShownAfter;
+        std::string mTold;
+    } const kCases[] = {
+        {"new 1 2; roll; add 3", "1 2 3 ", "add 4", "4 ", ""},
+        {"new 1", "1 ", "add 2; roll; add 3", "2 3 ", ""},
+        {"new 1", "1 ", "roll", "", ""},
+        {"new 1", "1 ", "add 2; roll; add 3 4; roll; add 5; roll; add 6", "2 3 4 5 6 ", ""},
+        {"new 1; roll", "1 ", "add 2; roll; add 3; roll", "2 3 ", ""},
+        {"new 1; roll; new 2; roll; new 3; roll; new 4", "1 2 3 4 ", "roll; add 5; roll; add 6; roll; add 7", "5 6 7 ",
+            ""},
+        {"new 1", "1 ", "add 2; roll; add 3; roll; add 4; roll; add 5; roll; add 6", "3 4 5 6 ",
+            "was rolled over more often than it has back-ups since it was last read: records are missing"},
+        // Roll-overs that were killed behind the copy, one and two of them, and then the next that was not.
+        {"new 1", "1 ", "add 2; copy; add 3", "2 3 ", ""},
+        {"new 1; copy", "1 ", "add 2; copy; roll; add 3", "2 3 ", ""},
+        {"new 1; copy; copy; add 2", "1 2 ", "copy; roll; add 3; copy", "3 ", ""},
+        {"new 1", "1 ", "add 2; head -c 50 log > log.bak00", "2 ", ""},
+        // Other back-ups with numbers that are not touched.
+        {"new 1; cp log log.bak07; new 2", "1 2 ", "add 3; roll; add 4; roll; add 5; roll; add 6; roll; add 7",
+            "4 5 6 7 ", "was rolled over more often than it has back-ups since it was last read: records are missing"},
+        {"new 1 2 3", "1 2 3 ", "new 4", "4 ", "was emptied"},
+        {"new 1", "1 ", "new 2 3 4", "2 3 4 ", "was emptied"},
+        {"new 1", "1 ", ": > log", "", "was emptied"},
+        {"new 1", "1 ", "add 2; rm log", "2 ", "is gone"},
+        {"new 1", "1 ", "add 2; rm log; add 3", "2 3 ", ""},
+        {"new 1", "1 ", "add 2; mv log other; add 3", "2 3 ", ""},
+        {"new 1", "1 ", "add 2; roll; add 3; mv log other; add 4", "2 3 4 ", ""},
+        {": > log", "", "add 1; mv log other; add 2", "1 2 ", ""},
+        {"true", "", "add 1", "1 ", "is there now"},
+        {"true", "", "add 1; roll; add 2", "1 2 ", "is there now"},
+        {"new 1; roll; rm log", "1 ", "add 2", "2 ", "is there now"},
+        {"new 1", "1 ", "printf 'no record 2\\r\\n' >> log", "2 ", ""},
+    };
+    for (auto const& c : kCases)
+    {
+        SCOPED_TRACE(std::string(c.mBefore) + " | " + c.mBetween);
+        Run("rm -f log* other");
+        Run(c.mBefore);
+        std::string told;
+        FollowedLog log(In("log"), [&told](std::string const& text) { told += text; });
+        EXPECT_EQ(Look(log), c.mShownBefore);
+        told.clear();
+        Run(c.mBetween);
+        EXPECT_EQ(Look(log), c.mShownAfter);
+        EXPECT_EQ(told, c.mTold);
+        EXPECT_EQ(Look(log), "") << "once only";
+    }
+}
+
+TEST_F(FollowTest, WhatIsReadGoesOnInTheBackupWhenTheLogIsEmptiedMeanwhile)
+{
+    // Longer than what is read at once.
+    Run("new $(seq 100 999); for n in 1 2 3 4 5 6; do cat log log > twice; mv twice log; done");
+    FollowedLog log(In("log"), [](std::string const& text) { ADD_FAILURE() << text; });
+    log.Look();
+    Record record;
+    std::uint64_t count = 0;
+    for (bool isRolled = false; log.Next(record); ++count)
+        if (count == 1000 && !std::exchange(isRolled, true))
+            Run("roll; add 7; roll; add 8");
+    EXPECT_EQ(count, 64 * 901u);
+    EXPECT_EQ(Look(log), "7 8 ");
+}
+
+TEST_F(FollowTest, AWriterThatHeldADeletedFileIsReadToTheEnd)
+{
+    Run("new 1");
+    FollowedLog log(In("log"), [](std::string const&) {});
+    EXPECT_EQ(Look(log), "1 ");
+    Run("ln log other; rm log; add 2");
+    EXPECT_EQ(Look(log), "2 ");
+    Run("mv log log2; mv other log; add 3; mv log other; mv log2 log; add 4");
+    EXPECT_EQ(Look(log), "3 4 ");
+}
+
+TEST_F(FollowTest, ShowsEachRecordOfWritersAtFullSpeedOnceAndInOrder)
+{
+    constexpr int kWriters = 4;
+    constexpr int kRecords = 12'000;
+    std::string const path = In("log");
+    std::vector<pid_t> writers;
+    for (int writer = 0; writer < kWriters; ++writer)
+    {
+        pid_t const process = fork();
+        ASSERT_GE(process, 0);
+        if (process == 0)
+        {
+            {
+                QzLog::Initializer const module;
+                auto const destination = QzLog::GetDestination_DiskFile(WideIn("log").c_str());
+                // So many that none is deleted before its time, however long the follower gets no processor.
+                destination->SetMaxFileSize(40'000);
+                destination->SetBackupCount(256);
+                auto const header = QzLog::CreateMessageHeader();
+                for (int i = 0; i < kRecords; ++i)
+                {
+                    std::string const text = "writer " + std::to_string(writer) + " record " + std::to_string(i) +
+                                             (i % 7 == 0 ? "\r\nwith a second line" : "");
+                    destination->WriteMessage(text.c_str(), *header);
+                }
+            }
+            _exit(0);
+        }
+        writers.push_back(process);
+    }
+
+    FollowedLog log(path, [](std::string const& text) { EXPECT_EQ(text, "is not there yet"); });
+    std::map<int, int> next;
+    int whole = 0;
+    std::size_t ended = 0;
+    // Once more when all have ended.
+    for (bool isLast = false; !isLast;)
+    {
+        isLast = ended == writers.size();
+        while (ended < writers.size() && waitpid(writers[ended], nullptr, WNOHANG) > 0)
+            ++ended;
+        log.Look();
+        Record record;
+        while (log.Next(record))
+        {
+            std::string const text(record.mText);
+            std::size_t const at = text.find(" writer ");
+            if (at == std::string::npos)
+                continue;
+            int writer = -1;
+            int number = -1;
+            char word[8];
+            std::istringstream(text.substr(at + 8)) >> writer >> word >> number;
+            ASSERT_EQ(number, next[writer]++) << text;
+            whole += (number % 7 == 0) == (text.find("second line\r\n") != std::string::npos) ? 1 : 0;
+        }
+    }
+    for (int writer = 0; writer < kWriters; ++writer)
+        EXPECT_EQ(next[writer], kRecords);
+    EXPECT_EQ(whole, kWriters * kRecords);
+}
