@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <map>
 #include <sstream>
+#include <utility>
 
 using namespace QzBase::Literals;
 using namespace QzLogTool;

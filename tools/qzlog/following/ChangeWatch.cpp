@@ -1,15 +1,12 @@
 #include "following/ChangeWatch.h"
 
-#include <fcntl.h>
-#include <poll.h>
+#include "following/EndRequest.h"
+
 #include <sys/inotify.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <string_view>
@@ -20,37 +17,6 @@ namespace QzLogTool
     {
         constexpr int kMomentMilliseconds = 10;
         constexpr int kLongestMilliseconds = 1000;
-
-        std::atomic<bool> gIsEndAskedFor{false};
-        // Written to by the handler: a signal that comes just before the waiting must not be waited through.
-        constinit std::array<int, 2> gPipe{-1, -1};
-        static_assert(std::atomic<bool>::is_always_lock_free);
-
-        extern "C" void AskForEnd(int)
-        {
-            int const error = errno;
-            gIsEndAskedFor.store(true, std::memory_order_relaxed);
-            [[maybe_unused]] ssize_t const count = write(gPipe[1], "", 1);
-            errno = error;
-        }
-
-        /// Leaves alone what whoever started the tool has told it to ignore.
-        void Catch(int signal)
-        {
-            struct sigaction action;
-            if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN)
-                return;
-            action = {};
-            action.sa_handler = AskForEnd;
-            action.sa_flags = static_cast<int>(SA_RESETHAND);
-            sigaction(signal, &action, nullptr);
-        }
-
-        bool IsOutputClosed()
-        {
-            pollfd output{STDOUT_FILENO, 0, 0};
-            return poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
-        }
     }
 
     ChangeWatch::ChangeWatch(std::vector<std::string> const& logPaths)
@@ -66,10 +32,6 @@ namespace QzLogTool
             mNames.push_back(path.filename());
         }
         WatchFolders();
-        if (gPipe[0] < 0 && pipe2(gPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-            gPipe = {-1, -1};
-        Catch(SIGINT);
-        Catch(SIGTERM);
     }
 
     ChangeWatch::~ChangeWatch()
@@ -89,16 +51,14 @@ namespace QzLogTool
     void ChangeWatch::Wait()
     {
         WatchFolders();
-        int rest = kLongestMilliseconds;
-        while (rest > 0 && !MustEnd())
+        // Others may write to the same folders all the time: the second is then over a little earlier.
+        for (int rest = kLongestMilliseconds; rest > 0; rest -= kLongestMilliseconds / 10)
         {
-            std::array<pollfd, 3> waiting{{{mDescriptor, POLLIN, 0}, {gPipe[0], POLLIN, 0}, {STDOUT_FILENO, 0, 0}}};
-            int const count = poll(waiting.data(), waiting.size(), rest);
-            if (count == 0 || MustEnd())
+            if (!EndRequest::Wait(mDescriptor, rest))
                 return;
-            poll(&waiting[1], 2, kMomentMilliseconds);
-            // Others may write to the same folders all the time.
-            rest = TakeEvents() ? 0 : rest - kMomentMilliseconds;
+            EndRequest::Wait(-1, kMomentMilliseconds);
+            if (TakeEvents())
+                return;
         }
     }
 
@@ -125,10 +85,5 @@ namespace QzLogTool
                 at += sizeof event + event.len;
             }
         }
-    }
-
-    bool ChangeWatch::MustEnd()
-    {
-        return gIsEndAskedFor.load(std::memory_order_relaxed) || IsOutputClosed();
     }
 }

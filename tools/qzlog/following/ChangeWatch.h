@@ -5,8 +5,7 @@
 
 namespace QzLogTool
 {
-    /// Waits for changes of logs, and for the end. One object in a process, on the main thread. From then on SIGINT and
-    /// SIGTERM ask for the end; a second one of the same kind ends the process at once.
+    /// Waits for changes of logs.
     class ChangeWatch
     {
     public:
@@ -15,13 +14,10 @@ namespace QzLogTool
         ChangeWatch(ChangeWatch const&) = delete;
         ChangeWatch& operator=(ChangeWatch const&) = delete;
 
-        /// Waits until something has happened in a folder of the logs, and a moment longer, so that a busy log is
-        /// looked at a hundred times a second at most; for a second at most, for file systems that do not tell of
-        /// changes that others make.
+        /// Waits until something has happened to a file of such a name, and a moment longer, so that a busy log is
+        /// looked at a hundred times a second at most; for a second at most, because some file systems do not tell
+        /// what other machines do. Ends at an EndRequest.
         void Wait();
-
-        /// Whether the end was asked for, or whoever read standard output has gone.
-        static bool MustEnd();
 
     private:
         struct Folder

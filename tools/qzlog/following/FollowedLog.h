@@ -1,13 +1,13 @@
 #pragma once
 
 #include "following/FollowedBytes.h"
+#include "following/Growing.h"
 #include "reading/RecordSplitter.h"
 
 namespace QzLogTool
 {
-    /// The records of a log and its back-ups in order of age, and those that are added. Next gives no more when all is
-    /// given that the last look has found; it gives more after the next look.
-    class FollowedLog : public RecordSource
+    /// The records of a log and its back-ups in order of age, and those that are added.
+    class FollowedLog : public GrowingSource
     {
     public:
         /// See FollowedBytes.
@@ -19,8 +19,10 @@ namespace QzLogTool
         /// See RecordSplitter.
         void SetNeedle(std::string needle) { mSplitter.SetNeedle(std::move(needle)); }
 
-        void Look() { mBytes.Look(); }
-        bool HasRolledOver() const { return mBytes.HasRolledOver(); }
+        void Look() override { mBytes.Look(); }
+
+        /// A busy log may be rolled over more often than it has back-ups within one moment.
+        bool IsUrgent() const override { return mBytes.HasRolledOver(); }
 
         bool Next(Record& record) override { return mSplitter.Next(record); }
         bool NextPart(std::string_view& text) override { return mSplitter.NextPart(text); }

@@ -1,0 +1,82 @@
+#include "following/Follower.h"
+
+#include "reading/Merger.h"
+
+#include <utility>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        class Borrowed : public RecordSource
+        {
+        public:
+            explicit Borrowed(RecordSource& source) : mSource(source) {}
+
+            bool Next(Record& record) override { return mSource.Next(record); }
+            bool NextPart(std::string_view& text) override { return mSource.NextPart(text); }
+            bool Again() override { return mSource.Again(); }
+
+        private:
+            RecordSource& mSource;
+        };
+    }
+
+    Follower::Follower(GrowingSources& sources, Wrap wrap, Report report)
+        : mSources(sources), mWrap(std::move(wrap)), mReport(std::move(report))
+    {
+    }
+
+    std::unique_ptr<RecordSource> Follower::Look()
+    {
+        FindNew();
+        mIsUrgent = false;
+        std::vector<std::unique_ptr<RecordSource>> found;
+        std::erase_if(mFollowed,
+            [&](Followed const& followed)
+            {
+                try
+                {
+                    followed.mpSource->Look();
+                }
+                catch (Trouble const& trouble)
+                {
+                    mReport(trouble);
+                    return true;
+                }
+                mIsUrgent = mIsUrgent || followed.mpSource->IsUrgent();
+                found.push_back(std::make_unique<Borrowed>(*followed.mpWrapped));
+                return false;
+            });
+        return std::make_unique<Merger>(std::move(found));
+    }
+
+    /// At first this cannot be done without; later those that are known go on.
+    void Follower::FindNew()
+    {
+        std::vector<std::unique_ptr<GrowingSource>> sources;
+        try
+        {
+            sources = mSources.FindNew();
+            mLastTrouble.clear();
+        }
+        catch (Trouble const& trouble)
+        {
+            if (mFollowed.empty())
+                throw;
+            if (std::exchange(mLastTrouble, trouble.what()) != trouble.what())
+                mReport(trouble);
+        }
+        for (std::unique_ptr<GrowingSource>& source : sources)
+        {
+            GrowingSource* const pSource = source.get();
+            mFollowed.push_back({pSource, mWrap(std::move(source))});
+        }
+    }
+
+    void Follower::Wait()
+    {
+        if (!mIsUrgent)
+            mSources.Wait();
+    }
+}

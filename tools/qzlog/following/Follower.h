@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Trouble.h"
+#include "following/Growing.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace QzLogTool
+{
+    /// Follows sources that grow, look after look. What one look has found comes in order of time; a record that was
+    /// written meanwhile to a source that had been looked at comes with the next.
+    class Follower
+    {
+    public:
+        /// Puts a filter and the like around a source.
+        using Wrap = std::function<std::unique_ptr<RecordSource>(std::unique_ptr<RecordSource>)>;
+        using Report = std::function<void(Trouble const&)>;
+
+        /// \param sources  must outlive this object.
+        /// \param report  is told of troubles, each once: a source that meets one is followed no more.
+        Follower(GrowingSources& sources, Wrap wrap, Report report);
+
+        /// What has come since the last look. It must not outlive this object, nor the next look.
+        std::unique_ptr<RecordSource> Look();
+
+        /// Waits until there may be more, or an EndRequest is made.
+        void Wait();
+
+    private:
+        struct Followed
+        {
+            GrowingSource* mpSource;
+            std::unique_ptr<RecordSource> mpWrapped;
+        };
+
+        void FindNew();
+
+        GrowingSources& mSources;
+        Wrap const mWrap;
+        Report const mReport;
+        std::vector<Followed> mFollowed;
+        std::string mLastTrouble;
+        bool mIsUrgent = false;
+    };
+}
