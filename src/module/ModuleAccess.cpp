@@ -3,6 +3,7 @@
 #include <QzBase/Message.h>
 
 #include <cstddef>
+#include <utility>
 
 namespace QzLog
 {
@@ -24,7 +25,7 @@ namespace QzLog
         struct ThisThread
         {
             PinCounter* mpCounter;
-            ModuleMain* mpModule;
+            ModuleMain* mpModule; // what the pins hold; the thread is counted while it is not null
             void (*mpAction)();
             unsigned int mPins;
         };
@@ -46,17 +47,20 @@ namespace QzLog
     }
 
     // A pin first shows itself and then looks for the module; whoever ends the module first hides it and then
-    // looks for pins. With sequential consistency at least one of them sees the other.
+    // looks for pins. With sequential consistency at least one of them sees the other. A pin that finds no module
+    // does not show itself at all: calls on objects that are left over, however many, never hold up an end.
 
     ModulePin::ModulePin() noexcept
     {
         ThisThread& self = tThisThread;
-        if (self.mPins++ == 0)
+        if (self.mPins++ == 0 && gPublishedModule.load())
         {
             if (!self.mpCounter)
                 self.mpCounter = ChooseCounter();
             self.mpCounter->mThreads.fetch_add(1);
             self.mpModule = gPublishedModule.load();
+            if (!self.mpModule)
+                self.mpCounter->mThreads.fetch_sub(1);
         }
         // The inner pins see what the outer one sees: a call that began with a module ends with it.
         mpModule = self.mpModule;
@@ -67,12 +71,10 @@ namespace QzLog
         ThisThread& self = tThisThread;
         if (--self.mPins != 0)
             return;
-        self.mpCounter->mThreads.fetch_sub(1);
-        if (void (*const action)() = self.mpAction)
-        {
-            self.mpAction = nullptr;
+        if (std::exchange(self.mpModule, nullptr))
+            self.mpCounter->mThreads.fetch_sub(1);
+        if (void (*const action)() = std::exchange(self.mpAction, nullptr))
             action();
-        }
     }
 
     bool ModulePin::IsHeldByThisThread() noexcept
@@ -99,7 +101,7 @@ namespace QzLog
     {
         for (PinCounter& counter : gPinCounters)
             counter.mThreads.store(0);
-        if (tThisThread.mPins != 0)
+        if (tThisThread.mpModule)
             tThisThread.mpCounter->mThreads.store(1);
     }
 
