@@ -2,6 +2,7 @@
 
 #include "module/ModuleAccess.h"
 #include "module/ModuleMain_Impl.h"
+#include "os/Cancellation.h"
 #include "os/ThreadKey.h"
 
 #include <QzBase/Message.h>
@@ -48,9 +49,11 @@ namespace QzLog
         }
 
         /// Ends the module unless an Initializer has come in the meantime. The calls in flight are waited for with
-        /// the lock word free: one of them may be making an Initializer.
+        /// the lock word free: one of them may be making an Initializer. Destructors come by here, through which a
+        /// thread must not be cancelled.
         void EndUnusedModule() noexcept
         {
+            QzOs::NoCancellation const noCancellation;
             if (ModulePin::IsHeldByThisThread())
             {
                 ModulePin::CallAtLastEnd(EndUnusedModule);
@@ -68,21 +71,34 @@ namespace QzLog
         }
 
         /// In the child of a fork the other threads are gone, and whatever they were in the middle of stays as it
-        /// was: their calls never end, and a module that one of them was building or destroying is of no use.
+        /// was: their calls never end, and a module that one of them was destroying is of no use. (One that was
+        /// being built is not known yet.)
         void ForgetOtherThreads()
         {
             ModulePin::ForgetOtherThreads();
             if (tHoldsLockWord || gModuleInit.lockWord.load() != ModuleInit::kHeld)
                 return;
-            PublishModule(nullptr);
-            gModuleInit.pModule = nullptr;
+            if (gModuleInit.useCount == 0)
+            {
+                PublishModule(nullptr);
+                gModuleInit.pModule = nullptr;
+            }
             gModuleInit.lockWord.store(0);
         }
+
+        bool WatchForks() noexcept
+        {
+            static bool const areWatched = QzOs::CallAroundProcessCopy(nullptr, nullptr, ForgetOtherThreads);
+            return areWatched;
+        }
+
+        // When the library is loaded, so that no fork falls into the first call.
+        [[maybe_unused]] bool const gForksAreWatched = WatchForks();
     }
 
     Initializer::Initializer()
     {
-        [[maybe_unused]] static bool const watched = QzOs::CallAroundProcessCopy(nullptr, nullptr, ForgetOtherThreads);
+        WatchForks();
         if (tHoldsLockWord)
         {
             throw QzBase::ExceptionImpl<QzBase::Message>(QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1,
