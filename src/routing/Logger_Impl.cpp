@@ -7,6 +7,8 @@
 
 #include <QzLog/ConfigurationHook.h>
 
+#include <algorithm>
+
 namespace QzLog
 {
     namespace
@@ -53,6 +55,30 @@ namespace QzLog
 
     private:
         QzSynch::ForkHold const mForkHold{GetLock()};
+    };
+
+    /// Lets a dispatcher count as listed while it is attached and listed.
+    class Logger_Impl::Arrival
+    {
+    public:
+        Arrival(Logger_Impl& logger, Dispatcher const* dispatcher) : mLogger(logger), mpDispatcher(dispatcher)
+        {
+            QzSynch::RWLock::WriteSmartLock const hold(*mLogger.mpLock);
+            mLogger.mArriving.push_back(mpDispatcher);
+        }
+
+        ~Arrival()
+        {
+            QzSynch::RWLock::WriteSmartLock const hold(*mLogger.mpLock);
+            mLogger.mArriving.erase(std::find(mLogger.mArriving.begin(), mLogger.mArriving.end(), mpDispatcher));
+        }
+
+        Arrival(Arrival const&) = delete;
+        Arrival& operator=(Arrival const&) = delete;
+
+    private:
+        Logger_Impl& mLogger;
+        Dispatcher const* const mpDispatcher;
     };
 
     Logger_Impl::Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category)
@@ -150,14 +176,11 @@ namespace QzLog
         return index;
     }
 
-    bool Logger_Impl::IsListed(Dispatcher const* dispatcher) const
+    bool Logger_Impl::IsListedOrArriving(Dispatcher const* dispatcher) const
     {
-        for (DispatcherPtr const& listed : mDispatchers)
-        {
-            if (listed.get() == dispatcher)
-                return true;
-        }
-        return false;
+        auto const isIt = [&](auto const& other) { return &*other == dispatcher; };
+        return std::any_of(mDispatchers.begin(), mDispatchers.end(), isIt) ||
+               std::any_of(mArriving.begin(), mArriving.end(), isIt);
     }
 
     unsigned short Logger_Impl::GetDispatcherHandle(char const* dispatcherName)
@@ -170,14 +193,12 @@ namespace QzLog
                 return HandleOf(index);
         }
         DispatcherPtr const dispatcher = CreateConfiguredDispatcher(name.c_str());
-        dispatcher->AddCallback(mpProxy.get());
         std::size_t index = 0;
-        if (Append(name, dispatcher, index))
         {
-            // Once more, now that it is listed: another thread may have detached it meanwhile; see
-            // DetachUnlessListed.
+            Arrival const arrival(*this, dispatcher.get());
             dispatcher->AddCallback(mpProxy.get());
-            return HandleOf(index);
+            if (Append(name, dispatcher, index))
+                return HandleOf(index);
         }
         DetachUnlessListed(*dispatcher);
         if (index == kMaxDispatchers)
@@ -222,32 +243,32 @@ namespace QzLog
     /// The new dispatcher listens before it enters the list, and the old one stops only after it has left.
     void Logger_Impl::Exchange(std::size_t index, DispatcherPtr dispatcher)
     {
-        DispatcherPtr const added = dispatcher;
-        added->AddCallback(mpProxy.get());
         {
+            Arrival const arrival(*this, dispatcher.get());
+            dispatcher->AddCallback(mpProxy.get());
             QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
             mDispatchers[index].swap(dispatcher);
         }
-        added->AddCallback(mpProxy.get());
         DetachUnlessListed(*dispatcher);
         Notify(index);
     }
 
     /// A hook may give out one dispatcher several times, so the object that leaves one place can stand at another
     /// one, or just be on its way there on another thread. No lock is held while a dispatcher is attached or
-    /// detached; what keeps a listed dispatcher attached all the same is that whoever lists it attaches it
-    /// afterwards too, and whoever detaches it looks for it in the list afterwards.
+    /// detached; what keeps a listed dispatcher attached all the same is that whoever lists it says so before it
+    /// attaches it, and whoever detaches it looks afterwards whether it should have. What was changed in between
+    /// has told nobody, hence the notification.
     void Logger_Impl::DetachUnlessListed(Dispatcher& dispatcher)
     {
-        auto const isListed = [&]
+        auto const isNeeded = [&]
         {
             QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-            return IsListed(&dispatcher);
+            return IsListedOrArriving(&dispatcher);
         };
-        if (isListed())
+        if (isNeeded())
             return;
         dispatcher.RemoveCallback(mpProxy.get());
-        if (!isListed())
+        if (!isNeeded())
             return;
         dispatcher.AddCallback(mpProxy.get());
         OnDestinationsChanged(dispatcher);

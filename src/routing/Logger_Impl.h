@@ -43,6 +43,7 @@ namespace QzLog
 
     private:
         class CallbackProxy;
+        class Arrival;
         using DispatcherPtr = QzBase::CountedPtr<Dispatcher>;
 
         Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category);
@@ -58,7 +59,7 @@ namespace QzLog
 
         // The caller of these holds the lock, for reading at least.
         std::size_t FindByName(std::string const& name) const;
-        bool IsListed(Dispatcher const* dispatcher) const;
+        bool IsListedOrArriving(Dispatcher const* dispatcher) const;
 
         void OnDestinationsChanged(Dispatcher& dispatcher);
         void Notify(std::size_t index);
@@ -70,6 +71,8 @@ namespace QzLog
         QzBase::CountedPtr<MessageCatalog> mpCatalog;
         /// In the order of creation. Grows only; an entry can be exchanged.
         std::vector<DispatcherPtr> mDispatchers;
+        /// Those on their way into the list, once for each way; guarded by the same lock.
+        std::vector<Dispatcher const*> mArriving;
         CallbackSet<Logger::Callback> mCallbacks;
     };
 }
