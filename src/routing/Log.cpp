@@ -12,11 +12,6 @@ namespace QzLog
 {
     namespace
     {
-        bool IsEnabled(Router const& router) noexcept
-        {
-            return router.mEnabled.load(std::memory_order_relaxed);
-        }
-
         [[noreturn]] void ThrowBaseException(std::string const& text, int id)
         {
             QzBase::Message message(QzBase::MESSAGE_DOMAIN_UNKNOWN, id, text.c_str());

@@ -2,6 +2,7 @@
 
 #include <QzResource/Localizer.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -9,6 +10,9 @@ namespace QzLog
 {
     namespace
     {
+        /// A template knows "%1" to "%99".
+        constexpr std::size_t kMostValues = 99;
+
         std::string NameOfID(unsigned int messageID)
         {
             char name[sizeof "Message 0xFFFFFFFF"];
@@ -36,7 +40,7 @@ namespace QzLog
             return;
         }
         std::string text = NameOfID(messageID);
-        for (std::size_t number = 1; number <= formatter.GetValueCount(); ++number)
+        for (std::size_t number = 1; number <= std::min(formatter.GetValueCount(), kMostValues); ++number)
             text += " %" + std::to_string(number);
         mpText = formatter.Format(QzResource::GetMessageTemplate(text.c_str()));
     }

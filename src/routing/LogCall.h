@@ -10,6 +10,11 @@
 
 namespace QzLog
 {
+    inline bool IsEnabled(Router const& router) noexcept
+    {
+        return router.mEnabled.load(std::memory_order_relaxed);
+    }
+
     /// The place of a log call in its source.
     struct SourcePlace
     {

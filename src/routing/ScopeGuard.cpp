@@ -2,6 +2,7 @@
 
 #include "os/Cancellation.h"
 #include "routing/ErrnoGuard.h"
+#include "routing/LogCall.h"
 
 #include <QzResource/MessageFormatter.h>
 
@@ -9,11 +10,6 @@ namespace QzLog
 {
     namespace
     {
-        bool IsEnabled(Router const& router) noexcept
-        {
-            return router.mEnabled.load(std::memory_order_relaxed);
-        }
-
         /// Formats and logs one line, and drops whatever that throws. glibc cancels a thread by unwinding it with an
         /// exception of its own, which must not be dropped: no cancellation inside.
         template <class Insert>
