@@ -9,7 +9,9 @@ namespace QzLog
     class MessageHeader;
 
     /// Where a message ends up. Dispatchers call the two forms of WriteMessage on the thread that logs, from many
-    /// threads at once and with no lock held; what they throw reaches the caller of the log function.
+    /// threads at once and with no lock held; what they throw reaches the caller of the log function. They must not log
+    /// through a router: header and body belong to the thread, and its next message would overwrite the one in
+    /// delivery.
     ///
     /// Destinations of your own derive from Destination_Impl.
     class QZLOG_API Destination : public virtual QzBase::ReferenceCounted

@@ -71,7 +71,7 @@ namespace QzLog
         /// was done stays. Throws QzBase::Message when the hook leaves its pointer null.
         virtual void ApplyConfigurationHook(ConfigurationHook* hook) = 0;
 
-        // These find the dispatcher of the handle and call its operation of the same name.
+        // These find the dispatcher of the handle, as GetDispatcher does, and call its operation of the same name.
 
         virtual void LogAndUpdateMessage(unsigned short handle, QzBase::Message& message) = 0;
         virtual void LogBaseMessage(unsigned short handle, QzBase::Message const& message) = 0;

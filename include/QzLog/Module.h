@@ -11,10 +11,11 @@ namespace QzLog
     /// again after that. Copies count. Objects that are still held when the module ends remain valid: log
     /// calls on them do nothing.
     ///
-    /// Construction and destruction may happen on any thread. The last one waits for the log calls that are in
-    /// flight on other threads; when it ends inside a log call of its own thread (in a destination), the
-    /// module ends with that call. Static objects may hold one. Construction throws what the construction of
-    /// the module throws; there is no module then, and the next Initializer tries again.
+    /// Construction and destruction may happen on any thread. The end of the last one waits for the calls of this
+    /// library that are in flight on other threads; when it comes inside such a call of its own thread (in a
+    /// destination or a hook), the module ends with that call. Static objects may hold one. Construction throws
+    /// what the construction of the module throws; there is no module then, and the next Initializer tries again.
+    /// An object that goes with the module must not make one: that throws QzBase::Message.
     class QZLOG_API Initializer
     {
     public:

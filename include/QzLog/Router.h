@@ -19,7 +19,8 @@ namespace QzLog
     /// together by their names. Made by CreateRouter; lives as long as its holders keep it.
     ///
     /// All operations may be called from any thread at any time. They catch nothing: what a destination
-    /// throws reaches the caller. Texts are UTF-8.
+    /// throws reaches the caller. The log operations do nothing while the dispatcher has no destinations, and
+    /// when the module has ended. Texts are UTF-8.
     class QZLOG_API Router : public virtual QzBase::ReferenceCounted
     {
     public:
@@ -67,7 +68,8 @@ namespace QzLog
     /// hook) when they do not exist yet. Names are UTF-8 and compared byte by byte; null counts as empty.
     /// Callable from any thread, also by a hook.
     /// \param category  for the lock of the logger, if this call is what creates it.
-    /// Throws QzBase::Message when no Initializer is alive, and whatever the hook throws.
+    /// Throws QzBase::Message when no Initializer is alive, whatever the hook throws, and as
+    /// Logger::DispatcherCollection::GetDispatcherHandle.
     QZLOG_API QzBase::ReturnPtrI<Router> CreateRouter(
         char const* loggerName, char const* dispatcherName, QzSynch::EnumHvnLockStackCategory category);
 }

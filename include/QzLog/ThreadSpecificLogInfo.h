@@ -30,6 +30,8 @@ namespace QzLog
     QZLOG_API void SetSessionIDToThreadContext(unsigned short const* sessionID);
     QZLOG_API void SetObjectIDToThreadContext(unsigned short const* objectID);
     QZLOG_API QzBase::ReturnWString GetObjectIDFromThreadContext();
+
+    /// The thread that this one works for, 0 for none. It is kept and carried along, and shows on no message.
     QZLOG_API void SetParentThreadIDToThreadContext(std::uint64_t threadID);
 
     /// The thread's identity in a new structure.
