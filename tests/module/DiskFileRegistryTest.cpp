@@ -89,18 +89,11 @@ TEST_F(DiskFileRegistryTest, TellsOfAPathThatIsNoUse)
     QzOs::gCalls.mpWriteDebugOutput = [](unsigned short const* text) { gOutput += Narrow(text); };
     std::string const text = "QzLog::ModuleMain_Impl::GetDestination_DiskFile: Failed to create log file ''. No path "
                              "was given.";
-    try
-    {
-        GetDestination_DiskFile(nullptr);
-        ADD_FAILURE() << "nothing was thrown";
-    }
-    catch (Exception& exception)
-    {
-        EXPECT_EQ(Describe(exception), "0/-1 " + text + '\n');
-    }
+    EXPECT_EQ(Catch([] { GetDestination_DiskFile(nullptr); }), "0/-1 " + text + '\n');
+    EXPECT_THROW(GetDestination_DiskFile(nullptr), Exception);
     Put("file", "");
     EXPECT_TRUE(Get(In("file/x.log"))); // one that cannot be opened is no failure
-    EXPECT_EQ(gOutput, text + "\r\n");
+    EXPECT_EQ(gOutput, text + "\r\n" + text + "\r\n");
     QzOs::gCalls = calls;
 }
 
@@ -111,23 +104,23 @@ TEST_F(DiskFileRegistryTest, ManyThreadsMakeMoveAndWrite)
     DiskFile files[kThreads][kRounds];
     // Without a base path the first files would be made in the current directory.
     SetBase("start");
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < kThreads; ++thread)
-        threads.emplace_back(
-            [&, thread]
-            {
-                QzBase::CountedPtr<MessageHeader> const header(CreateMessageHeader());
-                for (int round = 0; round < kRounds; ++round)
+    {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < kThreads; ++thread)
+            threads.emplace_back(
+                [&, thread]
                 {
-                    if (round % kThreads == thread)
-                        SetBase(std::to_string(round));
-                    std::string const name = std::to_string(round) + ".log";
-                    files[thread][round] = Get((thread % 2 ? "./" : "q/../") + name);
-                    files[thread][round]->WriteMessage(name.c_str(), *header);
-                }
-            });
-    for (std::thread& thread : threads)
-        thread.join();
+                    QzBase::CountedPtr<MessageHeader> const header(CreateMessageHeader());
+                    for (int round = 0; round < kRounds; ++round)
+                    {
+                        if (round % kThreads == thread)
+                            SetBase(std::to_string(round));
+                        std::string const name = std::to_string(round) + ".log";
+                        files[thread][round] = Get((thread % 2 ? "./" : "q/../") + name);
+                        files[thread][round]->WriteMessage(name.c_str(), *header);
+                    }
+                });
+    }
     SetBase("end");
     for (int round = 0; round < kRounds; ++round)
     {

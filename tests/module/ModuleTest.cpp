@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <latch>
 #include <optional>
 #include <thread>
@@ -28,19 +27,37 @@ TEST_F(ModuleTest, LivesWhileAnyInitializerDoes)
     mInitializer.reset();
     EXPECT_EQ(Road::GetLogger().get(), mRouter.GetLogger());
     copy.reset();
-    EXPECT_FALSE(ModuleIsLive());
-    Initializer const again;
-    EXPECT_NE(Road::GetLogger().get(), mRouter.GetLogger());
-}
-
-TEST_F(ModuleTest, FunctionsWithoutItThrow)
-{
-    mInitializer.reset();
     void (*const functions[])() = {[] { MakeRouter(); }, [] { RefreshConfiguration(); }, [] { SetEpisodeNumber(1); },
         [] { SetUserIDToThreadContext(nullptr); }, [] { ClearThreadSpecificLogInfo(); },
         [] { GetDestination_SystemLog(); }};
     for (auto const function : functions)
         EXPECT_THROW(function(), QzBase::Message);
+    Initializer const again;
+    EXPECT_NE(Road::GetLogger().get(), mRouter.GetLogger());
+}
+
+TEST_F(ModuleTest, ARefreshOffersEverythingInOrder)
+{
+    RefreshConfiguration();
+    CountedPtr<Router> const early = MakeRouter("D1", "M");
+    CountedPtr<Hook> hook(&InstallHook());
+    std::string offered;
+    hook->mOnLogger = [&](Logger& logger)
+    {
+        // Inside, this hook can even be removed: the walk goes on with it.
+        SetConfigurationHook(nullptr);
+        offered += std::string(logger.GetName()) + " ";
+    };
+    hook->mOnDispatcher = [&](DispatcherPtr& dispatcher)
+    {
+        offered += std::string(dispatcher->GetName()) + " ";
+        MakeRouter("D2", "M"); // comes in during the walk
+    };
+    MakeRouter("D", "K");
+    SetConfigurationHook(hook.get());
+    hook = nullptr;
+    RefreshConfiguration();
+    EXPECT_EQ(offered, "K K D L D M D1 D2 ");
 }
 
 TEST_F(ModuleTest, ObjectsThatOutliveItDoNothing)
@@ -86,18 +103,18 @@ TEST_F(ModuleTest, ItsEndWaitsForTheCallsInFlight)
         // Its dispatcher of before may belong to a module that has ended.
         CountedPtr<Router> const router = MakeRouter();
         SetDestinations(*router->GetDispatcher(), {&mDestination});
-        std::thread logging([&] { Log(*router); });
-        std::thread watching(
-            [&]
-            {
-                while (ModuleIsLive())
-                    std::this_thread::yield();
-                hidden.count_down();
-            });
-        inside.wait();
-        mInitializer.reset();
-        logging.join();
-        watching.join();
+        {
+            std::jthread const logging([&] { Log(*router); });
+            std::jthread const watching(
+                [&]
+                {
+                    while (ModuleIsLive())
+                        std::this_thread::yield();
+                    hidden.count_down();
+                });
+            inside.wait();
+            mInitializer.reset();
+        }
         EXPECT_EQ(ModuleIsLive(), isKept);
         mInitializer.emplace();
         EXPECT_EQ(Road::GetLogger().get() == router->GetLogger(), isKept);
@@ -133,23 +150,24 @@ TEST_F(ModuleTest, WhatEndsWithItMayLogAndFindsNothing)
 TEST_F(ModuleTest, ThreadsLogAcrossItsStartsAndEnds)
 {
     // Threads end before, during and after the module; a context that is lost or deleted twice shows under the
-    // address sanitizer, and a race under the thread sanitizer.
+    // address sanitizer, and a race under the thread sanitizer. So many threads that some are always in a call: an
+    // end waits for those that began before it, and for no others.
     mDestination.mForgets = true;
-    std::atomic<bool> stop{false};
-    std::thread logging(
-        [&]
-        {
-            for (; !stop; Log(mRouter))
-                std::thread([&] { Log(mRouter); }).join();
-        });
-    for (int round = 0; round < 200; ++round)
+    std::vector<std::jthread> threads(24);
+    for (std::jthread& thread : threads)
+        thread = std::jthread(
+            [&, isFirst = &thread == threads.data()](std::stop_token const& stop)
+            {
+                for (; !stop.stop_requested(); Log(mRouter))
+                    if (isFirst)
+                        std::thread([&] { Log(mRouter); }).join();
+            });
+    for (int round = 0; round < 40; ++round)
     {
         mInitializer.reset();
         mInitializer.emplace();
         Log(mRouter);
     }
-    stop = true;
-    logging.join();
 }
 
 TEST_F(ModuleTest, TheInstanceNameShowsFromTheNextMessageOn)

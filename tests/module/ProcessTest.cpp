@@ -21,6 +21,7 @@ namespace
 TEST_F(ProcessTest, AForkedChildLogsAsItself)
 {
     std::string json;
+    SetDestinations(*mRouter.GetDispatcher(), {}); // a header needs none
     mRouter.FormatHeaderJson(nullptr, 42, nullptr, nullptr, 0, json);
     EXPECT_NE(json.find("\"message_id\":\"0x0000002A\""), json.npos);
     ExpectInChild(
@@ -32,7 +33,7 @@ TEST_F(ProcessTest, AForkedChildLogsAsItself)
         });
 }
 
-TEST_F(ProcessTest, TheModuleEndsInAChildWhoseParentIsLogging)
+TEST_F(ProcessTest, TheModuleServesAndEndsInAChildWhoseParentIsAtWork)
 {
     std::latch inside(1);
     std::latch leave(1);
@@ -41,16 +42,19 @@ TEST_F(ProcessTest, TheModuleEndsInAChildWhoseParentIsLogging)
         inside.count_down();
         leave.wait();
     };
-    std::thread logging([&] { Log(mRouter); });
+    std::jthread const logging([&] { Log(mRouter); });
     inside.wait();
+    // Another thread is making an Initializer, and has not counted it yet.
+    gModuleInit.lockWord = ModuleInit::kHeld;
     ExpectInChild(
         [&]
         {
+            bool const isLive(ModulePin{});
             mInitializer.reset();
-            return !ModulePin();
+            return isLive && !ModulePin();
         });
+    gModuleInit.lockWord = 0;
     leave.count_down();
-    logging.join();
 }
 
 TEST_F(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
@@ -78,23 +82,25 @@ TEST_F(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
         });
 }
 
-TEST_F(ProcessTest, ACancelledThreadLeavesAScopeGuardFirst)
+TEST_F(ProcessTest, ACancelledThreadLeavesAScopeGuardAndEndsTheModuleFirst)
 {
     mDestination.mAction = []
     {
         pthread_cancel(pthread_self());
         pthread_testcancel();
     };
-    auto const log = [](void* router) -> void*
+    InstallHook().mAtEnd = [] { pthread_testcancel(); };
+    auto const work = [](void* test) -> void*
     {
-        {
-            ScopeGuard const guard(*static_cast<Router*>(router), "S", "f", 1);
-        }
+        auto& self = *static_cast<ProcessTest*>(test);
+        std::optional<ScopeGuard>(std::in_place, self.mRouter, "S", "f", 1).reset();
+        self.mInitializer.reset();
+        EXPECT_FALSE(ModulePin());
         pthread_testcancel();
         return nullptr;
     };
     pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, nullptr, log, &mRouter), 0);
+    ASSERT_EQ(pthread_create(&thread, nullptr, work, this), 0);
     void* result = nullptr;
     ASSERT_EQ(pthread_join(thread, &result), 0);
     EXPECT_EQ(result, PTHREAD_CANCELED);

@@ -10,14 +10,14 @@
 
 namespace
 {
+    constexpr std::size_t kNoLimit = ~std::size_t{0};
     constinit thread_local std::size_t tAllocations = 0;
-    constinit thread_local bool tFails = false;
+    constinit thread_local std::size_t tLimit = kNoLimit; // from here on memory is refused
 }
 
 [[gnu::noinline]] void* operator new(std::size_t size)
 {
-    ++tAllocations;
-    void* const memory = tFails ? nullptr : std::malloc(size);
+    void* const memory = tAllocations++ < tLimit ? std::malloc(size) : nullptr;
     return memory ? memory : throw std::bad_alloc();
 }
 
@@ -35,22 +35,21 @@ using namespace Road;
 
 TEST(AllocationTest, AnEnabledTextCallAllocatesNothingInTheSteadyState)
 {
-    Initializer const initializer;
+    Module const module;
     SetServerInstanceName(u"a server whose name does not fit into a short string"_w);
-    Line const line;
-    line.mpDestination->mForgets = true;
+    module.mDestination.mForgets = true;
     auto const logAll = [&]
     {
         // As often as there are formatters and templates in their rings.
         for (int i = 0; i < 32; ++i)
         {
-            LogString(*line.mpRouter, "a literal", nullptr, __FILE__, __func__, __LINE__);
-            LogMessage(*line.mpRouter, "a template with '%1' and %2, so that it is a long one",
+            LogString(module.mRouter, "a literal", nullptr, __FILE__, __func__, __LINE__);
+            LogMessage(module.mRouter, "a template with '%1' and %2, so that it is a long one",
                 GetMessageFormatter() << "a text of more than a few characters" << i, nullptr, __FILE__, __func__,
                 __LINE__);
-            QzLog::Log(*line.mpRouter, "%1 %2 %3 %4", std::string_view("a text of more than a few characters"), i, 0.1f,
-                &line);
-            ScopeGuard const guard(*line.mpRouter, "scope", __FILE__, __LINE__);
+            QzLog::Log(module.mRouter, "%1 %2 %3 %4", std::string_view("a text of more than a few characters"), i, 0.1f,
+                &module);
+            ScopeGuard const guard(module.mRouter, "scope", __FILE__, __LINE__);
         }
     };
     logAll();
@@ -64,8 +63,28 @@ TEST(AllocationTest, AFormatterThatFailsIsEmptyAfterwards)
     QzResource::MessageFormatter formatter;
     QzResource::MessageTemplate const messageTemplate("a template that needs memory: '%1'");
     formatter << 1;
-    tFails = true;
+    tLimit = tAllocations;
     EXPECT_THROW(formatter.Format(messageTemplate), std::bad_alloc);
-    tFails = false;
+    tLimit = kNoLimit;
     EXPECT_STREQ(formatter.Format(messageTemplate), messageTemplate.GetText().c_str());
+}
+
+TEST(AllocationTest, AModuleThatFindsNoMemoryLeavesTheNextOneRoom)
+{
+    std::optional<Initializer> initializer;
+    for (std::size_t spare = 0; !initializer; ++spare)
+    {
+        tLimit = tAllocations + spare;
+        try
+        {
+            initializer.emplace();
+        }
+        catch (std::bad_alloc const&)
+        {
+            tLimit = kNoLimit;
+            EXPECT_THROW(GetConfigurationHook(), QzBase::Message);
+        }
+    }
+    tLimit = kNoLimit;
+    EXPECT_FALSE(GetConfigurationHook());
 }

@@ -44,6 +44,7 @@ namespace
         {[](Router& r) { LogString(r, "%1 %%", "c", "f", "g", 3); }, "%1 %%", 0},
         {[](Router& r) { LogString(r, nullptr, "c", "f", "g", 3); }, "(null)", 0},
         {[](Router& r) { LogMessage(r, "%2<%1", Values(), nullptr, "f", "g", 3); }, "7<a", 0},
+        {[](Router& r) { LogMessage(r, nullptr, Values(), nullptr, "f", "g", 3); }, "", 0},
         {[](Router& r) { LogMessage4NP(r, "%1", Values(), nullptr, "f", "g", 3); }, "%1", 0},
         {[](Router& r) { LogString(r, 42u, "c", "f", "g", 3); }, "string 42 c", 42, "Message 0x0000002A"},
         {[](Router& r) { LogMessage(r, ~1u, Values(), "c", "f", "g", 3); }, "template a-7", ~1u,
@@ -58,27 +59,26 @@ namespace
         {[](Router& r) { LogStringAndThrowBaseException(r, 42u, "c"); }, "string 42 c", 42, "Message 0x0000002A", 42},
     };
 
-    /// Makes the call and checks what it throws.
-    void Check(Call const& call, Router& router, std::string const& text)
-    {
-        int thrownID = 0;
-        errno = 42;
-        try
-        {
-            call.mpLog(router);
-            EXPECT_EQ(errno, 42);
-        }
-        catch (QzBase::ExceptionImpl<QzBase::Message> const& message)
-        {
-            thrownID = message.GetID();
-            std::string const thrownText(QzBase::WideCharToUTF8(message.GetMessage(), true).c_str());
-            EXPECT_EQ(thrownText, text == "(null)" ? "" : text);
-        }
-        EXPECT_EQ(thrownID, call.mThrownID);
-    }
-
     struct LogTest : testing::Test, Module
     {
+        /// Makes the call and checks what it throws.
+        void Check(Call const& call, std::string const& text)
+        {
+            int thrownID = 0;
+            errno = 42;
+            try
+            {
+                call.mpLog(mRouter);
+                EXPECT_EQ(errno, 42);
+            }
+            catch (QzBase::ExceptionImpl<QzBase::Message> const& message)
+            {
+                thrownID = message.GetID();
+                std::string const thrownText(QzBase::WideCharToUTF8(message.GetMessage(), true).c_str());
+                EXPECT_EQ(thrownText, text == "(null)" ? "" : text);
+            }
+            EXPECT_EQ(thrownID, call.mThrownID);
+        }
     };
 }
 
@@ -86,14 +86,14 @@ TEST_F(LogTest, EveryCallDeliversItsText)
 {
     mDestination.mAction = [] { errno = 5; };
     CountedPtr<Catalog> const catalog(new Catalog);
-    for (MessageCatalog* const present : std::initializer_list<MessageCatalog*>{catalog.get(), nullptr})
+    for (MessageCatalog* const present : std::initializer_list<MessageCatalog*>{nullptr, catalog.get()})
     {
         mRouter.GetLogger()->SetMessageCatalog(present);
         for (Call const& call : kCalls)
         {
             std::string const text = present || !call.mpTextWithoutCatalog ? call.mpText : call.mpTextWithoutCatalog;
             SCOPED_TRACE(text);
-            Check(call, mRouter, text);
+            Check(call, text);
             ASSERT_EQ(mDestination.mRecords.size(), 1u);
             Record const& record = mDestination.mRecords.front();
             EXPECT_EQ(record.mID, call.mID);
@@ -104,14 +104,11 @@ TEST_F(LogTest, EveryCallDeliversItsText)
     }
     mDestination.mAction = [] { throw 7; };
     EXPECT_THROW(LogStringAndThrowBaseException(mRouter, "text", nullptr), int);
-}
 
-TEST_F(LogTest, OnADisabledRouterOnlyTheThrowingCallsBuildTheirText)
-{
+    // On a disabled router only the throwing calls build their text.
     SetDestinations(*mRouter.GetDispatcher(), {});
-    mRouter.GetLogger()->SetMessageCatalog(CountedPtr<Catalog>(new Catalog).get());
     for (Call const& call : kCalls)
-        Check(call, mRouter, call.mpText);
+        Check(call, call.mpText);
     QzResource::MessageFormatter& formatter = Values();
     LogMessage(mRouter, "%1", formatter, nullptr, nullptr, nullptr, 0);
     LogMessage(mRouter, 42u, formatter, nullptr, nullptr, nullptr, 0);
@@ -127,15 +124,12 @@ TEST_F(LogTest, AScopeGuardLogsBothEndsOfALivelyScope)
         ScopeGuard const copy(guard);
         EXPECT_EQ(guard.SetReturnCode(-1, 110), -1);
         EXPECT_EQ(guard.SetReturnCode(0L, 120), 0L);
+        ScopeGuard wide(mRouter, u"S"_w, "f", 1);
+        EXPECT_EQ(wide.SetReturnCode(0x1234567890UL, 2), 0x1234567890UL);
     }
-    EXPECT_EQ(
-        mDestination.TakeTexts(), "Enter 'S' near (100) Leave 'S' near (100) Leave 'S' near (120) with 0x00000000 ");
-    {
-        ScopeGuard guard(mRouter, u"S"_w, "f", 1);
-        EXPECT_EQ(guard.SetReturnCode(0x1234567890UL, 2), 0x1234567890UL);
-    }
-    EXPECT_EQ(mDestination.TakeTexts(), "Enter '[use char* as function name to see it]' near f(1) "
-                                        "Leave '[use char* as function name to see it]' near f(2) with 0x34567890 ");
+    EXPECT_EQ(mDestination.TakeTexts(), "Enter 'S' near (100) Enter '[use char* as function name to see it]' near f(1) "
+                                        "Leave '[use char* as function name to see it]' near f(2) with 0x34567890 "
+                                        "Leave 'S' near (100) Leave 'S' near (120) with 0x00000000 ");
     {
         ScopeGuard const nameless(mRouter, static_cast<char const*>(nullptr), "f", 1);
         std::optional<ScopeGuard> leftWhileOff(std::in_place, mRouter, "S", "f", 1);
@@ -148,14 +142,14 @@ TEST_F(LogTest, AScopeGuardLogsBothEndsOfALivelyScope)
     }
     EXPECT_EQ(mDestination.TakeTexts(), "Enter 'S' near f(1) ");
     {
-        mDestination.mAction = [] { throw 7; };
-        ScopeGuard const guard(mRouter, "S", "f", 1);
-        ScopeGuard const thrower(mRouter, "T", "f", 1);
-        mDestination.mAction = [&, isFirst = true]() mutable
+        // Both fail to enter, and the second one to leave.
+        mDestination.mAction = [calls = 0]() mutable
         {
-            if (std::exchange(isFirst, false))
+            if (++calls <= 3)
                 throw 7;
         };
+        ScopeGuard const guard(mRouter, "S", "f", 1);
+        ScopeGuard const thrower(mRouter, "T", "f", 1);
     }
     EXPECT_EQ(mDestination.TakeTexts(), "Leave 'S' near f(1) ");
 }

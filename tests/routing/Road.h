@@ -41,7 +41,7 @@ namespace Road
         std::string mServer;
     };
 
-    class RecordingDestination final : public Counted<Destination>
+    class RecordingDestination final : public Counted<Destination_Impl>
     {
     public:
         void WriteMessage(MessageHeader& header, MessageBody& body) override
@@ -73,10 +73,6 @@ namespace Road
             mRecords.clear();
             return texts;
         }
-
-        void SetCallstackMessageIDs(unsigned int const*, unsigned int) override {}
-        unsigned short GetLanguageID() const override { return 0; }
-        void SetLanguageID(unsigned short) override {}
 
         bool mForgets = false;
         std::function<void()> mAction;
@@ -140,21 +136,15 @@ namespace Road
         LogString(router, text, nullptr, nullptr, nullptr, 0);
     }
 
-    /// A router whose dispatcher writes to a destination of its own.
-    struct Line
-    {
-        Line() { SetDestinations(*mpRouter->GetDispatcher(), {mpDestination.get()}); }
-
-        CountedPtr<RecordingDestination> mpDestination{new RecordingDestination};
-        CountedPtr<Router> mpRouter = MakeRouter();
-    };
-
-    /// The module with such a line; it can be ended on the way.
+    /// The module, which can be ended on the way, and a router whose dispatcher writes to one destination.
     struct Module
     {
+        Module() { SetDestinations(*mpRouter->GetDispatcher(), {mpDestination.get()}); }
+
         std::optional<Initializer> mInitializer{std::in_place};
-        Line const mLine;
-        Router& mRouter = *mLine.mpRouter;
-        RecordingDestination& mDestination = *mLine.mpDestination;
+        CountedPtr<RecordingDestination> const mpDestination{new RecordingDestination};
+        CountedPtr<Router> const mpRouter = MakeRouter();
+        Router& mRouter = *mpRouter;
+        RecordingDestination& mDestination = *mpDestination;
     };
 }

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <thread>
 #include <utility>
 
@@ -11,79 +10,147 @@ using namespace Road;
 
 namespace
 {
-    /// A dispatcher that lets something else happen between its look and its answer.
+    /// A dispatcher in whose operations something else happens, once, as if on another thread.
     class SlowDispatcher final : public Dispatcher_Impl
     {
     public:
         using Dispatcher_Impl::Dispatcher_Impl;
+        using Action = std::function<void()>;
 
         bool HasDestinations() override
         {
             bool const answer = Dispatcher_Impl::HasDestinations();
-            if (auto const action = std::exchange(mBeforeAnswer, nullptr))
-                action();
+            Run(mBeforeAnswer);
             return answer;
         }
 
-        std::function<void()> mBeforeAnswer;
+        void AddCallback(Dispatcher::Callback* callback) override
+        {
+            Dispatcher_Impl::AddCallback(callback);
+            Run(mAfterAdding);
+        }
+
+        void RemoveCallback(Dispatcher::Callback* callback) override
+        {
+            Run(mBeforeRemoving);
+            Dispatcher_Impl::RemoveCallback(callback);
+            Run(mAfterRemoving);
+        }
+
+        Action mBeforeAnswer, mAfterAdding, mBeforeRemoving, mAfterRemoving;
+
+    private:
+        static void Run(Action& action)
+        {
+            if (Action const taken = std::exchange(action, nullptr))
+                taken();
+        }
     };
 
-    class RoutingThreadsTest : public testing::Test
+    struct RoutingThreadsTest : testing::Test, Module
     {
-    protected:
-        Initializer const mInitializer;
-        CountedPtr<RecordingDestination> const mpDestination{new RecordingDestination};
+        CountedPtr<SlowDispatcher> const mpSlow{new SlowDispatcher("D")};
         Hook& mHook = InstallHook();
+        std::function<void(DispatcherPtr&)> const mGiveSlow = [this](DispatcherPtr& dispatcher)
+        { dispatcher = mpSlow; };
+        std::function<void(DispatcherPtr&)> const mGiveNew = [](DispatcherPtr& dispatcher)
+        { dispatcher = CreateDispatcher(dispatcher->GetName()); };
     };
 }
 
 TEST_F(RoutingThreadsTest, ALateAnswerDoesNotStand)
 {
-    CountedPtr<SlowDispatcher> const slow(new SlowDispatcher("D"));
-    mHook.mOnDispatcher = [&](DispatcherPtr& dispatcher) { dispatcher = DispatcherPtr(slow); };
-    CountedPtr<Router> const router = MakeRouter();
+    mHook.mOnDispatcher = mGiveSlow;
+    CountedPtr<Router> const router = MakeRouter("A");
     // The list is filled while the first reader of the empty one has not yet stored what it saw.
-    slow->mBeforeAnswer = [&]
+    mpSlow->mBeforeAnswer = [&]
     {
-        std::thread([&] { SetDestinations(*slow, {mpDestination.get()}); }).join();
+        SetDestinations(*mpSlow, {&mDestination});
         EXPECT_TRUE(router->mEnabled);
     };
-    SetDestinations(*slow, {});
+    SetDestinations(*mpSlow, {});
     EXPECT_TRUE(router->mEnabled);
+}
+
+TEST_F(RoutingThreadsTest, ADispatcherKeepsItsListenerWhileItStandsAnywhere)
+{
+    mHook.mOnDispatcher = mGiveSlow;
+    CountedPtr<Router> const first = MakeRouter("A");
+    CountedPtr<Router> const second = MakeRouter("B");
+    SetDestinations(*mpSlow, {&mDestination});
+    EXPECT_TRUE(first->mEnabled && second->mEnabled);
+
+    // A refresh takes it from its first place; routers stay with the place.
+    mHook.mOnDispatcher = [&, isFirst = true](DispatcherPtr& dispatcher) mutable
+    {
+        if (dispatcher.get() == mpSlow.get() && std::exchange(isFirst, false))
+            mGiveNew(dispatcher);
+    };
+    RefreshConfiguration();
+    EXPECT_TRUE(!first->mEnabled && second->mEnabled);
+    SetDestinations(*mpSlow, {});
+    EXPECT_FALSE(second->mEnabled);
+    SetDestinations(*first->GetDispatcher(), {&mDestination});
+    Log(*first);
+    EXPECT_EQ(mDestination.TakeTexts(), "text ");
+
+    // It leaves its last place, and another thread gives it a new one before it is detached.
+    CountedPtr<Router> third;
+    mpSlow->mBeforeRemoving = [&]
+    {
+        mHook.mOnDispatcher = mGiveSlow;
+        third = MakeRouter("C");
+    };
+    mpSlow->mAfterRemoving = [&] { SetDestinations(*mpSlow, {&mDestination}); };
+    mHook.mOnDispatcher = mGiveNew;
+    RefreshConfiguration();
+    EXPECT_TRUE(third->mEnabled);
+    SetDestinations(*mpSlow, {});
+    EXPECT_FALSE(third->mEnabled);
+
+    // It leaves its last place while it is on its way to a new one.
+    mpSlow->mAfterAdding = [&]
+    {
+        mHook.mOnDispatcher = mGiveNew;
+        RefreshConfiguration();
+    };
+    CountedPtr<Router> const fourth = MakeRouter("E");
+    SetDestinations(*mpSlow, {&mDestination});
+    EXPECT_TRUE(fourth->mEnabled && !third->mEnabled);
 }
 
 TEST_F(RoutingThreadsTest, RoutersAgreeWithTheirDispatchersInTheEnd)
 {
     // Four kinds of change at once: lists, exchanged dispatchers, new routers and names, and messages all the while.
     // The changes must get through although the messages never pause.
-    mHook.mOnDispatcher = [](DispatcherPtr& dispatcher) { dispatcher = CreateDispatcher(dispatcher->GetName()); };
+    mHook.mOnDispatcher = mGiveNew;
+    mDestination.mForgets = true;
     std::vector<CountedPtr<Router>> const routers{MakeRouter("A"), MakeRouter("B"), MakeRouter("A")};
-    std::atomic<bool> stop{false};
-    std::thread logging(
-        [&]
-        {
-            for (std::size_t round = 0; !stop; ++round)
-                Log(*routers[round % routers.size()]);
-        });
     auto const change = [&](std::size_t seed)
     {
-        for (std::size_t round = 0; round < 300; ++round)
+        for (std::size_t round = 0; round < 200; ++round)
         {
             DispatcherPtr const dispatcher = routers[(round + seed) % routers.size()]->GetDispatcher();
-            dispatcher->SetDestinations(round % 2 ? CreateDestinationCollection({mpDestination.get()}) : nullptr);
+            dispatcher->SetDestinations(round % 2 ? CreateDestinationCollection({&mDestination}) : nullptr);
             CountedPtr<Router> const created = MakeRouter(std::to_string(round).c_str());
             EXPECT_STREQ(created->GetDispatcher()->GetName(), std::to_string(round).c_str());
             if (round % 50 == seed)
                 RefreshConfiguration();
         }
     };
-    std::thread first(change, 1u);
-    std::thread second(change, 2u);
-    first.join();
-    second.join();
-    stop = true;
-    logging.join();
+    {
+        std::vector<std::jthread> logging;
+        for (CountedPtr<Router> const& router : routers)
+            logging.emplace_back(
+                [&router](std::stop_token const& stop)
+                {
+                    while (!stop.stop_requested())
+                        Log(*router);
+                });
+        std::jthread const first(change, 1u);
+        std::jthread const second(change, 2u);
+    }
     for (CountedPtr<Router> const& router : routers)
         EXPECT_EQ(router->mEnabled, router->GetDispatcher()->HasDestinations());
-    EXPECT_EQ(Road::GetLogger()->GetDispatcherCollection()->GetDispatcherHandle("new"), (302 ^ 0xDAFF));
+    EXPECT_EQ(Road::GetLogger()->GetDispatcherCollection()->GetDispatcherHandle("new"), (203 ^ 0xDAFF));
 }

@@ -50,31 +50,14 @@ expect "masked bodies" 2 "$(count 'POST /api/logins with the body .*\*\*\*' ever
 expect "withheld bodies" 3 "$(count '/api/users/[a-z]+ with the body \(withheld\)' everything/all.log)"
 
 # The secrets of the sample, whatever their form and however broken their line.
+tr '|' '\n' << 'END' |
+tulip-7|correct horse|Sommer2026!|p&ssw<rd>|geheim-42|rosebud|naïve§|Kirsche9|xyzzy|Ω-mega|kiwi|pässword"
+ends-in-backslash|second-secret|90210777|hidden-name|tabbed-secret|never-closed|loose-form|cut-o
+END
 while IFS= read -r secret; do
     grep -qF -- "$secret" "$example/requests.txt" || fail "'$secret' is no secret of the sample"
     if grep -rqF -- "$secret" .; then
         fail "'$secret' can be read in $(grep -rlF -- "$secret" . | tr '\n' ' ')"
     fi
-done << 'END'
-tulip-7
-correct horse
-Sommer2026!
-p&ssw<rd>
-geheim-42
-rosebud
-naïve§
-Kirsche9
-xyzzy
-Ω-mega
-kiwi
-pässword"
-ends-in-backslash
-second-secret
-90210777
-hidden-name
-tabbed-secret
-never-closed
-loose-form
-cut-o
-END
+done
 passed
