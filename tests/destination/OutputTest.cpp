@@ -2,6 +2,7 @@
 #include "destination/Destination_SystemLog_Impl.h"
 
 #include "os/Calls.h"
+#include "support/ForkedChild.h"
 
 #include <QzBase/Conversions.h>
 #include <QzLog/MessageHeader.h>
@@ -9,13 +10,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
@@ -149,31 +146,18 @@ namespace
             destination->SetCallstackMessageIDs(&id, 1);
             destination->FormatMultiLineMessageText(2, nullptr, nullptr, false);
             destination->SetEventSource(sourceName);
+            return true;
         };
-        std::atomic<bool> stop{false};
-        std::thread busy(
-            [&]
+        std::jthread const busy(
+            [&](std::stop_token const& stop)
             {
-                while (!stop)
+                while (!stop.stop_requested())
                 {
                     use("a");
                     use("b");
                 }
             });
         for (int round = 0; round < 100 && !HasFailure(); ++round)
-        {
-            pid_t const child = fork();
-            if (child == 0)
-            {
-                alarm(60);
-                use("c");
-                _exit(0);
-            }
-            int status = -1;
-            EXPECT_EQ(waitpid(child, &status, 0), child);
-            EXPECT_EQ(status, 0);
-        }
-        stop = true;
-        busy.join();
+            ExpectInChild([&] { return use("c"); });
     }
 }

@@ -1,11 +1,9 @@
 #include "os/System.h"
+#include "support/ForkedChild.h"
 
 #include <gtest/gtest.h>
 
 #include <thread>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
@@ -22,12 +20,7 @@ namespace
         std::uint32_t const generation = GetForkGeneration();
         EXPECT_TRUE(KnowsItself(generation));
         std::thread([&] { EXPECT_TRUE(KnowsItself(generation)); }).join();
-        pid_t const child = fork();
-        if (child == 0)
-            _exit(KnowsItself(generation + 1) ? 0 : 1);
-        int status = -1;
-        waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0);
+        ExpectInChild([&] { return KnowsItself(generation + 1); });
         EXPECT_TRUE(KnowsItself(generation));
     }
 

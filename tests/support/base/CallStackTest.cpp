@@ -1,3 +1,4 @@
+#include "support/ForkedChild.h"
 #include "support/base/FrameNames.h"
 
 #include <QzBase/CallStack.h>
@@ -7,9 +8,6 @@
 
 #include <thread>
 #include <vector>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
@@ -66,13 +64,6 @@ namespace
                     EXPECT_TRUE(finds());
             });
         for (int i = 0; i < 20; ++i)
-        {
-            pid_t const child = fork();
-            if (child == 0)
-                _exit(finds() ? 0 : 1);
-            int status = -1;
-            waitpid(child, &status, 0);
-            EXPECT_EQ(status, 0);
-        }
+            ExpectInChild(finds);
     }
 }

@@ -1,8 +1,5 @@
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
-#include <QzBase/TotalTimer.h>
-
-#include "os/Calls.h"
 
 #include <gtest/gtest.h>
 
@@ -64,23 +61,6 @@ TEST(ConversionsTest, GUIDsHaveTheirTextForm)
     EXPECT_EQ(text[14], '4') << "not the version that tells random identifiers";
     CreateGUID(guid);
     EXPECT_NE(text, guid.ToWString().c_str());
-}
-
-TEST(ConversionsTest, TimerAddsOnce)
-{
-    static std::int64_t gNow = 100;
-    QzOs::Calls const calls = QzOs::gCalls;
-    QzOs::gCalls.mpGetMonotonicNanoseconds = [] { return gNow; };
-    TotalTimer total;
-    {
-        TotalTimer::Timer stopped(total);
-        gNow += 5;
-        stopped.Stop();
-        TotalTimer::Timer const notStopped(total);
-        gNow += 10;
-    }
-    QzOs::gCalls = calls;
-    EXPECT_EQ(total.GetTotalNanoseconds(), 15);
 }
 
 TEST(ConversionsTest, BufferKeepsItsPiecesApart)

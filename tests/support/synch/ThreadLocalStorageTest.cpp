@@ -1,6 +1,7 @@
 #include <QzSynch/ThreadLocalStorage.h>
 
 #include "os/ThreadKey.h"
+#include "support/ForkedChild.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +10,6 @@
 #include <functional>
 #include <thread>
 #include <vector>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
@@ -152,17 +150,14 @@ TEST(ThreadLocalStorage, WorksInTheChildOfAFork)
 
     for (int i = 0; i < 5; ++i)
     {
-        pid_t const child = fork();
-        if (child == 0)
-        {
-            storage->SetValue(new Context(counts));
-            bool const replaced = counts.mDeleted == 1;
-            storage.reset();
-            _exit(replaced && counts.mMade == 3 && counts.mDeleted == 2 ? 0 : 1);
-        }
-        int status = -1;
-        waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0);
+        ExpectInChild(
+            [&]
+            {
+                storage->SetValue(new Context(counts));
+                bool const replaced = counts.mDeleted == 1;
+                storage.reset();
+                return replaced && counts.mMade == 3 && counts.mDeleted == 2;
+            });
     }
     other = {};
     EXPECT_EQ(counts.mDeleted, 1);
