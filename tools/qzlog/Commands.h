@@ -6,5 +6,7 @@
 
 namespace QzLogTool
 {
+    std::unique_ptr<Command> MakeMaskCommand();
     std::unique_ptr<Command> MakeViewCommand();
+    std::unique_ptr<Command> MakeWriteCommand();
 }

@@ -13,7 +13,7 @@ namespace
     using CommandMaker = std::unique_ptr<Command> (*)();
 
     // In the order in which the help shows them.
-    constexpr CommandMaker kMakers[] = {MakeViewCommand};
+    constexpr CommandMaker kMakers[] = {MakeViewCommand, MakeWriteCommand, MakeMaskCommand};
 
     ExitCode Run(int argumentCount, char** arguments)
     {

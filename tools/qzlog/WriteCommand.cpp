@@ -1,0 +1,162 @@
+#include "Commands.h"
+#include "StandardStreams.h"
+
+#include <QzBase/Conversions.h>
+#include <QzLog/QzLog.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        QzBase::ReturnWString ToWide(std::string const& text)
+        {
+            return QzBase::UTF8ToWideChar(text.c_str(), true);
+        }
+
+        /// A zero byte would end the text for the library.
+        std::string MakeText(std::string line)
+        {
+            while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
+                line.pop_back();
+            std::string text;
+            for (char const byte : line)
+                if (byte == '\0')
+                    text += "\xEF\xBF\xBD";
+                else
+                    text += byte;
+            return QzBase::WideCharToUTF8(ToWide(text).c_str(), true).c_str();
+        }
+
+        /// Tells whether a record reached the log, which the destination keeps from whoever logs.
+        class Witness
+        {
+        public:
+            explicit Witness(std::string const& path) : mPath(path) {}
+
+            void LookBefore() { mBefore = Look(); }
+            bool HasChanged() const { return !(Look() == mBefore); }
+
+        private:
+            struct State
+            {
+                ino_t mFile = 0;
+                off_t mSize = -1;
+                std::int64_t mSeconds = 0;
+                std::int64_t mNanoseconds = 0;
+
+                bool operator==(State const&) const = default;
+            };
+
+            State Look() const
+            {
+                struct stat status;
+                if (stat(mPath.c_str(), &status) != 0)
+                    return State();
+                return State{status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+            }
+
+            std::string mPath;
+            State mBefore;
+        };
+
+        class WriteCommand : public Command
+        {
+        public:
+            char const* GetName() const override { return "write"; }
+
+            char const* GetDescription() const override
+            {
+                return "Makes each line of standard input a record of a log, which running servers may share";
+            }
+
+            void AddOptions(CLI::App& app) override
+            {
+                app.add_option("log", mLog, "The log file; it is made if need be")->required()->type_name("LOG");
+                app.add_option("-L,--logger", mLogger, "The records' logger")->capture_default_str();
+                app.add_option("-D,--dispatcher", mDispatcher, "Their dispatcher")->capture_default_str();
+                app.add_option("-u,--user", mUser, "Their user ID");
+                app.add_option("-s,--session", mSession, "Their session ID");
+                app.add_option("-o,--object", mObject, "Their object ID");
+                app.add_option("--server", mServer, "Their server instance name");
+                app.add_option("--max-size", mMaxFileSize, "The size at which the log rolls over, such as 500k or 20m")
+                    ->transform(CLI::AsSizeValue(false))
+                    ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{2'000'000'000}))
+                    ->capture_default_str();
+                app.add_option("--backups", mBackupCount, "How many back-ups a roll-over keeps")
+                    ->check(CLI::Range(1, 256))
+                    ->capture_default_str();
+            }
+
+            ExitCode Run() override
+            {
+                QzLog::Initializer const module;
+                QzLog::SetServerInstanceName(ToWide(mServer).c_str());
+                QzLog::SetUserIDToThreadContext(ToWide(mUser).c_str());
+                QzLog::SetSessionIDToThreadContext(ToWide(mSession).c_str());
+                QzLog::SetObjectIDToThreadContext(ToWide(mObject).c_str());
+
+                QzBase::CountedPtr<QzLog::Destination_DiskFile> const log(
+                    QzLog::GetDestination_DiskFile(QzBase::UTF8ToWideChar(mLog.c_str(), false).c_str()));
+                CheckLog();
+                log->SetMaxFileSize(static_cast<unsigned int>(mMaxFileSize));
+                log->SetBackupCount(static_cast<unsigned int>(mBackupCount));
+                QzBase::CountedPtr<QzLog::Router> const router(
+                    QzLog::CreateRouter(mLogger.c_str(), mDispatcher.c_str(), QzSynch::kLockStackCategoryDefault));
+                router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({log.get()}));
+
+                CopyLines(*router);
+                return ExitCode::Success;
+            }
+
+        private:
+            /// The destination has made the file by now, if it can be made; here the user learns why not.
+            void CheckLog() const
+            {
+                int const descriptor = open(mLog.c_str(), O_RDWR | O_CLOEXEC);
+                if (descriptor < 0)
+                    throw Trouble(mLog + ": " + std::strerror(errno));
+                close(descriptor);
+            }
+
+            void CopyLines(QzLog::Router& router) const
+            {
+                StandardInput input;
+                Witness witness(mLog);
+                std::uint64_t number = 0;
+                for (std::string line; input.ReadLine(line);)
+                {
+                    ++number;
+                    witness.LookBefore();
+                    QzLog::LogString(router, MakeText(line).c_str(), nullptr, nullptr, nullptr, 0);
+                    if (!witness.HasChanged())
+                        throw Trouble(mLog + ": line " + std::to_string(number) +
+                                      " of the input could not be written, and what follows was not tried");
+                }
+            }
+
+            std::string mLog;
+            std::string mLogger = "Shell";
+            std::string mDispatcher = "Info";
+            std::string mUser;
+            std::string mSession;
+            std::string mObject;
+            std::string mServer;
+            std::uint64_t mMaxFileSize = 2'000'000;
+            int mBackupCount = 1;
+        };
+    }
+
+    std::unique_ptr<Command> MakeWriteCommand()
+    {
+        return std::make_unique<WriteCommand>();
+    }
+}
