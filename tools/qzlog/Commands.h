@@ -6,7 +6,9 @@
 
 namespace QzLogTool
 {
+    std::unique_ptr<Command> MakeCheckCommand();
     std::unique_ptr<Command> MakeMaskCommand();
+    std::unique_ptr<Command> MakeStatsCommand();
     std::unique_ptr<Command> MakeViewCommand();
     std::unique_ptr<Command> MakeWriteCommand();
 }

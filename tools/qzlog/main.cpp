@@ -13,7 +13,8 @@ namespace
     using CommandMaker = std::unique_ptr<Command> (*)();
 
     // In the order in which the help shows them.
-    constexpr CommandMaker kMakers[] = {MakeViewCommand, MakeWriteCommand, MakeMaskCommand};
+    constexpr CommandMaker kMakers[] = {
+        MakeViewCommand, MakeCheckCommand, MakeStatsCommand, MakeWriteCommand, MakeMaskCommand};
 
     ExitCode Run(int argumentCount, char** arguments)
     {
@@ -38,7 +39,10 @@ namespace
         }
         catch (CLI::ParseError const& result)
         {
-            return app.exit(result) == 0 ? ExitCode::Success : ExitCode::Trouble;
+            // Help and version come this way too.
+            if (result.get_exit_code() == 0)
+                return app.exit(result), ExitCode::Success;
+            throw Trouble(std::string(result.what()) + " (see --help)");
         }
         return pChosen->Run();
     }

@@ -59,4 +59,20 @@ namespace QzLogTool
             backups.begin(), backups.end(), [](Backup const& a, Backup const& b) { return a.mNumber > b.mNumber; });
         return backups;
     }
+
+    std::vector<std::string> WithoutRepetitions(std::vector<std::string> const& paths)
+    {
+        auto const contains = [](std::vector<std::string> const& list, std::string const& path)
+        { return std::find(list.begin(), list.end(), path) != list.end(); };
+        std::vector<std::string> result;
+        for (std::string const& path : paths)
+        {
+            std::string log;
+            unsigned int number;
+            bool const comesWithLog = SplitBackupPath(path, log, number) && contains(paths, log);
+            if (!comesWithLog && !contains(result, path))
+                result.push_back(path);
+        }
+        return result;
+    }
 }

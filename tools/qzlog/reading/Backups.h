@@ -19,6 +19,10 @@ namespace QzLogTool
     /// not be there. Unless its writers pause they may be renamed at any moment.
     std::vector<Backup> FindBackups(std::string const& logPath);
 
+    /// Takes out of a list of logs what stands in it twice, and back-ups whose log stands in it too: "server.log*" in a
+    /// shell names the same records twice.
+    std::vector<std::string> WithoutRepetitions(std::vector<std::string> const& paths);
+
     /// Reads "server.log.bak07" as number 7 of "server.log".
     /// \return  false when the path does not name a back-up.
     bool SplitBackupPath(std::string const& path, std::string& logPath, unsigned int& number);

@@ -111,7 +111,8 @@ namespace QzLogTool
         if (mOffset == mBeginning.size() && mBeginning.size() < kBeginning)
             mBeginning.append(buffer, std::min(count, kBeginning - mBeginning.size()));
         mOffset += count;
-        mDone += count;
+        if (mpObserver)
+            mpObserver->OnRead(count);
         return count;
     }
 
@@ -119,7 +120,6 @@ namespace QzLogTool
     {
         if (!mIsRegular || !mpFile->MoveTo(offset))
             return false;
-        mDone -= std::min(mDone, mOffset - offset);
         mOffset = offset;
         return true;
     }

@@ -13,6 +13,14 @@
 
 namespace QzLogTool
 {
+    /// Whoever wants to know how far the reading has come.
+    class ReadObserver
+    {
+    public:
+        virtual ~ReadObserver() = default;
+        virtual void OnRead(std::size_t bytes) = 0;
+    };
+
     /// A log and its back-ups as bytes, file by file in order of age, up to what the log holds when its end is
     /// reached. Roll-overs that happen meanwhile lose nothing and show nothing twice: back-ups are told by what they
     /// are and not by their number, and when the log is emptied while it is read, the rest of it is read from the
@@ -54,8 +62,9 @@ namespace QzLogTool
 
         /// Size in bytes of all files when reading began; 0 when it is not known.
         std::uint64_t GetTotal() const { return mTotal; }
-        /// How many of them were read.
-        std::uint64_t GetDone() const { return mDone; }
+
+        /// Is told of every reading. It must outlive this object.
+        void SetObserver(ReadObserver* pObserver) { mpObserver = pObserver; }
 
     private:
         bool IsLeftover(InputFile const& older, InputFile const& newer) const;
@@ -78,6 +87,6 @@ namespace QzLogTool
         bool mReachedLog = false;
 
         std::uint64_t mTotal = 0;
-        std::uint64_t mDone = 0;
+        ReadObserver* mpObserver = nullptr;
     };
 }

@@ -12,7 +12,7 @@ namespace QzLogTool
         /// See LogBytes.
         LogReader(std::string path, LogBytes::Files files) : mBytes(std::move(path), files), mSplitter(mBytes) {}
 
-        LogBytes const& GetBytes() const { return mBytes; }
+        LogBytes& GetBytes() { return mBytes; }
 
         /// See RecordSplitter.
         void SetNeedle(std::string needle) { mSplitter.SetNeedle(std::move(needle)); }

@@ -31,12 +31,14 @@ namespace QzLogTool
         }
         while (mEnd - mBegin < kGlance && Fill())
             continue;
-        record.mKind = Classify(mBegin, mTime);
-        record.mTime = mTime;
+        if (mNext.mOffset != mOffset)
+            IsNextAt(mBegin);
+        record.mKind = mNext.mKind;
+        record.mTime = mTime = mNext.mKind == Record::Kind::Message ? mNext.mTime : mTime;
         record.mpPath = &mPath;
         record.mOffset = mStartOffset = mOffset;
         std::size_t end = 0;
-        record.mIsWhole = FindEnd(end);
+        record.mIsWhole = FindEnd(record.mKind == Record::Kind::Head, end);
         mIsInside = !record.mIsWhole;
         record.mText = Consume(end);
         return true;
@@ -47,7 +49,7 @@ namespace QzLogTool
         if (!mIsInside)
             return false;
         std::size_t end = 0;
-        mIsInside = !FindEnd(end);
+        mIsInside = !FindEnd(false, end);
         text = Consume(end);
         return !text.empty();
     }
@@ -59,6 +61,7 @@ namespace QzLogTool
         mBegin = mEnd = 0;
         mOffset = mStartOffset;
         mIsAtEnd = mIsInside = false;
+        mNext = Start();
         return true;
     }
 
@@ -70,6 +73,7 @@ namespace QzLogTool
         mBegin = mEnd = 0;
         mOffset = mBytes.GetOffset();
         mIsAtEnd = false;
+        mNext = Start();
         mIsOpen = true;
         return true;
     }
@@ -115,12 +119,10 @@ namespace QzLogTool
         }
     }
 
-    /// Where what begins at mBegin ends.
+    /// Where what begins at mBegin ends; the head is one line.
     /// \return  false when it is too long; `end` is then where its first part ends.
-    bool RecordSplitter::FindEnd(std::size_t& end)
+    bool RecordSplitter::FindEnd(bool isHead, std::size_t& end)
     {
-        std::int64_t time;
-        bool const isHead = !mIsInside && Classify(mBegin, time) == Record::Kind::Head;
         // How many bytes from mBegin on are known to belong to it, and are complete lines.
         std::size_t verified = 0;
         std::size_t from = 0;
@@ -130,7 +132,7 @@ namespace QzLogTool
             bool const isLine = lineEnd != mEnd;
             bool const seesNext = isLine && (mIsAtEnd || mEnd - lineEnd > kGlance || isHead);
             end = isLine ? lineEnd + 1 : mEnd;
-            if (seesNext && (isHead || end == mEnd || Classify(end, time) != Record::Kind::Loose))
+            if (seesNext && (isHead || end == mEnd || IsNextAt(end)))
                 return true;
             if (seesNext)
             {
@@ -141,12 +143,30 @@ namespace QzLogTool
                 return true;
             if (mEnd - mBegin >= kLargest)
             {
-                end = verified != 0 ? mBegin + verified : std::min(lineEnd, mBegin + kLargest);
+                end = verified != 0 ? mBegin + verified : FindCut(lineEnd);
                 return false;
             }
             from = lineEnd - mBegin;
             Fill();
         }
+    }
+
+    /// Where a line that is too long is cut: between two characters.
+    std::size_t RecordSplitter::FindCut(std::size_t limit) const
+    {
+        std::size_t const cut = std::min(limit, mBegin + kLargest - 1);
+        std::size_t start = cut;
+        while (start > cut - 3 && (static_cast<unsigned char>(mBuffer[start]) & 0xC0) == 0x80)
+            --start;
+        return start;
+    }
+
+    /// Keeps what begins at a line, and tells whether that is anything but one more line of what stands before it.
+    bool RecordSplitter::IsNextAt(std::size_t at)
+    {
+        mNext.mKind = Classify(at, mNext.mTime);
+        mNext.mOffset = mOffset + (at - mBegin);
+        return mNext.mKind != Record::Kind::Loose;
     }
 
     /// Where the record, or the other thing, to which a byte belongs begins.

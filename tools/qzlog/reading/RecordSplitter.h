@@ -31,9 +31,11 @@ namespace QzLogTool
         bool BeginFile();
         bool Fill();
         bool SkipToNeedle();
-        bool FindEnd(std::size_t& end);
+        bool FindEnd(bool isHead, std::size_t& end);
+        std::size_t FindCut(std::size_t limit) const;
         std::size_t FindStart(std::size_t at) const;
         Record::Kind Classify(std::size_t at, std::int64_t& time) const;
+        bool IsNextAt(std::size_t at);
         std::size_t FindLineEnd(std::size_t from) const;
         std::string_view Consume(std::size_t end);
 
@@ -52,6 +54,16 @@ namespace QzLogTool
         // In the middle of a record that is given in parts.
         bool mIsInside = false;
         std::uint64_t mStartOffset = 0;
+
+        // What begins at a place, and the time when it is a record.
+        struct Start
+        {
+            std::uint64_t mOffset = std::numeric_limits<std::uint64_t>::max();
+            Record::Kind mKind = Record::Kind::Loose;
+            std::int64_t mTime = 0;
+        };
+        // What FindEnd has seen behind the end, so that it is not looked at twice.
+        Start mNext;
 
         std::string mPath;
         std::int64_t mTime = std::numeric_limits<std::int64_t>::min();

@@ -1,0 +1,93 @@
+#include "LogInput.h"
+
+#include "filter/FilteredSource.h"
+#include "reading/Backups.h"
+#include "reading/Merger.h"
+
+namespace QzLogTool
+{
+    namespace
+    {
+        /// Ends where its source meets trouble.
+        class GuardedSource : public RecordSource
+        {
+        public:
+            GuardedSource(std::unique_ptr<RecordSource> pSource, Progress& progress, Troubles& troubles)
+                : mpSource(std::move(pSource)), mProgress(progress), mTroubles(troubles)
+            {
+            }
+
+            bool Next(Record& record) override
+            {
+                return Guard([&] { return mpSource->Next(record); });
+            }
+            bool NextPart(std::string_view& text) override
+            {
+                return Guard([&] { return mpSource->NextPart(text); });
+            }
+            bool Again() override
+            {
+                return Guard([&] { return mpSource->Again(); });
+            }
+
+        private:
+            template <class Action>
+            bool Guard(Action const& action)
+            {
+                if (mHasEnded)
+                    return false;
+                try
+                {
+                    return action();
+                }
+                catch (Trouble const& trouble)
+                {
+                    mProgress.Hide();
+                    mTroubles.Report(trouble);
+                    mHasEnded = true;
+                    return false;
+                }
+            }
+
+            std::unique_ptr<RecordSource> const mpSource;
+            Progress& mProgress;
+            Troubles& mTroubles;
+            bool mHasEnded = false;
+        };
+    }
+
+    void LogInput::AddTo(CLI::App& app)
+    {
+        app.add_option("LOG", mPaths, "Logs; each is read with its back-ups, the oldest first. - is standard input")
+            ->required()
+            ->option_text("LOG...");
+        app.add_flag("--no-backups", mIsWithoutBackups, "Reads the named files alone");
+    }
+
+    std::vector<std::string> LogInput::GetPaths() const
+    {
+        return mIsWithoutBackups ? mPaths : WithoutRepetitions(mPaths);
+    }
+
+    std::unique_ptr<RecordSource> LogInput::Open(RecordFilter& filter, Progress& progress, Troubles& troubles) const
+    {
+        std::vector<std::unique_ptr<RecordSource>> sources;
+        for (std::string const& path : GetPaths())
+            try
+            {
+                auto reader = std::make_unique<LogReader>(path, GetFiles(LogBytes::Files::WithBackups));
+                progress.AddTotal(reader->GetBytes().GetTotal());
+                reader->GetBytes().SetObserver(&progress);
+                reader->SetNeedle(filter.GetNeedle());
+                auto filtered = std::make_unique<FilteredSource>(std::move(reader), filter);
+                sources.push_back(std::make_unique<GuardedSource>(std::move(filtered), progress, troubles));
+            }
+            catch (Trouble const& trouble)
+            {
+                troubles.Report(trouble);
+            }
+        if (sources.size() == 1)
+            return std::move(sources.front());
+        return std::make_unique<Merger>(std::move(sources));
+    }
+}

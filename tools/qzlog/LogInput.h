@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Troubles.h"
+#include "filter/RecordFilter.h"
+#include "output/Progress.h"
+#include "reading/LogReader.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace QzLogTool
+{
+    /// The logs that a subcommand reads.
+    struct LogInput
+    {
+        std::vector<std::string> mPaths;
+        bool mIsWithoutBackups = false;
+
+        /// Adds operands and options to a subcommand. This object must outlive it.
+        void AddTo(CLI::App& app);
+
+        /// The logs to read, each of them once.
+        std::vector<std::string> GetPaths() const;
+
+        /// What to read of each: `all`, or the log alone.
+        LogBytes::Files GetFiles(LogBytes::Files all) const
+        {
+            return mIsWithoutBackups ? LogBytes::Files::LogAlone : all;
+        }
+
+        /// The wanted records of all logs in order of time. A log that cannot be read is reported and left out, also
+        /// from where on it cannot be read any more. The arguments must outlive what is returned.
+        std::unique_ptr<RecordSource> Open(RecordFilter& filter, Progress& progress, Troubles& troubles) const;
+    };
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Trouble.h"
+
+#include <cstdio>
+
+namespace QzLogTool
+{
+    /// Troubles with one log among several: told at once, and remembered for the exit code, while the others go on.
+    class Troubles
+    {
+    public:
+        void Report(Trouble const& trouble)
+        {
+            std::fprintf(stderr, "qzlog: %s\n", trouble.what());
+            mHasAny = true;
+        }
+
+        bool HasAny() const { return mHasAny; }
+
+    private:
+        bool mHasAny = false;
+    };
+}

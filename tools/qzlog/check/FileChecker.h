@@ -1,0 +1,56 @@
+#pragma once
+
+#include "reading/HeaderParser.h"
+#include "reading/Record.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace QzLogTool
+{
+    /// Looks whether one file of a log is as the library writes it.
+    class FileChecker
+    {
+    public:
+        /// Hears what is found, with the number of the line, from 1 on.
+        class Listener
+        {
+        public:
+            virtual ~Listener() = default;
+            virtual void OnFault(std::uint64_t line, std::string const& reason) = 0;
+            virtual void OnMissed(std::uint64_t line, MissedMessages const& missed) = 0;
+        };
+
+        /// \param isLog  whether it is the log itself, whose last record may be just being written.
+        /// The listener must outlive this object.
+        FileChecker(std::string path, bool isLog, Listener& listener);
+
+        /// Takes what the file holds, one after the other. `source` has just given it.
+        void Take(Record const& record, RecordSource& source);
+
+        /// To be called behind the last.
+        void Finish();
+
+        std::uint64_t GetRecordCount() const { return mRecordCount; }
+
+    private:
+        void TakeStart(Record const& record);
+        void TakeMessage(std::string_view text);
+        void TakeLines(std::string_view text);
+        void TakeLine(std::string_view line, bool isEnded);
+        void FindBuriedRecord(std::string_view line);
+        bool IsBeingWritten() const;
+        void Fault(std::string const& reason) { mListener.OnFault(mLine, reason); }
+
+        std::string const mPath;
+        bool const mIsLog;
+        Listener& mListener;
+        HeaderParser mParser;
+        std::uint64_t mRecordCount = 0;
+        std::uint64_t mLine = 1;
+        std::uint64_t mSize = 0;
+        // Within a line that comes in parts.
+        bool mIsInLine = false;
+    };
+}

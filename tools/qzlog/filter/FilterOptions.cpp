@@ -1,0 +1,103 @@
+#include "filter/FilterOptions.h"
+
+#include "Trouble.h"
+#include "time/Moments.h"
+
+#include <functional>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        constexpr char kGroup[] = "Filters (a record must meet each kind; of several of one kind, any)";
+
+        /// Decimal, or hexadecimal with "0x".
+        std::uint32_t ReadNumber(std::string const& text)
+        {
+            std::size_t used = 0;
+            unsigned long long value = 0;
+            bool const isHex = text.starts_with("0x") || text.starts_with("0X");
+            try
+            {
+                value = std::stoull(text, &used, isHex ? 16 : 10);
+            }
+            catch (std::exception const&)
+            {
+                used = 0;
+            }
+            bool const beginsRight = !text.empty() && text[0] >= '0' && text[0] <= '9';
+            if (!beginsRight || used != text.size() || value > std::numeric_limits<std::uint32_t>::max())
+                throw CLI::ValidationError("'" + text + "' is no number from 0 to 4294967295");
+            return static_cast<std::uint32_t>(value);
+        }
+
+        /// An option that may come several times and is read by a function of ours, whose failure is one of usage.
+        void Add(CLI::App& app, char const* name, char const* valueName, char const* description,
+            std::function<void(std::string const&)> const& take)
+        {
+            auto const takeAll = [take](CLI::results_t const& values)
+            {
+                for (std::string const& value : values)
+                    take(value);
+                return true;
+            };
+            app.add_option(name, takeAll, description)
+                ->option_text(valueName)
+                ->expected(1)
+                ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+                ->group(kGroup);
+        }
+
+        void AddTexts(CLI::App& app, char const* name, char const* valueName, char const* description,
+            std::vector<std::string>& values)
+        {
+            Add(app, name, valueName, description, [&values](std::string const& value) { values.push_back(value); });
+        }
+
+        void AddNumbers(CLI::App& app, char const* name, char const* valueName, char const* description,
+            std::vector<std::uint32_t>& values)
+        {
+            Add(app, name, valueName, description,
+                [&values](std::string const& value) { values.push_back(ReadNumber(value)); });
+        }
+
+        void AddMoment(CLI::App& app, char const* name, char const* description, std::int64_t& moment)
+        {
+            auto const take = [&moment](std::string const& value)
+            {
+                try
+                {
+                    moment = ReadMoment(value, GetNow());
+                }
+                catch (Trouble const& trouble)
+                {
+                    throw CLI::ValidationError(trouble.what());
+                }
+            };
+            Add(app, name, "TIME", description, take);
+        }
+    }
+
+    void FilterOptions::AddTo(CLI::App& app)
+    {
+        AddTexts(app, "--logger", "NAME", "Of this logger", mLoggers);
+        AddTexts(app, "--dispatcher", "NAME", "Of this dispatcher, such as Error", mDispatchers);
+        AddNumbers(
+            app, "--message-id", "ID", "With this message ID: decimal, or hexadecimal with 0x; 0 is none", mMessageIDs);
+        AddTexts(app, "--user", "ID", "On behalf of this user; \"\" is nobody, and likewise below", mUsers);
+        AddTexts(app, "--session", "ID", "Of this session", mSessions);
+        AddTexts(app, "--object", "ID", "About this object", mObjects);
+        AddNumbers(app, "--process", "PID", "Of this process", mProcesses);
+        AddNumbers(app, "--thread", "TID", "Of this thread", mThreads);
+        AddTexts(app, "--host", "NAME", "Of this machine", mHosts);
+        AddTexts(app, "--server", "NAME", "Of this server instance", mServers);
+        AddMoment(app, "--since,-S", "From then on: \"2026-11-18 03:02:07\", \"03:02\", \"today\", \"10m\" (ago), ...",
+            mSince);
+        AddMoment(app, "--until,-U", "Before that moment", mUntil);
+        AddTexts(app, "--text,-F", "TEXT", "The message has this text in it", mTexts);
+        AddTexts(app, "--regex,-E", "EXPRESSION", "The message matches this regular expression (RE2)", mExpressions);
+        app.add_flag("--ignore-case,-i", mIgnoresCase, "In --text and --regex")->group(kGroup);
+        app.add_flag("--invert,-v", mIsInverted, "Records that these do not let through; --since and --until stay")
+            ->group(kGroup);
+    }
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace QzLogTool
+{
+    /// Which records are wanted. A record must meet each kind of condition, and of several of one kind any.
+    struct FilterOptions
+    {
+        std::vector<std::string> mHosts;
+        std::vector<std::string> mServers;
+        std::vector<std::uint32_t> mProcesses;
+        std::vector<std::uint32_t> mThreads;
+        std::vector<std::string> mLoggers;
+        std::vector<std::string> mDispatchers;
+        std::vector<std::uint32_t> mMessageIDs;
+        // An empty one stands for records without that ID.
+        std::vector<std::string> mUsers;
+        std::vector<std::string> mSessions;
+        std::vector<std::string> mObjects;
+        std::vector<std::string> mTexts;
+        std::vector<std::string> mExpressions;
+        bool mIgnoresCase = false;
+        // Turns all of the above round, but not the span of time.
+        bool mIsInverted = false;
+
+        // Milliseconds since 1970-01-01 00:00 UTC; from the first on, up to and without the second.
+        std::int64_t mSince = std::numeric_limits<std::int64_t>::min();
+        std::int64_t mUntil = std::numeric_limits<std::int64_t>::max();
+
+        /// Adds them to a subcommand. This object must outlive it.
+        void AddTo(CLI::App& app);
+    };
+}

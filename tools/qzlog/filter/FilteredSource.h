@@ -1,0 +1,29 @@
+#pragma once
+
+#include "filter/RecordFilter.h"
+#include "reading/Record.h"
+
+#include <memory>
+
+namespace QzLogTool
+{
+    /// The records of a source that a filter wants. The heads of files are left out, except one in the middle of a
+    /// file, which does not belong there and comes as a loose line.
+    class FilteredSource : public RecordSource
+    {
+    public:
+        /// The filter must outlive this object.
+        FilteredSource(std::unique_ptr<RecordSource> pSource, RecordFilter& filter)
+            : mpSource(std::move(pSource)), mFilter(filter)
+        {
+        }
+
+        bool Next(Record& record) override;
+        bool NextPart(std::string_view& text) override { return mpSource->NextPart(text); }
+        bool Again() override { return mpSource->Again(); }
+
+    private:
+        std::unique_ptr<RecordSource> const mpSource;
+        RecordFilter& mFilter;
+    };
+}

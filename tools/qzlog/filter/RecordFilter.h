@@ -1,0 +1,52 @@
+#pragma once
+
+#include "filter/FilterOptions.h"
+#include "filter/TextMatcher.h"
+#include "reading/HeaderParser.h"
+#include "reading/Record.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace QzLogTool
+{
+    /// Tells which records are wanted. It looks at the bytes for what a wanted record must hold before it has the
+    /// header read. Used by one thread.
+    class RecordFilter
+    {
+    public:
+        /// Throws Trouble when an expression is none.
+        explicit RecordFilter(FilterOptions options);
+
+        /// Bytes that every wanted record holds; empty when there are none.
+        std::string const& GetNeedle() const { return mNeedle; }
+
+        /// Whether the record that `source` has just given is wanted. The parts of one that is not whole may be used
+        /// up by that; it is then asked for Again, or, where that cannot be, judged by its first part alone.
+        bool IsWanted(Record const& record, RecordSource& source);
+
+        /// Whether records are wanted at all that have that time.
+        bool IsInTime(std::int64_t time) const { return time >= mOptions.mSince && time < mOptions.mUntil; }
+
+        /// For whoever marks what was found.
+        TextMatcher const& GetMatcher() const { return mMatcher; }
+
+    private:
+        using Alternatives = std::vector<std::string>;
+
+        void AddConditions();
+        void ChooseNeedle();
+        bool MayHaveFields(std::string_view text) const;
+        bool HasFields();
+        bool Matches(Record const& record, RecordSource& source);
+        bool MatchesText(Record const& record, std::string_view message, RecordSource& source) const;
+
+        FilterOptions const mOptions;
+        TextMatcher const mMatcher;
+        // For each kind of condition on the header, how its values stand in a record.
+        std::vector<Alternatives> mConditions;
+        std::string mNeedle;
+        HeaderParser mParser;
+    };
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <re2/re2.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace QzLogTool
+{
+    /// Finds fixed texts and regular expressions. RE2 takes time in proportion to the text whatever the expression, and
+    /// a bounded stack: logs hold texts of megabytes, from strangers.
+    class TextMatcher
+    {
+    public:
+        /// Throws Trouble when an expression is none. With `ignoresCase` the case of letters does not count.
+        TextMatcher(
+            std::vector<std::string> const& texts, std::vector<std::string> const& expressions, bool ignoresCase);
+
+        /// Whether there is nothing to look for; everything matches then.
+        bool IsEmpty() const { return mTexts.empty() && mpExpression == nullptr; }
+
+        /// The text to look for, if that is all there is.
+        std::string const* GetOnlyText() const;
+
+        /// Whether a message matches. Lines end with LF or CR LF; "^" and "$" are the ends of each.
+        bool Matches(std::string_view message) const;
+
+        /// Whether a record of one line, given with its header and without line end, may match. Cheaper than to look
+        /// for the message in it.
+        bool MayMatch(std::string_view record) const;
+
+        /// The first place in a line, from `from` on, that matches. False when there is none.
+        bool Find(std::string_view line, std::size_t from, std::size_t& at, std::size_t& length) const;
+
+    private:
+        std::vector<std::string> mTexts;
+        std::unique_ptr<RE2> mpExpression;
+        // The same for MayMatch; null when it can tell nothing.
+        std::unique_ptr<RE2> mpForRecord;
+        mutable std::string mLines;
+    };
+}

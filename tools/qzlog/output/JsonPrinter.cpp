@@ -1,0 +1,44 @@
+#include "output/JsonPrinter.h"
+
+#include "output/Lines.h"
+
+namespace QzLogTool
+{
+    void JsonPrinter::Print(Record const& record, RecordSource& source)
+    {
+        std::string_view text = record.mText;
+        mJson = "{";
+        if (record.mKind == Record::Kind::Message && mParser.Parse(text))
+        {
+            constexpr std::string_view kEnd = "}\n";
+            mJson = mParser.GetHeader().GetHeaderJSON();
+            mJson.replace(mJson.size() - kEnd.size(), kEnd.size(), ",");
+            text.remove_prefix(mParser.GetLength());
+            if (text.starts_with(' '))
+                text.remove_prefix(1);
+        }
+        mJson += "\"message\":\"";
+        mOwesLineEnd = false;
+        PrintText(text);
+        std::string_view part;
+        while (source.NextPart(part))
+            PrintText(part);
+        mJson += "\"}\n";
+        mOutput.Write(mJson);
+    }
+
+    /// The last line end of a message is not part of it; whether one is the last shows when something follows.
+    void JsonPrinter::PrintText(std::string_view text)
+    {
+        mLines.clear();
+        if (mOwesLineEnd)
+            mLines += '\n';
+        AppendLines(mLines, text);
+        mOwesLineEnd = mLines.ends_with('\n');
+        if (mOwesLineEnd)
+            mLines.pop_back();
+        AppendJson(mJson, mLines);
+        mOutput.Write(mJson);
+        mJson.clear();
+    }
+}

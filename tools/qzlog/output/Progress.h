@@ -1,0 +1,39 @@
+#pragma once
+
+#include "reading/LogBytes.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+
+namespace QzLogTool
+{
+    /// A bar on standard error that shows how far the reading has come. It appears when that takes long, and only on
+    /// a terminal; it goes away with this object.
+    class Progress : public ReadObserver
+    {
+    public:
+        Progress();
+        ~Progress() override { Hide(); }
+        Progress(Progress const&) = delete;
+        Progress& operator=(Progress const&) = delete;
+
+        /// So many bytes more are to be read.
+        void AddTotal(std::uint64_t bytes) { mTotal += bytes; }
+
+        void OnRead(std::size_t bytes) override;
+
+        /// Takes the bar off the screen until the next reading that it is due at.
+        void Hide();
+
+    private:
+        void Show();
+
+        bool const mIsTerminal;
+        std::uint64_t mTotal = 0;
+        std::uint64_t mDone = 0;
+        std::chrono::steady_clock::time_point const mBegin = std::chrono::steady_clock::now();
+        std::chrono::steady_clock::time_point mNext;
+        bool mIsShown = false;
+    };
+}

@@ -1,0 +1,104 @@
+#include "output/TextPrinter.h"
+
+#include "output/Lines.h"
+
+namespace QzLogTool
+{
+    namespace
+    {
+        constexpr char kPlain[] = "\x1B[0m";
+        constexpr char kTime[] = "\x1B[36m";
+        constexpr char kFaint[] = "\x1B[2m";
+        constexpr char kName[] = "\x1B[32m";
+        constexpr char kError[] = "\x1B[1;31m";
+        constexpr char kFound[] = "\x1B[1;7m";
+        constexpr char kLoose[] = "\x1B[33m";
+    }
+
+    TextPrinter::TextPrinter(Output& output, TextMatcher const& marked, bool usesColor)
+        : mOutput(output), mMarked(marked), mUsesColor(usesColor)
+    {
+    }
+
+    void TextPrinter::Print(Record const& record, RecordSource& source)
+    {
+        std::string_view text = record.mText;
+        if (mUsesColor && record.mKind == Record::Kind::Message && mParser.Parse(text))
+        {
+            AppendHeader(text.substr(0, mParser.GetLength()));
+            text.remove_prefix(mParser.GetLength());
+        }
+        else if (mUsesColor)
+            mText += kLoose;
+        PrintText(text);
+        std::string_view part;
+        while (source.NextPart(part))
+            PrintText(part);
+        if (mIsInLine)
+            mText += '\n';
+        mIsInLine = false;
+        mOutput.Write(mText);
+        mText.clear();
+    }
+
+    void TextPrinter::PrintText(std::string_view text)
+    {
+        while (!text.empty())
+        {
+            bool isEnded;
+            std::string_view const line = TakeLine(text, isEnded);
+            AppendMarked(line);
+            if (mUsesColor && isEnded)
+                mText += kPlain;
+            if (isEnded)
+                mText += '\n';
+            mIsInLine = !isEnded;
+        }
+        mOutput.Write(mText);
+        mText.clear();
+    }
+
+    /// The time, then where the message comes from, then what it is about, then for whom.
+    void TextPrinter::AppendHeader(std::string_view header)
+    {
+        QzLog::MessageHeader& fields = mParser.GetHeader();
+        std::string const topic = std::string("][") + fields.GetLoggerName() + "][" + fields.GetDispatcherName() + ']';
+        std::size_t const timeLength = header.find(" [HOST:");
+        std::size_t const at = header.find(topic, timeLength) + 1;
+        bool const isError = std::string_view(fields.GetDispatcherName()) == "Error";
+
+        mText += kTime;
+        AppendText(header.substr(0, timeLength));
+        (mText += kPlain) += kFaint;
+        AppendText(header.substr(timeLength, at - timeLength));
+        (mText += kPlain) += isError ? kError : kName;
+        AppendText(header.substr(at, topic.size() - 1));
+        (mText += kPlain) += kFaint;
+        AppendText(header.substr(at + topic.size() - 1));
+        mText += kPlain;
+    }
+
+    void TextPrinter::AppendMarked(std::string_view line)
+    {
+        std::size_t from = 0;
+        std::size_t at;
+        std::size_t length;
+        while (mUsesColor && mMarked.Find(line, from, at, length))
+        {
+            AppendText(line.substr(from, at - from));
+            mText += kFound;
+            AppendText(line.substr(at, length));
+            mText += kPlain;
+            from = at + length;
+        }
+        AppendText(line.substr(from));
+    }
+
+    void TextPrinter::AppendText(std::string_view text)
+    {
+        if (mOutput.IsTerminal())
+            AppendVisible(mText, text);
+        else
+            mText += text;
+    }
+}

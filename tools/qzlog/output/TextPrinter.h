@@ -1,0 +1,36 @@
+#pragma once
+
+#include "filter/TextMatcher.h"
+#include "output/Output.h"
+#include "output/RecordPrinter.h"
+#include "reading/HeaderParser.h"
+
+#include <string>
+#include <string_view>
+
+namespace QzLogTool
+{
+    /// Records as they stand in the log, with LF as line end. In colours the header steps back and what was searched
+    /// for stands out; on a terminal nothing that a message holds can steer it.
+    class TextPrinter : public RecordPrinter
+    {
+    public:
+        /// Both must outlive this object.
+        TextPrinter(Output& output, TextMatcher const& marked, bool usesColor);
+
+        void Print(Record const& record, RecordSource& source) override;
+
+    private:
+        void PrintText(std::string_view text);
+        void AppendHeader(std::string_view header);
+        void AppendMarked(std::string_view line);
+        void AppendText(std::string_view text);
+
+        Output& mOutput;
+        TextMatcher const& mMarked;
+        bool const mUsesColor;
+        HeaderParser mParser;
+        std::string mText;
+        bool mIsInLine = false;
+    };
+}

@@ -1,0 +1,30 @@
+#include "stats/Counter.h"
+
+#include <algorithm>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        constexpr std::size_t kMostNames = 65536;
+        constexpr char kOthers[] = "(others)";
+    }
+
+    void Counter::Add(std::string_view name)
+    {
+        auto const found = mCounts.find(name);
+        if (found != mCounts.end())
+            ++found->second;
+        else
+            ++mCounts[mCounts.size() < kMostNames ? std::string(name) : kOthers];
+    }
+
+    std::vector<std::pair<std::string, std::uint64_t>> Counter::GetMost(std::size_t count) const
+    {
+        std::vector<std::pair<std::string, std::uint64_t>> result(mCounts.begin(), mCounts.end());
+        std::stable_sort(
+            result.begin(), result.end(), [](auto const& a, auto const& b) { return a.second > b.second; });
+        result.resize(std::min(result.size(), count));
+        return result;
+    }
+}

@@ -1,0 +1,166 @@
+#include "stats/StatsReport.h"
+
+#include "output/Lines.h"
+#include "time/Moments.h"
+
+#include <json/value.h>
+#include <json/writer.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        using Rows = std::vector<std::pair<std::string, std::uint64_t>>;
+
+        constexpr char kNoID[] = "(none)";
+        constexpr std::size_t kLongestLabel = 40;
+
+        /// How many columns a text takes, about.
+        std::size_t GetWidth(std::string_view text)
+        {
+            return static_cast<std::size_t>(
+                std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+        }
+
+        std::string MakeLabel(std::string const& name)
+        {
+            std::string label;
+            AppendVisible(label, MakeWellFormed(name));
+            bool const isTooLong = GetWidth(label) > kLongestLabel;
+            while (GetWidth(label) > kLongestLabel - (isTooLong ? 3 : 0))
+                label.pop_back();
+            return isTooLong ? label + "..." : label;
+        }
+
+        /// A row a line: label, count, and a bar in what is left of the width.
+        void PrintTable(Output& output, std::string const& title, Rows const& rows, unsigned int width)
+        {
+            std::size_t labelWidth = 0;
+            std::uint64_t most = 1;
+            for (auto const& [label, count] : rows)
+            {
+                labelWidth = std::max(labelWidth, GetWidth(label));
+                most = std::max(most, count);
+            }
+            std::size_t const countWidth = std::to_string(most).size();
+            std::size_t const taken = labelWidth + countWidth + 4;
+            std::size_t const barWidth = width > taken ? width - taken : 1;
+
+            output.Write('\n' + title + '\n');
+            for (auto const& [label, count] : rows)
+            {
+                std::string const digits = std::to_string(count);
+                double const part = static_cast<double>(count) / static_cast<double>(most);
+                std::size_t const bar = static_cast<std::size_t>(part * static_cast<double>(barWidth) + 0.5);
+                std::string line = label + std::string(labelWidth - GetWidth(label) + 2, ' ');
+                line += std::string(countWidth - digits.size(), ' ') + digits;
+                if (bar != 0)
+                    line += ' ' + std::string(bar, '#');
+                output.Write(line + '\n');
+            }
+        }
+
+        void PrintCounter(
+            Output& output, std::string const& title, Counter const& counter, unsigned int width, std::size_t most)
+        {
+            Rows rows = counter.GetMost(most);
+            for (auto& row : rows)
+                row.first = MakeLabel(row.first);
+            std::size_t const hidden = counter.GetCounts().size() - rows.size();
+            PrintTable(output, hidden == 0 ? title : title + " (and " + std::to_string(hidden) + " more)", rows, width);
+        }
+
+        Json::Value ToJson(Counter const& counter)
+        {
+            Json::Value object(Json::objectValue);
+            for (auto const& [name, count] : counter.GetCounts())
+                object[MakeWellFormed(name)] = Json::UInt64{count};
+            return object;
+        }
+
+        /// "500 ms", "10 s", "5 min", "2 h", "7 d".
+        std::string FormatWidth(std::int64_t width)
+        {
+            struct Unit
+            {
+                std::int64_t mMilliseconds;
+                char const* mName;
+            };
+            constexpr Unit kUnits[] = {{86400000, " d"}, {3600000, " h"}, {60000, " min"}, {1000, " s"}, {1, " ms"}};
+            Unit const* unit = kUnits;
+            while (width % unit->mMilliseconds != 0)
+                ++unit;
+            return std::to_string(width / unit->mMilliseconds) + unit->mName;
+        }
+    }
+
+    void StatsReport::Add(Record const& record)
+    {
+        if (record.mKind != Record::Kind::Message || !mParser.Parse(record.mText))
+        {
+            ++mLoose;
+            return;
+        }
+        QzLog::MessageHeader& header = mParser.GetHeader();
+        ++mRecords;
+        mFirst = std::min(mFirst, record.mTime);
+        mLast = std::max(mLast, record.mTime);
+        mLoggers.Add(header.GetLoggerName());
+        mDispatchers.Add(header.GetDispatcherName());
+        mMessageIDs.Add(header.GetMessageID() == 0 ? kNoID : std::string("0x") + header.GetMessageIDString());
+        mSlots.Add(ToLocal(record.mTime));
+        MissedMessages missed;
+        if (ReadMissedMessages(header, mParser.GetMessage(record.mText), missed))
+            mMissed += missed.mCount;
+    }
+
+    void StatsReport::PrintTables(Output& output, unsigned int width, std::size_t rows) const
+    {
+        output.Write(std::to_string(mRecords) + " records");
+        if (mRecords != 0)
+            output.Write(" from " + FormatMoment(ToLocal(mFirst)) + " to " + FormatMoment(ToLocal(mLast)));
+        output.Write(", " + std::to_string(mMissed) + " messages missed, " + std::to_string(mLoose) +
+                     " pieces that no record owns\n");
+        if (mRecords == 0)
+            return;
+        PrintCounter(output, "Loggers", mLoggers, width, rows);
+        PrintCounter(output, "Dispatchers", mDispatchers, width, rows);
+        PrintCounter(output, "Message IDs", mMessageIDs, width, rows);
+        Rows slots;
+        for (auto const& [start, count] : mSlots.GetSlots())
+            slots.emplace_back(FormatMoment(start).substr(0, mSlots.GetWidth() % 1000 == 0 ? 19 : 23), count);
+        PrintTable(output, "Time, in slots of " + FormatWidth(mSlots.GetWidth()), slots, width);
+    }
+
+    void StatsReport::PrintJson(Output& output) const
+    {
+        Json::Value report(Json::objectValue);
+        report["records"] = Json::UInt64{mRecords};
+        report["missed"] = Json::UInt64{mMissed};
+        report["loose"] = Json::UInt64{mLoose};
+        if (mRecords != 0)
+        {
+            report["first"] = FormatMoment(ToLocal(mFirst));
+            report["last"] = FormatMoment(ToLocal(mLast));
+        }
+        report["loggers"] = ToJson(mLoggers);
+        report["dispatchers"] = ToJson(mDispatchers);
+        report["message_ids"] = ToJson(mMessageIDs);
+        report["slot_milliseconds"] = Json::Int64{mSlots.GetWidth()};
+        report["slots"] = Json::Value(Json::arrayValue);
+        for (auto const& [start, count] : mSlots.GetSlots())
+        {
+            Json::Value slot(Json::objectValue);
+            slot["time"] = FormatMoment(start);
+            slot["records"] = Json::UInt64{count};
+            report["slots"].append(slot);
+        }
+        Json::StreamWriterBuilder builder;
+        builder["indentation"] = "";
+        output.Write(Json::writeString(builder, report) + '\n');
+    }
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "output/Output.h"
+#include "reading/HeaderParser.h"
+#include "reading/Record.h"
+#include "stats/Counter.h"
+#include "stats/TimeSlots.h"
+
+#include <cstdint>
+#include <limits>
+
+namespace QzLogTool
+{
+    /// Counts records and shows the counts.
+    class StatsReport
+    {
+    public:
+        /// \param slotWidth  see TimeSlots.
+        explicit StatsReport(std::int64_t slotWidth) : mSlots(slotWidth) {}
+
+        void Add(Record const& record);
+
+        /// How many records and lines without record there were.
+        std::uint64_t GetCount() const { return mRecords + mLoose; }
+
+        /// Tables with bars in so many columns, of at most so many rows each.
+        void PrintTables(Output& output, unsigned int width, std::size_t rows) const;
+
+        void PrintJson(Output& output) const;
+
+    private:
+        std::uint64_t mRecords = 0;
+        std::uint64_t mLoose = 0;
+        std::uint64_t mMissed = 0;
+        std::int64_t mFirst = std::numeric_limits<std::int64_t>::max();
+        std::int64_t mLast = std::numeric_limits<std::int64_t>::min();
+        Counter mLoggers;
+        Counter mDispatchers;
+        Counter mMessageIDs;
+        TimeSlots mSlots;
+        HeaderParser mParser;
+    };
+}

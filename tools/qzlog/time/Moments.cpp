@@ -1,0 +1,150 @@
+#include "time/Moments.h"
+
+#include "Trouble.h"
+#include "reading/RecordStart.h"
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+#include <string_view>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        struct Unit
+        {
+            std::string_view mName;
+            std::int64_t mMilliseconds;
+        };
+
+        constexpr std::int64_t kDay = 24 * 60 * 60 * 1000;
+        constexpr Unit kUnits[] = {{"ms", 1}, {"s", 1000}, {"m", 60 * 1000}, {"min", 60 * 1000}, {"h", 60 * 60 * 1000},
+            {"d", kDay}, {"w", 7 * kDay}};
+        // A hundred years: no log is older, and sums stay far from any overflow.
+        constexpr std::int64_t kLongest = 100 * 366 * kDay;
+
+        constexpr std::string_view kMidnight = "00:00:00";
+        constexpr std::size_t kDateLength = 10;
+
+        std::int64_t GetMilliseconds(std::int64_t moment)
+        {
+            return ((moment % 1000) + 1000) % 1000;
+        }
+
+        bool IsDigit(char c)
+        {
+            return c >= '0' && c <= '9';
+        }
+
+        /// The moment at which the clock on the wall here shows what it shows in UTC at `wall`.
+        std::int64_t FromLocal(std::int64_t wall)
+        {
+            std::int64_t const rest = GetMilliseconds(wall);
+            std::time_t const seconds = (wall - rest) / 1000;
+            std::tm parts{};
+            gmtime_r(&seconds, &parts);
+            parts.tm_isdst = -1;
+            return std::int64_t{std::mktime(&parts)} * 1000 + rest;
+        }
+
+        std::string GetToday(std::int64_t now)
+        {
+            return FormatMoment(ToLocal(now)).substr(0, kDateLength);
+        }
+
+        /// "03:02" and "03:02:07" behind a date become full time stamps; an offset goes on standing behind.
+        std::string Complete(std::string const& text)
+        {
+            if (text.size() <= kDateLength)
+                return text + ' ' + std::string(kMidnight);
+            std::size_t const clockEnd = std::min(text.find_first_not_of("0123456789:.", kDateLength + 1), text.size());
+            std::size_t const clockLength = clockEnd - (kDateLength + 1);
+            if (clockLength >= kMidnight.size() || clockLength != 5)
+                return text;
+            return text.substr(0, clockEnd) + ":00" + text.substr(clockEnd);
+        }
+
+        bool ReadAbsolute(std::string text, std::int64_t now, std::int64_t& moment)
+        {
+            if (text == "today" || text == "yesterday")
+                text = GetToday(text == "today" ? now : now - kDay);
+            else if (text.size() >= 3 && text[2] == ':')
+                text = GetToday(now) + ' ' + text;
+            text = Complete(text);
+            bool const isUTC = text.ends_with('Z');
+            if (isUTC)
+                text.pop_back();
+            if (ReadTime(text, moment) != text.size())
+                return false;
+            bool const hasOffset = text.find_first_of("+-", 11) != std::string::npos;
+            if (!isUTC && !hasOffset)
+                moment = FromLocal(moment);
+            return true;
+        }
+    }
+
+    std::int64_t GetNow()
+    {
+        using namespace std::chrono;
+        return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+    }
+
+    std::int64_t ToLocal(std::int64_t moment)
+    {
+        std::time_t const seconds = (moment - GetMilliseconds(moment)) / 1000;
+        std::tm parts{};
+        localtime_r(&seconds, &parts);
+        return moment + std::int64_t{parts.tm_gmtoff} * 1000;
+    }
+
+    std::string FormatMoment(std::int64_t moment)
+    {
+        std::int64_t const rest = GetMilliseconds(moment);
+        std::time_t const seconds = (moment - rest) / 1000;
+        std::tm parts{};
+        gmtime_r(&seconds, &parts);
+        char text[64];
+        std::string result(text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S.", &parts));
+        std::string const digits = std::to_string(1000 + rest);
+        return result + digits.substr(1);
+    }
+
+    bool ReadSpan(std::string const& text, std::int64_t& milliseconds)
+    {
+        milliseconds = 0;
+        std::size_t at = 0;
+        while (at < text.size())
+        {
+            std::int64_t number = 0;
+            std::size_t const begin = at;
+            for (; at < text.size() && IsDigit(text[at]); ++at)
+                number = std::min(number * 10 + (text[at] - '0'), kLongest);
+            std::size_t nameEnd = at;
+            while (nameEnd < text.size() && !IsDigit(text[nameEnd]))
+                ++nameEnd;
+            std::string_view const name = std::string_view(text).substr(at, nameEnd - at);
+            Unit const* const unit = std::find_if(
+                std::begin(kUnits), std::end(kUnits), [name](Unit const& known) { return known.mName == name; });
+            if (at == begin || unit == std::end(kUnits))
+                return false;
+            milliseconds = std::min(
+                milliseconds + std::min(number, kLongest / unit->mMilliseconds) * unit->mMilliseconds, kLongest);
+            at = nameEnd;
+        }
+        return !text.empty();
+    }
+
+    std::int64_t ReadMoment(std::string const& text, std::int64_t now)
+    {
+        std::int64_t value;
+        if (text == "now")
+            return now;
+        if (ReadSpan(text.starts_with('-') ? text.substr(1) : text, value))
+            return now - value;
+        if (ReadAbsolute(text, now, value))
+            return value;
+        throw Trouble(
+            "'" + text + "' is no time; write it like \"2026-11-18 03:02:07\", \"03:02\", \"today\" or \"10m\"");
+    }
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace QzLogTool
+{
+    /// Milliseconds since 1970-01-01 00:00 UTC.
+    std::int64_t GetNow();
+
+    /// Reads a moment as people write it on a command line:
+    ///
+    ///     10m, 2h, 1d12h, 90s, 500ms, 1w (ago)    now, today, yesterday    03:02, 03:02:07.5 (today)
+    ///     2026-11-18, 2026-11-18 03:02, 2026-11-18T03:02:07.123, 2026-11-18 03:02:07-05:00, 2026-11-18 08:02Z
+    ///
+    /// Without an offset it is local time (TZ). Throws Trouble with what is wrong.
+    /// \return  milliseconds since 1970-01-01 00:00 UTC.
+    std::int64_t ReadMoment(std::string const& text, std::int64_t now);
+
+    /// What the clock on the wall here shows at a moment, as a moment of UTC.
+    std::int64_t ToLocal(std::int64_t moment);
+
+    /// "2026-11-18 03:02:07.123", whatever zone the moment is meant in.
+    std::string FormatMoment(std::int64_t moment);
+
+    /// Reads a span of time, such as "10m" or "1h30m", in milliseconds. False when it is none.
+    bool ReadSpan(std::string const& text, std::int64_t& milliseconds);
+}
