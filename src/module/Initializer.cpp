@@ -4,6 +4,7 @@
 #include "module/ModuleMain_Impl.h"
 #include "os/Cancellation.h"
 #include "os/ThreadKey.h"
+#include "routing/Loan.h"
 
 #include <QzBase/Message.h>
 #include <QzBase/System.h>
@@ -76,6 +77,7 @@ namespace QzLog
         void ForgetOtherThreads()
         {
             ModulePin::ForgetOtherThreads();
+            LoanBase::ForgetOtherThreads();
             if (tHoldsLockWord || gModuleInit.lockWord.load() != ModuleInit::kHeld)
                 return;
             if (gModuleInit.useCount == 0)

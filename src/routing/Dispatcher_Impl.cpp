@@ -74,10 +74,10 @@ namespace QzLog
     {
     }
 
-    Dispatcher_Impl::DestinationListPtr Dispatcher_Impl::TakeList() const
+    Loan<Dispatcher_Impl::DestinationList> Dispatcher_Impl::BorrowList() const
     {
         QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-        return mpDestinations;
+        return Loan<DestinationList>(mpDestinations.get());
     }
 
     bool Dispatcher_Impl::HasDestinations()
@@ -95,7 +95,7 @@ namespace QzLog
     {
         ErrnoGuard const keepErrno;
         ModulePin const module;
-        DestinationListPtr const list = TakeList();
+        Loan<DestinationList> const list = BorrowList();
         if (!list || !module)
             return;
         MessageHeader& header =
@@ -108,7 +108,7 @@ namespace QzLog
     {
         ErrnoGuard const keepErrno;
         ModulePin const module;
-        DestinationListPtr const list = TakeList();
+        Loan<DestinationList> const list = BorrowList();
         if (!list || !module)
             return;
         ThreadContext& context = *module->GetThreadContext();
@@ -122,7 +122,7 @@ namespace QzLog
     {
         ErrnoGuard const keepErrno;
         ModulePin const module;
-        DestinationListPtr const list = TakeList();
+        Loan<DestinationList> const list = BorrowList();
         if (!list || !module)
             return;
         ThreadContext& context = *module->GetThreadContext();
@@ -158,6 +158,8 @@ namespace QzLog
             QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
             mpDestinations.swap(list);
         }
+        if (list)
+            LoanBase::HandOver(*list);
         for (QzBase::CountedPtr<Dispatcher::Callback> const& callback : mCallbacks.Copy())
             callback->OnDestinationsChanged(*this);
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "routing/CallbackSet.h"
+#include "routing/Loan.h"
 #include "support/synch/ForkHold.h"
 
 #include <QzLog/Destination.h>
@@ -31,8 +32,8 @@ namespace QzLog
             char const* functionName, int lineNumber, std::string& headerJson) override;
 
     private:
-        /// The destinations as SetDestinations gave them; never changed afterwards. A message takes one reference
-        /// to it as its own copy of the list: nothing is allocated, and one shared count moves whatever the length.
+        /// The destinations as SetDestinations gave them; never changed afterwards. A message borrows it as its own
+        /// copy of the list: nothing is allocated, and nothing written that other threads write too.
         class DestinationList final : public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
         {
         public:
@@ -43,7 +44,7 @@ namespace QzLog
 
         using DestinationListPtr = QzBase::CountedPtr<DestinationList>;
 
-        DestinationListPtr TakeList() const;
+        Loan<DestinationList> BorrowList() const;
 
         QzSynch::RWLockPtr const mpLock;
         QzSynch::ForkHold const mForkHold;

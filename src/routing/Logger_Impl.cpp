@@ -125,21 +125,21 @@ namespace QzLog
         char const* fileName, char const* functionName, int lineNumber)
     {
         ErrnoGuard const keepErrno;
-        QzBase::ReturnPtrI<Dispatcher> const dispatcher = GetDispatcher(handle);
+        Loan<Dispatcher> const dispatcher = BorrowDispatcher(handle);
         dispatcher->LogText(*this, text, messageID, fileName, functionName, lineNumber);
     }
 
     QZLOG_CALL_FRAME void Logger_Impl::LogBaseMessage(unsigned short handle, QzBase::Message const& message)
     {
         ErrnoGuard const keepErrno;
-        QzBase::ReturnPtrI<Dispatcher> const dispatcher = GetDispatcher(handle);
+        Loan<Dispatcher> const dispatcher = BorrowDispatcher(handle);
         dispatcher->LogBaseMessage(*this, message);
     }
 
     QZLOG_CALL_FRAME void Logger_Impl::LogAndUpdateMessage(unsigned short handle, QzBase::Message& message)
     {
         ErrnoGuard const keepErrno;
-        QzBase::ReturnPtrI<Dispatcher> const dispatcher = GetDispatcher(handle);
+        Loan<Dispatcher> const dispatcher = BorrowDispatcher(handle);
         dispatcher->LogAndUpdateMessage(*this, message);
     }
 
@@ -147,7 +147,7 @@ namespace QzLog
         char const* fileName, char const* functionName, int lineNumber, std::string& headerJson)
     {
         ErrnoGuard const keepErrno;
-        QzBase::ReturnPtrI<Dispatcher> const dispatcher = GetDispatcher(handle);
+        Loan<Dispatcher> const dispatcher = BorrowDispatcher(handle);
         dispatcher->FormatHeaderJson(*this, text, messageID, fileName, functionName, lineNumber, headerJson);
     }
 
@@ -159,7 +159,23 @@ namespace QzLog
             if (index < mDispatchers.size())
                 return QzBase::ReturnPtrI<Dispatcher>(mDispatchers[index].get());
         }
-        ThrowMessage("A dispatcher handle was used that the logger '%1' never gave out.", GetName());
+        ThrowForeignHandle();
+    }
+
+    Loan<Dispatcher> Logger_Impl::BorrowDispatcher(unsigned short handle) const
+    {
+        std::size_t const index = IndexOf(handle);
+        {
+            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+            if (index < mDispatchers.size())
+                return Loan<Dispatcher>(mDispatchers[index].get());
+        }
+        ThrowForeignHandle();
+    }
+
+    void Logger_Impl::ThrowForeignHandle() const
+    {
+        ThrowMessage("A dispatcher handle was used that the logger '%1' never gave out.", mName.c_str());
     }
 
     Logger_Impl::DispatcherPtr Logger_Impl::GetDispatcherAt(std::size_t index) const
@@ -249,6 +265,7 @@ namespace QzLog
             QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
             mDispatchers[index].swap(dispatcher);
         }
+        LoanBase::HandOver(*dispatcher);
         DetachUnlessListed(*dispatcher);
         Notify(index);
     }

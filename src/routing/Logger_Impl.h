@@ -1,6 +1,7 @@
 #pragma once
 
 #include "routing/CallbackSet.h"
+#include "routing/Loan.h"
 #include "support/synch/ForkHold.h"
 
 #include <QzLog/Dispatcher.h>
@@ -53,6 +54,10 @@ namespace QzLog
         bool Append(std::string const& name, DispatcherPtr const& dispatcher, std::size_t& index);
         void Exchange(std::size_t index, DispatcherPtr dispatcher);
         void DetachUnlessListed(Dispatcher& dispatcher);
+
+        /// The dispatcher of a handle for one call; throws as GetDispatcher does.
+        Loan<Dispatcher> BorrowDispatcher(unsigned short handle) const;
+        [[noreturn]] void ThrowForeignHandle() const;
 
         /// The dispatcher at an index, or null past the end.
         DispatcherPtr GetDispatcherAt(std::size_t index) const;
