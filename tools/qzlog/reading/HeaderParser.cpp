@@ -76,7 +76,7 @@ namespace QzLogTool
             return false;
         char const* const end = count.data() + count.size();
         auto const [stop, error] = std::from_chars(count.data(), end, missed.mCount);
-        missed.mReason = message;
+        missed.mReason = message.substr(0, message.find_first_of("\r\n"));
         return error == std::errc() && stop == end;
     }
 

@@ -1,0 +1,167 @@
+#include "ToolFixture.h"
+
+#include "reading/LogReader.h"
+#include "reading/RecordSplitter.h"
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+namespace
+{
+    using namespace QzLogTool;
+    using namespace QzTest;
+
+    class ReadingTest : public ToolFixture
+    {
+    protected:
+        static std::string MakeTime(unsigned int number)
+        {
+            char text[32];
+            std::snprintf(text, sizeof text, "2026-11-18 03:%02u:%02u.%03u", number / 60000 % 60, number / 1000 % 60,
+                number % 1000);
+            return text;
+        }
+
+        static std::string ReadWhole(RecordSource& source, Record const& record)
+        {
+            std::string text(record.mText);
+            for (std::string_view part; source.NextPart(part);)
+                text += part;
+            return text;
+        }
+
+        /// The last word of each record that is still to come.
+        static std::vector<std::string> ReadNames(RecordSource& source)
+        {
+            std::vector<std::string> names;
+            for (Record record; source.Next(record);)
+                if (record.mKind == Record::Kind::Message)
+                {
+                    std::string const text = ReadWhole(source, record);
+                    std::size_t const at = text.rfind(' ') + 1;
+                    names.push_back(text.substr(at, text.size() - 2 - at));
+                }
+            return names;
+        }
+
+        static std::vector<std::string> MakeNames(unsigned int begin, unsigned int end)
+        {
+            std::vector<std::string> names;
+            for (unsigned int i = begin; i < end; ++i)
+                names.push_back("n" + std::to_string(i));
+            return names;
+        }
+    };
+
+    /// Whatever the places at which reading stops, and however long the records are: nothing is lost or changed, and
+    /// with a needle the records that hold it come and no others.
+    TEST_F(ReadingTest, SplitsAnythingIntoRecords)
+    {
+        unsigned int const seed = std::random_device()();
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 random(seed);
+        auto const upTo = [&random](std::size_t most) { return random() % (most + 1); };
+
+        std::vector<std::string> records{"\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n"};
+        std::size_t const lengths[] = {0, 50, 300, 5000, 262144, 300000, RecordSplitter::kLargest + 100};
+        for (unsigned int i = 0; i < 800; ++i)
+        {
+            std::string text = MakeTime(i) + " [HOST:a][SERVER:b][PID:1][THR:2][c][d][UID:0][SID:0][OID:0] ";
+            std::size_t const kind = i == 300 || i == 799 ? 6 : upTo(i % 50 == 0 ? 5 : 3);
+            std::size_t const length = kind == 6 ? lengths[kind] + upTo(1000000) : upTo(lengths[kind]);
+            std::size_t const lineLength = 1 + upTo(2 * length);
+            while (text.size() < length)
+                (text += std::string(std::min(lineLength, length), 'x')) += "\r\n2026\r\n";
+            records.push_back(text + (upTo(20) == 0 || kind == 6 ? "NEEDLE\r\n" : "end\r\n"));
+        }
+        std::string all;
+        for (std::string const& record : records)
+            all += record;
+        Put("a.log", all);
+
+        for (char const* const needle : {"", "NEEDLE", "[HOST:a]"})
+        {
+            SCOPED_TRACE(needle);
+            LogReader reader(In("a.log"), LogBytes::Files::LogAlone);
+            reader.SetNeedle(needle);
+            auto const holdsNeedle = [needle](std::string const& text)
+            { return text.find(needle) != std::string::npos; };
+            auto next = records.begin();
+            for (Record record; reader.Next(record);)
+            {
+                bool const isWhole = record.mIsWhole;
+                std::string const text = ReadWhole(reader, record);
+                auto const found = std::find(next, records.end(), text);
+                ASSERT_NE(found, records.end());
+                ASSERT_TRUE(std::none_of(next, found, holdsNeedle));
+                // A long one may come in any case.
+                ASSERT_TRUE(isWhole ? holdsNeedle(text) : text.size() > RecordSplitter::kLargest);
+                next = found + 1;
+                if (isWhole)
+                    continue;
+                ASSERT_TRUE(reader.Again());
+                ASSERT_TRUE(reader.Next(record));
+                ASSERT_TRUE(ReadWhole(reader, record) == text);
+            }
+            ASSERT_TRUE(std::none_of(next, records.end(), holdsNeedle));
+        }
+        EXPECT_EQ(Run("qzlog view -F NEEDLE a.log -c").mOutput,
+            std::to_string(std::count_if(records.begin(), records.end(),
+                [](std::string const& text) { return text.find("NEEDLE") != std::string::npos; })) +
+                "\n");
+        EXPECT_EQ(Run("qzlog view -n 1 --json a.log | tail -c 9").mOutput, "NEEDLE\"}\n");
+        EXPECT_EQ(Run("qzlog check a.log").mExitCode, 0);
+    }
+
+    /// A reader that has begun with a log reads that log to its end, in order, wherever roll-overs have moved it, and
+    /// all back-ups that were not read yet, those that have come meanwhile included.
+    TEST_F(ReadingTest, LosesNothingInRollOvers)
+    {
+        constexpr unsigned int kBefore = 9000;
+        for (unsigned int const readBefore : {0U, 1U, 2500U, 5000U, kBefore - 1})
+        {
+            SCOPED_TRACE(readBefore);
+            std::filesystem::remove_all(mFolder);
+            std::filesystem::create_directory(mFolder);
+            auto const log = OpenLog(std::to_string(readBefore) + ".log", 1000000000);
+            for (unsigned int i = 0; i < kBefore; ++i)
+            {
+                log->SetMaxFileSize(i == 4000 ? 1 : 1000000000);
+                Write(*log, {.mTime = MakeTime(i).c_str()}, std::string(400, '.') + " n" + std::to_string(i));
+            }
+
+            LogReader reader(In(std::to_string(readBefore) + ".log"), LogBytes::Files::WithBackups);
+            Record record;
+            for (unsigned int i = 0; i < readBefore; i += record.mKind == Record::Kind::Message)
+                ASSERT_TRUE(reader.Next(record));
+            log->SetMaxFileSize(1);
+            for (unsigned int i = kBefore; i < kBefore + 3; ++i)
+                Write(*log, {.mTime = MakeTime(i).c_str()}, "- n" + std::to_string(i));
+
+            // What was added to a log while a back-up was being read is read too.
+            std::vector<std::string> const names = ReadNames(reader);
+            unsigned int const end = readBefore < 4000 ? kBefore + 3 : kBefore;
+            EXPECT_EQ(names, MakeNames(readBefore, end));
+        }
+    }
+
+    /// What a roll-over left that was killed or met a full disk stands once more in the next file.
+    TEST_F(ReadingTest, SkipsWhatFailedRollOversLeft)
+    {
+        auto const log = OpenLog("a.log", 100000);
+        for (unsigned int i = 0; i < 100; ++i)
+            Write(*log, {.mTime = MakeTime(i).c_str()}, "- n" + std::to_string(i));
+        std::string const content = Get("a.log");
+        Put("a.log.bak03", content);
+        Put("a.log.bak02", content.substr(0, 5000));
+        Put("a.log.bak01", content.substr(0, 36));
+        Put("a.log.bak00", content.substr(0, 200));
+        Put("a.log.bak0", "no back-up");
+        std::filesystem::create_directory(In("a.log.bak07"));
+        LogReader reader(In("a.log"), LogBytes::Files::WithBackups);
+        EXPECT_EQ(ReadNames(reader), MakeNames(0, 100));
+        EXPECT_EQ(
+            Run("qzlog check a.log | tail -1").mOutput, "a.log: 5 files, 247 records, 3 faults, 0 messages missed\n");
+    }
+}

@@ -1,0 +1,212 @@
+#include "ToolFixture.h"
+
+#include <cctype>
+
+namespace
+{
+    using namespace QzTest;
+
+    class ViewTest : public ToolFixture
+    {
+    protected:
+        /// Two logs; each record of the first stands in a file of its own.
+        ViewTest()
+        {
+            auto const server = OpenLog("server.log", 1);
+            Write(*server, {.mTime = "2026-11-18 03:00:01.000", .mUser = "alice", .mSession = "s1", .mObject = "o1"},
+                "#1 start up");
+            Write(*server, {.mTime = "2026-11-18 03:00:03.000", .mDispatcher = "Error", .mMessageID = 42},
+                "#2 failed\n\nwith cause one\nCause Two");
+            Write(*server, {.mTime = "2026-11-18 03:00:05.000", .mLogger = "Network", .mUser = "bob"},
+                "#3 Caf\xC3\xA9 [Kernel][Error] \x1B[31m");
+            auto const other = OpenLog("other.log", 100000);
+            Write(*other,
+                {.mTime = "2026-11-18 05:00:02.000+02:00",
+                    .mLogger = "Query",
+                    .mProcess = 12,
+                    .mThread = 22,
+                    .mHost = "ws02",
+                    .mServer = "Standby"},
+                "#4 select");
+            Write(*other, {.mTime = "2026-11-18 05:00:04.000+02:00", .mLogger = "Query", .mHost = "ws02"}, "#5 done");
+            QzLog::Timestamp_Impl now;
+            now.SetToNowLocal();
+            Write(*OpenLog("now.log", 100000), {.mTime = now.ToISO8601String().c_str()}, "#6 now");
+        }
+
+        /// The numbers behind "#" in a text.
+        static std::string FindNumbers(std::string const& text)
+        {
+            std::string numbers;
+            for (std::size_t i = 0; i + 1 < text.size(); ++i)
+                if (text[i] == '#' && std::isdigit(static_cast<unsigned char>(text[i + 1])))
+                    (numbers += numbers.empty() ? "" : " ") += text[i + 1];
+            return numbers;
+        }
+    };
+
+    TEST_F(ViewTest, ShowsWhatIsWantedInOrder)
+    {
+        struct
+        {
+            char const* mCommand;
+            char const* mNumbers;
+        } const cases[] = {
+            {"qzlog view server.log", "1 2 3"},
+            {"qzlog view server.log other.log", "1 4 2 5 3"},
+            {"qzlog view server.log* other.log other.log", "1 4 2 5 3"},
+            {"qzlog view --no-backups server.log", "3"},
+            {"qzlog view server.log.bak00", "2"},
+            {"ln server.log.bak00 gone.log.bak00; qzlog view gone.log", "2"},
+            {"cat other.log | qzlog view -", "4 5"},
+            {"qzlog view --logger Kernel server.log other.log", "1 2"},
+            {"qzlog view --logger Query --logger Network server.log other.log", "4 5 3"},
+            {"qzlog view --dispatcher Error server.log", "2"},
+            {"qzlog view --dispatcher Kernel server.log", ""},
+            {"qzlog view --message-id 0x2a server.log", "2"},
+            {"qzlog view --message-id 42 server.log", "2"},
+            {"qzlog view --message-id 0 server.log", "1 3"},
+            {"qzlog view --user alice --user bob server.log", "1 3"},
+            {"qzlog view --user '' server.log", "2"},
+            {"qzlog view --user alice --logger Network server.log", ""},
+            {"qzlog view --session s1 --object o1 server.log", "1"},
+            {"qzlog view --process 12 --thread 22 --host ws02 --server Standby server.log other.log", "4"},
+            {"qzlog view -F 'Cause Two' server.log", "2"},
+            {"qzlog view -F HOST server.log", ""},
+            {"qzlog view -F start -F select server.log other.log", "1 4"},
+            {"qzlog view -iF 'cause TWO' server.log", "2"},
+            {"qzlog view -E '^#[13] .*p$' server.log", "1"},
+            {"qzlog view -E 'one$' server.log", "2"},
+            {"qzlog view -E '^Cause' server.log", "2"},
+            {"qzlog view -E 'one\\nCause' server.log", "2"},
+            {"qzlog view -E 'a|select' -E zzz server.log other.log", "1 4 2 3"},
+            {"qzlog view -v --logger Kernel server.log other.log", "4 5 3"},
+            {"qzlog view -v -F start --since 03:00 --since '2026-11-18 03:00:03' server.log", "2 3"},
+            {"qzlog view --since '2026-11-18 03:00:02' --until '2026-11-18T03:00:04Z' server.log other.log", "4 2"},
+            {"TZ=EST5 qzlog view --since '2026-11-17 22:00:05' server.log", "3"},
+            {"qzlog view --since '2026-11-18 06:00:05+03:00' server.log", "3"},
+            {"qzlog view --since 1h30m now.log", "6"},
+            {"qzlog view --until 90m --until -1m now.log", ""},
+            {"qzlog view --since yesterday --until 9999-12-31 now.log", "6"},
+            {"qzlog view -n 2 server.log other.log", "5 3"},
+            {"qzlog view -m 2 server.log other.log", "1 4"},
+            {"qzlog view -n 0 server.log", ""},
+        };
+        for (auto const& testCase : cases)
+        {
+            SCOPED_TRACE(testCase.mCommand);
+            Outcome const outcome = Run(testCase.mCommand);
+            EXPECT_EQ(FindNumbers(outcome.mOutput), testCase.mNumbers) << outcome.mOutput;
+            EXPECT_EQ(outcome.mExitCode, *testCase.mNumbers ? 0 : 1);
+        }
+    }
+
+    TEST_F(ViewTest, ShowsRecordsInEachForm)
+    {
+        Put("loose.log",
+            "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\nnobody's\r\nline\r\n"
+            "2026-11-18 03:00:01.000 [HOST:a][SERVER:b][PID:1][THR:2][c][d][UID:0][SID:0][OID:0] #1 a\r\nb\x80\r\n"
+            "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n2026-11-18 03:00:01.000 [HOST:broken\r\nend");
+        struct
+        {
+            char const* mCommand;
+            char const* mOutput;
+        } const cases[] = {
+            {"qzlog view -F failed server.log",
+                "2026-11-18 03:00:03.000 [HOST:ws01][SERVER:Engine][PID:11][THR:21][Kernel][Error][0x0000002A]"
+                "[UID:0][SID:0][OID:0] #2 failed\nwith cause one\nCause Two\n"},
+            {"qzlog view -F Two --json server.log",
+                R"({"dispatcher":"Error","host":"ws01","logger":"Kernel","message_id":"0x0000002A","pid":"11",)"
+                R"("server":"Engine","thr":"21","time":"2026-11-18 03:00:03.000",)"
+                R"("message":"#2 failed\nwith cause one\nCause Two"})"
+                "\n"},
+            {"qzlog view --user bob --json server.log",
+                R"({"dispatcher":"Trace","host":"ws01","logger":"Network","pid":"11","server":"Engine","thr":"21",)"
+                R"("time":"2026-11-18 03:00:05.000","uid":"bob",)"
+                R"("message":"#3 Caf\u00e9 [Kernel][Error] \u001b[31m"})"
+                "\n"},
+            {"qzlog view -E 'st..t' --color=always server.log",
+                "\x1B[36m2026-11-18 03:00:01.000\x1B[0m\x1B[2m [HOST:ws01][SERVER:Engine][PID:11][THR:21]\x1B[0m"
+                "\x1B[32m[Kernel][Trace]\x1B[0m\x1B[2m[UID:alice][SID:s1][OID:o1]\x1B[0m #1 \x1B[1;7mstart\x1B[0m up"
+                "\x1B[0m\n"},
+            {"qzlog view loose.log",
+                "nobody's\nline\n"
+                "2026-11-18 03:00:01.000 [HOST:a][SERVER:b][PID:1][THR:2][c][d][UID:0][SID:0][OID:0] #1 a\nb\x80\n"
+                "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\n2026-11-18 03:00:01.000 [HOST:broken\nend\n"},
+            {"qzlog view loose.log --json -F line -F 'a\r\nb' -F broken",
+                R"({"message":"nobody's\nline"})"
+                "\n"
+                R"({"dispatcher":"d","host":"a","logger":"c","pid":"1","server":"b","thr":"2",)"
+                R"("time":"2026-11-18 03:00:01.000","message":"#1 a\nb\ufffd"})"
+                "\n"
+                R"({"message":"2026-11-18 03:00:01.000 [HOST:broken\nend"})"
+                "\n"},
+            {"qzlog view -c server.log other.log", "5\n"},
+            {"qzlog view -c -n 2 server.log", "2\n"},
+            {"qzlog view -q -F failed server.log", ""},
+        };
+        for (auto const& testCase : cases)
+        {
+            SCOPED_TRACE(testCase.mCommand);
+            Outcome const outcome = Run(testCase.mCommand);
+            EXPECT_EQ(outcome.mOutput, testCase.mOutput);
+            EXPECT_EQ(outcome.mExitCode, 0);
+        }
+    }
+
+    /// What a terminal is shown: colours unless they are unwanted, and nothing that steers it from within a message.
+    TEST_F(ViewTest, KnowsTerminals)
+    {
+        struct
+        {
+            char const* mCommand;
+            bool mHasColor;
+        } const cases[] = {
+            {"TERM=xterm script -qec \"'" QZLOG_TOOL "' view --user bob server.log\" /dev/null", true},
+            {"TERM=xterm NO_COLOR=1 script -qec \"'" QZLOG_TOOL "' view --user bob server.log\" /dev/null", false},
+            {"TERM=dumb script -qec \"'" QZLOG_TOOL "' view --user bob server.log\" /dev/null", false},
+        };
+        for (auto const& testCase : cases)
+        {
+            SCOPED_TRACE(testCase.mCommand);
+            std::string const output = Run(testCase.mCommand).mOutput;
+            EXPECT_EQ(output.find("\x1B[36m") != std::string::npos, testCase.mHasColor) << output;
+            EXPECT_NE(output.find("[Error] ^[[31m"), std::string::npos) << output;
+        }
+    }
+
+    TEST_F(ViewTest, TellsWhatIsWrong)
+    {
+        // More than a pipe holds.
+        Put("long.log", std::string(1000000, '\n'));
+        struct
+        {
+            char const* mCommand;
+            int mExitCode;
+            char const* mPart;
+        } const cases[] = {
+            {"qzlog", 2, "subcommand"},
+            {"qzlog view", 2, "LOG is required"},
+            {"qzlog view --frob server.log", 2, "--frob"},
+            {"qzlog view missing.log server.log", 2, "missing.log: No such file or directory\n2026"},
+            {"qzlog view .", 2, ".: is a folder"},
+            {"qzlog view -q missing.log server.log", 0, "missing.log: No such"},
+            {"qzlog view --message-id 4294967296 server.log", 2, "'4294967296' is no number"},
+            {"qzlog view --process x server.log", 2, "'x' is no number"},
+            {"qzlog view --since 10x server.log", 2, "'10x' is no time"},
+            {"qzlog view --since '2026-02-30' server.log", 2, "'2026-02-30' is no time"},
+            {"qzlog view -E '[' server.log", 2, "'[' is no regular expression: missing ]"},
+            {"qzlog view --color sometimes server.log", 2, "sometimes"},
+            {"qzlog stats --slot 0s server.log", 2, "'0s' is no span"},
+            {"qzlog view server.log >/dev/full", 2, "standard output: No space left on device"},
+            {"qzlog view long.log | head -1 | wc -l", 0, "1\n"},
+        };
+        for (auto const& testCase : cases)
+        {
+            SCOPED_TRACE(testCase.mCommand);
+            Outcome const outcome = Run(std::string("{ ") + testCase.mCommand + "; }");
+            EXPECT_EQ(outcome.mExitCode, testCase.mExitCode);
+            EXPECT_NE(outcome.mOutput.find(testCase.mPart), std::string::npos) << outcome.mOutput;
+        }
+    }
+}
