@@ -60,9 +60,9 @@ namespace
         header->SetServerName(nullptr);
         header->SetLoggerName("Kernel");
         header->SetDispatcherName("Trace");
-        header->SetSessionID("\"\xC3\xA9\xFF\n");
+        header->SetSessionID("\"\xC3\xA9\xC3\n");
         EXPECT_STREQ(header->GetHeaderText(), "1899-12-30 00:00:00.000 [HOST:ws01][SERVER:][PID:0][THR:0][Kernel]"
-                                              "[Trace][UID:0][SID:\"\xC3\xA9\xFF\n][OID:0]");
+                                              "[Trace][UID:0][SID:\"\xC3\xA9\xC3\n][OID:0]");
         EXPECT_STREQ(header->GetHeaderJSON(), R"({"dispatcher":"Trace","host":"ws01","logger":"Kernel","pid":"0",)"
                                               R"("server":"","sid":"\"\u00e9\ufffd\n","thr":"0",)"
                                               R"("time":"1899-12-30 00:00:00.000"})"

@@ -124,6 +124,9 @@ namespace
             EXPECT_EQ(TextOf(MessageCursor(lost).GetCurrentMessage()), "written");
             EXPECT_TRUE(lost.GoToParent() && lost.GoToParent() && lost.GoToSameLevelMessage(true));
             EXPECT_EQ(lost.GetCurrentMessage().GetID(), 3);
+            EXPECT_FALSE(lost.GoToSameLevelMessage(true));
+            EXPECT_TRUE(lost.GoToParent());
+            EXPECT_EQ(lost.GetCurrentMessage().GetID(), 1);
         }
     }
 }

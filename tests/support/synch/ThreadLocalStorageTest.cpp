@@ -91,7 +91,10 @@ TEST(ThreadLocalStorage, DeletesEachValueOnceWhoeverEndsFirst)
                     });
             step.arrive_and_wait();
             if (threadCount == 100)
+            {
                 storage.reset();
+                EXPECT_EQ(counts.mDeleted, counts.mMade);
+            }
             step.arrive_and_wait();
             storage.reset();
         }
