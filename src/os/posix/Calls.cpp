@@ -24,9 +24,9 @@ namespace QzOs
         // of the parent was in there would wait for it for ever.
         constinit std::mutex gZoneLock;
 
-        // When the library is loaded, before the locks of the layers above are: handlers that came first run last,
-        // and this lock is taken under those.
-        [[gnu::constructor]] void HoldZoneLockAroundForks()
+        // When the library is loaded, before all static objects and so before the locks of the layers above: handlers
+        // that came first run last before a fork, and this lock is taken under those.
+        [[gnu::constructor(101)]] void HoldZoneLockAroundForks()
         {
             pthread_atfork([] { gZoneLock.lock(); }, [] { gZoneLock.unlock(); }, [] { gZoneLock.unlock(); });
         }

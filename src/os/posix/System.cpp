@@ -29,8 +29,9 @@ namespace QzOs
             gProcessID.store(static_cast<std::uint32_t>(getpid()), std::memory_order_relaxed);
         }
 
-        // When the library is loaded, so that no fork is missed.
-        [[gnu::constructor]] void WatchForks()
+        // When the library is loaded, so that no fork is missed; and before all static objects, since what the layers
+        // above do in a child goes by the new generation, and handlers that came first run first there.
+        [[gnu::constructor(101)]] void WatchForks()
         {
             pthread_atfork(nullptr, nullptr, EnterForkedChild);
         }
