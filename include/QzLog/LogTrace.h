@@ -5,6 +5,13 @@
 #include <QzDataType/DateTime.h>
 #include <QzSynch/Locks.h>
 
+#include <memory>
+
+namespace QzSynch
+{
+    class ForkHold;
+}
+
 namespace QzLog
 {
     /// Results of LogTrace::PrintAllLogTrace besides 0, in the manner of system result codes.
@@ -48,5 +55,9 @@ namespace QzLog
     protected:
         /// Updates hold it shared, CollectLogTrace holds it exclusively.
         QzSynch::RWLockPtr const mpLock;
+
+    private:
+        /// So that a forked child does not inherit the lock from a thread that only its parent has.
+        std::unique_ptr<QzSynch::ForkHold> const mpForkHold;
     };
 }

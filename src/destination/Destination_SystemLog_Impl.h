@@ -36,5 +36,6 @@ namespace QzLog
         std::string mSourceName;
         bool mSourceIsRegistered = false;
         EventSource mpEventSource;
+        QzSynch::ForkHold const mForkHold{*mpLock};
     };
 }

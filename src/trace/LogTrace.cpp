@@ -1,9 +1,13 @@
 #include <QzLog/LogTrace.h>
 
+#include "support/synch/ForkHold.h"
+
 namespace QzLog
 {
     LogTrace::LogTrace()
-        : mStartTime(QzDataType::DateTime::Now()), mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault))
+        : mStartTime(QzDataType::DateTime::Now()),
+          mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
+          mpForkHold(std::make_unique<QzSynch::ForkHold>(*mpLock))
     {
     }
 

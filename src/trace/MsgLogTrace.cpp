@@ -1,3 +1,4 @@
+#include "support/synch/ForkHold.h"
 #include "trace/Buckets.h"
 #include "trace/Mean.h"
 #include "trace/TraceFile.h"
@@ -8,19 +9,28 @@
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
 
+#include <memory>
+#include <optional>
+
 namespace QzLog
 {
     namespace
     {
         constexpr std::size_t kNameWidth = 50;
 
+        struct Making
+        {
+            QzSynch::CriticalSectionPtr mpLock;
+            std::optional<QzSynch::ForkHold> mForkHold;
+        };
+
         // Never destroyed: a static object of a user may still use the trace, or end the module, when the
         // static objects of this library are gone.
         union LockOfMaking
         {
-            constexpr LockOfMaking() noexcept : mpLock() {}
+            constexpr LockOfMaking() noexcept : mMaking() {}
             ~LockOfMaking() {}
-            QzSynch::CriticalSectionPtr mpLock;
+            Making mMaking;
         };
 
         constinit LockOfMaking gLockOfMaking;
@@ -88,16 +98,19 @@ namespace QzLog
 
     constinit std::atomic<MsgLogTrace*> MsgLogTrace::gMsgLogTrace = nullptr;
     constinit std::atomic<bool> MsgLogTrace::mEnableMsgTrace = false;
-    constinit QzSynch::CriticalSectionPtr& MsgLogTrace::mpCS = gLockOfMaking.mpLock;
+    constinit QzSynch::CriticalSectionPtr& MsgLogTrace::mpCS = gLockOfMaking.mMaking.mpLock;
     constinit int MsgLogTrace::mNextDstIndex = 0;
 
     void MsgLogTrace::Init()
     {
+        Destroy();
         mpCS.reset(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic));
+        gLockOfMaking.mMaking.mForkHold.emplace(*mpCS);
     }
 
     void MsgLogTrace::Destroy()
     {
+        gLockOfMaking.mMaking.mForkHold.reset();
         mpCS.reset();
     }
 
@@ -110,21 +123,22 @@ namespace QzLog
             throw QzBase::ExceptionImpl<QzBase::Message>(QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1,
                 "The logging module is not running: no QzLog::Initializer is alive."));
         }
+        // Before the lock is taken, under which no other may begin to be held around forks.
+        std::unique_ptr<MsgLogTrace> made(new MsgLogTrace);
         QzSynch::CriticalSection::SmartLock const hold(*mpCS);
-        MsgLogTrace* instance = gMsgLogTrace.load(std::memory_order_relaxed);
-        if (!instance)
-        {
-            instance = new MsgLogTrace;
-            gMsgLogTrace.store(instance, std::memory_order_release);
-        }
-        return instance;
+        if (MsgLogTrace* const first = gMsgLogTrace.load(std::memory_order_relaxed))
+            return first;
+        gMsgLogTrace.store(made.get(), std::memory_order_release);
+        return made.release();
     }
 
     MsgLogTrace::MsgLogTrace() = default;
 
     MsgLogTrace::~MsgLogTrace()
     {
-        gMsgLogTrace.store(nullptr, std::memory_order_release);
+        // One that another thread's was faster than is not the object of the process.
+        MsgLogTrace* self = this;
+        gMsgLogTrace.compare_exchange_strong(self, nullptr, std::memory_order_release, std::memory_order_relaxed);
     }
 
     long MsgLogTrace::AddToLogTrace(
