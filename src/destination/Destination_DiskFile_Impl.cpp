@@ -5,6 +5,7 @@
 #include "filesystem/FileLocks.h"
 #include "filesystem/FileQueries.h"
 #include "filesystem/Paths.h"
+#include "os/Cancellation.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
@@ -199,15 +200,14 @@ namespace QzLog
         text.append(": detected a race condition with '");
         text.append(QzBase::WideCharToUTF8(mFilePath.c_str(), true).c_str());
         text.append("'. Maximum file size is ").append(std::to_string(mMaxFileSize)).append(" bytes.");
-        QzBase::Message failure(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, nullptr);
-        failure.SetMessage(QzBase::UTF8ToWideChar(text.c_str(), true).c_str());
-        throw failure;
+        throw QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, text.c_str());
     }
 
     void Destination_DiskFile_Impl::GoOnInForkedChild() noexcept
     {
         if (!mpFile)
             return;
+        QzOs::NoCancellation const noCancellation;
         try
         {
             // At once and not with the next message: while the child has the parent's open file, a lock of a parent

@@ -32,8 +32,8 @@ namespace QzFileSystem::File
     /// in QzBase::GetLastError.
     std::int64_t WriteDescriptor(int descriptor, void const* buffer, std::uint64_t count);
 
-    /// Closes it. -1 is ignored.
-    void CloseDescriptor(int descriptor) noexcept;
+    /// Closes it and returns whether that told no failure of what was written. -1 is ignored.
+    bool CloseDescriptor(int descriptor) noexcept;
 
     /// Writes what is buffered and closes it. Null is ignored.
     void CloseStream(std::FILE* stream) noexcept;

@@ -89,10 +89,9 @@ namespace QzFileSystem::File
         return error == 0 ? static_cast<std::int64_t>(done) : -1;
     }
 
-    void CloseDescriptor(int descriptor) noexcept
+    bool CloseDescriptor(int descriptor) noexcept
     {
-        if (descriptor != -1)
-            QzOs::CloseFile(QzOs::FromDescriptor(descriptor));
+        return descriptor == -1 || QzOs::CloseFile(QzOs::FromDescriptor(descriptor)) == 0;
     }
 
     void Copy(int from, int to, QzDataType::Binary& binary)

@@ -5,9 +5,9 @@
 
 namespace QzFileSystem::File
 {
-    void ScopedDescriptor::Close() noexcept
+    bool ScopedDescriptor::Close() noexcept
     {
-        CloseDescriptor(std::exchange(mDescriptor, -1));
+        return CloseDescriptor(std::exchange(mDescriptor, -1));
     }
 
     ScopedStream::~ScopedStream()

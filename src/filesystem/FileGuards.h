@@ -19,8 +19,8 @@ namespace QzFileSystem::File
 
         int Get() const noexcept { return mDescriptor; }
 
-        /// Closes it now.
-        void Close() noexcept;
+        /// Closes it now. Returns whether all that was written to it is in the file, as far as closing tells.
+        bool Close() noexcept;
 
         /// Gives it up without closing it.
         [[nodiscard]] int Release() noexcept { return std::exchange(mDescriptor, -1); }
