@@ -58,6 +58,7 @@ namespace QzFileSystem::File
         {
             for (std::int32_t offset = count - pieceSize; offset >= rest; offset -= pieceSize)
                 move.MovePiece(offset, pieceSize);
+            SetPosition(stream, position);
             if (rest != 0)
                 move.MovePiece(0, rest);
             return;

@@ -4,6 +4,7 @@
 #include "filesystem/Failures.h"
 #include "filesystem/FileQueries.h"
 #include "os/Cancellation.h"
+#include "os/FilesByPath.h"
 #include "os/System.h"
 
 #include <algorithm>
@@ -147,6 +148,8 @@ namespace QzFileSystem
     void HandleFile::ReadLine(QzDataType::Binary& binary) const
     {
         ReadBinary(binary, 0);
+        if (binary.GetSize() == 0)
+            return;
         std::size_t const behind = binary.GetSize() - MeasureLine(binary.GetData(), binary.GetSize());
         if (behind == 0)
             return;

@@ -19,11 +19,6 @@ namespace QzFileSystem
             return component.size() == 2 && component[0] == '.' && component[1] == '.';
         }
 
-        bool IsLetter(unsigned short unit)
-        {
-            return (unit >= 'A' && unit <= 'Z') || (unit >= 'a' && unit <= 'z');
-        }
-
         bool IsKnownStyle(PathStyle style)
         {
             return style == WindowsPath || style == UnixPath;
@@ -50,6 +45,11 @@ namespace QzFileSystem
             return passed.empty() || IsParent(passed.back()) || !IsKnownStyle(style) ||
                    (style == WindowsPath && passed.back().empty());
         }
+    }
+
+    bool IsLetter(unsigned short unit)
+    {
+        return (unit >= 'A' && unit <= 'Z') || (unit >= 'a' && unit <= 'z');
     }
 
     bool IsSeparator(unsigned short unit, PathStyle style)

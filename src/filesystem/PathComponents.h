@@ -15,6 +15,9 @@ namespace QzFileSystem
     /// The components point into the text that they came from.
     using PathComponents = std::vector<WideView>;
 
+    /// ASCII only.
+    bool IsLetter(unsigned short unit);
+
     bool IsSeparator(unsigned short unit, PathStyle style);
 
     /// Appends the components of a path. A separator at its end adds nothing, two in a row an empty one.

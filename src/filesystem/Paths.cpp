@@ -3,6 +3,7 @@
 #include "filesystem/PathComponents.h"
 
 #include <cstring>
+#include <utility>
 
 namespace QzFileSystem
 {
@@ -11,16 +12,6 @@ namespace QzFileSystem
     namespace
     {
         constexpr std::size_t kNone = WideView::npos;
-
-        bool IsLetter(unsigned short unit)
-        {
-            return (unit >= 'A' && unit <= 'Z') || (unit >= 'a' && unit <= 'z');
-        }
-
-        bool IsEitherSeparator(unsigned short unit)
-        {
-            return unit == '\\' || unit == '/';
-        }
 
         bool IsWhiteSpace(unsigned short unit)
         {
@@ -66,7 +57,7 @@ namespace QzFileSystem
     {
         if (path[0] == '\\' && path[1] == '\\')
             return true;
-        return IsLetter(path[0]) && path[1] == ':' && IsEitherSeparator(path[2]);
+        return IsLetter(path[0]) && path[1] == ':' && IsSeparator(path[2], WindowsPath);
     }
 
     bool IsAbsolutePath(unsigned short const* path, PathStyle style)
@@ -83,7 +74,7 @@ namespace QzFileSystem
 
     bool IsRootedPath(unsigned short const* path)
     {
-        return IsEitherSeparator(path[0]);
+        return IsSeparator(path[0], WindowsPath);
     }
 
     QzBase::ReturnWString GetRootPath(unsigned short const* path)
@@ -121,12 +112,10 @@ namespace QzFileSystem
     QzBase::ReturnWString GetParentDirectory(unsigned short const* path)
     {
         WideView const text(path);
-        for (std::size_t i = text.size(); text.size() >= 4 && i-- > 2;)
-        {
-            if (i + 1 < text.size() && IsEitherSeparator(text[i]))
-                return ToText(text.substr(0, i + 1));
-        }
-        return QzBase::ReturnWString();
+        std::size_t i = text.size() < 4 ? 0 : text.size() - 2;
+        while (i >= 2 && !IsSeparator(text[i], WindowsPath))
+            --i;
+        return i < 2 ? QzBase::ReturnWString() : ToText(text.substr(0, i + 1));
     }
 
     QzBase::ReturnWString GetFileExtension(unsigned short const* path)

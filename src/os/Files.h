@@ -94,7 +94,6 @@ namespace QzOs
     };
 
     Error GetFileIdentity(FileHandle handle, FileIdentity& identity);
-    Error GetFileIdentity(unsigned short const* path, FileIdentity& identity);
 
     /// The lock on the whole file. It belongs to the open file: two handles that were opened one by one
     /// exclude each other, within a process as between two. Without `wait` the result can be kLockTaken.

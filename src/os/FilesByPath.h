@@ -27,6 +27,8 @@ namespace QzOs
     /// One system call and no memory.
     FileKind GetFileKind(unsigned short const* path, Links links);
 
+    Error GetFileIdentity(unsigned short const* path, FileIdentity& identity);
+
     struct FileInformation
     {
         std::uint64_t mSize;

@@ -72,11 +72,6 @@ namespace QzOs
                 return errno;
             return S_ISDIR(status.st_mode) ? EISDIR : 0;
         }
-
-        FileIdentity ToIdentity(struct stat const& status)
-        {
-            return {status.st_dev, status.st_ino};
-        }
     }
 
     int ToDescriptor(FileHandle handle)
@@ -191,19 +186,7 @@ namespace QzOs
         struct stat status;
         if (gKernel.mpFstat(ToDescriptor(handle), &status) != 0)
             return errno;
-        identity = ToIdentity(status);
-        return 0;
-    }
-
-    Error GetFileIdentity(unsigned short const* path, FileIdentity& identity)
-    {
-        KernelPath const kernelPath(path);
-        if (kernelPath.GetError() != 0)
-            return kernelPath.GetError();
-        struct stat status;
-        if (gKernel.mpStat(kernelPath.Get(), &status) != 0)
-            return errno;
-        identity = ToIdentity(status);
+        identity = {status.st_dev, status.st_ino};
         return 0;
     }
 

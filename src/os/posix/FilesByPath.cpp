@@ -11,36 +11,45 @@
 
 namespace QzOs
 {
+    using Posix::CallOnPath;
     using Posix::gKernel;
     using Posix::KernelPath;
-    using Posix::ToError;
 
     namespace
     {
         constexpr mode_t kAnyoneMayWrite = S_IWUSR | S_IWGRP | S_IWOTH;
         constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
+
+        Error GetStatus(unsigned short const* path, Links links, struct stat& status)
+        {
+            auto const ask = links == Links::Follow ? gKernel.mpStat : gKernel.mpLstat;
+            return CallOnPath(path, [&](char const* kernelPath) { return ask(kernelPath, &status); });
+        }
     }
 
     FileKind GetFileKind(unsigned short const* path, Links links)
     {
-        KernelPath const kernelPath(path);
-        if (kernelPath.GetError() != 0)
-            return FileKind::None;
         struct stat status;
-        auto const ask = links == Links::Follow ? gKernel.mpStat : gKernel.mpLstat;
-        if (ask(kernelPath.Get(), &status) != 0)
+        if (GetStatus(path, links, status) != 0)
             return FileKind::None;
         return S_ISDIR(status.st_mode) ? FileKind::Directory : FileKind::File;
     }
 
+    Error GetFileIdentity(unsigned short const* path, FileIdentity& identity)
+    {
+        struct stat status;
+        Error const error = GetStatus(path, Links::Follow, status);
+        if (error == 0)
+            identity = {status.st_dev, status.st_ino};
+        return error;
+    }
+
     Error GetFileInformation(unsigned short const* path, FileInformation& information)
     {
-        KernelPath const kernelPath(path);
-        if (kernelPath.GetError() != 0)
-            return kernelPath.GetError();
         struct stat status;
-        if (gKernel.mpStat(kernelPath.Get(), &status) != 0)
-            return errno;
+        Error const error = GetStatus(path, Links::Follow, status);
+        if (error != 0)
+            return error;
         information.mSize = static_cast<std::uint64_t>(status.st_size);
         information.mModifiedSeconds = status.st_mtim.tv_sec;
         information.mModifiedNanoseconds = static_cast<int>(status.st_mtim.tv_nsec);
@@ -51,10 +60,8 @@ namespace QzOs
 
     Error SetFilePermissions(unsigned short const* path, unsigned int permissions)
     {
-        KernelPath const kernelPath(path);
-        if (kernelPath.GetError() != 0)
-            return kernelPath.GetError();
-        return ToError(gKernel.mpChmod(kernelPath.Get(), static_cast<mode_t>(permissions)));
+        auto const mode = static_cast<mode_t>(permissions);
+        return CallOnPath(path, [mode](char const* kernelPath) { return gKernel.mpChmod(kernelPath, mode); });
     }
 
     Error MoveForDeletion(unsigned short const* path, unsigned short const* to)
@@ -80,10 +87,7 @@ namespace QzOs
 
     Error DeleteFile(unsigned short const* path)
     {
-        KernelPath const kernelPath(path);
-        if (kernelPath.GetError() != 0)
-            return kernelPath.GetError();
-        return ToError(gKernel.mpUnlink(kernelPath.Get()));
+        return CallOnPath(path, gKernel.mpUnlink);
     }
 
     Error CreateUniqueFile(unsigned short const* beginning, QzBase::WideString& path)
@@ -104,12 +108,11 @@ namespace QzOs
 
     Error GetDiskSpace(unsigned short const* path, std::uint64_t& freeBytes, std::uint64_t& totalBytes)
     {
-        KernelPath const kernelPath(path);
-        if (kernelPath.GetError() != 0)
-            return kernelPath.GetError();
         struct statvfs status;
-        if (Posix::RetryOnSignal([&] { return gKernel.mpStatvfs(kernelPath.Get(), &status); }) != 0)
-            return errno;
+        Error const error = CallOnPath(path, [&status](char const* kernelPath)
+            { return Posix::RetryOnSignal([&] { return gKernel.mpStatvfs(kernelPath, &status); }); });
+        if (error != 0)
+            return error;
         freeBytes = std::uint64_t{status.f_bavail} * status.f_frsize;
         totalBytes = std::uint64_t{status.f_blocks} * status.f_frsize;
         return 0;

@@ -13,24 +13,19 @@
 
 namespace QzOs
 {
+    using Posix::CallOnPath;
     using Posix::gKernel;
     using Posix::KernelPath;
-    using Posix::ToError;
 
     Error CreateDirectory(unsigned short const* path)
     {
-        KernelPath const kernelPath(path);
-        if (kernelPath.GetError() != 0)
-            return kernelPath.GetError();
-        return ToError(gKernel.mpMkdir(kernelPath.Get(), S_IRWXU | S_IRWXG | S_IRWXO));
+        return CallOnPath(
+            path, [](char const* kernelPath) { return gKernel.mpMkdir(kernelPath, S_IRWXU | S_IRWXG | S_IRWXO); });
     }
 
     Error RemoveDirectory(unsigned short const* path)
     {
-        KernelPath const kernelPath(path);
-        if (kernelPath.GetError() != 0)
-            return kernelPath.GetError();
-        return ToError(gKernel.mpRmdir(kernelPath.Get()));
+        return CallOnPath(path, gKernel.mpRmdir);
     }
 
     Error GetCurrentDirectory(QzBase::WideString& path)
@@ -49,10 +44,7 @@ namespace QzOs
 
     Error SetCurrentDirectory(unsigned short const* path)
     {
-        KernelPath const kernelPath(path);
-        if (kernelPath.GetError() != 0)
-            return kernelPath.GetError();
-        return ToError(gKernel.mpChdir(kernelPath.Get()));
+        return CallOnPath(path, gKernel.mpChdir);
     }
 
     QzBase::WideString GetTemporaryDirectory()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "os/Files.h"
+#include "os/posix/Kernel.h"
 
 #include <QzBase/WideString.h>
 
@@ -32,6 +33,14 @@ namespace QzOs::Posix
         // One character may begin at the last byte that counts.
         char mBytes[PATH_MAX + 4];
     };
+
+    /// Makes a call on a path, which answers 0 or -1 and is not interrupted by signals.
+    template <class Call>
+    Error CallOnPath(unsigned short const* path, Call&& call)
+    {
+        KernelPath const kernelPath(path);
+        return kernelPath.GetError() != 0 ? kernelPath.GetError() : ToError(call(kernelPath.Get()));
+    }
 
     /// Appends a path or name that the kernel gave.
     void AppendName(QzBase::WideString& out, char const* name);
