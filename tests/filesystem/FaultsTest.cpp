@@ -8,11 +8,18 @@
 #include "filesystem/FileLocks.h"
 #include "filesystem/FileObjects.h"
 #include "filesystem/FileQueries.h"
+#include "filesystem/Paths.h"
 
 #include <algorithm>
+#include <regex>
+#include <set>
+#include <sstream>
 
+using namespace QzBase::Literals;
 using namespace QzFileSystem;
 using namespace QzTest;
+using namespace std::string_literals;
+using QzOs::Posix::gKernel;
 using QzOs::Posix::Kernel;
 
 // Every call to the kernel that an operation makes is made to fail, one after the other.
@@ -24,38 +31,164 @@ namespace
         std::string mName;
         std::shared_ptr<void> (*mpFail)(int error, int skip);
         int (*mpGetCount)();
-        bool mIsInterruptible;
     };
 
-    template <auto entry>
-    Entry At(char const* name, bool isInterruptible = false)
+    template <auto... entries>
+    std::vector<Entry> MakeEntries(std::istringstream names)
     {
-        return {name, Watch<entry>::Make, Watch<entry>::GetCount, isInterruptible};
+        auto const take = [&] { return *std::istream_iterator<std::string>(names); };
+        return {Entry{take(), Watch<entries>::Make, Watch<entries>::GetCount}...};
     }
 
+    using K = Kernel;
     // Reading from streams fails by real causes in another test: a stream remembers its failures itself.
-    Entry const kEntries[] = {At<&Kernel::mpOpen>("Open", true), At<&Kernel::mpClose>("Close", true),
-        At<&Kernel::mpRead>("Read", true), At<&Kernel::mpWrite>("Write", true), At<&Kernel::mpFlock>("Flock", true),
-        At<&Kernel::mpFtruncate>("Ftruncate", true), At<&Kernel::mpFsync>("Fsync", true),
-        At<&Kernel::mpFdatasync>("Fdatasync", true), At<&Kernel::mpStatvfs>("Statvfs", true),
-        At<&Kernel::mpLseek>("Lseek"), At<&Kernel::mpStat>("Stat"), At<&Kernel::mpLstat>("Lstat"),
-        At<&Kernel::mpFstat>("Fstat"), At<&Kernel::mpChmod>("Chmod"), At<&Kernel::mpFchmod>("Fchmod"),
-        At<&Kernel::mpFchown>("Fchown"), At<&Kernel::mpFutimens>("Futimens"), At<&Kernel::mpRename>("Rename"),
-        At<&Kernel::mpUnlink>("Unlink"), At<&Kernel::mpMkostemp>("Mkostemp"), At<&Kernel::mpMkdir>("Mkdir"),
-        At<&Kernel::mpRmdir>("Rmdir"), At<&Kernel::mpFdopendir>("Fdopendir"), At<&Kernel::mpReaddir>("Readdir"),
-        At<&Kernel::mpClosedir>("Closedir"), At<&Kernel::mpGetcwd>("Getcwd"), At<&Kernel::mpChdir>("Chdir"),
-        At<&Kernel::mpFdopen>("Fdopen"), At<&Kernel::mpFwrite>("Fwrite"), At<&Kernel::mpFflush>("Fflush"),
-        At<&Kernel::mpFseeko>("Fseeko"), At<&Kernel::mpFtello>("Ftello"), At<&Kernel::mpFclose>("Fclose"),
-        At<&Kernel::mpGetrlimit>("Getrlimit"), At<&Kernel::mpSigaction>("Sigaction")};
+    std::vector<Entry> const kEntries = MakeEntries<&K::mpOpen, &K::mpClose, &K::mpRead, &K::mpWrite, &K::mpFlock,
+        &K::mpFtruncate, &K::mpFsync, &K::mpFdatasync, &K::mpStatvfs, &K::mpLseek, &K::mpStat, &K::mpLstat, &K::mpFstat,
+        &K::mpChmod, &K::mpFchmod, &K::mpFchown, &K::mpFutimens, &K::mpRename, &K::mpUnlink, &K::mpMkostemp,
+        &K::mpMkdir, &K::mpRmdir, &K::mpFdopendir, &K::mpReaddir, &K::mpClosedir, &K::mpGetcwd, &K::mpChdir,
+        &K::mpFdopen, &K::mpFwrite, &K::mpFflush, &K::mpFseeko, &K::mpFtello, &K::mpFclose, &K::mpGetrlimit,
+        &K::mpSigaction>(std::istringstream(
+        "Open Close Read Write Flock Ftruncate Fsync Fdatasync Statvfs Lseek Stat Lstat Fstat Chmod Fchmod Fchown "
+        "Futimens Rename Unlink Mkostemp Mkdir Rmdir Fdopendir Readdir Closedir Getcwd Chdir Fdopen Fwrite Fflush "
+        "Fseeko Ftello Fclose Getrlimit Sigaction"));
+    /// The first ones are taken up again after a signal.
+    constexpr std::size_t kInterruptible = 9;
+
+    using Texts = std::vector<std::string>;
 
     struct Operation
     {
         char const* mName;
         Action mAction;
+        /// What its failures tell, each of them once, without the folder and without numbers of descriptors.
+        Texts mTexts;
         /// The calls whose failure it gets over.
-        std::string mGetsOver;
+        std::set<std::string> mGetsOver;
         bool mMayLeaveAPart = false;
     };
+
+    void ThrowReport(std::function<bool(QzBase::Message* err)> const& operation)
+    {
+        QzBase::Message err;
+        if (!operation(&err) && err.GetID() != 0)
+            throw err;
+    }
+
+    /// Moves "file" as between two file systems: the first rename fails.
+    void MoveAcross()
+    {
+        static auto gNext = gKernel.mpRename;
+        gNext = gKernel.mpRename;
+        std::shared_ptr<void> const restore(nullptr, [](void*) { gKernel.mpRename = gNext; });
+        gKernel.mpRename = [](char const*, char const*)
+        {
+            gKernel.mpRename = gNext;
+            errno = EXDEV;
+            return -1;
+        };
+        MoveFile(u"file"_w, u"other"_w);
+    }
+
+    void UseObject()
+    {
+        auto const file = CreateUpdateableFile(u"file"_w, KeepOnClose);
+        FileWriteLock const lock(*file);
+        ThrowReport([&](QzBase::Message* err) { return file->IsSameFile(err); });
+        file->SetPosition(file->GetPosition() + file->GetSize());
+        file->MovePositionToEnd();
+        file->WriteText("more", 0);
+        file->SetPosition(0);
+        file->ReadBinary(*MakeBinary(4), 0);
+        file->Truncate();
+        file->Flush();
+        file->Close();
+    }
+
+    void UseDescriptor()
+    {
+        File::ScopedDescriptor const from(File::OpenDescriptor(u"file"_w, kOpenRead, kShareDefault));
+        File::ScopedDescriptor const to(File::OpenDescriptor(u"other"_w, kOpenUpdate, kShareDefault));
+        File::WriteLock(to.Get(), true);
+        File::Copy(from.Get(), to.Get(), *MakeBinary(4));
+        File::MovePosition(to.Get(), -File::GetPosition(from.Get()));
+        File::Truncate(to.Get(), File::GetSize(from.Get()));
+    }
+
+    void UseStream()
+    {
+        File::ScopedStream const stream(File::OpenStream(u"file"_w, kOpenUpdate, kShareDefault));
+        File::MoveBlock(stream.Get(), *MakeBinary(4), 2, 0);
+        File::Flush(stream.Get());
+    }
+
+    void AskAll()
+    {
+        QzDataType::DateTime time(0.0);
+        std::uint64_t number = 0;
+        GetFileSize(u"file"_w);
+        GetLastModifiedTime(u"file"_w, time);
+        GetDiskFreeSpace(u"file"_w, number, number);
+        SetCurrentWorkingDirectory(GetCurrentWorkingDirectory().c_str());
+        delete FindFiles(u"*"_w);
+        ThrowReport([](auto* err) { return CopyFileAttributes(u"file"_w, u"other"_w, err) == 1; });
+    }
+
+    constexpr char kOpening[] = "File::OpenDescriptor: ::CreateFileW failed for ";
+
+    Operation const kOperations[] = {
+        {"object", UseObject,
+            {"UpdateableFileImpl::UpdateableFileImpl: ::CreateFileW failed for 'file'.", "Failed to lock file 'file'.",
+                "Failed to get attributes of file 'file'.", "Failed to get current position of file 'file'.",
+                "Failed to get size of file 'file'.", "Failed to set current position of file 'file'.",
+                "Failed to write 4 bytes to file 'file'.", "Failed to read 4 bytes from file 'file'.",
+                "Failed to truncate file 'file'.", "Failed to flush file 'file'.",
+                "Failed to close handle of file 'file'."},
+            {"Getrlimit", "Sigaction", "Stat"}, true},
+        {"descriptor", UseDescriptor,
+            {kOpening + "'file'."s, kOpening + "'other'."s, "File::WriteLock: Failed to lock file #.",
+                "File::Copy: ::read failed for file #.", "File::Copy: ::write failed for file #.",
+                "File::Flush: ::_commit failed.", "File::GetPosition: ::lseek failed.",
+                "File::MovePosition: ::lseek failed.", "File::GetSize: ::GetFileSize failed for #.",
+                "File::Truncate: ::_chsize failed."},
+            {"Close", "Getrlimit", "Sigaction"}, true},
+        {"stream", UseStream,
+            {kOpening + "'file'."s, "File::OpenStream: ::_fdopen failed for 'file'.",
+                "File::GetPosition: ::ftello failed.", "File::MovePosition: ::fseeko failed.",
+                "File::SetPosition: ::fseeko failed.", "File::GetSize: ::GetFileSize failed for #.",
+                "File::Write: Failed.", "File::Flush: ::fflush failed."},
+            {"Close", "Fclose", "Getrlimit", "Sigaction"}, true},
+        {"copy", [] { CopyFile(u"file"_w, u"other"_w); },
+            {kOpening + "'file'."s, kOpening + "'other'."s, "File::OpenStream: ::_fdopen failed for 'file'.",
+                "File::OpenStream: ::_fdopen failed for 'other'.", "File::Write: Failed.",
+                "File::Flush: ::fflush failed."},
+            {"Fclose", "Getrlimit", "Sigaction"}, true},
+        {"ask", AskAll,
+            {"Failed to get size of file 'file'.", "Failed to get attributes of file 'file'.",
+                "Failed to set attributes of file 'other'.",
+                "1/-2147090906 Failed to get disk free space for path file.\n2/5 ", "0/5 Unable to find file\n",
+                "GetCurrentWorkingDirectory: ::GetCurrentDirectoryW failed.",
+                "SetCurrentWorkingDirectory: ::SetCurrentDirectoryW failed for ''."},
+            {"Closedir"}},
+        {"move", [] { MoveFile(u"file"_w, u"new"_w); }, {"Failed to move file 'file' to 'new'."}, {}},
+        {"move across", MoveAcross, {"Failed to move file 'file' to 'other'."}, {"Close", "Getrlimit", "Sigaction"}},
+        {"delete", [] { ThrowReport([](auto* err) { return DeleteFile(u"file"_w, err); }); },
+            {"Failed to delete file 'GUID'."}, {"Lstat", "Rename"}, true},
+        {"create", [] { CreateDirectory(u"a/b"_w, true); },
+            {"Failed to create directory 'a'.", "Failed to create directory 'a/b'."}, {"Stat"}},
+        {"remove", [] { ThrowReport([](auto* err) { return RemoveDirectory(u"empty"_w, err); }); },
+            {"Failed to delete directory 'empty'."}, {}},
+        {"temporary", [] { unlink(Narrow(CreateTemporaryFile(u"qz"_w)).c_str()); },
+            {"CreateTemporaryFile: ::GetTempFileNameW failed for 'qz'."}, {"Close"}}};
+
+    std::set<std::string> Describe(Texts const& texts)
+    {
+        std::set<std::string> failures;
+        for (std::string const& text : texts)
+            failures.insert(std::isdigit(text[0])      ? text + strerror(EIO) + '\n'
+                            : text.find("Failed") == 0 ? DescribeFailure(text, EIO)
+                                                       : DescribeCall(text, EIO));
+        return failures;
+    }
 
     class Faults : public TemporaryFolder
     {
@@ -64,7 +197,8 @@ namespace
 
         void Prepare() const
         {
-            std::filesystem::remove_all(mFolder);
+            for (auto const& entry : std::filesystem::directory_iterator(mFolder))
+                std::filesystem::remove_all(entry);
             MakeFolder("empty");
             Put("file", "content");
             Put("other", "other content");
@@ -75,26 +209,16 @@ namespace
             return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
         }
 
-        static void ThrowReport(std::function<bool(QzBase::Message* err)> const& operation)
+        /// A failure without what differs from run to run.
+        std::string Plain(std::string const& failure) const
         {
-            QzBase::Message err;
-            if (!operation(&err) && err.GetID() != 0)
-                throw err;
-        }
-
-        /// Moves "file" as between two file systems: the first rename fails.
-        void MoveAcross() const
-        {
-            static auto gNext = QzOs::Posix::gKernel.mpRename;
-            gNext = QzOs::Posix::gKernel.mpRename;
-            std::shared_ptr<void> const restore(nullptr, [](void*) { QzOs::Posix::gKernel.mpRename = gNext; });
-            QzOs::Posix::gKernel.mpRename = [](char const*, char const*)
-            {
-                QzOs::Posix::gKernel.mpRename = gNext;
-                errno = EXDEV;
-                return -1;
-            };
-            MoveFile(mPath.c_str(), mOther.c_str());
+            std::string const here = Narrow(CombinePaths(Wide(mFolder), u""_w));
+            std::string plain = failure;
+            for (std::string const& folder : {here + '\\', mFolder + '/', mFolder})
+                while (plain.find(folder) != plain.npos)
+                    plain.erase(plain.find(folder), folder.size());
+            plain = std::regex_replace(plain, std::regex("#[0-9]+"), "#");
+            return std::regex_replace(plain, std::regex("[0-9A-F]{8}-[0-9A-F-]{27}"), "GUID");
         }
 
         /// Runs the operation with one call failing. A failure tells the error, leaves each file as it was before
@@ -111,20 +235,20 @@ namespace
             Snapshot const present = TakeSnapshot();
             if (failure.empty())
             {
-                EXPECT_TRUE(error == EINTR || operation.mGetsOver.find(entry.mName) != std::string::npos);
+                EXPECT_TRUE(error == EINTR || operation.mGetsOver.count(entry.mName) == 1);
                 EXPECT_EQ(present, mAfter);
                 return;
             }
-            EXPECT_TRUE(error != EINTR && failure.find('/' + std::to_string(error) + ' ') != std::string::npos)
-                << failure;
+            EXPECT_EQ(error, EIO) << failure;
+            mFailures.insert(Plain(failure));
             if (operation.mMayLeaveAPart)
                 return;
+            auto const isIn = [](Snapshot const& files, auto const& file)
+            { return std::count(files.begin(), files.end(), file); };
             for (auto const& file : present)
-                EXPECT_TRUE(
-                    std::count(mBefore.begin(), mBefore.end(), file) || std::count(mAfter.begin(), mAfter.end(), file))
-                    << file.first << ": " << file.second;
-            EXPECT_NE(std::find_if(present.begin(), present.end(), [](auto& file) { return file.second == "content"; }),
-                present.end());
+                EXPECT_TRUE(isIn(mBefore, file) || isIn(mAfter, file)) << file.first << ": " << file.second;
+            EXPECT_TRUE(
+                std::any_of(present.begin(), present.end(), [](auto& file) { return file.second == "content"; }));
         }
 
         /// Makes all the calls of an operation fail, one after the other.
@@ -136,90 +260,29 @@ namespace
             for (Entry const& entry : kEntries)
                 watches.push_back(entry.mpFail(0, 0));
             EXPECT_EQ(Catch(operation.mAction), "") << operation.mName;
-            std::vector<int> counts;
-            for (Entry const& entry : kEntries)
-                counts.push_back(entry.mpGetCount());
             watches.clear();
             mAfter = TakeSnapshot();
-            for (std::size_t i = 0; i < counts.size(); ++i)
+            mFailures.clear();
+            for (std::size_t i = 0; i < kEntries.size(); ++i)
             {
-                for (int skip = 0; skip < counts[i]; ++skip)
+                for (int skip = 0, count = kEntries[i].mpGetCount(); skip < count; ++skip)
                 {
                     Fail(operation, kEntries[i], skip, EIO);
-                    if (kEntries[i].mIsInterruptible)
+                    if (i < kInterruptible)
                         Fail(operation, kEntries[i], skip, EINTR);
                 }
             }
+            EXPECT_EQ(mFailures, Describe(operation.mTexts)) << operation.mName;
         }
 
-        std::vector<Operation> MakeOperations();
-
-        QzBase::WideString const mPath = WideIn("file");
-        QzBase::WideString const mOther = WideIn("other");
-        BinaryPtr const mpBinary = MakeBinary(4);
+        std::set<std::string> mFailures;
         Snapshot mBefore;
         Snapshot mAfter;
     };
-
-    std::vector<Operation> Faults::MakeOperations()
-    {
-        auto const useObject = [this]
-        {
-            auto const file = CreateUpdateableFile(mPath.c_str(), KeepOnClose);
-            FileWriteLock const lock(*file);
-            ThrowReport([&](QzBase::Message* err) { return file->IsSameFile(err); });
-            file->SetPosition(file->GetPosition() + file->GetSize());
-            file->MovePositionToEnd();
-            file->WriteText("more", 0);
-            file->SetPosition(0);
-            file->ReadBinary(*mpBinary, 0);
-            file->Truncate();
-            file->Flush();
-            file->Close();
-        };
-        auto const useDescriptor = [this]
-        {
-            File::ScopedDescriptor const from(File::OpenDescriptor(mPath.c_str(), kOpenRead, kShareDefault));
-            File::ScopedDescriptor const to(File::OpenDescriptor(mOther.c_str(), kOpenUpdate, kShareDefault));
-            File::WriteLock(to.Get(), true);
-            File::Copy(from.Get(), to.Get(), *mpBinary);
-            File::MovePosition(to.Get(), -File::GetPosition(from.Get()));
-            File::Truncate(to.Get(), File::GetSize(from.Get()));
-        };
-        auto const useStream = [this]
-        {
-            File::ScopedStream const stream(File::OpenStream(mPath.c_str(), kOpenUpdate, kShareDefault));
-            File::MoveBlock(stream.Get(), *mpBinary, 2, 0);
-            File::Flush(stream.Get());
-        };
-        auto const askAll = [this]
-        {
-            QzDataType::DateTime time(0.0);
-            std::uint64_t number = 0;
-            GetFileSize(mPath.c_str());
-            GetLastModifiedTime(mPath.c_str(), time);
-            GetDiskFreeSpace(mPath.c_str(), number, number);
-            SetCurrentWorkingDirectory(GetCurrentWorkingDirectory().c_str());
-            delete FindFiles(WideIn("*").c_str());
-            ThrowReport([&](auto* err) { return CopyFileAttributes(mPath.c_str(), mOther.c_str(), err) == 1; });
-        };
-        return {{"object", useObject, "Getrlimit Sigaction Stat", true},
-            {"descriptor", useDescriptor, "Close Getrlimit Sigaction", true},
-            {"stream", useStream, "Close Fclose Getrlimit Sigaction", true},
-            {"copy", [this] { CopyFile(mPath.c_str(), mOther.c_str()); }, "Fclose Getrlimit Sigaction", true},
-            {"ask", askAll, "Closedir"}, {"move", [this] { MoveFile(mPath.c_str(), WideIn("new").c_str()); }, ""},
-            {"move across", [this] { MoveAcross(); }, "Close Getrlimit Sigaction"},
-            {"delete", [this] { ThrowReport([&](auto* err) { return DeleteFile(mPath.c_str(), err); }); },
-                "Lstat Rename", true},
-            {"create", [this] { CreateDirectory(WideIn("a/b").c_str(), true); }, "Stat"},
-            {"remove",
-                [this] { ThrowReport([&](auto* err) { return RemoveDirectory(WideIn("empty").c_str(), err); }); }, ""},
-            {"temporary", [] { unlink(Narrow(CreateTemporaryFile(Wide("qz").c_str())).c_str()); }, "Close"}};
-    }
 }
 
 TEST_F(Faults, InEveryCall)
 {
-    for (Operation const& operation : MakeOperations())
+    for (Operation const& operation : kOperations)
         Walk(operation);
 }

@@ -3,8 +3,9 @@
 #include "filesystem/Directories.h"
 #include "filesystem/FileQueries.h"
 
-#include <algorithm>
+#include <set>
 
+using namespace QzBase::Literals;
 using namespace QzFileSystem;
 using namespace QzTest;
 
@@ -13,22 +14,22 @@ namespace
     class Files : public TemporaryFolder
     {
     protected:
-        static std::vector<std::string> List(QzBase::WideString const& pattern)
+        /// The paths that match, in order, each with a blank behind it.
+        static std::string List(WideText const& pattern)
         {
-            std::unique_ptr<QzDataType::StringCollection> const found(FindFiles(pattern.c_str()));
-            std::vector<std::string> names;
+            std::unique_ptr<QzDataType::StringCollection> const found(FindFiles(pattern));
+            std::set<std::string> names;
             for (unsigned int i = 0; i < found->GetCount(); ++i)
-                names.push_back(Narrow(found->GetItem(i)));
-            std::sort(names.begin(), names.end());
-            return names;
+                names.insert(Narrow(found->GetItem(i)) + ' ');
+            std::string list;
+            for (std::string const& name : names)
+                list += name;
+            return list;
         }
 
-        QzDataType::DateTime mTime{0.0};
-
-        /// A path below the folder in normal form.
-        std::string Normal(std::string const& name) const
+        static std::string Move(std::string const& from, std::string const& to)
         {
-            return Narrow(CombinePaths(WideIn(name).c_str(), Wide("").c_str()));
+            return Catch([&] { MoveFile(Wide(from), Wide(to)); });
         }
     };
 }
@@ -37,21 +38,16 @@ TEST_F(Files, KindsOfPaths)
 {
     Put("file", "12345");
     MakeFolder("folder");
-    std::filesystem::create_symlink("file", In("link"));
-    std::filesystem::create_symlink("nowhere", In("dangling"));
-    QzBase::WideString brokenText = WideIn("file");
-    brokenText.push_back(0xD800);
-    // Path, whether it is a file, whether it is a directory.
-    std::tuple<QzBase::WideString, bool, bool> const rows[] = {{WideIn("file"), true, false},
-        {Wide(Normal("file")), true, false}, {WideIn("folder"), false, true}, {WideIn("link"), true, false},
-        {WideIn("dangling"), false, false}, {WideIn("missing/x"), false, false}, {WideIn("file/x"), false, false},
-        {Wide("C:\\"), false, false}, {Wide("C:"), false, false}, {Wide(""), false, false},
-        {Wide("/dev/null"), true, false}, {WideIn(std::string(5000, 'x')), false, false}, {brokenText, false, false}};
-    for (auto const& [path, isFile, isDirectory] : rows)
+    std::filesystem::create_symlink("file", "link");
+    std::filesystem::create_symlink("nowhere", "dangling");
+    unsigned short const broken[] = {'f', 'i', 'l', 'e', 0xD800, 0};
+    std::pair<WideText, char> const rows[] = {{u"file"_w, 'f'}, {u"folder\\..\\file"_w, 'f'}, {u"link"_w, 'f'},
+        {u"/dev/null"_w, 'f'}, {u"folder"_w, 'd'}, {u"dangling"_w, '-'}, {u"missing/x"_w, '-'}, {u"file/x"_w, '-'},
+        {u"C:\\"_w, '-'}, {u"C:"_w, '-'}, {u""_w, '-'}, {broken, '-'}, {Wide(std::string(5000, 'x')), '-'}};
+    for (auto const& [path, kind] : rows)
     {
-        EXPECT_EQ(IsFile(path.c_str()), isFile) << Narrow(path.c_str());
-        EXPECT_EQ(IsDirectory(path.c_str()), isDirectory) << Narrow(path.c_str());
-        EXPECT_EQ(Exists(path.c_str()), isFile || isDirectory) << Narrow(path.c_str());
+        EXPECT_EQ(IsFile(path) ? 'f' : IsDirectory(path) ? 'd' : '-', kind) << Narrow(path);
+        EXPECT_EQ(Exists(path), kind != '-') << Narrow(path);
     }
 }
 
@@ -60,156 +56,83 @@ TEST_F(Files, AnyNameOfTheSystemGoesBackToItself)
     for (std::string const name : {"plain", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", "broken\xFF\xC3", "back\\slash",
              "..\\..\\v", "private\xEF\x81\x9C", "\xED\xA0\x80", "C:", "D:\\x", "%1%%"})
     {
-        SCOPED_TRACE(name);
         Put(name, name);
-        auto const found = std::unique_ptr<QzDataType::StringCollection>(FindFiles(WideIn("*").c_str()));
+        std::unique_ptr<QzDataType::StringCollection> const found(FindFiles(WideIn("*")));
         ASSERT_EQ(found->GetCount(), 1u);
-        EXPECT_TRUE(IsFile(found->GetItem(0)));
-        EXPECT_EQ(GetFileSize64(found->GetItem(0)), name.size());
-        EXPECT_TRUE(DeleteFile(found->GetItem(0), nullptr));
-        EXPECT_EQ(access(In(name).c_str(), F_OK), -1);
+        EXPECT_TRUE(IsFile(found->GetItem(0)) && GetFileSize64(found->GetItem(0)) == name.size()) << name;
+        EXPECT_TRUE(DeleteFile(found->GetItem(0), nullptr) && TakeSnapshot().empty()) << name;
     }
 }
 
 TEST_F(Files, SizeTimeAndAttributes)
 {
+    WideText const file = u"file"_w;
     Put("file", "12345");
-    QzBase::WideString const path = WideIn("file");
-    EXPECT_EQ(GetFileSize(path.c_str()), 5);
-    truncate(In("file").c_str(), (1LL << 32) + 7);
-    EXPECT_EQ(GetFileSize(path.c_str()), 7);
-    EXPECT_EQ(GetFileSize64(path.c_str()), (1ULL << 32) + 7);
-    timespec const times[2] = {{-2, 0}, {-2, 999'999'999}};
-    utimensat(AT_FDCWD, In("file").c_str(), times, 0);
-    GetLastModifiedTime(path.c_str(), mTime);
-    EXPECT_STREQ(mTime.ToString().c_str(), "1969-12-31 23:59:58.999");
-
-    chmod(In("file").c_str(), 0444);
-    EXPECT_FALSE(IsWriteable(path.c_str()));
     Put("other", "");
-    EXPECT_TRUE(IsWriteable(WideIn("other").c_str()));
+    EXPECT_EQ(GetFileSize(file), 5);
+    truncate("file", (1LL << 32) + 7);
+    EXPECT_EQ(GetFileSize(file), 7);
+    EXPECT_EQ(GetFileSize64(file), (1ULL << 32) + 7);
+    timespec const times[2] = {{-2, 0}, {-2, 999'999'999}};
+    utimensat(AT_FDCWD, "file", times, 0);
+    QzDataType::DateTime time(0.0);
+    GetLastModifiedTime(file, time);
+    EXPECT_STREQ(time.ToString().c_str(), "1969-12-31 23:59:58.999");
+    chmod("file", 0444);
+    EXPECT_TRUE(!IsWriteable(file) && IsWriteable(u"other"_w));
     QzBase::Message err;
-    EXPECT_EQ(CopyFileAttributes(path.c_str(), WideIn("other").c_str(), &err), 1);
-    EXPECT_FALSE(IsWriteable(WideIn("other").c_str()));
-    EXPECT_EQ(CopyFileAttributes(path.c_str(), WideIn("gone").c_str(), nullptr), 1);
-    EXPECT_EQ(CopyFileAttributes(path.c_str(), WideIn("gone").c_str(), &err), 0);
-    EXPECT_EQ(Describe(err), DescribeFailure("Failed to set attributes of file '" + In("gone") + "'.", ENOENT));
-
+    EXPECT_EQ(CopyFileAttributes(file, u"gone"_w, nullptr), 1);
+    EXPECT_EQ(CopyFileAttributes(file, u"gone"_w, &err), 0);
+    EXPECT_EQ(CopyFileAttributes(file, u"other"_w, &err), 1);
+    EXPECT_FALSE(IsWriteable(u"other"_w));
     std::uint64_t freeBytes = 1;
     std::uint64_t totalBytes = 1;
-    GetDiskFreeSpace(path.c_str(), freeBytes, totalBytes);
+    GetDiskFreeSpace(file, freeBytes, totalBytes);
     EXPECT_TRUE(totalBytes >= freeBytes && totalBytes > 1);
     GetDiskFreeSpace(nullptr, freeBytes, totalBytes);
     EXPECT_EQ(freeBytes + totalBytes, 0u);
 }
 
-TEST_F(Files, FailuresByPath)
-{
-    std::string const gone = In("gone/x");
-    QzBase::WideString const path = Wide(gone);
-    QzBase::WideString const other = WideIn("y");
-    std::uint64_t number = 0;
-    auto const describe = [](std::string const& text, int error = ENOENT) { return DescribeFailure(text, error); };
-    std::string const notFound = "0/2 Unable to find file\n" + std::string(strerror(ENOENT)) + '\n';
-    std::pair<Action, std::string> const rows[] = {
-        {[&] { GetFileSize(path.c_str()); }, describe("Failed to get size of file '" + gone + "'.")},
-        {[&] { GetLastModifiedTime(path.c_str(), mTime); },
-            describe("Failed to get attributes of file '" + gone + "'.")},
-        {[&] { CopyFileAttributes(path.c_str(), path.c_str(), nullptr); },
-            describe("Failed to get attributes of file '" + gone + "'.")},
-        {[&] { CreateDirectory(path.c_str(), false); }, describe("Failed to create directory '" + gone + "'.")},
-        {[&] { CreateDirectory(Wide(mFolder).c_str(), true); },
-            describe("Failed to create directory '" + mFolder + "'.", EEXIST)},
-        {[&] { MoveFile(path.c_str(), other.c_str()); },
-            describe("Failed to move file '" + gone + "' to '" + In("y") + "'.")},
-        {[&] { MoveFile(Wide("C:\\x").c_str(), other.c_str()); },
-            describe("Failed to move file 'C:\\x' to '" + In("y") + "'.")},
-        {[&] { GetDiskFreeSpace(path.c_str(), number, number); },
-            "1/-2147090906 Failed to get disk free space for path " + Normal("gone/x") + ".\n2/2 " + strerror(ENOENT) +
-                '\n'},
-        {[&] { delete FindFiles(path.c_str()); }, notFound},
-        {[&] { SetCurrentWorkingDirectory(path.c_str()); },
-            DescribeCall("SetCurrentWorkingDirectory: ::SetCurrentDirectoryW failed for '" + gone + "'.", ENOENT)},
-        {[&] { CreateTemporaryFile(Wide("100%%/").c_str()); },
-            DescribeCall("CreateTemporaryFile: ::GetTempFileNameW failed for '100%%/'.", ENOENT)}};
-    for (auto const& [action, failure] : rows)
-        EXPECT_EQ(Catch(action), failure);
-
-    QzBase::Message err;
-    EXPECT_FALSE(RemoveDirectory(path.c_str(), &err));
-    EXPECT_EQ(Describe(err), describe("Failed to delete directory '" + gone + "'."));
-    QzBase::Message treeErr;
-    EXPECT_FALSE(RemoveDirectoryTree(path.c_str(), &treeErr));
-    EXPECT_EQ(Describe(treeErr), "1/305419896 Failed to delete directory '" + gone + "'.\n" + notFound);
-}
-
 TEST_F(Files, FindFilesMatchesTheLastComponent)
 {
-    for (char const* name : {"a.log", "ab.log", "a.log.bak00", ".hidden", "[x]", "x"})
+    MakeFolder("d");
+    for (char const* name : {"d/a.log", "d/ab.log", "d/a.log.bak00", "d/.hidden", "d/[x]", "d/x"})
         Put(name, "");
-    std::pair<char const*, std::vector<std::string>> const rows[] = {{"*.log", {"a.log", "ab.log"}},
-        {"a?.log", {"ab.log"}}, {"a*0?", {"a.log.bak00"}}, {"*b*g", {"ab.log"}}, {"[x]", {"[x]"}}, {"x", {"x"}},
-        {"**d*n", {".hidden"}}, {"?", {"x"}}, {"*.txt", {}}, {"", {}},
-        {"*", {".hidden", "[x]", "a.log", "a.log.bak00", "ab.log", "x"}}};
+    std::pair<std::string, char const*> const rows[] = {{"*.log", "d\\a.log d\\ab.log "}, {"a?.log", "d\\ab.log "},
+        {"a*0?", "d\\a.log.bak00 "}, {"*b*g", "d\\ab.log "}, {"[x]", "d\\[x] "}, {"x", "d\\x "},
+        {"**d*n", "d\\.hidden "}, {"?", "d\\x "}, {"*.txt", ""}, {"", ""},
+        {"*", "d\\.hidden d\\[x] d\\a.log d\\a.log.bak00 d\\ab.log d\\x "}};
     for (auto const& [pattern, names] : rows)
-    {
-        std::vector<std::string> expected;
-        for (std::string const& name : names)
-            expected.push_back(Normal(name));
-        EXPECT_EQ(List(WideIn(pattern)), expected) << pattern;
-        EXPECT_EQ(List(Wide(Normal("") + '\\' + pattern)), expected) << pattern;
-    }
-    EXPECT_EQ(List(Wide("/dev/nul?")), std::vector<std::string>{"\\dev\\null"});
-    EXPECT_EQ(List(Wide("/de?")), std::vector<std::string>{"\\dev"});
+        for (char const* const directory : {"d/", "d\\"})
+            EXPECT_EQ(List(Wide(directory + pattern)), names) << pattern;
+    for (auto const& [pattern, name] : {std::pair("?", "d "), {"/dev/nul?", "\\dev\\null "}, {"/de?", "\\dev "}})
+        EXPECT_EQ(List(Wide(pattern)), name);
 }
 
-TEST_F(Files, CurrentDirectoryAndWhatDependsOnIt)
+TEST_F(Files, DirectoriesAndWhatDependsOnTheCurrentOne)
 {
-    // The current directory belongs to the whole process: change it in one of our own.
-    auto const check = [this]
-    {
-        SetCurrentWorkingDirectory(Wide(mFolder).c_str());
-        std::string const here = std::filesystem::canonical(mFolder);
-        EXPECT_EQ(Narrow(GetCurrentWorkingDirectory()), here);
-        EXPECT_EQ(Narrow(GetAbsolutePath(Wide("x/../y").c_str())), Normal("y"));
-        EXPECT_EQ(Narrow(GetAbsolutePath(Wide("y").c_str(), UnixPath)), here + "/y");
-        EXPECT_EQ(Narrow(GetAbsolutePath(Wide("\\y").c_str())), "\\y");
-        EXPECT_EQ(Narrow(GetAbsolutePath(Wide("C:/y").c_str())), "C:/y");
-        CreateDirectory(Wide("one\\two").c_str(), true);
-        EXPECT_EQ(List(Wide("on?")), std::vector<std::string>{"one"});
-        SetCurrentWorkingDirectory(WideIn("one/two").c_str());
-        std::filesystem::remove_all(In("one"));
-        EXPECT_EQ(Catch([] { GetCurrentWorkingDirectory(); }),
-            DescribeCall("GetCurrentWorkingDirectory: ::GetCurrentDirectoryW failed.", ENOENT));
-        return HasFailure() ? 1 : 0;
-    };
-    EXPECT_EQ(RunInChild(check), 0);
-}
+    std::string const here = std::filesystem::canonical(mFolder);
+    std::string const normal = Narrow(CombinePaths(Wide(here), u"one\\two"_w));
+    EXPECT_EQ(Narrow(GetCurrentWorkingDirectory()), here);
+    EXPECT_EQ(Narrow(GetAbsolutePath(u"one"_w, UnixPath)), here + "/one");
+    EXPECT_EQ(Narrow(GetAbsolutePath(u"x/../one/two"_w)), normal);
+    for (char const* const path : {"\\y", "C:/y"})
+        EXPECT_EQ(Narrow(GetAbsolutePath(Wide(path))), path);
 
-TEST_F(Files, CreateDirectoryMakesAncestors)
-{
-    CreateDirectory(Wide(Normal("a/b/c")).c_str(), true);
-    EXPECT_TRUE(IsDirectory(WideIn("a/b/c").c_str()));
     Put("file", "");
-    EXPECT_EQ(Catch([&] { CreateDirectory(WideIn("file/x/y").c_str(), true); }),
-        DescribeFailure("Failed to create directory '" + Normal("file") + "'.", EEXIST));
+    for (std::string const path : {"one\\two", "./a/b/c", normal.c_str()})
+        EXPECT_EQ(Catch([&] { CreateDirectory(Wide(path), true); }),
+            path == normal ? DescribeFailure("Failed to create directory '" + path + "'.", EEXIST) : "");
+    EXPECT_EQ(Catch([] { CreateDirectory(u"file/x/y"_w, true); }),
+        DescribeFailure("Failed to create directory 'file'.", EEXIST));
     for (char const* const path : {"C:\\a\\b", "", "\\"})
-        EXPECT_NE(Catch([&] { CreateDirectory(Wide(path).c_str(), true); }), "") << path;
-}
+        EXPECT_NE(Catch([&] { CreateDirectory(Wide(path), true); }), "") << path;
+    EXPECT_TRUE(IsDirectory(u"a/b/c"_w));
 
-TEST_F(Files, TemporaryDirectoryAndFiles)
-{
-    SetTemporary(mFolder);
-    std::string const first = Narrow(CreateTemporaryFile(Wide("log").c_str()));
-    EXPECT_EQ(first.find(In("log")), 0u);
-    EXPECT_NE(first, Narrow(CreateTemporaryFile(Wide("log").c_str())));
-    EXPECT_EQ(GetFileSize(Wide(first).c_str()), 0);
-    for (auto const& [length, expected] : {std::pair(258u, 259u), {259u, 0u}})
-    {
-        SetTemporary('/' + std::string(length - 1, 'x'));
-        EXPECT_EQ(GetTemporaryDirectory().size(), expected);
-    }
-    EXPECT_EQ(CreateTemporaryFile(Wide("log").c_str()).size(), 0u);
+    SetCurrentWorkingDirectory(u"one\\two"_w);
+    std::filesystem::remove_all(In("one"));
+    EXPECT_EQ(Catch([] { GetCurrentWorkingDirectory(); }),
+        DescribeCall("GetCurrentWorkingDirectory: ::GetCurrentDirectoryW failed.", ENOENT));
 }
 
 TEST_F(Files, DeleteFileReportsBothSteps)
@@ -217,75 +140,55 @@ TEST_F(Files, DeleteFileReportsBothSteps)
     MakeFolder("tmp");
     MakeFolder("folder");
     Put("a", "1");
-    SetTemporary(In("tmp"));
-    EXPECT_TRUE(DeleteFile(WideIn("a").c_str(), nullptr));
-    EXPECT_FALSE(DeleteFile(WideIn("a").c_str(), nullptr));
-    for (std::string const name : {"a", "folder"})
-    {
-        QzBase::Message err;
-        EXPECT_FALSE(DeleteFile(WideIn(name).c_str(), &err));
-        std::string const text = QzBase::FormatMessage(err, 0).c_str();
-        EXPECT_EQ(text.find("Failed to delete file '" + In(name) + "'."), 0u) << text;
-        EXPECT_NE(text.find("Failed to move file '" + In(name) + "' to '" + In("tmp/")), std::string::npos) << text;
-    }
-    EXPECT_EQ(TakeSnapshot().size(), 2u);
-
-    // The step through the temporary directory may fail; the file goes all the same.
     Put("b", "1");
-    SetTemporary(In("nowhere"));
-    QzBase::Message err;
-    EXPECT_TRUE(DeleteFile(WideIn("b").c_str(), &err));
-    EXPECT_NE(Describe(err).find("Failed to move file"), std::string::npos);
+    // Name, directory for temporary files, whether the file goes, which it does also when the first step fails.
+    std::tuple<std::string, std::string, bool> const rows[] = {
+        {"a", "tmp", true}, {"a", "tmp", false}, {"folder", "tmp", false}, {"b", "nowhere", true}};
+    for (auto const& [name, temporary, goes] : rows)
+    {
+        SetTemporary(In(temporary));
+        QzBase::Message err;
+        EXPECT_EQ(DeleteFile(Wide(name), &err), goes) << name;
+        std::string const text = QzBase::FormatMessage(err, 0).c_str();
+        std::string const moving = "Failed to move file '" + name + "' to '" + In(temporary) + '/';
+        EXPECT_EQ(text.find("Failed to delete file '" + name + "'.") == 0, !goes) << text;
+        EXPECT_EQ(text.find(moving) != text.npos, !goes || temporary == "nowhere") << text;
+    }
+    EXPECT_FALSE(DeleteFile(u"a"_w, nullptr));
     EXPECT_EQ(TakeSnapshot().size(), 2u);
+}
+
+TEST_F(Files, TemporaryFiles)
+{
+    SetTemporary(mFolder);
+    WideText const first = CreateTemporaryFile(u"log"_w);
+    EXPECT_EQ(Narrow(first).find(In("log")), 0u);
+    EXPECT_FALSE(first == CreateTemporaryFile(u"log"_w).c_str());
+    EXPECT_EQ(GetFileSize(first), 0);
+    for (auto const& [length, expected] : {std::pair(258u, 259u), {259u, 0u}})
+    {
+        SetTemporary('/' + std::string(length - 1, 'x'));
+        EXPECT_EQ(GetTemporaryDirectory().size(), expected);
+    }
+    EXPECT_EQ(CreateTemporaryFile(u"log"_w).size(), 0u);
 }
 
 TEST_F(Files, MoveFileReplacesFilesOnly)
 {
-    auto const move = [this](char const* from, char const* to)
-    { return Catch([&] { MoveFile(WideIn(from).c_str(), WideIn(to).c_str()); }); };
     Put("a", "new");
     Put("b", "old");
-    EXPECT_EQ(move("a", "b"), "");
-    EXPECT_EQ(TakeSnapshot(), (Snapshot{{"b", "new"}}));
-
+    EXPECT_EQ(Move("a", "b"), "");
     MakeFolder("folder");
     MakeFolder("empty");
-    EXPECT_NE(move("b", "folder"), "");
-    EXPECT_NE(move("empty", "folder"), "");
-    EXPECT_EQ(TakeSnapshot().size(), 3u);
-
+    EXPECT_NE(Move("b", "folder"), "");
+    EXPECT_NE(Move("empty", "folder"), "");
     // Two names of one file: the old one goes. One name spelt in two ways stays.
-    link(In("b").c_str(), In("c").c_str());
-    EXPECT_EQ(move("b", "./b"), "");
+    link("b", "c");
+    EXPECT_EQ(Move("b", "./b"), "");
     EXPECT_EQ(TakeSnapshot().size(), 4u);
-    EXPECT_EQ(move("b", "c"), "");
-    EXPECT_EQ(move("c", "folder/../c"), "");
+    EXPECT_EQ(Move("b", "c"), "");
+    EXPECT_EQ(Move("c", "folder/../c"), "");
     EXPECT_EQ(TakeSnapshot(), (Snapshot{{"c", "new"}, {"empty", "folder"}, {"folder", "folder"}}));
-}
-
-TEST_F(Files, MoveFileBetweenFileSystems)
-{
-    Put("file", std::string(300000, 'x'));
-    chmod(In("file").c_str(), 0640);
-    GetLastModifiedTime(WideIn("file").c_str(), mTime);
-    std::string name = "/dev/shm/qzlog-files-XXXXXX";
-    int const other = mkstemp(name.data());
-    struct stat status;
-    struct stat folderStatus;
-    stat(mFolder.c_str(), &folderStatus);
-    if (fstat(other, &status) != 0 || close(other) != 0 || status.st_dev == folderStatus.st_dev)
-    {
-        unlink(name.c_str());
-        GTEST_SKIP() << "needs a second file system at /dev/shm";
-    }
-    EXPECT_EQ(Catch([&] { MoveFile(WideIn("file").c_str(), Wide(name).c_str()); }), "");
-    QzDataType::DateTime time(0.0);
-    GetLastModifiedTime(Wide(name).c_str(), time);
-    stat(name.c_str(), &status);
-    EXPECT_EQ(status.st_mode & 0777, 0640u);
-    EXPECT_STREQ(time.ToString().c_str(), mTime.ToString().c_str());
-    EXPECT_EQ(Catch([&] { MoveFile(Wide(name).c_str(), WideIn("back").c_str()); }), "");
-    EXPECT_EQ(TakeSnapshot(), (Snapshot{{"back", std::string(300000, 'x')}}));
 }
 
 TEST_F(Files, RemoveDirectoryTreeStaysInside)
@@ -294,19 +197,16 @@ TEST_F(Files, RemoveDirectoryTreeStaysInside)
     MakeFolder("tree/a/b");
     for (char const* name : {"outside", "other/file", "tree/a/file", "tree/..\\..\\outside"})
         Put(name, "1");
-    std::filesystem::create_symlink("../other", In("tree/link"));
-    std::filesystem::create_symlink("tree", In("entry"));
-    // In a directory of our own, lest a fault here removes what the empty path could be taken for.
-    auto const inChild = [this]
-    {
-        SetCurrentWorkingDirectory(Wide(mFolder).c_str());
-        for (QzBase::WideString const& path : {WideIn("entry"), Wide(""), Wide("C:\\")})
-            EXPECT_FALSE(RemoveDirectoryTree(path.c_str(), nullptr));
-        return HasFailure() ? 1 : 0;
-    };
-    EXPECT_EQ(RunInChild(inChild), 0);
-    EXPECT_TRUE(IsFile(WideIn("tree/a/file").c_str()));
-    EXPECT_TRUE(RemoveDirectoryTree(WideIn("tree").c_str(), nullptr));
-    std::filesystem::remove(In("entry"));
+    std::filesystem::create_symlink("../other", "tree/link");
+    std::filesystem::create_symlink("tree", "entry");
+    for (char const* const path : {"entry", "", "C:\\"})
+        EXPECT_FALSE(RemoveDirectoryTree(Wide(path), nullptr)) << path;
+    QzBase::Message err;
+    EXPECT_FALSE(RemoveDirectoryTree(u"gone/x"_w, &err));
+    EXPECT_EQ(Describe(err), "1/305419896 Failed to delete directory 'gone/x'.\n0/2 Unable to find file\n" +
+                                 std::string(strerror(ENOENT)) + '\n');
+    EXPECT_TRUE(IsFile(u"tree/a/file"_w));
+    EXPECT_TRUE(RemoveDirectoryTree(u"tree"_w, nullptr));
+    std::filesystem::remove("entry");
     EXPECT_EQ(TakeSnapshot(), (Snapshot{{"other", "folder"}, {"other/file", "1"}, {"outside", "1"}}));
 }

@@ -25,18 +25,22 @@
 
 namespace QzTest
 {
-    inline QzBase::WideString Wide(std::string const& text)
+    /// Wide text that goes where a pointer to it is wanted.
+    struct WideText : QzBase::WideString
     {
-        return QzBase::UTF8ToWideChar(text.c_str(), false).c_str();
+        WideText(unsigned short const* text) : basic_string(text) {}
+        WideText(QzBase::ReturnWString const& text) : basic_string(text.c_str()) {}
+        operator unsigned short const*() const { return c_str(); }
+    };
+
+    inline WideText Wide(std::string const& text)
+    {
+        return QzBase::UTF8ToWideChar(text.c_str(), false);
     }
 
-    inline std::string Narrow(unsigned short const* text)
+    inline std::string Narrow(WideText const& text)
     {
         return QzBase::WideCharToUTF8(text, false).c_str();
-    }
-    inline std::string Narrow(QzBase::ReturnWString const& text)
-    {
-        return Narrow(text.c_str());
     }
 
     using BinaryPtr = std::unique_ptr<QzDataType::Binary>;
@@ -102,16 +106,21 @@ namespace QzTest
 
     using Snapshot = std::map<std::string, std::string>;
 
-    /// A folder of its own for each test, removed with all in it.
+    /// A folder of its own for each test, which is the current directory meanwhile and is removed with all in it.
     class TemporaryFolder : public testing::Test
     {
     protected:
-        TemporaryFolder() : mFolder(testing::TempDir() + "qzlog-files-XXXXXX") { mkdtemp(mFolder.data()); }
+        TemporaryFolder() : mFolder(testing::TempDir() + "qzlog-files-XXXXXX")
+        {
+            mkdtemp(mFolder.data());
+            std::filesystem::current_path(mFolder);
+        }
 
         ~TemporaryFolder() override
         {
             SetTemporary(mOldTemporary);
             std::error_code ignored;
+            std::filesystem::current_path(mOldDirectory, ignored);
             std::filesystem::remove_all(mFolder, ignored);
         }
 
@@ -119,7 +128,7 @@ namespace QzTest
         static void SetTemporary(std::string const& path) { setenv("TMPDIR", path.c_str(), 1); }
 
         std::string In(std::string const& name) const { return mFolder + '/' + name; }
-        QzBase::WideString WideIn(std::string const& name) const { return Wide(In(name)); }
+        WideText WideIn(std::string const& name) const { return Wide(In(name)); }
         void MakeFolder(std::string const& name) const { std::filesystem::create_directories(In(name)); }
 
         void Put(std::string const& name, std::string const& content) const
@@ -148,6 +157,7 @@ namespace QzTest
         std::string mFolder;
 
     private:
+        std::filesystem::path const mOldDirectory = std::filesystem::current_path();
         std::string const mOldTemporary = getenv("TMPDIR") ? getenv("TMPDIR") : "";
     };
 }
