@@ -36,6 +36,5 @@ namespace QzLog
         std::string mSourceName;
         bool mSourceIsRegistered = false;
         EventSource mpEventSource;
-        QzSynch::ForkHold const mForkHold{*mpLock};
     };
 }
