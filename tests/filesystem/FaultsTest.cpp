@@ -197,8 +197,7 @@ namespace
 
         void Prepare() const
         {
-            for (auto const& entry : std::filesystem::directory_iterator(mFolder))
-                std::filesystem::remove_all(entry);
+            Clear();
             MakeFolder("empty");
             Put("file", "content");
             Put("other", "other content");

@@ -131,6 +131,13 @@ namespace QzTest
         WideText WideIn(std::string const& name) const { return Wide(In(name)); }
         void MakeFolder(std::string const& name) const { std::filesystem::create_directories(In(name)); }
 
+        /// Removes all that is in the folder.
+        void Clear() const
+        {
+            for (auto const& entry : std::filesystem::directory_iterator(mFolder))
+                std::filesystem::remove_all(entry);
+        }
+
         void Put(std::string const& name, std::string const& content) const
         {
             std::ofstream(In(name), std::ios::binary) << content;

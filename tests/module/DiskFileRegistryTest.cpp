@@ -34,10 +34,11 @@ namespace
 
 TEST_F(DiskFileRegistryTest, EveryFormOfAPathIsOneDestination)
 {
-    std::string const component(250, 'n');
-    std::string longName = "x";
-    while (mFolder.size() + longName.size() < 3'700)
-        longName += '/' + component;
+    // Components of 250 bytes, and 4,000 in all.
+    std::string longName = "/x.log";
+    for (std::size_t size; (size = mFolder.size() + longName.size()) < 3'999;)
+        longName.insert(0, '/' + std::string(std::min<std::size_t>(250, 3'999 - size), 'n'));
+    longName.erase(0, 1);
     for (std::string const& name :
         {std::string("d/x.log"), std::string("with blanks/\xC3\xA4\xE2\x82\xAC.log"), longName})
     {

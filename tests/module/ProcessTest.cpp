@@ -61,6 +61,7 @@ TEST_F(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
 {
     DispatcherPtr const dispatcher = mRouter.GetDispatcher();
     mDestination.mForgets = true;
+    CmdLogTrace trace;
     ExpectInChildrenOfBusyParent(
         30,
         [&]
@@ -70,6 +71,8 @@ TEST_F(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
             SetDestinations(*dispatcher, {&mDestination});
             MakeRouter("E");
             SetServerInstanceName(u"server"_w);
+            trace.AddToLogTrace(1, 1, 1);
+            trace.CollectLogTrace();
         },
         [&]
         {
@@ -78,6 +81,7 @@ TEST_F(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
             SetDestinations(*MakeRouter("E")->GetDispatcher(), {own.get()});
             SetDestinations(*dispatcher, {own.get()});
             Log(mRouter);
+            trace.CollectLogTrace();
             return own->TakeTexts() == "text " && mRouter.mEnabled;
         });
 }

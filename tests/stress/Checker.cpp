@@ -3,7 +3,6 @@
 #include "Record.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +14,7 @@
 namespace
 {
     constexpr std::string_view kHead("\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n");
+    constexpr std::string_view kBehindTime(" [HOST:");
     constexpr int kMostFaultsShown = 20;
 
     struct File
@@ -52,10 +52,10 @@ namespace
                 Fault("more contents twice than roll-overs were killed", "");
             CheckCounts();
             std::printf("seed %llu: %u processes, %u of them killed; %zu files, %u of them left by killed roll-overs; "
-                        "%llu records returned, %llu found whole, %llu cut and %llu missing in flight; %d faults\n",
+                        "%llu records returned, %llu found whole, %u cut and %llu missing in flight; %d faults\n",
                 static_cast<unsigned long long>(mSettings.mSeed), mProcesses, mKills, files.size(), mLeftovers,
-                static_cast<unsigned long long>(mReturned), static_cast<unsigned long long>(mWhole),
-                static_cast<unsigned long long>(mCut), static_cast<unsigned long long>(mMissingInFlight), mFaults);
+                static_cast<unsigned long long>(mReturned), static_cast<unsigned long long>(mWhole), mCut,
+                static_cast<unsigned long long>(mMissingInFlight), mFaults);
             return mFaults == 0;
         }
 
@@ -102,40 +102,22 @@ namespace
             if (!isLog && content.size() < mSettings.mLimit)
                 Fault("rolled over before its limit", file.mName);
             std::size_t at = std::min(kHead.size(), content.size());
+            // Each header begins with a time, which is as long as that of the first one.
+            mTimeLength = content.find(kBehindTime, at) - at;
             while (at < content.size())
             {
-                std::size_t const mark = content.find(kRecordMark, at);
-                RecordNumber number{};
-                if (mark == std::string::npos || !IsHeader(content, at, mark) ||
-                    !ReadNumber(content.data() + mark, content.size() - mark, number) || !IsKnown(number))
-                {
-                    TakeHeaderWithoutRecord(file, at);
-                    continue;
-                }
-                at = TakeRecord(file, mark, number);
+                std::size_t const start = FindHeader(content, at);
+                if (start != at)
+                    TakeCutText(file, at, start);
+                at = start < content.size() ? TakeRecord(file, content.find(kRecordMark, start)) : start;
             }
         }
 
-        /// Whether the text from `at` to the mark is a header line's start: one line that begins with a time.
-        static bool IsHeader(std::string const& content, std::size_t at, std::size_t mark)
+        /// Where the header of the next record begins.
+        std::size_t FindHeader(std::string const& content, std::size_t at) const
         {
-            return IsTime(content, at) && content.compare(at + 23, 0, "") == 0 && content.find("\r\n", at) > mark &&
-                   content.find(" [HOST:", at) < mark;
-        }
-
-        static bool IsTime(std::string const& content, std::size_t at)
-        {
-            constexpr std::string_view kForm("dddd-dd-dd dd:dd:dd.ddd");
-            if (content.size() - at < kForm.size())
-                return false;
-            for (std::size_t i = 0; i < kForm.size(); ++i)
-            {
-                char const c = content[at + i];
-                bool const fits = kForm[i] == 'd' ? std::isdigit(static_cast<unsigned char>(c)) != 0 : c == kForm[i];
-                if (!fits)
-                    return false;
-            }
-            return true;
+            std::size_t const mark = content.find(kRecordMark, at);
+            return mark == std::string::npos ? content.size() : content.rfind(kBehindTime, mark) - mTimeLength;
         }
 
         bool IsKnown(RecordNumber const& number) const
@@ -151,48 +133,36 @@ namespace
         }
 
         /// Counts the record at a mark and returns where the next one begins.
-        std::size_t TakeRecord(File const& file, std::size_t mark, RecordNumber const& number)
+        std::size_t TakeRecord(File const& file, std::size_t mark)
         {
-            std::string const expected = MakeFileText(number, mSettings.mSeed);
-            Count& count = mCounts[number.mProcess][number.mThread];
-            if (file.mContent.compare(mark, expected.size(), expected) == 0)
+            RecordNumber number{};
+            if (ReadNumber(file.mContent.data() + mark, file.mContent.size() - mark, number) && IsKnown(number))
             {
-                ++mWhole;
-                ++count.mWhole[number.mSequence];
-                return mark + expected.size();
+                std::string const expected = MakeFileText(number, mSettings.mSeed);
+                Count& count = mCounts[number.mProcess][number.mThread];
+                if (file.mContent.compare(mark, expected.size(), expected) == 0)
+                {
+                    ++mWhole;
+                    ++count.mWhole[number.mSequence];
+                    return mark + expected.size();
+                }
+                if (!WasInFlight(number))
+                    Fault("torn record " + Name(number), file.mName);
+                ++count.mCut[number.mSequence];
             }
-            if (!WasInFlight(number))
-                Fault("torn record " + Name(number), file.mName);
-            ++mCut;
-            ++count.mCut[number.mSequence];
-            return FindNextHeader(file.mContent, mark);
+            std::size_t const next = FindHeader(file.mContent, mark + 1);
+            TakeCutText(file, mark, next);
+            return next;
         }
 
-        /// A record that was cut before its mark. Who wrote it stays unknown; it counts as one in flight.
-        void TakeHeaderWithoutRecord(File const& file, std::size_t& at)
+        /// What a kill has left of a record. Where that was cut before its mark, who wrote it stays unknown.
+        void TakeCutText(File const& file, std::size_t at, std::size_t end)
         {
-            std::size_t const next = FindNextHeader(file.mContent, at + 1);
-            std::string_view const text(file.mContent.data() + at, next - at);
+            std::string_view const text = std::string_view(file.mContent).substr(at, end - at);
             if (text.find(" Missed ") != std::string_view::npos)
                 Fault("lost messages: " + std::string(text), file.mName);
-            else if (++mCutHeaders > mKills)
+            else if (++mCut > mKills)
                 Fault("no record: " + std::string(text.substr(0, 200)), file.mName);
-            at = next;
-        }
-
-        static std::size_t FindNextHeader(std::string const& content, std::size_t at)
-        {
-            for (;;)
-            {
-                at = content.find(" [HOST:", at);
-                if (at == std::string::npos)
-                    return content.size();
-                // With an offset from UTC the time is six characters longer.
-                for (std::size_t const length : {std::size_t{23}, std::size_t{29}})
-                    if (at >= length && IsTime(content, at - length))
-                        return at - length;
-                ++at;
-            }
         }
 
         void CheckCounts()
@@ -241,9 +211,9 @@ namespace
         std::vector<std::array<Count, Ledger::kMaxThreads>> mCounts;
         std::uint64_t mReturned = 0;
         std::uint64_t mWhole = 0;
-        std::uint64_t mCut = 0;
+        unsigned int mCut = 0;
+        std::size_t mTimeLength = 0;
         std::uint64_t mMissingInFlight = 0;
-        unsigned int mCutHeaders = 0;
         unsigned int mLeftovers = 0;
         int mFaults = 0;
     };

@@ -47,10 +47,10 @@ std::string MakeFileText(RecordNumber const& number, std::uint64_t seed)
 bool ReadNumber(char const* text, std::size_t length, RecordNumber& number)
 {
     unsigned long long sequence = 0;
+    int end = 0;
     std::string const start(text, std::min<std::size_t>(length, 100));
-    std::string const format = std::string(kRecordMark) + "%u %u %llu>";
-    if (std::sscanf(start.c_str(), format.c_str(), &number.mProcess, &number.mThread, &sequence) != 3)
-        return false;
+    std::string const format = std::string(kRecordMark) + "%u %u %llu>%n";
+    std::sscanf(start.c_str(), format.c_str(), &number.mProcess, &number.mThread, &sequence, &end);
     number.mSequence = sequence;
-    return true;
+    return end != 0;
 }
