@@ -55,52 +55,25 @@ namespace QzLog
             throw QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, text.c_str());
         }
 
-        /// The back-up that a roll-over makes. It goes again unless it is kept: it holds nothing that the log has not,
-        /// and one left behind by each attempt on a full disk would push all the good ones out.
-        class NewBackup
+        void CopyTo(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target)
         {
-        public:
-            explicit NewBackup(QzBase::WideString const& path)
-                : mPath(path),
-                  mDescriptor(
-                      File::OpenDescriptor(path.c_str(), QzFileSystem::kOpenWriteNew, QzFileSystem::kShareDefault))
+            file.SetPosition(0);
+            File::ScopedDescriptor descriptor(
+                File::OpenDescriptor(target.c_str(), QzFileSystem::kOpenWriteNew, QzFileSystem::kShareDefault));
+            std::unique_ptr<QzDataType::Binary> const piece(QzDataType::CreateBinary(kCopyBufferSize, nullptr));
+            for (;;)
             {
+                file.ReadBinary(*piece, kCopyBufferSize);
+                std::size_t const size = piece->GetSize();
+                if (size == 0)
+                    break;
+                if (File::WriteDescriptor(descriptor.Get(), piece->GetData(), size) != static_cast<std::int64_t>(size))
+                    ThrowWriteFailure(target);
             }
-
-            ~NewBackup()
-            {
-                if (!mIsKept)
-                    QzFileSystem::DeleteFile(mPath.c_str(), nullptr);
-            }
-
-            NewBackup(NewBackup const&) = delete;
-            NewBackup& operator=(NewBackup const&) = delete;
-
-            void TakeAll(QzFileSystem::UpdateableFile& file)
-            {
-                std::unique_ptr<QzDataType::Binary> const piece(QzDataType::CreateBinary(kCopyBufferSize, nullptr));
-                for (;;)
-                {
-                    file.ReadBinary(*piece, kCopyBufferSize);
-                    std::size_t const size = piece->GetSize();
-                    if (size == 0)
-                        break;
-                    if (File::WriteDescriptor(mDescriptor.Get(), piece->GetData(), size) !=
-                        static_cast<std::int64_t>(size))
-                        ThrowWriteFailure(mPath);
-                }
-                // Some file systems find out only here that there was no room.
-                if (!mDescriptor.Close())
-                    ThrowWriteFailure(mPath);
-            }
-
-            void Keep() noexcept { mIsKept = true; }
-
-        private:
-            QzBase::WideString const mPath;
-            File::ScopedDescriptor mDescriptor;
-            bool mIsKept = false;
-        };
+            // Some file systems find out only here that there was no room.
+            if (!descriptor.Close())
+                ThrowWriteFailure(target);
+        }
     }
 
     void RollOver(QzFileSystem::UpdateableFile& file, QzBase::WideString const& path, unsigned int backupCount)
@@ -108,11 +81,8 @@ namespace QzLog
         // A thread that was cancelled in here would leave half a back-up for the next writer to move up.
         QzOs::NoCancellation const noCancellation;
         ShiftBackups(path, backupCount);
-        file.SetPosition(0);
-        NewBackup backup(MakeBackupName(path, 0));
-        backup.TakeAll(file);
+        CopyTo(file, MakeBackupName(path, 0));
         file.SetPosition(0);
         file.Truncate();
-        backup.Keep();
     }
 }
