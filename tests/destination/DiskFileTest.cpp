@@ -282,8 +282,10 @@ TEST_F(DiskFileTest, KeepsItsContentOnAFullDisk)
         Write("lost: by a roll-over, or by the line about losses, which leaves the file open");
         EXPECT_EQ(Get("x.log"), old);
         if (message == 0)
+        {
             EXPECT_EQ(TakeSnapshot(),
                 (Snapshot{{"x.log", old}, {"x.log.bak00", ""}, {"x.log.bak01", "0"}, {"x.log.bak02", "1"}}));
+        }
     }
     QzOs::Posix::gKernel.mpWrite = write;
     Write("again");
