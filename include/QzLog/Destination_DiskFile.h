@@ -18,9 +18,9 @@ namespace QzLog
     /// A message that finds the file at its maximum size or beyond rolls it over first. The content is copied into the
     /// back-up "<path>.bak00", earlier back-ups move up by one number (with no gap the oldest is deleted), and the file
     /// is emptied in place, so that all who have it open go on with it. A message is written whole, so a file can
-    /// exceed the maximum by one message. A roll-over that fails, on a full disk for instance, leaves the log as it was;
-    /// the message is lost, the earlier back-ups have moved up, and the new one may be incomplete. All messages are
-    /// lost that come to a full log whose own name has more than 249 bytes, which leaves the system no room for the
+    /// exceed the maximum by one message. A roll-over that fails, on a full disk for instance, leaves the log as it
+    /// was; the message is lost, the earlier back-ups have moved up, and the new one may be incomplete. All messages
+    /// are lost that come to a full log whose own name has more than 249 bytes, which leaves the system no room for the
     /// name of a back-up.
     ///
     /// Nothing that happens to the file reaches the logging call. A message that cannot be written is lost and counted.
