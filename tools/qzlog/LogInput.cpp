@@ -1,67 +1,20 @@
 #include "LogInput.h"
 
+#include "GuardedSource.h"
 #include "filter/FilteredSource.h"
 #include "reading/Backups.h"
 #include "reading/Merger.h"
 
 namespace QzLogTool
 {
-    namespace
+    CLI::Option& LogInput::AddTo(CLI::App& app)
     {
-        /// Ends where its source meets trouble.
-        class GuardedSource : public RecordSource
-        {
-        public:
-            GuardedSource(std::unique_ptr<RecordSource> pSource, Progress& progress, Troubles& troubles)
-                : mpSource(std::move(pSource)), mProgress(progress), mTroubles(troubles)
-            {
-            }
-
-            bool Next(Record& record) override
-            {
-                return Guard([&] { return mpSource->Next(record); });
-            }
-            bool NextPart(std::string_view& text) override
-            {
-                return Guard([&] { return mpSource->NextPart(text); });
-            }
-            bool Again() override
-            {
-                return Guard([&] { return mpSource->Again(); });
-            }
-
-        private:
-            template <class Action>
-            bool Guard(Action const& action)
-            {
-                if (mHasEnded)
-                    return false;
-                try
-                {
-                    return action();
-                }
-                catch (Trouble const& trouble)
-                {
-                    mProgress.Hide();
-                    mTroubles.Report(trouble);
-                    mHasEnded = true;
-                    return false;
-                }
-            }
-
-            std::unique_ptr<RecordSource> const mpSource;
-            Progress& mProgress;
-            Troubles& mTroubles;
-            bool mHasEnded = false;
-        };
-    }
-
-    void LogInput::AddTo(CLI::App& app)
-    {
-        app.add_option("LOG", mPaths, "Logs; each is read with its back-ups, the oldest first. - is standard input")
-            ->required()
-            ->option_text("LOG...");
+        CLI::Option* const pLogs =
+            app.add_option("LOG", mPaths, "Logs; each is read with its back-ups, the oldest first. - is standard input")
+                ->required()
+                ->option_text("LOG...");
         app.add_flag("--no-backups", mIsWithoutBackups, "Reads the named files alone");
+        return *pLogs;
     }
 
     std::vector<std::string> LogInput::GetPaths() const

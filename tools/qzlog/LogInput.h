@@ -19,8 +19,9 @@ namespace QzLogTool
         std::vector<std::string> mPaths;
         bool mIsWithoutBackups = false;
 
-        /// Adds operands and options to a subcommand. This object must outlive it.
-        void AddTo(CLI::App& app);
+        /// Adds operands and options to a subcommand, which this object must outlive.
+        /// \return  the operands.
+        CLI::Option& AddTo(CLI::App& app);
 
         /// The logs to read, each of them once.
         std::vector<std::string> GetPaths() const;

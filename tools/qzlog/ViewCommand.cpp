@@ -1,5 +1,10 @@
 #include "Commands.h"
+#include "GrowingInput.h"
+#include "GuardedSource.h"
 #include "LogInput.h"
+#include "filter/FilteredSource.h"
+#include "following/EndRequest.h"
+#include "following/Follower.h"
 #include "output/JsonPrinter.h"
 #include "output/TextPrinter.h"
 #include "reading/LastRecords.h"
@@ -21,7 +26,7 @@ namespace QzLogTool
 
             void AddOptions(CLI::App& app) override
             {
-                mInput.AddTo(app);
+                mGrowing.AddTo(app, mInput.AddTo(app));
                 mFilterOptions.AddTo(app);
                 CLI::Option* const pTail =
                     app.add_option("--tail,-n", mTail, "The last N records only")->option_text("N");
@@ -39,11 +44,14 @@ namespace QzLogTool
                 Troubles troubles;
                 Progress progress;
                 RecordFilter filter(mFilterOptions);
-                std::unique_ptr<RecordSource> pSource = mInput.Open(filter, progress, troubles);
-                if (mTail)
-                    pSource = std::make_unique<LastRecords>(std::move(pSource), *mTail);
                 Output output(&progress);
-                std::uint64_t const count = Print(*pSource, filter, output);
+                if (!mGrowing.IsAskedFor() && mInput.mPaths.empty())
+                    throw Trouble("LOG is required, or --brokers (see --help)");
+                std::uint64_t const count = mGrowing.IsAskedFor()
+                                                ? PrintGrowing(filter, progress, troubles, output)
+                                                : Print(mInput.Open(filter, progress, troubles), filter, output);
+                if (mCounts && !mIsQuiet)
+                    output.Write(std::to_string(count) + '\n');
                 output.Flush();
                 if (troubles.HasAny() && !(mIsQuiet && count != 0))
                     return ExitCode::Trouble;
@@ -51,24 +59,57 @@ namespace QzLogTool
             }
 
         private:
+            /// One look, or look after look until the end is asked for. Returns how many records there were.
+            std::uint64_t PrintGrowing(
+                RecordFilter& filter, Progress& progress, Troubles& troubles, Output& output) const
+            {
+                std::unique_ptr<GrowingSources> const pSources = mGrowing.Open(mInput, mFilterOptions, filter);
+                auto const wrap = [&](std::unique_ptr<RecordSource> pSource)
+                {
+                    return std::make_unique<GuardedSource>(
+                        std::make_unique<FilteredSource>(std::move(pSource), filter), progress, troubles);
+                };
+                Follower follower(*pSources, wrap, [&](Trouble const& trouble) { troubles.Report(trouble); });
+                if (!mGrowing.mFollows)
+                    return Print(follower.Look(), filter, output);
+                EndRequest::Listen();
+                std::uint64_t count = Print(follower.Look(), filter, output);
+                while (count < GetMost() && !EndRequest::IsMade())
+                {
+                    output.Flush();
+                    follower.Wait();
+                    count += Print(follower.Look(), filter, output, count);
+                }
+                return count;
+            }
+
+            std::uint64_t GetMost() const
+            {
+                return mIsQuiet ? 1 : mHead.value_or(std::numeric_limits<std::uint64_t>::max());
+            }
+
             /// Returns how many records there were.
-            std::uint64_t Print(RecordSource& source, RecordFilter const& filter, Output& output) const
+            /// \param before  how many there were before.
+            std::uint64_t Print(std::unique_ptr<RecordSource> pSource, RecordFilter const& filter, Output& output,
+                std::uint64_t before = 0) const
             {
                 TextPrinter text(output, filter.GetMatcher(), UsesColor(mColor, output.IsTerminal()));
                 JsonPrinter json(output);
                 RecordPrinter& printer = mIsJson ? static_cast<RecordPrinter&>(json) : text;
-                std::uint64_t const most = mIsQuiet ? 1 : mHead.value_or(std::numeric_limits<std::uint64_t>::max());
+                // The last of what there is at first; all that comes later.
+                if (mTail && before == 0)
+                    pSource = std::make_unique<LastRecords>(std::move(pSource), *mTail);
+                std::uint64_t const most = GetMost() - before;
                 std::uint64_t count = 0;
                 Record record;
-                for (; count < most && source.Next(record); ++count)
+                for (; count < most && pSource->Next(record); ++count)
                     if (!mCounts && !mIsQuiet)
-                        printer.Print(record, source);
-                if (mCounts && !mIsQuiet)
-                    output.Write(std::to_string(count) + '\n');
+                        printer.Print(record, *pSource);
                 return count;
             }
 
             LogInput mInput;
+            GrowingInput mGrowing;
             FilterOptions mFilterOptions;
             std::optional<std::uint64_t> mTail;
             std::optional<std::uint64_t> mHead;

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <limits>
 #include <set>
+#include <utility>
 
 namespace QzLogTool
 {
@@ -45,6 +46,8 @@ namespace QzLogTool
             Set(*conf, "enable.partition.eof", "true");
             // For each partition.
             Set(*conf, "queued.max.messages.kbytes", "1024");
+            // A follower does not let people wait for long when a broker is back.
+            Set(*conf, "reconnect.backoff.max.ms", "2000");
             for (std::string const& property : options.mProperties)
             {
                 std::size_t const at = property.find('=');
@@ -70,6 +73,8 @@ namespace QzLogTool
         private:
             using Place = std::pair<std::string, std::int32_t>;
 
+            int GetPatience() const { return mHasSearched ? kLaterPatienceMilliseconds : kPatienceMilliseconds; }
+            std::vector<std::unique_ptr<GrowingSource>> OpenNew();
             std::vector<Place> Search();
             bool IsWanted(std::string const& topic) const;
             std::vector<std::int64_t> FindBeginnings(std::vector<Place> const& places) const;
@@ -82,6 +87,7 @@ namespace QzLogTool
             KafkaClientPtr mpClient;
             std::set<Place> mKnown;
             bool mHasSearched = false;
+            bool mIsDown = false;
             std::chrono::steady_clock::time_point mNextSearch;
         };
 
@@ -122,8 +128,7 @@ namespace QzLogTool
         std::vector<Streams::Place> Streams::Search()
         {
             Metadata const* pFound = nullptr;
-            rd_kafka_resp_err_t const error = rd_kafka_metadata(
-                mpClient.get(), 1, nullptr, &pFound, mHasSearched ? kLaterPatienceMilliseconds : kPatienceMilliseconds);
+            rd_kafka_resp_err_t const error = rd_kafka_metadata(mpClient.get(), 1, nullptr, &pFound, GetPatience());
             if (error != RD_KAFKA_RESP_ERR_NO_ERROR)
                 Throw(error);
             std::unique_ptr<Metadata const, KafkaDeleter<rd_kafka_metadata_destroy>> const found(pFound);
@@ -149,8 +154,7 @@ namespace QzLogTool
             for (auto const& [topic, number] : places)
                 rd_kafka_topic_partition_list_add(list.get(), topic.c_str(), number)->offset =
                     std::max<std::int64_t>(mSince, 0);
-            rd_kafka_resp_err_t const error =
-                rd_kafka_offsets_for_times(mpClient.get(), list.get(), kPatienceMilliseconds);
+            rd_kafka_resp_err_t const error = rd_kafka_offsets_for_times(mpClient.get(), list.get(), GetPatience());
             if (error != RD_KAFKA_RESP_ERR_NO_ERROR)
                 Throw(error);
             for (std::size_t i = 0; i < places.size(); ++i)
@@ -161,29 +165,48 @@ namespace QzLogTool
 
         std::vector<std::unique_ptr<GrowingSource>> Streams::FindNew()
         {
-            std::vector<std::unique_ptr<GrowingSource>> sources;
             if (std::chrono::steady_clock::now() < mNextSearch)
-                return sources;
+                return {};
             mNextSearch = std::chrono::steady_clock::now() + kSearchInterval;
+            try
+            {
+                std::vector<std::unique_ptr<GrowingSource>> sources = OpenNew();
+                mIsDown = false;
+                mHasSearched = true;
+                return sources;
+            }
+            catch (Trouble const& trouble)
+            {
+                if (!mHasSearched)
+                    throw;
+                // What is open goes on when the brokers are back.
+                if (!std::exchange(mIsDown, true))
+                    std::fprintf(stderr, "qzlog: %s\n", trouble.what());
+                return {};
+            }
+        }
+
+        std::vector<std::unique_ptr<GrowingSource>> Streams::OpenNew()
+        {
             std::vector<Place> const places = Search();
             if (!mHasSearched && places.empty())
                 std::fprintf(stderr, "qzlog: %s: no stream has such a name\n", mOptions.mBrokers.c_str());
             std::vector<std::int64_t> const beginnings = FindBeginnings(places);
+            std::vector<std::unique_ptr<GrowingSource>> sources;
             for (std::size_t i = 0; i < places.size(); ++i)
             {
                 auto const& [topic, number] = places[i];
                 std::int64_t low = 0;
                 std::int64_t high = 0;
-                rd_kafka_resp_err_t const error = rd_kafka_query_watermark_offsets(
-                    mpClient.get(), topic.c_str(), number, &low, &high, kPatienceMilliseconds);
+                rd_kafka_resp_err_t const error =
+                    rd_kafka_query_watermark_offsets(mpClient.get(), topic.c_str(), number, &low, &high, GetPatience());
                 if (error != RD_KAFKA_RESP_ERR_NO_ERROR)
                     Throw(error);
                 // No record is as late as that, yet.
                 std::int64_t const begin = beginnings[i] == RD_KAFKA_OFFSET_END ? high : std::max(low, beginnings[i]);
                 sources.push_back(std::make_unique<Partition>(*mpClient, topic, number, begin, high));
-                mKnown.insert(places[i]);
             }
-            mHasSearched = true;
+            mKnown.insert(places.begin(), places.end());
             return sources;
         }
 

@@ -47,11 +47,15 @@ namespace QzLogTool
         Catch(SIGTERM);
     }
 
+    bool EndRequest::IsSignalled()
+    {
+        return gIsAskedFor.load(std::memory_order_relaxed);
+    }
+
     bool EndRequest::IsMade()
     {
         pollfd output{STDOUT_FILENO, 0, 0};
-        return gIsAskedFor.load(std::memory_order_relaxed) ||
-               (poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0);
+        return IsSignalled() || (poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0);
     }
 
     bool EndRequest::Wait(int descriptor, int milliseconds)

@@ -12,6 +12,9 @@ namespace QzLogTool
 
         static bool IsMade();
 
+        /// Whether it was made by a signal. Costs nothing to ask.
+        static bool IsSignalled();
+
         /// Waits until a descriptor can be read, the end is asked for, or so much time has gone by.
         /// \param descriptor  -1 for none.
         /// \return  whether the descriptor can be read.

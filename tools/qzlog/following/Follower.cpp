@@ -1,5 +1,6 @@
 #include "following/Follower.h"
 
+#include "following/EndRequest.h"
 #include "reading/Merger.h"
 
 #include <utility>
@@ -8,12 +9,13 @@ namespace QzLogTool
 {
     namespace
     {
+        /// A source for one look. It gives no more when the end is asked for, however much there is.
         class Borrowed : public RecordSource
         {
         public:
             explicit Borrowed(RecordSource& source) : mSource(source) {}
 
-            bool Next(Record& record) override { return mSource.Next(record); }
+            bool Next(Record& record) override { return !EndRequest::IsSignalled() && mSource.Next(record); }
             bool NextPart(std::string_view& text) override { return mSource.NextPart(text); }
             bool Again() override { return mSource.Again(); }
 
@@ -29,7 +31,11 @@ namespace QzLogTool
 
     std::unique_ptr<RecordSource> Follower::Look()
     {
-        FindNew();
+        for (std::unique_ptr<GrowingSource>& source : mSources.FindNew())
+        {
+            GrowingSource* const pSource = source.get();
+            mFollowed.push_back({pSource, mWrap(std::move(source))});
+        }
         mIsUrgent = false;
         std::vector<std::unique_ptr<RecordSource>> found;
         std::erase_if(mFollowed,
@@ -49,29 +55,6 @@ namespace QzLogTool
                 return false;
             });
         return std::make_unique<Merger>(std::move(found));
-    }
-
-    /// At first this cannot be done without; later those that are known go on.
-    void Follower::FindNew()
-    {
-        std::vector<std::unique_ptr<GrowingSource>> sources;
-        try
-        {
-            sources = mSources.FindNew();
-            mLastTrouble.clear();
-        }
-        catch (Trouble const& trouble)
-        {
-            if (mFollowed.empty())
-                throw;
-            if (std::exchange(mLastTrouble, trouble.what()) != trouble.what())
-                mReport(trouble);
-        }
-        for (std::unique_ptr<GrowingSource>& source : sources)
-        {
-            GrowingSource* const pSource = source.get();
-            mFollowed.push_back({pSource, mWrap(std::move(source))});
-        }
     }
 
     void Follower::Wait()

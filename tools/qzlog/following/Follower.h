@@ -5,7 +5,6 @@
 
 #include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace QzLogTool
@@ -36,13 +35,10 @@ namespace QzLogTool
             std::unique_ptr<RecordSource> mpWrapped;
         };
 
-        void FindNew();
-
         GrowingSources& mSources;
         Wrap const mWrap;
         Report const mReport;
         std::vector<Followed> mFollowed;
-        std::string mLastTrouble;
         bool mIsUrgent = false;
     };
 }

@@ -1,0 +1,27 @@
+#!/bin/bash
+# The follower prints what processes write at full speed as `view` prints it when all is over, and ends when told to.
+# Arguments: qzlog, stress, and how stress writes.
+set -eu
+qzlog=$1 stress=$2
+shift 2
+folder=$(mktemp -d)
+follower=
+trap '[ -z "$follower" ] || kill $follower 2> /dev/null || true; rm -rf "$folder"' EXIT
+
+log=$folder/kept/stress.log
+"$qzlog" view --follow "$log" > "$folder/followed" 2> "$folder/told" &
+follower=$!
+until [ -s "$folder/told" ]; do sleep 0.02; done
+"$stress" --keep "$folder/kept" "$@" > "$folder/stress" || { cat "$folder/stress"; exit 1; }
+"$qzlog" view "$log" > "$folder/viewed"
+
+for ((i = 0; i < 300; ++i)); do
+    cmp -s "$folder/viewed" "$folder/followed" && break
+    sleep 0.1
+done
+cmp "$folder/viewed" "$folder/followed"
+kill -TERM $follower
+wait $follower
+follower=
+diff - "$folder/told" <<< "qzlog: $log is not there yet
+qzlog: $log is there now"

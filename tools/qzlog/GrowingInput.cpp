@@ -1,0 +1,44 @@
+#include "GrowingInput.h"
+
+#include "brokers/Streams.h"
+#include "following/FollowedLogs.h"
+#include "reading/Backups.h"
+
+namespace QzLogTool
+{
+    void GrowingInput::AddTo(CLI::App& app, CLI::Option& logs)
+    {
+        constexpr char kGroup[] = "Streams (in the place of logs)";
+        app.add_flag("--follow,-f", mFollows,
+               "Goes on with what is added, through roll-overs and whatever happens to the logs, until SIGINT or "
+               "SIGTERM")
+            ->excludes("--no-backups");
+        CLI::Option* const pBrokers =
+            app.add_option("--brokers,-b", mBrokers.mBrokers, "Reads the streams that servers publish to Kafka")
+                ->option_text("HOST:PORT,...")
+                ->group(kGroup)
+                ->excludes(&logs);
+        // Each of these takes one value, or the next operand would be taken for another.
+        app.add_option("--topic", mBrokers.mTopics, "Shell pattern for topics; without one, the streams of all servers")
+            ->option_text("PATTERN")
+            ->expected(1)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+            ->group(kGroup)
+            ->needs(pBrokers);
+        app.add_option("-X", mBrokers.mProperties, "A property of the Kafka client (librdkafka)")
+            ->option_text("PROPERTY=VALUE")
+            ->expected(1)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+            ->group(kGroup)
+            ->needs(pBrokers);
+        logs.required(false);
+    }
+
+    std::unique_ptr<GrowingSources> GrowingInput::Open(
+        LogInput const& logs, FilterOptions const& options, RecordFilter const& filter) const
+    {
+        if (!mBrokers.mBrokers.empty())
+            return OpenStreams(mBrokers, options.mSince);
+        return std::make_unique<FollowedLogs>(WithoutRepetitions(logs.mPaths), filter.GetNeedle());
+    }
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "LogInput.h"
+#include "brokers/BrokerOptions.h"
+#include "following/Growing.h"
+
+namespace QzLogTool
+{
+    /// What `view` can read beside logs as they are: logs that are followed, and streams.
+    struct GrowingInput
+    {
+        bool mFollows = false;
+        BrokerOptions mBrokers;
+
+        /// Adds options to a subcommand that has those of LogInput. This object must outlive it.
+        void AddTo(CLI::App& app, CLI::Option& logs);
+
+        /// Whether anything was asked for that LogInput alone does not do.
+        bool IsAskedFor() const { return mFollows || !mBrokers.mBrokers.empty(); }
+
+        /// Throws Trouble when streams cannot be read.
+        std::unique_ptr<GrowingSources> Open(
+            LogInput const& logs, FilterOptions const& options, RecordFilter const& filter) const;
+    };
+}
