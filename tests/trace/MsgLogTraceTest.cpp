@@ -1,3 +1,4 @@
+#include "support/ForkedChild.h"
 #include "trace/TraceTest.h"
 
 #include <QzLog/MsgLogTrace.h>
@@ -154,4 +155,18 @@ TEST_F(MsgLogTraceTest, LosesNoReportWhileCollecting)
         });
     EXPECT_EQ(0, failed);
     EXPECT_EQ(kReports, SumUp(CollectAndPrint(), "1("));
+}
+
+TEST_F(MsgLogTraceTest, AForkedChildReportsWhateverItsParentIsDoing)
+{
+    auto const report = [] { return Add("A", 1, 1) == 0; };
+    ExpectInChildrenOfBusyParent(
+        30,
+        [&]
+        {
+            report();
+            MsgLogTrace::getInstance()->CollectLogTrace();
+            delete MsgLogTrace::getInstance();
+        },
+        report);
 }
