@@ -342,7 +342,12 @@ TEST_F(DiskFileTest, WaitsForAFileThatCannotBeMade)
                 uid_t const user = geteuid();
                 if (user == 0 && seteuid(65534) != 0)
                     ADD_FAILURE() << "cannot give up root's rights";
-                return UntilDropped([=] { seteuid(user); });
+                return UntilDropped(
+                    [=, this]
+                    {
+                        seteuid(user);
+                        std::filesystem::permissions(In("d"), std::filesystem::perms::owner_all);
+                    });
             },
             noReason},
         {"no place for its folder from the start",
@@ -366,7 +371,6 @@ TEST_F(DiskFileTest, WaitsForAFileThatCannotBeMade)
         gNow += 1;
         Write("lost by an attempt");
         fault.reset();
-        std::filesystem::permissions(In("."), std::filesystem::perms::owner_all);
         std::filesystem::remove_all(In("d"));
         MakeFolder("d");
         gNow += 299'999;
