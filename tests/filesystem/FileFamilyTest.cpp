@@ -129,17 +129,17 @@ TEST_F(FileFamily, Locks)
         DescribeCall("File::WriteLock: Failed to lock file #" + std::to_string(descriptor.Get()) + '.', EWOULDBLOCK);
     auto const tryLock = [&] { return Catch([&] { File::WriteLock(descriptor.Get(), false); }); };
     File::ScopedReadLock lock(stream.Get());
+    lock.Unlock();
+    lock.Lock();
     lock.Lock();
     EXPECT_EQ(tryLock(), taken);
     File::ReadLock(descriptor.Get(), false);
     lock.Unlock();
     EXPECT_EQ(tryLock(), "");
-    EXPECT_TRUE(File::Unlock(descriptor.Get()));
-    lock.Lock();
-    EXPECT_EQ(tryLock(), taken);
-    lock.Unlock();
-    File::ScopedWriteLock const own(descriptor.Get());
     EXPECT_NE(Catch([&] { File::ReadLock(fileno(stream.Get()), false); }), "");
+    EXPECT_TRUE(File::Unlock(descriptor.Get()));
+    File::ScopedWriteLock const own(stream.Get());
+    EXPECT_EQ(tryLock(), taken);
 }
 
 TEST_F(FileFamily, MoveBlockLikeACopyWithOverlap)

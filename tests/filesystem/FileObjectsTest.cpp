@@ -129,21 +129,6 @@ TEST_F(FileObjects, OpeningAndWhatIsClosedFail)
     static_cast<ReadableFile&>(*file).Unlock();
 }
 
-TEST_F(FileObjects, IsSameFileComparesWithThePath)
-{
-    auto const file = Open();
-    file->WriteText("x", 0);
-    QzBase::Message err;
-    EXPECT_TRUE(file->IsSameFile(&err));
-    truncate("file", 0);
-    EXPECT_TRUE(file->IsSameFile(nullptr));
-    rename("file", "moved");
-    EXPECT_FALSE(file->IsSameFile(&err));
-    Put("file", "");
-    EXPECT_FALSE(file->IsSameFile(&err));
-    EXPECT_EQ(Describe(err), "0/0 \n");
-}
-
 TEST_F(FileObjects, LocksExcludeObjectsAndProcesses)
 {
     auto const file = Open();
