@@ -11,7 +11,6 @@
 #include "filesystem/Paths.h"
 
 #include <algorithm>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -217,8 +216,15 @@ namespace
             for (std::string const& folder : {here + '\\', mFolder + '/', mFolder})
                 while (plain.find(folder) != plain.npos)
                     plain.erase(plain.find(folder), folder.size());
-            plain = std::regex_replace(plain, std::regex("#[0-9]+"), "#");
-            return std::regex_replace(plain, std::regex("[0-9A-F]{8}-[0-9A-F-]{27}"), "GUID");
+            for (std::size_t at = 0; (at = plain.find_first_of("#'", at)) != plain.npos; ++at)
+            {
+                std::size_t const length = plain.find_first_not_of("0123456789ABCDEF-", at + 1) - at - 1;
+                if (plain[at] == '#')
+                    plain.erase(at + 1, length);
+                else if (length == 36)
+                    plain.replace(at + 1, length, "GUID");
+            }
+            return plain;
         }
 
         /// Runs the operation with one call failing. A failure tells the error, leaves each file as it was before
