@@ -1,5 +1,6 @@
 #include "ToolFixture.h"
 
+#include "reading/HeaderParser.h"
 #include "reading/LogReader.h"
 #include "reading/RecordSplitter.h"
 
@@ -112,6 +113,65 @@ namespace
                 "\n");
         EXPECT_EQ(Run("qzlog view -n 1 --json a.log | tail -c 9").mOutput, "NEEDLE\"}\n");
         EXPECT_EQ(Run("qzlog check a.log").mExitCode, 0);
+    }
+
+    /// The parser in place finds what the library finds, and fails where the library fails.
+    TEST_F(ReadingTest, ReadsHeadersLikeTheLibrary)
+    {
+        std::string const time = "2026-11-18 03:02:07.123";
+        std::string const start = time + "-05:00 [HOST:h][SERVER:s";
+        std::string const names = start + "][PID:1][THR:2][log][disp]";
+        std::string const cases[] = {
+            names + "[0x0000002A][UID:u][SID:x][OID:o] text",
+            names,
+            names + " text [UID:u]",
+            names + "[UID:0][SID:0][OID:0]",
+            names + "[SID:x]text",
+            names + "[UID:u",
+            names + "[0x2A",
+            names + "[UID:u][SID:0][OID:0][a.cpp:Run at line:42] text",
+            names + "[UID:u][SID:0][OID:0][a.cpp:operator[] at line:42] text]",
+            names + "[UID:u][SID:0][OID:0][a.cpp:Run at line:42",
+            names + "[UID:u][SID:0][OID:0][no location] text",
+            names + "[UID:u][SID:0][OID:0][" + std::string(300, 'x') + ":Run at line:42] text",
+            names + std::string(5000, ' ') + "]",
+            start + "][SERVER:t][PID:7][THR:8][][][] text",
+            start + "]][PID:1][THR:2][l][og][disp]",
+            start + "][PID:1][THR:2][log",
+            start + std::string(5000, 'x') + "][PID:1][THR:2][log][disp]",
+            time.substr(0, 19) + "+5:3 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
+            time + ".5 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
+            time + "+15:00 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
+            time + "[HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
+            "2026-02-29 03:02:07 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
+            "2024-02-29T23:59:59.123456789 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
+            "2024-02-29 24:00:00 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
+        };
+        QzBase::CountedPtr<QzLog::MessageHeader> const expected(QzLog::CreateMessageHeader());
+        HeaderParser parser;
+        for (std::string const& text : cases)
+        {
+            SCOPED_TRACE(text.substr(0, 200));
+            unsigned int const length = expected->ParseHeaderText(text.c_str());
+            std::string const record = text + "\r\nmore";
+            ASSERT_EQ(parser.Parse(record), length != 0);
+            if (length == 0)
+                continue;
+            auto const withoutZero = [](char const* id) { return std::string(id) == "0" ? std::string() : id; };
+            HeaderFields const& fields = parser.GetFields();
+            EXPECT_EQ(parser.GetLength(), length);
+            EXPECT_NE(parser.ReadHeader(), nullptr);
+            EXPECT_EQ(fields.mHost, expected->GetHostName());
+            EXPECT_EQ(fields.mServer, expected->GetServerName());
+            EXPECT_EQ(fields.mProcess, expected->GetProcessIDString());
+            EXPECT_EQ(fields.mThread, expected->GetThreadIDString());
+            EXPECT_EQ(fields.mLogger, expected->GetLoggerName());
+            EXPECT_EQ(fields.mDispatcher, expected->GetDispatcherName());
+            EXPECT_EQ(fields.mMessageID, expected->GetMessageID() ? expected->GetMessageIDString() : "");
+            EXPECT_EQ(fields.mUser, withoutZero(expected->GetUserID()));
+            EXPECT_EQ(fields.mSession, withoutZero(expected->GetSessionID()));
+            EXPECT_EQ(fields.mObject, withoutZero(expected->GetObjectID()));
+        }
     }
 
     /// A reader that has begun with a log reads that log to its end, in order, wherever roll-overs have moved it, and

@@ -61,13 +61,13 @@ namespace QzLogTool
     void FileChecker::TakeMessage(std::string_view text)
     {
         ++mRecordCount;
-        if (!mParser.Parse(text))
+        if (!mParser.Parse(text) || !mParser.ReadHeader())
         {
             Fault("the header cannot be read: " + Quote(text.substr(0, text.find_first_of("\r\n"))));
             return;
         }
         MissedMessages missed;
-        if (ReadMissedMessages(mParser.GetHeader(), mParser.GetMessage(text), missed))
+        if (ReadMissedMessages(mParser, missed))
             mListener.OnMissed(mLine, missed);
     }
 

@@ -3,6 +3,7 @@
 #include "Trouble.h"
 #include "time/Moments.h"
 
+#include <cstdio>
 #include <functional>
 
 namespace QzLogTool
@@ -54,11 +55,30 @@ namespace QzLogTool
             Add(app, name, valueName, description, [&values](std::string const& value) { values.push_back(value); });
         }
 
+        /// A "0" in a header stands for no ID.
+        void AddIDs(CLI::App& app, char const* name, char const* description, std::vector<std::string>& values)
+        {
+            Add(app, name, "ID", description,
+                [&values](std::string const& value) { values.push_back(value == "0" ? std::string() : value); });
+        }
+
         void AddNumbers(CLI::App& app, char const* name, char const* valueName, char const* description,
-            std::vector<std::uint32_t>& values)
+            std::string (*toField)(std::uint32_t), std::vector<std::string>& values)
         {
             Add(app, name, valueName, description,
-                [&values](std::string const& value) { values.push_back(ReadNumber(value)); });
+                [&values, toField](std::string const& value) { values.push_back(toField(ReadNumber(value))); });
+        }
+
+        std::string ToDecimal(std::uint32_t value)
+        {
+            return std::to_string(value);
+        }
+
+        std::string ToMessageID(std::uint32_t value)
+        {
+            char text[16];
+            std::snprintf(text, sizeof text, "%08X", value);
+            return value == 0 ? std::string() : text;
         }
 
         void AddMoment(CLI::App& app, char const* name, char const* description, std::int64_t& moment)
@@ -82,13 +102,13 @@ namespace QzLogTool
     {
         AddTexts(app, "--logger", "NAME", "Of this logger", mLoggers);
         AddTexts(app, "--dispatcher", "NAME", "Of this dispatcher, such as Error", mDispatchers);
-        AddNumbers(
-            app, "--message-id", "ID", "With this message ID: decimal, or hexadecimal with 0x; 0 is none", mMessageIDs);
-        AddTexts(app, "--user", "ID", "On behalf of this user; \"\" is nobody, and likewise below", mUsers);
-        AddTexts(app, "--session", "ID", "Of this session", mSessions);
-        AddTexts(app, "--object", "ID", "About this object", mObjects);
-        AddNumbers(app, "--process", "PID", "Of this process", mProcesses);
-        AddNumbers(app, "--thread", "TID", "Of this thread", mThreads);
+        AddNumbers(app, "--message-id", "ID", "With this message ID: decimal, or hexadecimal with 0x; 0 is none",
+            ToMessageID, mMessageIDs);
+        AddIDs(app, "--user", "On behalf of this user; \"\" is nobody, and likewise below", mUsers);
+        AddIDs(app, "--session", "Of this session", mSessions);
+        AddIDs(app, "--object", "About this object", mObjects);
+        AddNumbers(app, "--process", "PID", "Of this process", ToDecimal, mProcesses);
+        AddNumbers(app, "--thread", "TID", "Of this thread", ToDecimal, mThreads);
         AddTexts(app, "--host", "NAME", "Of this machine", mHosts);
         AddTexts(app, "--server", "NAME", "Of this server instance", mServers);
         AddMoment(app, "--since,-S", "From then on: \"2026-11-18 03:02:07\", \"03:02\", \"today\", \"10m\" (ago), ...",

@@ -14,12 +14,12 @@ namespace QzLogTool
     {
         std::vector<std::string> mHosts;
         std::vector<std::string> mServers;
-        std::vector<std::uint32_t> mProcesses;
-        std::vector<std::uint32_t> mThreads;
+        std::vector<std::string> mProcesses;
+        std::vector<std::string> mThreads;
         std::vector<std::string> mLoggers;
         std::vector<std::string> mDispatchers;
-        std::vector<std::uint32_t> mMessageIDs;
-        // An empty one stands for records without that ID.
+        // An empty one stands for records without that ID. Eight upper-case hexadecimal digits.
+        std::vector<std::string> mMessageIDs;
         std::vector<std::string> mUsers;
         std::vector<std::string> mSessions;
         std::vector<std::string> mObjects;

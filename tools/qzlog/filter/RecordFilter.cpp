@@ -17,69 +17,35 @@ namespace QzLogTool
         {
             return memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
         }
-
-        std::vector<std::string> Embrace(
-            std::string const& before, std::vector<std::string> const& values, std::string const& after)
-        {
-            std::vector<std::string> result;
-            for (std::string const& value : values)
-                result.push_back(before + value + after);
-            return result;
-        }
-
-        std::vector<std::string> ToTexts(std::vector<std::uint32_t> const& values, char const* form)
-        {
-            std::vector<std::string> result;
-            for (std::uint32_t const value : values)
-            {
-                char text[16];
-                std::snprintf(text, sizeof text, form, value);
-                result.emplace_back(text);
-            }
-            return result;
-        }
-
-        /// The text form of a header has a zero in place of no ID.
-        std::vector<std::string> WithZeros(std::vector<std::string> values)
-        {
-            std::replace(values.begin(), values.end(), std::string(), std::string("0"));
-            return values;
-        }
-
-        /// Without values there is no condition.
-        template <class Value, class Field>
-        bool IsOneOf(std::vector<Value> const& values, Field const& field)
-        {
-            return values.empty() || std::find(values.begin(), values.end(), field) != values.end();
-        }
-
-        bool IsOneOfIDs(std::vector<std::string> const& values, std::string const& id)
-        {
-            return IsOneOf(values, id) || (id.empty() && IsOneOf(values, "0"));
-        }
     }
 
     RecordFilter::RecordFilter(FilterOptions options)
         : mOptions(std::move(options)), mMatcher(mOptions.mTexts, mOptions.mExpressions, mOptions.mIgnoresCase)
     {
-        AddConditions();
+        // Those first that tend to be the rarest.
+        AddCondition(&HeaderFields::mMessageID, mOptions.mMessageIDs, "][0x", "]");
+        AddCondition(&HeaderFields::mObject, mOptions.mObjects, "[OID:", "]");
+        AddCondition(&HeaderFields::mSession, mOptions.mSessions, "[SID:", "]");
+        AddCondition(&HeaderFields::mUser, mOptions.mUsers, "[UID:", "]");
+        AddCondition(&HeaderFields::mThread, mOptions.mThreads, "][THR:", "][");
+        AddCondition(&HeaderFields::mProcess, mOptions.mProcesses, "][PID:", "][THR:");
+        AddCondition(&HeaderFields::mLogger, mOptions.mLoggers, "][", "][");
+        AddCondition(&HeaderFields::mDispatcher, mOptions.mDispatchers, "][", "]");
+        AddCondition(&HeaderFields::mServer, mOptions.mServers, "][SERVER:", "][PID:");
+        AddCondition(&HeaderFields::mHost, mOptions.mHosts, " [HOST:", "][SERVER:");
         ChooseNeedle();
     }
 
-    void RecordFilter::AddConditions()
+    void RecordFilter::AddCondition(std::string_view HeaderFields::*pField, std::vector<std::string> const& values,
+        std::string const& before, std::string const& after)
     {
-        // Those first that tend to be the rarest.
-        mConditions = {Embrace("][0x", ToTexts(mOptions.mMessageIDs, "%08X"), "]"),
-            Embrace("[OID:", WithZeros(mOptions.mObjects), "]"), Embrace("[SID:", WithZeros(mOptions.mSessions), "]"),
-            Embrace("[UID:", WithZeros(mOptions.mUsers), "]"),
-            Embrace("][THR:", ToTexts(mOptions.mThreads, "%u"), "]["),
-            Embrace("][PID:", ToTexts(mOptions.mProcesses, "%u"), "][THR:"), Embrace("][", mOptions.mLoggers, "]["),
-            Embrace("][", mOptions.mDispatchers, "]"), Embrace("][SERVER:", mOptions.mServers, "][PID:"),
-            Embrace(" [HOST:", mOptions.mHosts, "][SERVER:")};
-        // A message without an ID has no bracket for it.
-        if (IsOneOf(mOptions.mMessageIDs, 0U))
-            mConditions.front().clear();
-        std::erase_if(mConditions, [](Alternatives const& values) { return values.empty(); });
+        if (values.empty())
+            return;
+        Condition condition{pField, values, {}};
+        // An empty value stands in several forms: a "0", or no bracket at all.
+        for (std::string const& value : values)
+            condition.mForms.push_back(value.empty() ? std::string() : before + value + after);
+        mConditions.push_back(std::move(condition));
     }
 
     void RecordFilter::ChooseNeedle()
@@ -89,9 +55,9 @@ namespace QzLogTool
         if (std::string const* const text = mMatcher.GetOnlyText(); text && !text->empty())
             mNeedle = *text;
         else
-            for (Alternatives const& values : mConditions)
-                if (mNeedle.empty() && values.size() == 1)
-                    mNeedle = values[0];
+            for (Condition const& condition : mConditions)
+                if (mNeedle.empty() && condition.mForms.size() == 1)
+                    mNeedle = condition.mForms[0];
     }
 
     bool RecordFilter::IsWanted(Record const& record, RecordSource& source)
@@ -106,38 +72,35 @@ namespace QzLogTool
         bool const isOneLine = record.mIsWhole && line.size() + 1 >= record.mText.size();
         if (!MayHaveFields(line) || (isOneLine && !mMatcher.MayMatch(WithoutLineEnd(record.mText))))
             return false;
-        bool const asksFields = !mConditions.empty() || !mOptions.mMessageIDs.empty();
-        if (!asksFields && mMatcher.IsEmpty())
+        if (mConditions.empty() && mMatcher.IsEmpty())
             return true;
         bool const hasHeader = isMessage && mParser.Parse(record.mText);
-        if (asksFields && (!hasHeader || !HasFields()))
+        if (!mConditions.empty() && (!hasHeader || !HasFields()))
             return false;
-        return MatchesText(record, hasHeader ? mParser.GetMessage(record.mText) : WithoutLineEnd(record.mText), source);
+        return MatchesText(record, hasHeader ? mParser.GetMessage() : WithoutLineEnd(record.mText), source);
     }
 
     /// Whether the first line of a record holds what the conditions on the header ask for.
     bool RecordFilter::MayHaveFields(std::string_view line) const
     {
         return std::all_of(mConditions.begin(), mConditions.end(),
-            [line](Alternatives const& values)
+            [line](Condition const& condition)
             {
-                return std::any_of(
-                    values.begin(), values.end(), [line](std::string const& value) { return Contains(line, value); });
+                return std::any_of(condition.mForms.begin(), condition.mForms.end(),
+                    [line](std::string const& form) { return Contains(line, form); });
             });
     }
 
     /// Whether the header that was read meets the conditions.
-    bool RecordFilter::HasFields()
+    bool RecordFilter::HasFields() const
     {
-        QzLog::MessageHeader& header = mParser.GetHeader();
-        return IsOneOf(mOptions.mMessageIDs, header.GetMessageID()) &&
-               IsOneOfIDs(mOptions.mObjects, header.GetObjectID()) &&
-               IsOneOfIDs(mOptions.mSessions, header.GetSessionID()) &&
-               IsOneOfIDs(mOptions.mUsers, header.GetUserID()) && IsOneOf(mOptions.mThreads, header.GetThreadID()) &&
-               IsOneOf(mOptions.mProcesses, header.GetProcessID()) &&
-               IsOneOf(mOptions.mLoggers, header.GetLoggerName()) &&
-               IsOneOf(mOptions.mDispatchers, header.GetDispatcherName()) &&
-               IsOneOf(mOptions.mServers, header.GetServerName()) && IsOneOf(mOptions.mHosts, header.GetHostName());
+        HeaderFields const& fields = mParser.GetFields();
+        return std::all_of(mConditions.begin(), mConditions.end(),
+            [&fields](Condition const& condition)
+            {
+                std::vector<std::string> const& values = condition.mValues;
+                return std::find(values.begin(), values.end(), fields.*condition.mpField) != values.end();
+            });
     }
 
     bool RecordFilter::MatchesText(Record const& record, std::string_view message, RecordSource& source) const

@@ -33,19 +33,25 @@ namespace QzLogTool
         TextMatcher const& GetMatcher() const { return mMatcher; }
 
     private:
-        using Alternatives = std::vector<std::string>;
+        /// A field of the header, the values that it may have, and how these stand in a record.
+        struct Condition
+        {
+            std::string_view HeaderFields::*mpField;
+            std::vector<std::string> mValues;
+            std::vector<std::string> mForms;
+        };
 
-        void AddConditions();
+        void AddCondition(std::string_view HeaderFields::*pField, std::vector<std::string> const& values,
+            std::string const& before, std::string const& after);
         void ChooseNeedle();
         bool MayHaveFields(std::string_view text) const;
-        bool HasFields();
+        bool HasFields() const;
         bool Matches(Record const& record, RecordSource& source);
         bool MatchesText(Record const& record, std::string_view message, RecordSource& source) const;
 
         FilterOptions const mOptions;
         TextMatcher const mMatcher;
-        // For each kind of condition on the header, how its values stand in a record.
-        std::vector<Alternatives> mConditions;
+        std::vector<Condition> mConditions;
         std::string mNeedle;
         HeaderParser mParser;
     };

@@ -8,10 +8,11 @@ namespace QzLogTool
     {
         std::string_view text = record.mText;
         mJson = "{";
-        if (record.mKind == Record::Kind::Message && mParser.Parse(text))
+        bool const hasHeader = record.mKind == Record::Kind::Message && mParser.Parse(text);
+        if (QzLog::MessageHeader* const pHeader = hasHeader ? mParser.ReadHeader() : nullptr)
         {
             constexpr std::string_view kEnd = "}\n";
-            mJson = mParser.GetHeader().GetHeaderJSON();
+            mJson = pHeader->GetHeaderJSON();
             mJson.replace(mJson.size() - kEnd.size(), kEnd.size(), ",");
             text.remove_prefix(mParser.GetLength());
             if (text.starts_with(' '))

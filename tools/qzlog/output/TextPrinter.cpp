@@ -61,20 +61,21 @@ namespace QzLogTool
     /// The time, then where the message comes from, then what it is about, then for whom.
     void TextPrinter::AppendHeader(std::string_view header)
     {
-        QzLog::MessageHeader& fields = mParser.GetHeader();
-        std::string const topic = std::string("][") + fields.GetLoggerName() + "][" + fields.GetDispatcherName() + ']';
+        HeaderFields const& fields = mParser.GetFields();
         std::size_t const timeLength = header.find(" [HOST:");
-        std::size_t const at = header.find(topic, timeLength) + 1;
-        bool const isError = std::string_view(fields.GetDispatcherName()) == "Error";
+        // From the bracket before the logger to that behind the dispatcher.
+        std::size_t const at = static_cast<std::size_t>(fields.mLogger.data() - header.data()) - 1;
+        std::size_t const end =
+            static_cast<std::size_t>(fields.mDispatcher.data() - header.data()) + fields.mDispatcher.size() + 1;
 
         mText += kTime;
         AppendText(header.substr(0, timeLength));
         (mText += kPlain) += kFaint;
         AppendText(header.substr(timeLength, at - timeLength));
-        (mText += kPlain) += isError ? kError : kName;
-        AppendText(header.substr(at, topic.size() - 1));
+        (mText += kPlain) += fields.mDispatcher == "Error" ? kError : kName;
+        AppendText(header.substr(at, end - at));
         (mText += kPlain) += kFaint;
-        AppendText(header.substr(at + topic.size() - 1));
+        AppendText(header.substr(end));
         mText += kPlain;
     }
 

@@ -1,13 +1,16 @@
 #include "reading/HeaderParser.h"
 
+#include "reading/RecordStart.h"
+
+#include <algorithm>
 #include <charconv>
 
 namespace QzLogTool
 {
     namespace
     {
-        // Longer than any header that was not made on purpose.
-        constexpr std::size_t kUsualLength = 2048;
+        // More than a source location, the last bracket, can have.
+        constexpr std::size_t kLongestLocation = 1024;
 
         /// Moves `text` behind what it begins with, if it does.
         bool Skip(std::string_view& text, std::string_view what)
@@ -27,49 +30,85 @@ namespace QzLogTool
             text.remove_prefix(at + end.size());
             return true;
         }
+
+        /// A bracket that may be absent. False only when it is there and does not end.
+        bool TakeOptional(std::string_view& text, std::string_view opening, std::string_view& taken)
+        {
+            taken = std::string_view();
+            return !Skip(text, opening) || TakeUpTo(text, "]", taken);
+        }
+
+        bool TakeID(std::string_view& text, std::string_view opening, std::string_view& taken)
+        {
+            bool const isRead = TakeOptional(text, opening, taken);
+            if (taken == "0")
+                taken = std::string_view();
+            return isRead;
+        }
+
+        /// Moves `text` behind the time and the brackets that all headers have.
+        bool TakeFields(std::string_view& text, HeaderFields& fields)
+        {
+            std::int64_t time;
+            std::size_t const timeLength = ReadTime(text, time);
+            text.remove_prefix(timeLength);
+            return timeLength != 0 && Skip(text, " [HOST:") && TakeUpTo(text, "][SERVER:", fields.mHost) &&
+                   TakeUpTo(text, "][PID:", fields.mServer) && TakeUpTo(text, "][THR:", fields.mProcess) &&
+                   TakeUpTo(text, "][", fields.mThread) && TakeUpTo(text, "][", fields.mLogger) &&
+                   TakeUpTo(text, "]", fields.mDispatcher) && TakeOptional(text, "[0x", fields.mMessageID) &&
+                   TakeID(text, "[UID:", fields.mUser) && TakeID(text, "[SID:", fields.mSession) &&
+                   TakeID(text, "[OID:", fields.mObject);
+        }
     }
 
     HeaderParser::HeaderParser() : mpHeader(QzLog::CreateMessageHeader()) {}
 
     bool HeaderParser::Parse(std::string_view text)
     {
-        std::string_view const start = text.substr(0, kUsualLength);
-        if (std::size_t const lineEnd = start.find('\n'); lineEnd != std::string_view::npos)
-            return ParseLine(start.substr(0, lineEnd));
-        // The parser looks for each bracket through to the end: it is not shown a message of megabytes unless it must.
-        return ParseLine(start) || (start.size() < text.size() && ParseLine(text.substr(0, text.find('\n'))));
-    }
-
-    bool HeaderParser::ParseLine(std::string_view line)
-    {
-        mLine = line;
-        unsigned int const length = mpHeader->ParseHeaderText(mLine.c_str());
-        if (length == 0)
+        mText = text;
+        std::string_view const line = text.substr(0, text.find('\n'));
+        std::string_view rest = line;
+        if (!TakeFields(rest, mFields))
             return false;
-        mLength = length;
-        // In the text a zero stands for no ID.
-        constexpr std::string_view kNone = "0";
-        if (mpHeader->GetUserID() == kNone)
-            mpHeader->SetUserID("");
-        if (mpHeader->GetSessionID() == kNone)
-            mpHeader->SetSessionID("");
-        if (mpHeader->GetObjectID() == kNone)
-            mpHeader->SetObjectID("");
-        return true;
+        mLength = line.size() - rest.size();
+        // A source location, or a message that looks like one: that is for the library to tell.
+        if (rest.starts_with('['))
+            mLength = ParseByLibrary();
+        return mLength != 0;
     }
 
-    std::string_view HeaderParser::GetMessage(std::string_view text) const
+    std::size_t HeaderParser::ParseByLibrary()
     {
-        std::string_view message = WithoutLineEnd(text).substr(mLength);
+        mCopy = mText.substr(0, std::min(mText.find('\n'), mLength + kLongestLocation));
+        return mpHeader->ParseHeaderText(mCopy.c_str());
+    }
+
+    QzLog::MessageHeader* HeaderParser::ReadHeader()
+    {
+        if (ParseByLibrary() != mLength)
+            return nullptr;
+        if (mFields.mUser.empty())
+            mpHeader->SetUserID("");
+        if (mFields.mSession.empty())
+            mpHeader->SetSessionID("");
+        if (mFields.mObject.empty())
+            mpHeader->SetObjectID("");
+        return mpHeader.get();
+    }
+
+    std::string_view HeaderParser::GetMessage() const
+    {
+        std::string_view message = WithoutLineEnd(mText).substr(mLength);
         Skip(message, " ");
         return message;
     }
 
-    bool ReadMissedMessages(QzLog::MessageHeader& header, std::string_view message, MissedMessages& missed)
+    bool ReadMissedMessages(HeaderParser const& parser, MissedMessages& missed)
     {
+        HeaderFields const& fields = parser.GetFields();
+        std::string_view message = parser.GetMessage();
         std::string_view count;
-        bool const isRead = std::string_view("Log") == header.GetLoggerName() &&
-                            std::string_view("Error") == header.GetDispatcherName() && Skip(message, "Missed ") &&
+        bool const isRead = fields.mLogger == "Log" && fields.mDispatcher == "Error" && Skip(message, "Missed ") &&
                             TakeUpTo(message, " messages since ", count) &&
                             TakeUpTo(message, " due to: ", missed.mSince);
         if (!isRead)

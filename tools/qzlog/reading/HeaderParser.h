@@ -9,32 +9,55 @@
 
 namespace QzLogTool
 {
-    /// Reads the header of a record, by way of the library. About 0.5 us a record: whoever looks for a few among many
-    /// looks at the bytes first.
+    /// What the brackets of a header hold, as it stands there. A "0" in place of a user, session or object ID means
+    /// that there is none, and reads as the empty text.
+    struct HeaderFields
+    {
+        std::string_view mHost;
+        std::string_view mServer;
+        std::string_view mProcess;
+        std::string_view mThread;
+        std::string_view mLogger;
+        std::string_view mDispatcher;
+        // Eight upper-case hexadecimal digits; empty for none.
+        std::string_view mMessageID;
+        std::string_view mUser;
+        std::string_view mSession;
+        std::string_view mObject;
+    };
+
+    /// Reads the header of a record: its brackets in place, at a tenth of the cost of the library's parser, which fills
+    /// an object with copies; and by way of the library for whoever wants that object.
     class HeaderParser
     {
     public:
         HeaderParser();
 
-        /// \param text  a record, or its first part.
+        /// \param text  a record, or its first part. What is read belongs to it.
         /// \return  false when it has no header that can be read.
         bool Parse(std::string_view text);
 
-        /// The header of the last record that could be read. An absent user, session or object ID is empty.
-        QzLog::MessageHeader& GetHeader() const { return *mpHeader; }
+        /// Of the last record that could be read.
+        HeaderFields const& GetFields() const { return mFields; }
 
-        /// Its length in bytes, without the blank behind it.
+        /// The same record's header, by way of the library, without a "0" in place of an ID. Null when the library
+        /// cannot read it.
+        QzLog::MessageHeader* ReadHeader();
+
+        /// The header's length in bytes, without the blank behind it.
         std::size_t GetLength() const { return mLength; }
 
-        /// What follows the header in the text that Parse took, without the final line end.
-        std::string_view GetMessage(std::string_view text) const;
+        /// What follows the header, without the final line end. In one part of a long record it is what that part has.
+        std::string_view GetMessage() const;
 
     private:
-        bool ParseLine(std::string_view line);
+        std::size_t ParseByLibrary();
 
         QzBase::CountedPtr<QzLog::MessageHeader> mpHeader;
-        std::string mLine;
+        std::string_view mText;
+        HeaderFields mFields;
         std::size_t mLength = 0;
+        std::string mCopy;
     };
 
     /// A missed-messages line's content.
@@ -45,8 +68,8 @@ namespace QzLogTool
         std::string_view mReason;
     };
 
-    /// Whether a parsed record reports messages that its log has lost, and then what it says.
-    bool ReadMissedMessages(QzLog::MessageHeader& header, std::string_view message, MissedMessages& missed);
+    /// Whether the record that was parsed last reports messages that its log has lost, and then what it says.
+    bool ReadMissedMessages(HeaderParser const& parser, MissedMessages& missed);
 
     /// Without the line end that it ends with, if any.
     std::string_view WithoutLineEnd(std::string_view text);

@@ -13,7 +13,7 @@
 //   RecordSplitter   bytes into records; knows where a record begins
 //   LogReader        the records of a log and its back-ups, in order of age: a RecordSource
 //   Merger           several RecordSources as one, in order of time
-//   HeaderParser     the fields of a record's header, by way of the library, and its message
+//   HeaderParser     the fields of a record's header, and its message
 //
 // Nothing here holds more than one buffer of bounded size for each log, whatever the size of logs and records.
 

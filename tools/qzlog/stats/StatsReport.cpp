@@ -105,16 +105,16 @@ namespace QzLogTool
             ++mLoose;
             return;
         }
-        QzLog::MessageHeader& header = mParser.GetHeader();
+        HeaderFields const& fields = mParser.GetFields();
         ++mRecords;
         mFirst = std::min(mFirst, record.mTime);
         mLast = std::max(mLast, record.mTime);
-        mLoggers.Add(header.GetLoggerName());
-        mDispatchers.Add(header.GetDispatcherName());
-        mMessageIDs.Add(header.GetMessageID() == 0 ? kNoID : std::string("0x") + header.GetMessageIDString());
+        mLoggers.Add(fields.mLogger);
+        mDispatchers.Add(fields.mDispatcher);
+        mMessageIDs.Add(fields.mMessageID.empty() ? kNoID : "0x" + std::string(fields.mMessageID));
         mSlots.Add(ToLocal(record.mTime));
         MissedMessages missed;
-        if (ReadMissedMessages(header, mParser.GetMessage(record.mText), missed))
+        if (ReadMissedMessages(mParser, missed))
             mMissed += missed.mCount;
     }
 
