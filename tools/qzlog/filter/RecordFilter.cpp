@@ -13,16 +13,12 @@ namespace QzLogTool
         // How much of the end of one part of a long record is looked at together with the start of the next.
         constexpr std::size_t kOverlap = 4096;
 
-        bool Contains(std::string_view text, std::string const& part)
-        {
-            return memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
-        }
     }
 
     RecordFilter::RecordFilter(FilterOptions options)
         : mOptions(std::move(options)), mMatcher(mOptions.mTexts, mOptions.mExpressions, mOptions.mIgnoresCase)
     {
-        // Those first that tend to be the rarest.
+        // Those first that tend to be the rarest: of those with one value the first gives the needle.
         AddCondition(&HeaderFields::mMessageID, mOptions.mMessageIDs, "][0x", "]");
         AddCondition(&HeaderFields::mObject, mOptions.mObjects, "[OID:", "]");
         AddCondition(&HeaderFields::mSession, mOptions.mSessions, "[SID:", "]");
@@ -33,7 +29,10 @@ namespace QzLogTool
         AddCondition(&HeaderFields::mDispatcher, mOptions.mDispatchers, "][", "]");
         AddCondition(&HeaderFields::mServer, mOptions.mServers, "][SERVER:", "][PID:");
         AddCondition(&HeaderFields::mHost, mOptions.mHosts, " [HOST:", "][SERVER:");
-        ChooseNeedle();
+        if (std::string const* const text = mMatcher.GetOnlyText(); text && !text->empty())
+            mNeedle = *text;
+        if (mOptions.mIsInverted)
+            mNeedle.clear();
     }
 
     void RecordFilter::AddCondition(std::string_view HeaderFields::*pField, std::vector<std::string> const& values,
@@ -41,23 +40,10 @@ namespace QzLogTool
     {
         if (values.empty())
             return;
-        Condition condition{pField, values, {}};
-        // An empty value stands in several forms: a "0", or no bracket at all.
-        for (std::string const& value : values)
-            condition.mForms.push_back(value.empty() ? std::string() : before + value + after);
-        mConditions.push_back(std::move(condition));
-    }
-
-    void RecordFilter::ChooseNeedle()
-    {
-        if (mOptions.mIsInverted)
-            return;
-        if (std::string const* const text = mMatcher.GetOnlyText(); text && !text->empty())
-            mNeedle = *text;
-        else
-            for (Condition const& condition : mConditions)
-                if (mNeedle.empty() && condition.mForms.size() == 1)
-                    mNeedle = condition.mForms[0];
+        mConditions.push_back({pField, values});
+        // An empty value has several forms: a "0", or no bracket at all.
+        if (mNeedle.empty() && values.size() == 1 && !values[0].empty())
+            mNeedle = before + values[0] + after;
     }
 
     bool RecordFilter::IsWanted(Record const& record, RecordSource& source)
@@ -70,7 +56,7 @@ namespace QzLogTool
         std::string_view const line = record.mText.substr(0, record.mText.find('\n'));
         bool const isMessage = record.mKind == Record::Kind::Message;
         bool const isOneLine = record.mIsWhole && line.size() + 1 >= record.mText.size();
-        if (!MayHaveFields(line) || (isOneLine && !mMatcher.MayMatch(WithoutLineEnd(record.mText))))
+        if (isOneLine && !mMatcher.MayMatch(WithoutLineEnd(record.mText)))
             return false;
         if (mConditions.empty() && mMatcher.IsEmpty())
             return true;
@@ -78,17 +64,6 @@ namespace QzLogTool
         if (!mConditions.empty() && (!hasHeader || !HasFields()))
             return false;
         return MatchesText(record, hasHeader ? mParser.GetMessage() : WithoutLineEnd(record.mText), source);
-    }
-
-    /// Whether the first line of a record holds what the conditions on the header ask for.
-    bool RecordFilter::MayHaveFields(std::string_view line) const
-    {
-        return std::all_of(mConditions.begin(), mConditions.end(),
-            [line](Condition const& condition)
-            {
-                return std::any_of(condition.mForms.begin(), condition.mForms.end(),
-                    [line](std::string const& form) { return Contains(line, form); });
-            });
     }
 
     /// Whether the header that was read meets the conditions.

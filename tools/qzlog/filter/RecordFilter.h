@@ -11,8 +11,7 @@
 
 namespace QzLogTool
 {
-    /// Tells which records are wanted. It looks at the bytes for what a wanted record must hold before it has the
-    /// header read. Used by one thread.
+    /// Tells which records are wanted. Used by one thread.
     class RecordFilter
     {
     public:
@@ -33,18 +32,15 @@ namespace QzLogTool
         TextMatcher const& GetMatcher() const { return mMatcher; }
 
     private:
-        /// A field of the header, the values that it may have, and how these stand in a record.
+        /// A field of the header, and the values that it may have.
         struct Condition
         {
             std::string_view HeaderFields::*mpField;
             std::vector<std::string> mValues;
-            std::vector<std::string> mForms;
         };
 
         void AddCondition(std::string_view HeaderFields::*pField, std::vector<std::string> const& values,
             std::string const& before, std::string const& after);
-        void ChooseNeedle();
-        bool MayHaveFields(std::string_view text) const;
         bool HasFields() const;
         bool Matches(Record const& record, RecordSource& source);
         bool MatchesText(Record const& record, std::string_view message, RecordSource& source) const;

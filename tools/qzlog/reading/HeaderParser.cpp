@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 
 namespace QzLogTool
 {
@@ -12,33 +13,48 @@ namespace QzLogTool
         // More than a source location, the last bracket, can have.
         constexpr std::size_t kLongestLocation = 1024;
 
+        // Literals of a length that the compiler knows: their comparison takes most of the time otherwise.
+
         /// Moves `text` behind what it begins with, if it does.
-        bool Skip(std::string_view& text, std::string_view what)
+        template <std::size_t Size>
+        bool Skip(std::string_view& text, char const (&what)[Size])
         {
-            if (!text.starts_with(what))
+            constexpr std::size_t kLength = Size - 1;
+            if (text.size() < kLength || std::memcmp(text.data(), what, kLength) != 0)
                 return false;
-            text.remove_prefix(what.size());
+            text.remove_prefix(kLength);
             return true;
         }
 
-        bool TakeUpTo(std::string_view& text, std::string_view end, std::string_view& taken)
+        /// Moves `text` behind the first `end` and takes what is before it. False when there is none.
+        template <std::size_t Size>
+        bool TakeUpTo(std::string_view& text, char const (&end)[Size], std::string_view& taken)
         {
-            std::size_t const at = text.find(end);
-            if (at == std::string_view::npos)
-                return false;
-            taken = text.substr(0, at);
-            text.remove_prefix(at + end.size());
-            return true;
+            constexpr std::size_t kLength = Size - 1;
+            std::string_view const whole = text;
+            for (std::size_t at = 0; (at = text.find(end[0])) != std::string_view::npos;)
+            {
+                text.remove_prefix(at);
+                if (Skip(text, end))
+                {
+                    taken = whole.substr(0, whole.size() - text.size() - kLength);
+                    return true;
+                }
+                text.remove_prefix(1);
+            }
+            return false;
         }
 
         /// A bracket that may be absent. False only when it is there and does not end.
-        bool TakeOptional(std::string_view& text, std::string_view opening, std::string_view& taken)
+        template <std::size_t Size>
+        bool TakeOptional(std::string_view& text, char const (&opening)[Size], std::string_view& taken)
         {
             taken = std::string_view();
             return !Skip(text, opening) || TakeUpTo(text, "]", taken);
         }
 
-        bool TakeID(std::string_view& text, std::string_view opening, std::string_view& taken)
+        template <std::size_t Size>
+        bool TakeID(std::string_view& text, char const (&opening)[Size], std::string_view& taken)
         {
             bool const isRead = TakeOptional(text, opening, taken);
             if (taken == "0")

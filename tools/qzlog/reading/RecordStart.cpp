@@ -16,18 +16,19 @@ namespace QzLogTool
             return c >= '0' && c <= '9';
         }
 
+        constexpr unsigned int kDatePlaces[] = {0, 1, 2, 3, 5, 6, 8, 9, 11, 12, 14, 15, 17, 18};
+
+        /// All at once, without a branch for each character: this is asked of every line that begins with a digit.
         bool FitsTimeForm(std::string_view text)
         {
-            if (text.size() < kTimeForm.size())
+            if (text.size() < kTimeForm.size() || !IsDigit(text[0]))
                 return false;
-            for (std::size_t i = 0; i < kTimeForm.size(); ++i)
-            {
-                char const form = kTimeForm[i];
-                bool const fits = form == 'd' ? IsDigit(text[i]) : text[i] == form || (form == ' ' && text[i] == 'T');
-                if (!fits)
-                    return false;
-            }
-            return true;
+            unsigned int wrong = 0;
+            for (unsigned int const place : kDatePlaces)
+                wrong |= static_cast<unsigned int>(!IsDigit(text[place]));
+            auto const differs = [&text](std::size_t place) { return text[place] != kTimeForm[place]; };
+            bool const hasWrongBreak = differs(4) | differs(7) | differs(13) | differs(16);
+            return wrong == 0 && !hasWrongBreak && (text[10] == ' ' || text[10] == 'T');
         }
 
         int TwoDigits(std::string_view text, std::size_t at)
