@@ -8,3 +8,6 @@ for program in build/bench/bench/bench_*; do
     printf '\n== %s\n' "$(basename "$program")"
     "$program" "$@"
 done
+
+printf '\n== filters of qzlog view\n'
+bench/tool.sh build/bench/tools/qzlog/qzlog

@@ -1,9 +1,6 @@
 #include "filter/RecordFilter.h"
 
-#include "Trouble.h"
-
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 namespace QzLogTool
@@ -12,7 +9,6 @@ namespace QzLogTool
     {
         // How much of the end of one part of a long record is looked at together with the start of the next.
         constexpr std::size_t kOverlap = 4096;
-
     }
 
     RecordFilter::RecordFilter(FilterOptions options)
@@ -53,17 +49,16 @@ namespace QzLogTool
 
     bool RecordFilter::Matches(Record const& record, RecordSource& source)
     {
-        std::string_view const line = record.mText.substr(0, record.mText.find('\n'));
-        bool const isMessage = record.mKind == Record::Kind::Message;
-        bool const isOneLine = record.mIsWhole && line.size() + 1 >= record.mText.size();
-        if (isOneLine && !mMatcher.MayMatch(WithoutLineEnd(record.mText)))
-            return false;
         if (mConditions.empty() && mMatcher.IsEmpty())
             return true;
-        bool const hasHeader = isMessage && mParser.Parse(record.mText);
+        std::string_view const text = WithoutLineEnd(record.mText);
+        bool const isOneLine = record.mIsWhole && text.find('\n') == std::string_view::npos;
+        if (mConditions.empty() && isOneLine && !mMatcher.MayMatch(text))
+            return false;
+        bool const hasHeader = record.mKind == Record::Kind::Message && mParser.Parse(record.mText);
         if (!mConditions.empty() && (!hasHeader || !HasFields()))
             return false;
-        return MatchesText(record, hasHeader ? mParser.GetMessage() : WithoutLineEnd(record.mText), source);
+        return MatchesText(record, hasHeader ? mParser.GetMessage() : text, source);
     }
 
     /// Whether the header that was read meets the conditions.
