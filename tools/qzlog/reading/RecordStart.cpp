@@ -27,7 +27,7 @@ namespace QzLogTool
             for (unsigned int const place : kDatePlaces)
                 wrong |= static_cast<unsigned int>(!IsDigit(text[place]));
             auto const differs = [&text](std::size_t place) { return text[place] != kTimeForm[place]; };
-            bool const hasWrongBreak = differs(4) | differs(7) | differs(13) | differs(16);
+            bool const hasWrongBreak = differs(4) || differs(7) || differs(13) || differs(16);
             return wrong == 0 && !hasWrongBreak && (text[10] == ' ' || text[10] == 'T');
         }
 
