@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace
@@ -148,16 +147,13 @@ namespace
             destination->SetEventSource(sourceName);
             return true;
         };
-        std::jthread const busy(
-            [&](std::stop_token const& stop)
+        ExpectInChildrenOfBusyParent(
+            100,
+            [&]
             {
-                while (!stop.stop_requested())
-                {
-                    use("a");
-                    use("b");
-                }
-            });
-        for (int round = 0; round < 100 && !HasFailure(); ++round)
-            ExpectInChild([&] { return use("c"); });
+                use("a");
+                use("b");
+            },
+            [&] { return use("c"); });
     }
 }

@@ -6,7 +6,6 @@
 
 #include <gmock/gmock.h>
 
-#include <thread>
 #include <vector>
 
 namespace
@@ -57,13 +56,7 @@ namespace
     TEST(CallStackTest, AForkedChildFindsNamesWhileOthersLookThemUp)
     {
         auto const finds = [] { return RecordHere(1)[0].find("RecordHere") != std::string::npos; };
-        std::jthread const busy(
-            [&](std::stop_token const& stop)
-            {
-                while (!stop.stop_requested())
-                    EXPECT_TRUE(finds());
-            });
-        for (int i = 0; i < 20; ++i)
-            ExpectInChild(finds);
+        ExpectInChildrenOfBusyParent(
+            20, [&] { EXPECT_TRUE(finds()); }, finds);
     }
 }
