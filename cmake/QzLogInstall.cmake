@@ -2,6 +2,7 @@
 # find_package(QzLog), pkg-config's qzlog), and the operator's tool.
 
 include(CMakePackageConfigHelpers)
+find_program(GZIP_PROGRAM gzip REQUIRED)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/QzLog)
 
@@ -16,6 +17,15 @@ if(QZLOG_BUILD_TOOLS)
         set_target_properties(qzlog PROPERTIES INSTALL_RPATH "$ORIGIN/${tool_to_library}")
     endif()
     install(TARGETS qzlog RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+    install(FILES tools/qzlog/manual/qzlog.bash RENAME qzlog
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+    # Debian wants manual pages compressed.
+    set(manual_page ${PROJECT_BINARY_DIR}/qzlog.1.gz)
+    add_custom_command(OUTPUT ${manual_page}
+        COMMAND sh -c "${GZIP_PROGRAM} -9nc ${PROJECT_SOURCE_DIR}/tools/qzlog/manual/qzlog.1 > ${manual_page}"
+        DEPENDS tools/qzlog/manual/qzlog.1 VERBATIM)
+    add_custom_target(QzLogManualPage ALL DEPENDS ${manual_page})
+    install(FILES ${manual_page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
 endif()
 
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/QzLogConfigVersion.cmake COMPATIBILITY SameMajorVersion)

@@ -1,7 +1,5 @@
 # Debian packages by CPack: the library under the name that its soname asks for, the development files, the tool.
 
-find_program(GZIP_PROGRAM gzip REQUIRED)
-
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME qzlog)
 # CPack's own default, so that it does not put the project's summary before that of each package.

@@ -7,7 +7,7 @@ build=(g++ cmake make ninja-build pkg-config ccache
     libjsoncpp-dev librdkafka-dev libutfcpp-dev libsystemd-dev uuid-dev libcli11-dev libre2-dev
     libgtest-dev libgmock-dev)
 kafka=(kcat)
-integrations=(jq lnav systemd)
+integrations=(groff-base jq lnav systemd)
 bench=(libbenchmark-dev libspdlog-dev liblog4cplus-dev)
 check=(clang clang-format clang-tidy libclang-rt-14-dev git doxygen dpkg-dev file lintian)
 

@@ -3,6 +3,7 @@
 # in a mount namespace of its own. Call: journal.sh <folder of the server>
 set -euo pipefail
 server=$1
+source "$(dirname "$0")/run_server.sh"
 journald=/lib/systemd/systemd-journald
 [ -x $journald ] || { echo "skipped: systemd is not installed"; exit 77; }
 if [ -z "${QZLOG_JOURNAL_NAMESPACE:-}" ]; then
@@ -22,13 +23,7 @@ trap 'kill $journal; rm -rf "$work"' EXIT
 await() { for _ in $(seq 200); do "$@" && return; sleep 0.1; done; return 1; }
 await test -S /run/systemd/journal/socket || { echo "skipped: the journal does not start here"; exit 77; }
 
-cat >"$work/settings.json" <<'SETTINGS'
-{ "server": "Reporting01", "language": "en", "basePath": "logs",
-  "destinations": { "system": { "type": "systemLog", "source": "Reporting" } },
-  "routes": { "*/Info": ["system"], "*/Error": ["system"] } }
-SETTINGS
-(cd "$work" && head -n 100 "$server/requests.txt" | "$server/reporting_server" --config settings.json - >server.txt 2>&1) ||
-    { cat "$work/server.txt"; exit 1; }
+run_server "$work" '{ "type": "systemLog", "source": "Reporting" }'
 
 find_all() { journalctl -q -D /run/log/journal -o cat SYSLOG_IDENTIFIER=Reporting "$@" 2>/dev/null; }
 holds() { find_all | grep -q "$1"; }

@@ -2,6 +2,7 @@
 # lnav opens a log with our format, headless, and answers a query on its fields. Call: lnav.sh <folder of the server>
 set -euo pipefail
 server=$1
+source "$(dirname "$0")/run_server.sh"
 format=$(cd "$(dirname "$0")/../../integrations/lnav" && pwd)/qzlog.json
 command -v lnav >/dev/null || { echo "skipped: lnav is not installed"; exit 77; }
 
@@ -9,16 +10,9 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$work/config/formats/qzlog"
 cp "$format" "$work/config/formats/qzlog/"
-cat >"$work/settings.json" <<'SETTINGS'
-{ "server": "Reporting01", "language": "en", "basePath": "logs",
-  "destinations": { "log": { "type": "file", "path": "all.log", "maxFileSize": 2000000, "backups": 1 } },
-  "routes": { "*/Info": ["log"], "*/Error": ["log"] } }
-SETTINGS
-(cd "$work" && head -n 100 "$server/requests.txt" | "$server/reporting_server" --config settings.json - >server.txt 2>&1) ||
-    { cat "$work/server.txt"; exit 1; }
+run_server "$work" '{ "type": "file", "path": "all.log", "maxFileSize": 2000000, "backups": 1 }'
 
 ask() { HOME=$work lnav -n -I "$work/config" -c ";$1" -c ':write-csv-to -' "$work/logs/all.log" | tail -n +2 | tr -d '\r'; }
-expect() { [ "$2" = "$3" ] || { printf '%s: "%s" expected, "%s" found\n' "$1" "$3" "$2"; exit 1; }; }
 
 log=$work/logs/all.log
 count() { grep -cE "\]\[$1\]" "$log"; }
