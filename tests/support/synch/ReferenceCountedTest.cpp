@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 #include <utility>
 
 namespace
@@ -55,23 +56,18 @@ namespace
 
 TEST(ReferenceCounted, DetachesBeforeItsEndWhateverHappensInBetween)
 {
-    struct
-    {
-        char const* mpName;
-        bool mOtherHolds;
-        std::function<void(Owner::Proxy&, Holder& other)> mMeanwhile;
-    } const cases[] = {{"both read 2", true, [](Owner::Proxy&, Holder& other) { other.reset(); }},
+    std::tuple<char const*, bool, void (*)(Owner::Proxy&, Holder & other)> const rows[] = {
+        {"both read 2", true, [](Owner::Proxy&, Holder& other) { other.reset(); }},
         {"one comes and goes", false, [](Owner::Proxy& proxy, Holder&) { EXPECT_TRUE(proxy.GetTarget()); }},
         {"one comes and stays", false, [](Owner::Proxy& proxy, Holder& other) { other = proxy.GetTarget(); }},
         {"one stays", true, [](Owner::Proxy&, Holder&) {}}};
-
-    for (auto const& test : cases)
+    for (auto const& [name, otherHolds, meanwhile] : rows)
     {
-        SCOPED_TRACE(test.mpName);
+        SCOPED_TRACE(name);
         Owner::Proxy proxy;
         Holder holder(new Owner(proxy));
-        Holder other(test.mOtherHolds ? holder.get() : nullptr);
-        ScriptedCounter::gAfterNextRead = [&] { test.mMeanwhile(proxy, other); };
+        Holder other(otherHolds ? holder.get() : nullptr);
+        ScriptedCounter::gAfterNextRead = [&, act = meanwhile] { act(proxy, other); };
         holder.reset();
         EXPECT_EQ(proxy.mEnds, other ? 0 : 1);
         other.reset();

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace QzLog
 {
     struct ThreadSpecificLogInfo
@@ -9,23 +11,26 @@ namespace QzLog
     };
 }
 
-TEST(ThreadSpecificLogInfo, FunctionsEndWithNoLockHeldBehindTheirLastCall)
+using namespace QzSynch;
+
+// What is called here comes back from another thread, which would wait for a lock that is held meanwhile.
+TEST(ThreadSpecificLogInfo, FunctionsRunAndEndWithNoLockHeld)
 {
     auto const info = std::make_shared<QzLog::ThreadSpecificLogInfo>();
-    QzSynch::RegisterThreadSpecificLogInfoGetter(
+    RegisterThreadSpecificLogInfoGetter(
         [info]
         {
-            QzSynch::DeregisterThreadSpecificLogInfoGetter();
+            std::thread(DeregisterThreadSpecificLogInfoGetter).join();
             return info;
         });
-    EXPECT_EQ(QzSynch::CaptureThreadSpecificLogInfo(), info);
-    EXPECT_EQ(QzSynch::CaptureThreadSpecificLogInfo(), nullptr);
+    EXPECT_EQ(CaptureThreadSpecificLogInfo(), info);
+    EXPECT_EQ(CaptureThreadSpecificLogInfo(), nullptr);
 
     int resets = 0;
-    auto const reset = [](void*) { QzSynch::ResetThreadSpecificLogInfo(); };
-    QzSynch::RegisterThreadSpecificLogInfoUnsetter([object = std::shared_ptr<void>(nullptr, reset)] {});
-    QzSynch::RegisterThreadSpecificLogInfoUnsetter([&] { ++resets; });
-    QzSynch::DeregisterThreadSpecificLogInfoUnsetter();
-    QzSynch::ResetThreadSpecificLogInfo();
+    auto const reset = [](void*) { std::thread(ResetThreadSpecificLogInfo).join(); };
+    RegisterThreadSpecificLogInfoUnsetter([object = std::shared_ptr<void>(nullptr, reset)] {});
+    RegisterThreadSpecificLogInfoUnsetter([&] { ++resets; });
+    DeregisterThreadSpecificLogInfoUnsetter();
+    ResetThreadSpecificLogInfo();
     EXPECT_EQ(resets, 1) << "called once, by what the replaced function held";
 }
