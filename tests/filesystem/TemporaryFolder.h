@@ -1,23 +1,19 @@
 #pragma once
 
+#include "support/ForkedChild.h"
+
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
 #include <QzBase/WideString.h>
 #include <QzDataType/Binary.h>
 
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
@@ -91,17 +87,6 @@ namespace QzTest
     catch (QzBase::Message& failure)
     {
         return Describe(failure);
-    }
-
-    /// Runs an action in a child process and returns its wait status; the action's result is its exit code.
-    inline int RunInChild(std::function<int()> const& action)
-    {
-        pid_t const child = fork();
-        if (child == 0)
-            _exit(action());
-        int status = -1;
-        waitpid(child, &status, 0);
-        return status;
     }
 
     using Snapshot = std::map<std::string, std::string>;

@@ -1,9 +1,10 @@
+#include "masking/SensitiveTags.h"
+#include "support/ForkedChild.h"
+
 #include <QzLog/Masking.h>
 
 #include <QzBase/Conversions.h>
 #include <QzResource/Localizer.h>
-
-#include <gtest/gtest.h>
 
 namespace
 {
@@ -20,7 +21,7 @@ namespace
     std::string Repeat(std::string const& piece)
     {
         std::string result;
-        for (int count = 0; count < 300000; ++count)
+        for (int count = 0; count < 1'000'000; ++count)
             result += piece;
         return result;
     }
@@ -70,10 +71,10 @@ TEST(Masking, PasswordsInHTTP)
         {R"({"password":null,"name":"bob"})", R"({"password":null,"***":"bob"})"}, {R"({"Password":"x","a":"b"})", ""},
         {R"({"password":"a\\"})", ""}, {R"("password")", ""}, {R"("password":)", ""}, {R"("password":")", ""},
         {R"("password":"\)", ""}, {"", ""}};
-    // Filling the list again and again must not change what is masked.
-    for (int round = 0; round < 2; ++round, InitHTTPSensitiveTagVector())
-        for (auto const& [text, expected] : rows)
-            EXPECT_EQ(expected.empty() ? text : expected, MaskHTTP(text));
+    for (auto const& [text, expected] : rows)
+        EXPECT_EQ(expected.empty() ? text : expected, MaskHTTP(text));
+    InitHTTPSensitiveTagVector();
+    EXPECT_EQ(nullptr, gHTTPSensitiveTags.GetFirst()->mpNext) << "what is in the list is not added again";
     EXPECT_STREQ("", ReplaceSensitiveMessageInHTTP(nullptr).c_str());
 }
 
@@ -82,9 +83,12 @@ TEST(Masking, CostGrowsWithTheLengthAlone)
 {
     std::string const quotes = Repeat(R"(\")");
     std::string const tags = Repeat(R"("password")");
-    EXPECT_EQ(R"("password":"***" )" + quotes, MaskHTTP(R"("password":"x" )" + quotes));
-    EXPECT_EQ(tags, MaskHTTP(tags));
-    EXPECT_EQ(Repeat(R"("password":"***")"), MaskHTTP(Repeat(R"("password":"\n\n\n\n")")));
     std::string const spaces = R"( a=")" + Repeat(" a=");
-    EXPECT_EQ(spaces, ReplaceSensitiveMessage(spaces.c_str(), "a", "*").c_str());
+    auto const isRight = [&]
+    {
+        return MaskHTTP(R"("password":"x" )" + quotes) == R"("password":"***" )" + quotes && MaskHTTP(tags) == tags &&
+               MaskHTTP(Repeat(R"("password":"\n")")) == Repeat(R"("password":"***")") &&
+               ReplaceSensitiveMessage(spaces.c_str(), "a", "*").c_str() == spaces;
+    };
+    ExpectInChild(isRight);
 }

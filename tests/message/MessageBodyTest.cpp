@@ -29,6 +29,8 @@ namespace
         EXPECT_STREQ(body->GetMessageText(kGerman), "plain x");
         body->SetMessage(message);
         EXPECT_STREQ(body->GetMessageText(kGerman), "deutsch x");
+        body->SetMessage(Message(kDomain, 8, "other"));
+        EXPECT_STREQ(FormatMessage(body->GetMessage(), kGerman).c_str(), "other");
     }
 
     TEST(MessageBody, MergesTheTextsOfEveryLevel)

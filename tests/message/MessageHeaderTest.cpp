@@ -28,9 +28,9 @@ namespace
     {
         // Dispatcher, file, function, how the text ends.
         char const* const rows[][4] = {
-            {"Error", "/src/a\\Writer", "Flush", "[OID:0][a\\Writer:Flush at line:-2147483648]"},
-            {"Error", "c:\\src\\Writer", "Flush", "[OID:0][Writer:Flush at line:-2147483648]"},
-            {"Error", "dir/", "Flush", "[OID:0][:Flush at line:-2147483648]"},
+            {"Error", "/src/a\\Writer", "Flush", "[OID:0][a\\Writer:Flush at line:-2147483647]"},
+            {"Error", "c:\\src\\Writer", "Flush", "[OID:0][Writer:Flush at line:-2147483647]"},
+            {"Error", "dir/", "Flush", "[OID:0][:Flush at line:-2147483647]"},
             {"Error", nullptr, "Flush", "[SID:0][OID:0]"}, {"Error", "Writer", "", "[SID:0][OID:0]"},
             {"error", "Writer", "Flush", "[SID:0][OID:0]"}, {"Errors", "Writer", "Flush", "[SID:0][OID:0]"}};
         for (auto const& [dispatcher, file, function, end] : rows)
@@ -39,7 +39,7 @@ namespace
             header->SetDispatcherName(dispatcher);
             header->SetSourceFile(file);
             header->SetSourceFunction(function);
-            header->SetSourceLine(INT_MIN);
+            header->SetSourceLine(-INT_MAX);
             EXPECT_TRUE(std::string(header->GetHeaderText()).ends_with(end)) << header->GetHeaderText();
         }
     }
@@ -67,8 +67,13 @@ namespace
         // More than is reserved.
         std::string const longText(3000, 'x');
         header->SetUserID(longText.c_str());
+        header->SetDispatcherName("Error");
+        header->SetSourceFile(longText.c_str());
+        header->SetSourceFunction(longText.c_str());
         header->SetMessageID(0xFFFFFFFF);
-        EXPECT_NE(std::string(header->GetHeaderText()).find("[0xFFFFFFFF][UID:" + longText + "]["), std::string::npos);
+        std::string const text = header->GetHeaderText();
+        EXPECT_NE(text.find("[0xFFFFFFFF][UID:" + longText + "]["), text.npos);
+        EXPECT_TRUE(text.ends_with('[' + longText + ':' + longText + " at line:0]"));
     }
 
     TEST(MessageHeader, RebuildsOnlyAfterTimeAndNumbers)
@@ -115,6 +120,8 @@ namespace
         EXPECT_STREQ(header->GetTimestampString(), "2026-11-18 03:02:07.5+5:3");
         header->SetTimestampToNow();
         EXPECT_STRNE(header->GetTimestampString(), "2026-11-18 03:02:07.5+5:3");
+        header->SetTimestamp(QzLog::Timestamp_Impl());
+        EXPECT_STREQ(header->GetTimestampString(), "1899-12-30 00:00:00.000");
     }
 
     TEST(MessageHeader, ReadsOptionalBrackets)

@@ -7,19 +7,27 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Runs `isGood` in a forked child and expects it to be true. A child that hangs is ended.
-template <class IsGood>
-void ExpectInChild(IsGood isGood)
+/// Runs `action` in a forked child and returns the child's wait status; what the action returns is its exit code. A
+/// child that hangs is ended.
+template <class Action>
+int RunInChild(Action action)
 {
     pid_t const child = fork();
     if (child == 0)
     {
         alarm(60);
-        _exit(isGood() ? 0 : 1);
+        _exit(action());
     }
     int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_EQ(status, 0);
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return status;
+}
+
+/// Expects `isGood` to be true in a forked child.
+template <class IsGood>
+void ExpectInChild(IsGood isGood)
+{
+    EXPECT_EQ(RunInChild([&] { return isGood() ? 0 : 1; }), 0);
 }
 
 /// The same in several children, while another thread of the parent does nothing but `work`. Skipped under the address

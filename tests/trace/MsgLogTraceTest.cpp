@@ -1,9 +1,9 @@
-#include "support/ForkedChild.h"
 #include "trace/TraceTest.h"
 
 #include <QzLog/MsgLogTrace.h>
 
 #include <atomic>
+#include <barrier>
 #include <limits>
 
 using namespace QzLog;
@@ -125,6 +125,21 @@ TEST_F(MsgLogTraceTest, PrintsClosedPeriods)
     Add("B", 9, 7);
     trace.Clear();
     EXPECT_EQ("", CollectAndPrint());
+}
+
+TEST_F(MsgLogTraceTest, ThreadsThatMakeItAtOnceGetOneObject)
+{
+    for (int round = 0; round < 500; ++round)
+    {
+        std::barrier<> start(2);
+        MsgLogTrace* others = nullptr;
+        std::thread other([&] { start.arrive_and_wait(), others = MsgLogTrace::getInstance(); });
+        start.arrive_and_wait();
+        MsgLogTrace* const own = MsgLogTrace::getInstance();
+        other.join();
+        EXPECT_TRUE(own == others && own == MsgLogTrace::getInstance());
+        delete own;
+    }
 }
 
 TEST_F(MsgLogTraceTest, LosesNoReportWhileCollecting)
