@@ -203,11 +203,6 @@ namespace
             Put("other", "other content");
         }
 
-        static std::ptrdiff_t CountOpenDescriptors()
-        {
-            return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-        }
-
         /// A failure without what differs from run to run.
         std::string Plain(std::string const& failure) const
         {
@@ -311,4 +306,16 @@ TEST_F(Faults, AMoveAcrossKeepsTheContentAndItsTime)
     struct stat status;
     stat("other", &status);
     EXPECT_EQ(status.st_mtim.tv_sec, 2'000);
+}
+
+TEST_F(Faults, AFolderThatAnotherProcessMakesMeanwhileWillDo)
+{
+    static auto const makeFolder = gKernel.mpMkdir;
+    gKernel.mpMkdir = [](char const* path, mode_t mode)
+    {
+        gKernel.mpMkdir = makeFolder;
+        return makeFolder(path, mode) + makeFolder(path, mode);
+    };
+    EXPECT_EQ(Catch([] { CreateDirectory(u"a/b"_w, true); }), "");
+    EXPECT_TRUE(IsDirectory(u"a/b"_w));
 }

@@ -117,6 +117,8 @@ TEST_F(FileFamily, Failures)
     EXPECT_EQ(File::MovePosition(file, -7), 2147483640);
     for (auto const& [size, shown] : {std::pair(5LL, 5), {(1LL << 32) + 6, 6}})
         EXPECT_TRUE(ftruncate(file, size) == 0 && File::GetSize(file) == shown && File::GetSize(stream) == shown);
+    EXPECT_NE(Catch([&] { File::GetSize(ftruncate(file, 0xFFFFFFFF) == 0 ? file : -1); }), "");
+    File::Flush(File::ScopedStream(OpenStream(kOpenWrite, u"/dev/null"_w)).Get());
     File::Truncate(stream, 9);
     EXPECT_EQ(File::GetSize(file), 9);
 }
@@ -153,7 +155,7 @@ TEST_F(FileFamily, MoveBlockLikeACopyWithOverlap)
         for (std::size_t const pieceSize : {1u, 2u, 3u, 6u, 20u})
         {
             File::ScopedStream const stream(OpenStream(kOpenUpdateNew));
-            File::Write(stream.Get(), "abcdefgh", 0); // may still be in the stream's buffer
+            File::Write(stream.Get(), "abcdefgh", 0);
             File::SetPosition(stream.Get(), position);
             File::MoveBlock(stream.Get(), *MakeBinary(pieceSize), target, count);
             File::Flush(stream.Get());

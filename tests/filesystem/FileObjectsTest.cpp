@@ -67,8 +67,14 @@ TEST_F(FileObjects, WritesReadsAndMoves)
     file->Write(text, 0);
     file->Read(text, 0);
     EXPECT_EQ(writes.GetCount() + reads.GetCount(), 0);
-    file->Write(std::string((1 << 20) + 1, 'x').data(), (1 << 20) + 1);
+    std::string const large = std::string(1 << 20, 'x') + "yz";
+    file->SetPosition(0);
+    file->Write(large.data(), large.size());
     EXPECT_EQ(writes.GetCount(), 2) << "at most 1 MiB each";
+    std::string copy(large.size(), '\0');
+    file->SetPosition(0);
+    file->Read(copy.data(), copy.size());
+    EXPECT_TRUE(Get("file") == large && copy == large);
 }
 
 TEST_F(FileObjects, ReadLine)
@@ -140,10 +146,22 @@ TEST_F(FileObjects, LocksExcludeObjectsAndProcesses)
         // Closing another descriptor of the file must not free the lock.
         Open()->Close();
         EXPECT_FALSE(other->WriteLock(true));
+        // In a child the lock stays the parent's, with whatever the child closes.
+        EXPECT_EQ(RunInChild(
+                      [&]
+                      {
+                          auto const descriptors = CountOpenDescriptors();
+                          file->ReopenAfterFork();
+                          return CountOpenDescriptors() == descriptors && !file->WriteLock(true) ? 0 : 1;
+                      }),
+            0);
         lock.Unlock();
-        EXPECT_FALSE(lock.HoldsLock());
-        EXPECT_TRUE(FileTryWriteLock(*other).HoldsLock());
+        EXPECT_TRUE(!lock.HoldsLock() && FileTryWriteLock(*other).HoldsLock());
+        EXPECT_TRUE(file->WriteLock(true));
+        lock.Unlock();
+        EXPECT_FALSE(other->WriteLock(true)) << "a lock that is not the guard's is given up";
     }
+    static_cast<WriteableFile&>(*file).Unlock();
     EXPECT_TRUE(file->ReadLock(true) && other->ReadLock(true) && !other->WriteLock(true));
     for (auto const& each : {file.get(), other.get()})
         static_cast<ReadableFile&>(*each).Unlock();

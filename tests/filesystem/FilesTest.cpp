@@ -102,7 +102,7 @@ TEST_F(Files, FindFilesMatchesTheLastComponent)
     for (char const* name : {"d/a.log", "d/ab.log", "d/a.log.bak00", "d/.hidden", "d/[x]", "d/x"})
         Put(name, "");
     std::pair<std::string, char const*> const rows[] = {{"*.log", "d\\a.log d\\ab.log "}, {"a?.log", "d\\ab.log "},
-        {"a*0?", "d\\a.log.bak00 "}, {"*b*g", "d\\ab.log "}, {"[x]", "d\\[x] "}, {"x", "d\\x "},
+        {"a*0?", "d\\a.log.bak00 "}, {"*b*g", "d\\ab.log "}, {"[x]", "d\\[x] "}, {"x", "d\\x "}, {"x*", "d\\x "},
         {"**d*n", "d\\.hidden "}, {"?", "d\\x "}, {"*.txt", ""}, {"", ""},
         {"*", "d\\.hidden d\\[x] d\\a.log d\\a.log.bak00 d\\ab.log d\\x "}};
     for (auto const& [pattern, names] : rows)

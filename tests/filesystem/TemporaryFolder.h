@@ -89,6 +89,11 @@ namespace QzTest
         return Describe(failure);
     }
 
+    inline std::ptrdiff_t CountOpenDescriptors()
+    {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    }
+
     using Snapshot = std::map<std::string, std::string>;
 
     /// A folder of its own for each test, which is the current directory meanwhile and is removed with all in it.
