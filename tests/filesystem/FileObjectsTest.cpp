@@ -106,7 +106,7 @@ TEST_F(FileObjects, DispositionActsAtTheEnd)
         Put("file", "content");
         auto file = Open(disposition);
         // A child that ends leaves the parent's file alone.
-        EXPECT_EQ(RunInChild([&] { return file.reset(), 0; }), 0);
+        ExpectInChild([&] { return file.reset(), true; });
         EXPECT_EQ(Get("file"), "content");
         if (isClosed)
             file->Close();
@@ -117,15 +117,9 @@ TEST_F(FileObjects, DispositionActsAtTheEnd)
 
 TEST_F(FileObjects, OpeningAndWhatIsClosedFail)
 {
-    for (std::string const path : {"gone/x", ".", "C:\\x", ""})
-    {
-        std::string const opening = ": ::CreateFileW failed for '" + path + "'.";
-        int const error = path == "." ? EISDIR : ENOENT;
-        EXPECT_EQ(Catch([&] { CreateUpdateableFile(Wide(path), DeleteOnClose); }),
-            DescribeCall("UpdateableFileImpl::UpdateableFileImpl" + opening, error));
-        EXPECT_EQ(Catch([&] { CreateWriteableFile(Wide(path), DeleteOnClose); }),
-            DescribeCall("WriteableFileImpl::WriteableFileImpl" + opening, error));
-    }
+    for (auto const& [path, error] : {std::pair<std::string, int>(".", EISDIR), {"C:\\x", ENOENT}, {"", ENOENT}})
+        EXPECT_EQ(Catch([shown = path] { CreateWriteableFile(Wide(shown), DeleteOnClose); }),
+            DescribeCall("WriteableFileImpl::WriteableFileImpl: ::CreateFileW failed for '" + path + "'.", error));
     auto const file = Open();
     file->Close();
     Action const actions[] = {[&] { file->WriteText("x", 0); }, [&] { file->ReadLock(true); }, [&] { file->Close(); }};
@@ -142,19 +136,17 @@ TEST_F(FileObjects, LocksExcludeObjectsAndProcesses)
     {
         FileWriteLock lock(*file);
         EXPECT_FALSE(other->WriteLock(true) || other->ReadLock(true) || FileTryWriteLock(*other).HoldsLock());
-        EXPECT_EQ(RunInChild([] { return Open()->WriteLock(true) ? 1 : 0; }), 0);
+        ExpectInChild([] { return !Open()->WriteLock(true); });
         // Closing another descriptor of the file must not free the lock.
         Open()->Close();
         EXPECT_FALSE(other->WriteLock(true));
-        // In a child the lock stays the parent's, with whatever the child closes.
-        EXPECT_EQ(RunInChild(
-                      [&]
-                      {
-                          auto const descriptors = CountOpenDescriptors();
-                          file->ReopenAfterFork();
-                          return CountOpenDescriptors() == descriptors && !file->WriteLock(true) ? 0 : 1;
-                      }),
-            0);
+        auto const opensItsOwn = [&]
+        {
+            auto const descriptors = CountOpenDescriptors();
+            file->ReopenAfterFork();
+            return CountOpenDescriptors() == descriptors && !file->WriteLock(true);
+        };
+        ExpectInChild(opensItsOwn);
         lock.Unlock();
         EXPECT_TRUE(!lock.HoldsLock() && FileTryWriteLock(*other).HoldsLock());
         EXPECT_TRUE(file->WriteLock(true));
@@ -166,7 +158,7 @@ TEST_F(FileObjects, LocksExcludeObjectsAndProcesses)
     for (auto const& each : {file.get(), other.get()})
         static_cast<ReadableFile&>(*each).Unlock();
     // A process that dies holding the lock gives it up.
-    EXPECT_EQ(RunInChild([] { return Open()->WriteLock(false) ? 0 : 1; }), 0);
+    ExpectInChild([] { return Open()->WriteLock(false); });
     EXPECT_TRUE(file->WriteLock(false));
     EXPECT_TRUE(
         file->GetWriteLockTimer().GetTotalNanoseconds() > 0 && file->GetReadLockTimer().GetTotalNanoseconds() > 0);
@@ -184,15 +176,14 @@ TEST_F(FileObjects, TryingForSomeTime)
         if (milliseconds == 1000)
             gpLock->Unlock();
     };
-    auto const holder = Open();
     auto const file = Open();
-    std::pair<unsigned int, std::vector<unsigned int>> const rows[] = {
-        {0, {}}, {12000, {5000, 5000, 2000}}, {5000, {5000}}, {11000, {5000, 5000, 1000}}};
-    for (auto const& [milliseconds, pauses] : rows)
+    for (auto const& [milliseconds, pauses] : std::map<unsigned int, std::vector<unsigned int>>{
+             {0, {}}, {12000, {5000, 5000, 2000}}, {5000, {5000}}, {11000, {5000, 5000, 1000}}})
     {
-        gPauses.clear();
+        auto const holder = Open();
         FileWriteLock lock(*holder);
         gpLock = &lock;
+        gPauses.clear();
         EXPECT_EQ(FileTryWriteLock(*file, milliseconds).HoldsLock(), milliseconds == 11000);
         EXPECT_EQ(gPauses, pauses);
     }

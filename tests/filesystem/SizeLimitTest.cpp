@@ -56,32 +56,29 @@ TEST_F(SizeLimit, IsAnErrorWheneverItComes)
 {
     for (bool const isFirst : {true, false})
     {
-        auto const inChild = [&]
+        auto const failsAndWritesWhatFits = [&]
         {
             auto const file = OpenFull(isFirst);
             bool const fails = WriteFails(*file) && WriteFails(*file) && file->GetSize() == kLimit;
-            // The part that fits is written, and the rest is missing.
             file->SetPosition(kLimit - 4);
             std::string const failure = Catch([&] { file->WriteText("abcdef", 0); });
             sigset_t mask;
-            bool const isOpen = pthread_sigmask(SIG_BLOCK, nullptr, &mask) == 0 && sigismember(&mask, SIGXFSZ) == 0;
-            return fails && isOpen && failure.find("1/305419896 Failed to write 2 bytes to file '") == 0 ? 0 : 1;
+            return fails && failure.find("1/305419896 Failed to write 2 bytes to file '") == 0 &&
+                   pthread_sigmask(SIG_BLOCK, nullptr, &mask) == 0 && sigismember(&mask, SIGXFSZ) == 0;
         };
-        EXPECT_EQ(RunInChild(inChild), 0) << isFirst;
-        auto const inBlockingChild = [&]
+        ExpectInChild(failsAndWritesWhatFits);
+        auto const leavesABlockedSignalAsItIs = [&]
         {
-            // A signal that a thread keeps blocked must neither be left behind nor, if it was there before, be taken.
             sigset_t set;
             sigemptyset(&set);
             sigaddset(&set, SIGXFSZ);
             pthread_sigmask(SIG_BLOCK, &set, nullptr);
             auto const file = OpenFull(isFirst);
-            if (!WriteFails(*file) || IsPending())
-                return 1;
+            bool const leavesNone = WriteFails(*file) && !IsPending();
             raise(SIGXFSZ);
-            return WriteFails(*file) && IsPending() ? 0 : 2;
+            return leavesNone && WriteFails(*file) && IsPending();
         };
-        EXPECT_EQ(RunInChild(inBlockingChild), 0) << isFirst;
+        ExpectInChild(leavesABlockedSignalAsItIs);
     }
 }
 
@@ -91,18 +88,14 @@ TEST_F(SizeLimit, LeavesTheHostItsOwn)
     auto const inChild = []
     {
         auto const file = OpenFull(false);
-        auto const withStream = [](bool isFlush)
+        File::ScopedStream const stream(File::OpenStream(u"file"_w, kOpenUpdate, kShareDefault));
+        auto const writeBehind = [&]
         {
-            File::ScopedStream const stream(File::OpenStream(u"file"_w, kOpenUpdate, kShareDefault));
             File::SetPosition(stream.Get(), 2000);
             File::Write(stream.Get(), "x", 0);
-            isFlush ? File::Flush(stream.Get()) : File::SetPosition(stream.Get(), 0);
         };
-        Action const ways[] = {[&] { withStream(true); }, [&] { withStream(false); },
-            [] {
-                File::Truncate(
-                    File::ScopedDescriptor(File::OpenDescriptor(u"file"_w, kOpenUpdate, kShareDefault)).Get(), 2000);
-            }};
+        Action const ways[] = {[&] { File::Flush((writeBehind(), stream.Get())); },
+            [&] { File::SetPosition((writeBehind(), stream.Get()), 0); }, [&] { File::Truncate(stream.Get(), 2000); }};
         for (Action const& way : ways)
             if (Catch(way).find("/27 ") == std::string::npos) // EFBIG
                 return 1;
@@ -113,12 +106,10 @@ TEST_F(SizeLimit, LeavesTheHostItsOwn)
 
     void (*const handlers[])(int) = {SIG_IGN, [](int) {}};
     for (auto const handler : handlers)
-    {
-        auto const inHandlingChild = [&]
-        {
-            signal(SIGXFSZ, handler);
-            return WriteFails(*OpenFull(false)) && signal(SIGXFSZ, SIG_DFL) == handler ? 0 : 1;
-        };
-        EXPECT_EQ(RunInChild(inHandlingChild), 0);
-    }
+        ExpectInChild(
+            [&]
+            {
+                signal(SIGXFSZ, handler);
+                return WriteFails(*OpenFull(false)) && signal(SIGXFSZ, SIG_DFL) == handler;
+            });
 }

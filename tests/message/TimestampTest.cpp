@@ -39,7 +39,7 @@ namespace
         std::tuple<std::string, unsigned int, char const*> const offsets[] = {{" [HOST:", 0, ""},
             {"-03:30", 6, "-03:30"}, {"+14:59x", 6, "+14:59"}, {"+5:3", 4, "+05:03"}, {"+ 05: +030.", 10, "+05:30"},
             {"+65541:30", 9, "+05:30"}, {"+-4294967295:1", 14, "+01:01"}, {"+:30", 4, "+00:30"}, {"+15:00", 0, nullptr},
-            {"+10:60", 0, nullptr}, {"+10", 0, nullptr}, {"+-5:00", 0, nullptr},
+            {"+10:60", 0, nullptr}, {"+10", 0, nullptr}, {"+-5:00", 0, nullptr}, {"+ :30", 0, nullptr},
             {"+18446744073709551621:00", 0, nullptr}};
         for (auto const& [text, consumed, offset] : offsets)
         {

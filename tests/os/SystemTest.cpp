@@ -18,10 +18,4 @@ namespace
         std::thread([&] { EXPECT_TRUE(KnowsItself(generation)); }).join();
         ExpectInChild([&] { return KnowsItself(generation + 1); });
     }
-
-    TEST(SystemTest, ErrorsHaveTexts)
-    {
-        EXPECT_EQ(DescribeError(2), "No such file or directory");
-        EXPECT_EQ(DescribeError(99'999), "Unknown error 99999");
-    }
 }

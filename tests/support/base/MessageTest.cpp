@@ -39,6 +39,7 @@ namespace
         message << -1 << 2u << -3l << 4ul << u"%1"_w << static_cast<unsigned short const*>(nullptr) << INT64_MIN;
         EXPECT_EQ(TextOf(message), "-1 2 -3 4 %1  -9223372036854775808");
         EXPECT_EQ(TextOf(Message(MESSAGE_DOMAIN_WIN32_API, 2, nullptr)), "No such file or directory");
+        EXPECT_EQ(TextOf(Message(MESSAGE_DOMAIN_WIN32_API, 99'999, nullptr)), "Unknown error 99999");
         EXPECT_EQ(TextOf(Message(MESSAGE_DOMAIN_SERVER, 2, nullptr)), "");
     }
 

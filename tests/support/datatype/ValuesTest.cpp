@@ -6,7 +6,6 @@
 
 #include <memory>
 
-using namespace QzBase::Literals;
 using namespace QzDataType;
 
 TEST(ValuesTest, ABinaryShortensAndResets)
@@ -25,8 +24,6 @@ TEST(ValuesTest, ABinaryShortensAndResets)
 TEST(ValuesTest, TextsMayBeNull)
 {
     std::unique_ptr<StringCollection> const list(CreateStringCollection());
-    list->Append(u"a\xD800"_w);
     list->Append(nullptr);
-    EXPECT_EQ(Variant(list->GetItem(0), nullptr).GetUTF8Text(), "a\uFFFD");
-    EXPECT_EQ(Variant(list->GetItem(list->GetCount() - 1), nullptr).GetUTF8Text(), "");
+    EXPECT_EQ(Variant(list->GetItem(0), nullptr).GetUTF8Text(), "");
 }
