@@ -208,7 +208,12 @@ namespace QzLog
             if (index < mDispatchers.size())
                 return HandleOf(index);
         }
-        DispatcherPtr const dispatcher = CreateConfiguredDispatcher(name.c_str());
+        // The hook is held until its work is done, also when another one is installed meanwhile.
+        RequiredModule const module;
+        DispatcherPtr dispatcher(CreateDispatcher(name.c_str()));
+        QzBase::ReturnPtrI<ConfigurationHook> const hook = module->GetConfigurationHook();
+        if (hook)
+            OfferToHook(*hook, dispatcher, *this);
         std::size_t index = 0;
         {
             Arrival const arrival(*this, dispatcher.get());
@@ -220,15 +225,6 @@ namespace QzLog
         if (index == kMaxDispatchers)
             ThrowMessage("The logger '%1' cannot have more than 65536 dispatchers.", GetName());
         return HandleOf(index);
-    }
-
-    Logger_Impl::DispatcherPtr Logger_Impl::CreateConfiguredDispatcher(char const* name)
-    {
-        RequiredModule const module;
-        DispatcherPtr dispatcher(CreateDispatcher(name));
-        if (QzBase::ReturnPtrI<ConfigurationHook> const hook = module->GetConfigurationHook())
-            OfferToHook(*hook, dispatcher, *this);
-        return dispatcher;
     }
 
     /// Appends the dispatcher and gives its index, unless another thread was first with the name or the list is

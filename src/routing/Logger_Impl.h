@@ -50,7 +50,6 @@ namespace QzLog
         Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category);
         ~Logger_Impl() override;
 
-        DispatcherPtr CreateConfiguredDispatcher(char const* name);
         bool Append(std::string const& name, DispatcherPtr const& dispatcher, std::size_t& index);
         void Exchange(std::size_t index, DispatcherPtr dispatcher);
         void DetachUnlessListed(Dispatcher& dispatcher);
