@@ -7,7 +7,9 @@
 namespace QzLog
 {
     /// The moment of a message: date and time as the clock on the wall showed it, and that clock's distance from
-    /// UTC. A value; used by one thread at a time.
+    /// UTC. A value; used by one thread at a time. Differences, and DateTime::ToString, go by the zone of the DateTime,
+    /// which SetToNowLocal and FromISO8601String keep in step with the members below; whoever sets the members alone
+    /// changes the text form only.
     struct QZLOG_API Timestamp : QzDataType::DateTime
     {
         /// The empty date and time, 1899-12-30 00:00, at UTC.

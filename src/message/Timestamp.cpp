@@ -68,6 +68,8 @@ namespace QzLog
             scratch.mOffsetMinutes = ReadOffsetPart(++position);
             if (!scratch.IsValid())
                 return 0;
+            int const distance = scratch.mOffsetHours * 60 + scratch.mOffsetMinutes;
+            scratch.mZoneMinutes = static_cast<std::int16_t>(scratch.mOffsetIsPositive ? distance : -distance);
         }
         *this = scratch;
         return static_cast<unsigned int>(position - text);

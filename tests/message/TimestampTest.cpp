@@ -48,6 +48,7 @@ namespace
             timestamp.FromISO8601String(kUnchanged);
             EXPECT_EQ(timestamp.FromISO8601String((kTime + text).c_str()), offset ? 23 + consumed : 0);
             EXPECT_EQ(timestamp.ToISO8601String().c_str(), offset ? kTime + std::string(offset) : kUnchanged);
+            EXPECT_STREQ(timestamp.ToString().c_str(), timestamp.ToISO8601String().c_str());
         }
         // Without a time.
         std::tuple<char const*, unsigned int, char const*> const rows[] = {
