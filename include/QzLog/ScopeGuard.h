@@ -38,7 +38,7 @@ namespace QzLog
         ~ScopeGuard();
 
         /// The scope name, or null.
-        char const* GetScopeName() const noexcept { return mpScopeName; }
+        char const* GetScopeName() const noexcept;
 
         /// Keeps the code (its low 32 bits) and the line for the "Leave" line, and returns the code, so that it can
         /// stand in a return statement. A later call replaces an earlier one.

@@ -77,6 +77,11 @@ namespace QzLog
             [this](QzResource::MessageFormatter& formatter) { formatter << mpScopeName << mpFileName << mLineNumber; });
     }
 
+    char const* ScopeGuard::GetScopeName() const noexcept
+    {
+        return mpScopeName;
+    }
+
     int ScopeGuard::SetReturnCode(int code, unsigned short lineNumber) noexcept
     {
         StoreReturnCode(static_cast<std::uint32_t>(code), lineNumber);
