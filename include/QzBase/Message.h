@@ -118,7 +118,7 @@ namespace QzBase
     /// The text of `message` in a language, UTF-8: the level's text with its arguments filled in, and
     /// below it, one line each (CR LF between them), its causes, parents before children. A level without a
     /// text in that language gives the text it was made with; one whose text is empty gives no line.
-    /// Language 0 is the process language.
+    /// Language 0 is the process language. Reads the message only. Throws std::bad_alloc.
     QZLOG_API ReturnString FormatMessage(Message const& message, unsigned short languageID);
 
     /// The same, with the texts that `message` itself does not hold looked up through the localizer.
@@ -127,7 +127,8 @@ namespace QzBase
         Message const& message, Message& localizedCopy, unsigned short languageID, Message::Localizer& localizer);
 
     /// Walks the tree of a message, parents before children. The cursor points into the message, which
-    /// must outlive it and must not change its shape meanwhile. Used by one thread.
+    /// must outlive it and must not change its shape meanwhile. Used by one thread. Making, copying and moving on
+    /// throw std::bad_alloc.
     ///
     /// Several cursors can walk trees of one shape in step: one leads and is asked where to go, the
     /// others follow. A cursor that follows enters a level that its own tree lacks as an empty message of

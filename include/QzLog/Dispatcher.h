@@ -76,7 +76,7 @@ namespace QzLog
         /// stays and nobody is told. When a callback throws, the new list stays and the rest hear nothing.
         virtual void SetDestinations(QzBase::CountedPtr<DestinationCollection> const& destinations) = 0;
 
-        /// Adds a callback, with a reference. One that is there already stays, once.
+        /// Adds a callback, with a reference. One that is there already stays, once; null changes nothing.
         virtual void AddCallback(Callback* callback) = 0;
 
         /// Takes a callback out, however often it was added. An unknown one changes nothing.

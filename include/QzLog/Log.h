@@ -19,7 +19,9 @@
 //
 // Arguments in common:
 //   router          where the message goes
-//   formatter       the values for "%1" and so on: GetMessageFormatter() << first << second
+//   templateText    the text with "%1" to "%99" in it; null counts as empty
+//   formatter       the calling thread's, with the values for "%1" and so on: GetMessageFormatter() << first << second.
+//                   It is empty afterwards, but keeps its values where the router is disabled
 //   catalogContext  handed to the catalog with an ID, and not read with a text; may be null
 //   fileName, functionName, lineNumber
 //                   the place of the call; file and function may be null

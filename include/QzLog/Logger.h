@@ -81,7 +81,7 @@ namespace QzLog
         /// Valid as long as the logger.
         virtual DispatcherCollection* GetDispatcherCollection() = 0;
 
-        /// Adds a callback, with a reference. One that is there already stays, once.
+        /// Adds a callback, with a reference. One that is there already stays, once; null changes nothing.
         virtual void AddCallback(Callback* callback) = 0;
 
         /// Takes a callback out, however often it was added. An unknown one changes nothing.
