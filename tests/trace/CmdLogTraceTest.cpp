@@ -14,15 +14,10 @@ namespace
     constexpr std::int64_t kSmallest = std::numeric_limits<std::int64_t>::min();
     constexpr int kLargestCount = std::numeric_limits<int>::max();
 
-    class CmdLogTraceTest : public TraceTest
+    struct CmdLogTraceTest : TraceTest
     {
-    protected:
         /// Ends the period and gives the lines of the closed ones.
-        std::string CollectAndPrint()
-        {
-            mTrace.CollectLogTrace();
-            return Print(mTrace);
-        }
+        std::string CollectAndPrint() { return mTrace.CollectLogTrace(), Print(mTrace); }
 
         CmdLogTrace mTrace;
     };

@@ -144,15 +144,11 @@ TEST_F(MsgLogTraceTest, ThreadsThatMakeItAtOnceGetOneObject)
 
 TEST_F(MsgLogTraceTest, LosesNoReportWhileCollecting)
 {
-    MsgLogTrace::SetMsgLogTrace(true);
     std::atomic<int> failed = 0;
-    ReportWhileCollecting(*MsgLogTrace::getInstance(),
-        [&failed](unsigned long key, int number)
-        {
-            static QzBase::WideString const names[] = {QzTest::Wide("A"), QzTest::Wide("B")};
-            if (MsgLogTrace::SendToLogTrace(key, 1, names[number % 2], 1, MsgOpFirst) != 0)
-                ++failed;
-        });
+    QzBase::WideString const names[] = {QzTest::Wide("A"), QzTest::Wide("B")};
+    MsgLogTrace& trace = *MsgLogTrace::getInstance();
+    ReportWhileCollecting(trace, [&](unsigned long key, int number)
+        { failed += trace.AddToLogTrace(key, 1, names[number % 2], 1, MsgOpFirst) != 0; });
     EXPECT_EQ(0, failed);
     EXPECT_EQ(kReports, SumUp(CollectAndPrint(), "1("));
 }
@@ -160,13 +156,11 @@ TEST_F(MsgLogTraceTest, LosesNoReportWhileCollecting)
 TEST_F(MsgLogTraceTest, AForkedChildReportsWhateverItsParentIsDoing)
 {
     auto const report = [] { return Add("A", 1, 1) == 0; };
-    ExpectInChildrenOfBusyParent(
-        30,
-        [&]
-        {
-            report();
-            MsgLogTrace::getInstance()->CollectLogTrace();
-            delete MsgLogTrace::getInstance();
-        },
-        report);
+    auto const work = [&]
+    {
+        report();
+        MsgLogTrace::getInstance()->CollectLogTrace();
+        delete MsgLogTrace::getInstance();
+    };
+    ExpectInChildrenOfBusyParent(30, work, report);
 }

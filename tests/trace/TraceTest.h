@@ -29,20 +29,17 @@ protected:
     template <class Report>
     static void ReportWhileCollecting(QzLog::LogTrace& trace, Report report)
     {
-        std::vector<std::jthread> threads;
-        for (unsigned long key = 0; key < 4; ++key)
-            threads.emplace_back(
-                [=]
-                {
-                    for (int number = 0; number < kReports / 4; ++number)
-                        report(key, number);
-                });
-        for (int i = 0; i < 200; ++i)
+        auto const reportAll = [&](unsigned long key)
         {
-            trace.CollectLogTrace();
-            std::this_thread::yield();
+            for (int number = 0; number < kReports / 4; ++number)
+                report(key, number);
+        };
+        {
+            std::jthread const threads[] = {std::jthread(reportAll, 0), std::jthread(reportAll, 1),
+                std::jthread(reportAll, 2), std::jthread(reportAll, 3)};
+            for (int i = 0; i < 200; ++i, std::this_thread::yield())
+                trace.CollectLogTrace();
         }
-        threads.clear();
         trace.CollectLogTrace();
     }
 
