@@ -116,11 +116,10 @@ TEST_F(Files, DirectoriesAndWhatDependsOnTheCurrentOne)
 {
     std::string const here = std::filesystem::canonical(mFolder);
     std::string const normal = Narrow(CombinePaths(Wide(here), u"one\\two"_w));
-    EXPECT_EQ(Narrow(GetCurrentWorkingDirectory()), here);
     EXPECT_EQ(Narrow(GetAbsolutePath(u"one"_w, UnixPath)), here + "/one");
     EXPECT_EQ(Narrow(GetAbsolutePath(u"x/../one/two"_w)), normal);
-    for (char const* const path : {"\\y", "C:/y"})
-        EXPECT_EQ(Narrow(GetAbsolutePath(Wide(path))), path);
+    EXPECT_EQ(Narrow(GetAbsolutePath(u"C:/y"_w)), "C:/y");
+    EXPECT_EQ(Narrow(GetAbsolutePath(u"\\y"_w)), "\\y");
 
     Put("file", "");
     for (std::string const path : {"one\\two", "./a/b/c", normal.c_str()})

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <barrier>
 #include <climits>
 #include <thread>
 #include <tuple>
@@ -46,10 +45,7 @@ TEST(ConversionsTest, GUIDsHaveTheirTextForm)
     static_cast<_GUID&>(guid) = {0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
     EXPECT_EQ(WideString(guid.ToWString().c_str()), u"01234567-89AB-CDEF-0123-456789ABCDEF"_w);
     CreateGUID(guid);
-    WideString const text = guid.ToWString().c_str();
-    EXPECT_EQ(text[14], '4') << "not the version that tells random identifiers";
-    CreateGUID(guid);
-    EXPECT_NE(text, guid.ToWString().c_str());
+    EXPECT_EQ(guid.ToWString().c_str()[14], '4') << "not the version that tells random identifiers";
 }
 
 TEST(ConversionsTest, BufferKeepsItsPiecesApart)
@@ -75,11 +71,9 @@ TEST(FeaturesTest, SwitchesOfManyThreadsAllCount)
 {
     EXPECT_FALSE(IsFeatureEnabled(nullptr));
     SetFeatureEnabled(nullptr, true);
-    std::barrier<> start(2);
-    auto const switchAll = [&start](unsigned short thread)
+    auto const switchAll = [](unsigned short thread)
     {
-        start.arrive_and_wait();
-        for (unsigned short name = 1; name <= 1'000; ++name)
+        for (unsigned short name = 1; name <= 2'000; ++name)
         {
             unsigned short const text[] = {thread, name, 0};
             SetFeatureEnabled(text, true);
@@ -90,7 +84,6 @@ TEST(FeaturesTest, SwitchesOfManyThreadsAllCount)
     switchAll('S');
     other.join();
     SetFeatureEnabled(u"S\x0001"_w, false);
-    EXPECT_FALSE(IsFeatureEnabled(u"S\x0001"_w));
+    EXPECT_FALSE(IsFeatureEnabled(u"S\x0001"_w) || IsFeatureEnabled(u"S"_w));
     EXPECT_TRUE(IsFeatureEnabled(u"S\x0002"_w));
-    EXPECT_FALSE(IsFeatureEnabled(u"S"_w));
 }

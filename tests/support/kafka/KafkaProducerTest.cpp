@@ -45,21 +45,18 @@ namespace
 
     // Why the properties were refused; empty when they were taken.
     std::string GetRefusal(Properties const& properties)
+    try
     {
-        try
-        {
-            KafkaProducer::Configure(properties);
-            return "";
-        }
-        catch (QzBase::Message& message)
-        {
-            return QzBase::WideCharToUTF8(message.GetMessage(), true).c_str();
-        }
+        KafkaProducer::Configure(properties);
+        return "";
+    }
+    catch (QzBase::Message& message)
+    {
+        return QzBase::WideCharToUTF8(message.GetMessage(), true).c_str();
     }
 
-    class KafkaProducerTest : public testing::Test
+    struct KafkaProducerTest : testing::Test
     {
-    protected:
         ~KafkaProducerTest() override { KafkaProducer::Configure({}); }
 
         /// What has been counted since the test began.
@@ -69,8 +66,6 @@ namespace
 
         MockBroker mBroker;
         Properties const mProperties{{"bootstrap.servers", mBroker.GetAddress()}};
-
-    private:
         KafkaProducer::Counters const mBefore = KafkaProducer::GetCounters();
     };
 }

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <barrier>
-#include <functional>
 #include <vector>
 
 namespace
@@ -22,22 +21,20 @@ namespace
     // Tells when it is deleted, and may do something then.
     struct Context final : QzSynch::ThreadContext
     {
-        explicit Context(
-            Counts& counts, std::function<void()> atEnd = [] {})
-            : mCounts(counts), mAtEnd(std::move(atEnd))
-        {
-            ++mCounts.mMade;
-        }
+        using AtEnd = void (*)();
+
+        explicit Context(Counts& counts, AtEnd atEnd = nullptr) : mCounts(counts), mAtEnd(atEnd) { ++mCounts.mMade; }
 
         void Delete() override
         {
             ++mCounts.mDeleted;
-            mAtEnd();
+            if (mAtEnd)
+                mAtEnd();
             delete this;
         }
 
         Counts& mCounts;
-        std::function<void()> mAtEnd;
+        AtEnd mAtEnd;
     };
 }
 
