@@ -3,11 +3,9 @@
 #include "support/ForkedChild.h"
 #include "support/synch/ForkHold.h"
 
-#include <algorithm>
-#include <array>
 #include <atomic>
 #include <barrier>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 using namespace QzSynch;
@@ -141,19 +139,18 @@ TEST(RWLock, LetsAReaderGoBeforeLaterWriters)
                 std::this_thread::yield();
             }
         });
-    std::array<int, 51> writesMeanwhile{};
-    for (int& count : writesMeanwhile)
+    // Mostly, because a thread may be put aside between its question and the lock.
+    int soon = 0;
+    for (int i = 0; i < 51; ++i)
     {
         int const before = writes;
         while (writes == before)
             std::this_thread::yield();
-        count = writes;
+        int const asked = writes;
         RWLock::ReadSmartLock const hold(*lock);
-        count = writes - count;
+        soon += writes - asked < 50;
     }
-    // The median, because a thread may be put aside between its question and the lock.
-    std::sort(writesMeanwhile.begin(), writesMeanwhile.end());
-    EXPECT_LT(writesMeanwhile[writesMeanwhile.size() / 2], 50);
+    EXPECT_GT(soon, 25);
 }
 
 TEST(ForkHold, LeavesTheLocksFreeInTheChildAndServesItsClientThere)
