@@ -31,12 +31,13 @@ void ExpectInChild(IsGood isGood)
 }
 
 /// The same in several children, while another thread of the parent does nothing but `work`. Skipped under the address
-/// sanitizer: its allocator does not hold its locks around a fork, so that a child may wait for a thread of the parent.
+/// and the thread sanitizer: their allocators do not hold their locks around a fork, so that a child may wait for a
+/// thread of the parent.
 template <class Work, class IsGood>
 void ExpectInChildrenOfBusyParent(int count, Work work, IsGood isGood)
 {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "A child of a busy parent cannot allocate under the address sanitizer.";
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "A child of a busy parent cannot allocate under this sanitizer.";
 #endif
     std::jthread const busy(
         [&](std::stop_token stop)
