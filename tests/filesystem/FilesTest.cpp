@@ -130,11 +130,6 @@ TEST_F(Files, DirectoriesAndWhatDependsOnTheCurrentOne)
     for (char const* const path : {"C:\\a\\b", "", "\\"})
         EXPECT_NE(Catch([&] { CreateDirectory(Wide(path), true); }), "") << path;
     EXPECT_TRUE(IsDirectory(u"a/b/c"_w));
-
-    SetCurrentWorkingDirectory(u"one\\two"_w);
-    std::filesystem::remove_all(In("one"));
-    EXPECT_EQ(Catch([] { GetCurrentWorkingDirectory(); }),
-        DescribeCall("GetCurrentWorkingDirectory: ::GetCurrentDirectoryW failed.", ENOENT));
 }
 
 TEST_F(Files, DeleteFileReportsBothSteps)
