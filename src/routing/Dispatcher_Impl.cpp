@@ -74,6 +74,13 @@ namespace QzLog
     {
     }
 
+    /// A destination may drop the last reference to the dispatcher that it is called by.
+    Dispatcher_Impl::~Dispatcher_Impl()
+    {
+        if (mpDestinations)
+            LoanBase::HandOver(*mpDestinations);
+    }
+
     Loan<Dispatcher_Impl::DestinationList> Dispatcher_Impl::BorrowList() const
     {
         QzSynch::RWLock::ReadSmartLock const hold(*mpLock);

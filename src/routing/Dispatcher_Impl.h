@@ -18,6 +18,7 @@ namespace QzLog
     {
     public:
         explicit Dispatcher_Impl(char const* name);
+        ~Dispatcher_Impl() override;
 
         char const* GetName() override { return mName.c_str(); }
         bool HasDestinations() override;

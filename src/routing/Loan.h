@@ -15,8 +15,8 @@ namespace QzLog
         LoanBase(LoanBase const&) = delete;
         LoanBase& operator=(LoanBase const&) = delete;
 
-        /// For whoever has just replaced an object under the lock under which loans of it are taken, before its own
-        /// reference goes: the loans that are open become references. No lock need be held.
+        /// For whoever has just replaced an object under the lock under which loans of it are taken, or is itself
+        /// ending, before its own reference goes: the loans that are open become references. No lock need be held.
         static void HandOver(QzBase::ReferenceCounted& object);
 
         /// In the child of a fork: the loans of threads that exist in the parent only are no loans any more.

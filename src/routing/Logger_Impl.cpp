@@ -90,7 +90,12 @@ namespace QzLog
     {
     }
 
-    Logger_Impl::~Logger_Impl() = default;
+    /// A destination may drop the last reference to the logger that it is called by way of.
+    Logger_Impl::~Logger_Impl()
+    {
+        for (DispatcherPtr const& dispatcher : mDispatchers)
+            LoanBase::HandOver(*dispatcher);
+    }
 
     QzBase::CountedPtr<Logger_Impl> Logger_Impl::Create(char const* name, QzSynch::EnumHvnLockStackCategory category)
     {

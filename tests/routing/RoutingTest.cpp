@@ -63,6 +63,20 @@ TEST_F(RoutingTest, DeliversInListOrderOnTheListItBeganWith)
     Log(mRouter);
     Log(mRouter);
     EXPECT_EQ(order, "121x");
+
+    // Also when the dispatcher itself goes meanwhile.
+    DispatcherPtr dispatcher(CreateDispatcher("alone"));
+    first = new RecordingDestination;
+    first->mAction = [&]
+    {
+        order += '3';
+        dispatcher = nullptr;
+    };
+    first->mAtEnd = [&] { order += 'x'; };
+    SetDestinations(*dispatcher, {first.get(), &mDestination});
+    first = nullptr;
+    dispatcher->LogText(mLogger, "text", 0, nullptr, nullptr, 0);
+    EXPECT_EQ(order, "121x32x");
 }
 
 TEST_F(RoutingTest, StructuredMessagesComeBackWithTheirTexts)
