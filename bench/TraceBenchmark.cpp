@@ -33,7 +33,7 @@ namespace
     void UpdateMessage(benchmark::State& state)
     {
         static QzLog::Initializer module;
-        QzBase::WideString const name(8, 'D');
+        QzBase::WideString name(8, 'D');
         QzLog::MsgLogTrace::SetMsgLogTrace(true);
         unsigned long const key = GetKey(state);
         int id = 0;

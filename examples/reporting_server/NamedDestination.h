@@ -23,7 +23,7 @@ namespace ReportingServer
         void WriteMessage(char const* bodyText, QzLog::MessageHeader& header) override;
 
     private:
-        QzBase::WideString const mName;
+        QzBase::WideString mName;
         QzBase::CountedPtr<QzLog::Destination> const mpTarget;
     };
 }

@@ -47,14 +47,15 @@ namespace QzLog
         /// When the object was made, in local time.
         QzDataType::DateTime const mStartTime;
 
+    protected:
+        /// Updates hold it shared, CollectLogTrace holds it exclusively.
+        QzSynch::RWLockPtr const mpLock;
+
+    public:
         /// The file that PrintAllLogTrace writes, with `\` or `/`, relative to the current directory or
         /// absolute. It has to be ASCII. Empty at first. To be set, directly or by SetFileName, before
         /// the first print.
         QzBase::WideString mFileName;
-
-    protected:
-        /// Updates hold it shared, CollectLogTrace holds it exclusively.
-        QzSynch::RWLockPtr const mpLock;
 
     private:
         /// So that a forked child does not inherit the lock from a thread that only its parent has.

@@ -63,8 +63,8 @@ namespace QzLog
         /// Reports to the one object if reporting is switched on; one test of a flag if it is not. Throws what
         /// getInstance throws.
         /// \return 1 when reporting is switched off (nothing is recorded), else as AddToLogTrace.
-        static long SendToLogTrace(unsigned long bucketKey, int commandID, QzBase::WideString const& destination,
-            int value, MsgOpType operation)
+        static long SendToLogTrace(
+            unsigned long bucketKey, int commandID, QzBase::WideString& destination, int value, MsgOpType operation)
         {
             if (!IsMsgLogTraceEnabled())
                 return 1;
@@ -75,11 +75,11 @@ namespace QzLog
         /// item in place this costs a shared lock and three look-ups.
         /// \param bucketKey    selects the bucket; the calling thread's ID fits.
         /// \param commandID    a row of the server command table; others are counted, but never printed.
-        /// \param destination  its name, UTF-16; compared code unit by code unit.
+        /// \param destination  its name, UTF-16; compared code unit by code unit, and not changed.
         /// \param value        what its mean is worked out of; the unit is the callers' affair.
         /// \return 0; 1 for an operation outside the three, which moves the mean but no counter.
-        long AddToLogTrace(unsigned long bucketKey, int commandID, QzBase::WideString const& destination, int value,
-            MsgOpType operation);
+        long AddToLogTrace(
+            unsigned long bucketKey, int commandID, QzBase::WideString& destination, int value, MsgOpType operation);
 
         /// Closes the open period: waits for the updates under way, sums the buckets up into one map of
         /// figures and removes them. A period without a report counts too.
@@ -108,7 +108,7 @@ namespace QzLog
 
         // Both want mpLock held exclusively.
         Figures& GetCurItem(unsigned long bucketKey);
-        int GetDstIndex(QzBase::WideString const& name);
+        int GetDstIndex(QzBase::WideString& name);
 
         static std::atomic<MsgLogTrace*> gMsgLogTrace;
         static std::atomic<bool> mEnableMsgTrace;

@@ -142,7 +142,7 @@ namespace QzLog
     }
 
     long MsgLogTrace::AddToLogTrace(
-        unsigned long bucketKey, int commandID, QzBase::WideString const& destination, int value, MsgOpType operation)
+        unsigned long bucketKey, int commandID, QzBase::WideString& destination, int value, MsgOpType operation)
     {
         {
             // Held from the look-ups to the end of the update, so that no collect falls between them.
@@ -163,7 +163,7 @@ namespace QzLog
         return mCurrent[bucketKey];
     }
 
-    int MsgLogTrace::GetDstIndex(QzBase::WideString const& name)
+    int MsgLogTrace::GetDstIndex(QzBase::WideString& name)
     {
         auto const [entry, isNew] = mDstIndexes.try_emplace(name, mNextDstIndex);
         // Unsigned, so that behind the largest index comes the smallest one.

@@ -28,8 +28,8 @@ namespace
         static long Add(
             char const* name, int commandID, int value, MsgOpType operation = MsgOpFirst, unsigned long bucketKey = 1)
         {
-            return MsgLogTrace::getInstance()->AddToLogTrace(
-                bucketKey, commandID, QzTest::Wide(name), value, operation);
+            QzBase::WideString destination = QzTest::Wide(name);
+            return MsgLogTrace::getInstance()->AddToLogTrace(bucketKey, commandID, destination, value, operation);
         }
 
         /// Ends the period and gives the lines of the closed ones, without that of the start time.
@@ -52,7 +52,7 @@ namespace
 
 TEST_F(MsgLogTraceTest, OneObjectBehindASwitch)
 {
-    QzBase::WideString const name = QzTest::Wide("A");
+    QzBase::WideString name = QzTest::Wide("A");
     EXPECT_EQ(1, MsgLogTrace::SendToLogTrace(1, 2, name, 3, MsgOpFirst));
     MsgLogTrace::Destroy();
     EXPECT_THROW(MsgLogTrace::getInstance(), QzBase::Message) << "the report above made an object";
@@ -145,7 +145,7 @@ TEST_F(MsgLogTraceTest, ThreadsThatMakeItAtOnceGetOneObject)
 TEST_F(MsgLogTraceTest, LosesNoReportWhileCollecting)
 {
     std::atomic<int> failed = 0;
-    QzBase::WideString const names[] = {QzTest::Wide("A"), QzTest::Wide("B")};
+    QzBase::WideString names[] = {QzTest::Wide("A"), QzTest::Wide("B")};
     MsgLogTrace& trace = *MsgLogTrace::getInstance();
     ReportWhileCollecting(trace, [&](unsigned long key, int number)
         { failed += trace.AddToLogTrace(key, 1, names[number % 2], 1, MsgOpFirst) != 0; });
