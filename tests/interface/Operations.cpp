@@ -155,6 +155,10 @@ namespace
         Free<void(MessageFormatter&)>(&QzResource::MessageFormat::Dec),
         Free<void(MessageFormatter&)>(&QzResource::MessageFormat::Hex),
         Free<void(MessageFormatter&)>(&QzResource::MessageFormat::WideHex), &QzResource::REST_TAG_PASSWORD,
+        Member<MessageFormatter&(Narrow)>(&MessageFormatter::operator<<),
+        Member<MessageFormatter&(unsigned short)>(&MessageFormatter::operator<<),
+        Member<MessageFormatter&(unsigned int)>(&MessageFormatter::operator<<),
+        Member<MessageFormatter&(void (*)(MessageFormatter&))>(&MessageFormatter::operator<<),
         Member<Narrow(QzResource::MessageTemplate const&)>(&MessageFormatter::Format),
         Free<Producer::EnumKafkaProducerStatus()>(&Producer::GetKafkaProducerStatus),
         Free<bool(WideString const&, int, std::string const*, QzDataType::Variant const&)>(&Producer::Send),
@@ -184,7 +188,11 @@ namespace
         file = static_cast<DiskFile&&>(file);
         QzDataType::Variant const values[] = {{Wide(), nullptr}, {Narrow(), nullptr}};
         Message const message(QzBase::MESSAGE_DOMAIN_SERVER, 1, Narrow());
-        QzBase::ConstMessageCursor const cursor(message);
+        Message copied(message);
+        copied = message;
+        QzBase::ConstMessageCursor const follower(message);
+        QzBase::MessageCursor const leader(copied);
+        [[maybe_unused]] DateTime const times[] = {DateTime(0.0), DateTime(2026, 11, 18, 3, 2, 7, 123, 0, 0)};
         QzSynch::Initializer const synch;
         QzResource::Initializer const resource;
         KafkaClient::Initializer const kafka;
