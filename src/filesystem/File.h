@@ -83,7 +83,8 @@ namespace QzFileSystem::File
     void SetPosition(std::FILE* stream, std::int32_t offset);
 
     /// Moves `count` bytes at the present position (0: all to the end of the file) to the offset `target` of
-    /// the same file. The two places may overlap. The stream reads and writes; the binary is not empty.
+    /// the same file. The two places may overlap. The stream reads and writes; the binary is not empty. A count of 0
+    /// fails in a file of more than 2^31-1 bytes.
     void MoveBlock(std::FILE* stream, QzDataType::Binary& binary, std::int32_t target, std::int32_t count);
 
     /// The locks on the whole file, exclusive and shared. With `wait` they wait without a time-out; without

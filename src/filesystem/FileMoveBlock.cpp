@@ -1,5 +1,8 @@
 #include "filesystem/File.h"
 
+#include "filesystem/Failures.h"
+#include "os/FilesStreams.h"
+
 namespace QzFileSystem::File
 {
     namespace
@@ -32,7 +35,15 @@ namespace QzFileSystem::File
         {
             // Moving, even to the same place, writes out what is buffered, so that the size counts it.
             SetPosition(stream, position);
-            return GetSize(stream) - position;
+            // Not GetSize, of whose low 32 bits a large file would have only a part moved, and nobody told.
+            std::int64_t size = 0;
+            int const descriptor = QzOs::ToDescriptor(stream);
+            QzOs::Error error = QzOs::GetFileSize(QzOs::FromDescriptor(descriptor), size);
+            if (error == 0 && size > kLastPosition)
+                error = QzOs::kErrorOverflow;
+            if (error != 0)
+                ThrowCallFailure(error, "QzFileSystem::File::GetSize", ": ::GetFileSize failed for #", descriptor, ".");
+            return static_cast<std::int32_t>(size) - position;
         }
     }
 

@@ -154,4 +154,7 @@ TEST_F(FileFamily, MoveBlockLikeACopyWithOverlap)
             EXPECT_EQ(Get("file"), result) << position << ' ' << target << ' ' << pieceSize;
         }
     }
+    File::ScopedStream const large(OpenStream(kOpenUpdate));
+    EXPECT_EQ(truncate("file", (std::int64_t{1} << 32) + 4), 0);
+    EXPECT_NE(Catch([&] { File::MoveBlock(large.Get(), *MakeBinary(4), 8, 0); }), "");
 }
