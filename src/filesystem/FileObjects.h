@@ -121,13 +121,14 @@ namespace QzFileSystem
         /// Gives the lock up, whichever it is. Fails never. Timed by the write lock timer.
         void Unlock() { ReleaseWriteLock(); }
 
+    protected:
+        virtual void ReleaseWriteLock() noexcept = 0;
+
+    public:
         /// For an object that came into this process by a fork: gives it an open file of its own at the same
         /// position, since the inherited one shares its position and its lock with the parent. Does nothing
         /// in the process that opened the file, and then costs no system call.
         virtual void ReopenAfterFork() = 0;
-
-    protected:
-        virtual void ReleaseWriteLock() noexcept = 0;
     };
 
     /// Both, over one handle.
