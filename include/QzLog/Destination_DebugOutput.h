@@ -7,8 +7,9 @@
 namespace QzLog
 {
     /// Writes to the debug output, which is the standard error of the process: each message with one system call, so
-    /// that the lines of different threads do not mix. It never fails, and a reader that has gone away does no harm.
-    /// All operations may be called from any thread at any time, take null as the empty text, and throw std::bad_alloc.
+    /// that the lines of different threads do not mix. What is no UTF-8 comes out as U+FFFD. It never fails, and a
+    /// reader that has gone away does no harm. All operations may be called from any thread at any time, take null as
+    /// the empty text, and throw std::bad_alloc.
     class QZLOG_API Destination_DebugOutput : public virtual Destination
     {
     public:

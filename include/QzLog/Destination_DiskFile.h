@@ -32,7 +32,9 @@ namespace QzLog
     /// When the file is deleted, renamed or replaced by a directory, the next message finds that out and makes a new
     /// one, if the last failure is 300 seconds old or there was none. That line puts the logger "Log", the dispatcher
     /// "Error" and no message ID on the header of the calling thread, which destinations behind this one in a
-    /// dispatcher's list see.
+    /// dispatcher's list see. A count that is still open when a new base path moves the destination to a
+    /// file that can be opened is told there, but only once that file is lost in its turn. It is dropped when the
+    /// destination ends.
     ///
     /// After a fork the child goes on in the same log, with an open file of its own.
     ///
@@ -48,7 +50,8 @@ namespace QzLog
         ~Destination_DiskFile() override;
 
         /// Sets the size in bytes at which the file rolls over, from the next message on; 2000000 at first. Larger
-        /// values count as 2000000000. 0 is no size that a log can have: every message is lost.
+        /// values count as 2000000000. 0 is no size that a log can have: every message is lost, and each attempt to
+        /// write one rolls the empty file over ten times, which pushes the back-ups out.
         virtual void SetMaxFileSize(unsigned int maxFileSize) = 0;
         virtual unsigned int GetMaxFileSize() = 0;
 
@@ -72,8 +75,10 @@ namespace QzLog
 
     /// Sets the directory that relative paths of log files are resolved against. All destinations of disk files that
     /// were made from relative paths move there, each to the file of the same name, which it makes if need be; their
-    /// old files stay. The same path again changes nothing. While it is empty, as it is at first, relative paths
-    /// count from the process's current directory. Calls of several threads take effect one after the other.
+    /// old files stay. Where two would meet in one file, the first in the order of the paths as they were given (by
+    /// UTF-16 units) takes it, and the other one stays where it is. The same path again changes nothing. While it is
+    /// empty, as it is at first, relative paths count from the process's current directory. Calls of several threads
+    /// take effect one after the other.
     /// Throws QzBase::Message when the module does not live.
     /// \param path  UTF-16; null counts as empty.
     QZLOG_API void SetBasePath(unsigned short const* path);

@@ -17,7 +17,11 @@ namespace QzLog
     /// LF. The text of UpdateLogRegistryStr goes to a topic of its own, which begins alike and ends in
     /// ".RegtrySettings": at once, and again whenever a broker comes back.
     ///
-    /// All operations may be called from any thread. Brokers are set by KafkaClient::KafkaProducer::Configure.
+    /// The language of this destination is that of all its records. Its call-stack IDs serve those for Kafka, and the
+    /// IDs of the disk file those in the file.
+    ///
+    /// All operations may be called from any thread, and throw std::bad_alloc. Brokers are set by
+    /// KafkaClient::KafkaProducer::Configure.
     class QZLOG_API Destination_KafkaLog : public virtual Destination
     {
     public:
@@ -28,10 +32,11 @@ namespace QzLog
     };
 
     /// The Kafka destination with the disk file at `path` (UTF-16, relative to the base path unless it is
-    /// absolute) behind it; one object per normal form of the path. Null gives null. Throws QzLog::Exception
-    /// as GetDestination_DiskFile does.
+    /// absolute) behind it; one object per normal form of the path until the module ends. Null gives null. Throws
+    /// QzBase::Message when the module does not live, and QzLog::Exception as GetDestination_DiskFile does.
     QZLOG_API QzBase::ReturnPtrI<Destination_KafkaLog> GetDestination_KafkaLog(unsigned short const* path);
 
-    /// Publishes a settings text (UTF-16; null counts as empty) as told above, and keeps it for the next time.
+    /// Publishes a settings text (UTF-16; null counts as empty) as told above, and keeps a copy for the next time, for
+    /// the life of the process. Throws QzBase::Message when the module does not live.
     QZLOG_API void UpdateLogRegistryStr(unsigned short const* text);
 }

@@ -9,7 +9,8 @@ namespace QzLog
     /// Reports each message to the system's log: to the systemd journal with the fields MESSAGE, PRIORITY,
     /// SYSLOG_IDENTIFIER (the event source) and EVENT_ID, or to the classic syslog socket where no journal runs. The
     /// two top bits of a message's ID are its severity: 01 a warning, 10 an error, else information; the 16 low bits
-    /// are the event ID. Failures of the system's log are silent.
+    /// are the event ID. A message of several lines is one event, with CR LF between the lines and none at the end.
+    /// Failures of the system's log are silent.
     ///
     /// All operations may be called from any thread at any time, take null as the empty text, and throw std::bad_alloc.
     class QZLOG_API Destination_SystemLog : public virtual Destination

@@ -32,8 +32,9 @@ namespace QzLog
     /// The name of this server among those of the machine; empty until it is set. UTF-16.
     QZLOG_API QzBase::ReturnWString GetServerInstanceName();
 
-    /// Sets the server instance name. The headers carry it from the next message of each thread on. Null sets
-    /// the empty name.
+    /// Sets the server instance name, UTF-16. The headers carry it from the next message of each thread on. Null sets
+    /// the empty name. The first name that is not empty becomes part of the topic of Destination_KafkaLog, for
+    /// the life of the process.
     QZLOG_API void SetServerInstanceName(unsigned short const* name);
 
     /// The calling thread's episode number, 0 at first. Each thread has its own; the library only keeps it.
