@@ -68,17 +68,16 @@ namespace QzLog
         }
 
         /// Built on first need, and unchanged from then on.
-        QzBase::WideString const& GetSettingsTopic(Shared& shared)
+        QzBase::WideString const& GetSettingsTopic(Shared& shared, ModuleMain& module)
         {
             QzSynch::CriticalSection::SmartLock const hold(*shared.mpLock);
             if (shared.mSettingsTopic.empty())
             {
-                RequiredModule const module;
                 QzBase::WideString topic = kStreamName;
                 topic += kSeparator;
-                topic += QzBase::UTF8ToWideChar(module->GetMachineName(), false).c_str();
+                topic += QzBase::UTF8ToWideChar(module.GetMachineName(), false).c_str();
                 topic += kSeparator;
-                topic += module->GetServerInstanceName().c_str();
+                topic += module.GetServerInstanceName().c_str();
                 topic += kSettingsSuffix;
                 shared.mSettingsTopic.swap(topic);
             }
@@ -88,7 +87,9 @@ namespace QzLog
         /// Whether the client took the text makes no difference: it is kept.
         void SendSettings(Shared& shared, unsigned short const* text)
         {
-            KafkaProducer::Send(GetSettingsTopic(shared), 0, nullptr, QzDataType::Variant(text, nullptr));
+            // A destination that has outlived the module goes on with its records only.
+            if (ModulePin const module; module)
+                KafkaProducer::Send(GetSettingsTopic(shared, *module), 0, nullptr, QzDataType::Variant(text, nullptr));
         }
     }
 

@@ -37,6 +37,7 @@ namespace QzLog
 
         explicit operator bool() const noexcept { return mpModule != nullptr; }
         ModuleMain* operator->() const noexcept { return mpModule; }
+        ModuleMain& operator*() const noexcept { return *mpModule; }
 
         /// Whether the calling thread has a pin, and so must not wait for the pins to end.
         static bool IsHeldByThisThread() noexcept;

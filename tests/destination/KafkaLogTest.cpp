@@ -37,11 +37,18 @@ namespace
 
         void Configure(std::map<std::string, std::string> const&) override {}
         KafkaProducer::Counters GetCounters() override { return {}; }
-        void Start() override {}
+
+        void Start() override
+        {
+            if (!mStarts)
+                throw 7;
+        }
+
         void Stop() override {}
 
         int mStatus = 1;
         bool mTakes = true;
+        bool mStarts = true;
         std::atomic<int> mAskedForStatus = 0;
         std::vector<std::pair<std::string, std::string>> mSent;
     };
@@ -167,6 +174,17 @@ TEST_F(KafkaLogTest, EachRecordGoesToOnePlaceAndSettingsFollowTheBroker)
     EXPECT_EQ(Write(*destination), "file ");
     mClient.mStatus = 1;
     EXPECT_EQ(Write(*destination), "kafka ") << "no settings, nothing extra";
+}
+
+TEST_F(KafkaLogTest, AModuleThatCannotStartIsTriedAgain)
+{
+    mModule.reset();
+    mClient.mStarts = false;
+    for (int i = 0; i < 2; ++i)
+        EXPECT_THROW(QzLog::Initializer(), int);
+    mClient.mStarts = true;
+    QzLog::Initializer();
+    EXPECT_THROW(QzLog::GetEpisodeNumber(), QzBase::Message) << "a failed start counts";
 }
 
 TEST_F(KafkaLogTest, AForkedChildPublishesWhateverItsParentIsDoing)
