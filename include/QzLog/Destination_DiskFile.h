@@ -51,7 +51,7 @@ namespace QzLog
 
         /// Sets the size in bytes at which the file rolls over, from the next message on; 2000000 at first. Larger
         /// values count as 2000000000. 0 is no size that a log can have: every message is lost, and each attempt to
-        /// write one rolls the empty file over ten times, which pushes the back-ups out.
+        /// write one rolls the file over ten times, which pushes the back-ups out.
         virtual void SetMaxFileSize(unsigned int maxFileSize) = 0;
         virtual unsigned int GetMaxFileSize() = 0;
 
