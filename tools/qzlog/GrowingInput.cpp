@@ -12,6 +12,7 @@ namespace QzLogTool
         app.add_flag("--follow,-f", mFollows,
                "Goes on with what is added, through roll-overs and whatever happens to the logs, until SIGINT or "
                "SIGTERM")
+            ->option_text(" ")
             ->excludes("--no-backups");
         CLI::Option* const pBrokers =
             app.add_option("--brokers,-b", mBrokers.mBrokers, "Reads the streams that servers publish to Kafka")

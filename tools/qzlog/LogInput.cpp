@@ -12,8 +12,9 @@ namespace QzLogTool
         CLI::Option* const pLogs =
             app.add_option("LOG", mPaths, "Logs; each is read with its back-ups, the oldest first. - is standard input")
                 ->required()
-                ->option_text("LOG...");
-        app.add_flag("--no-backups", mIsWithoutBackups, "Reads the named files alone");
+                ->option_text(" ");
+        // A text of its own keeps the help from listing what excludes what in the column of names.
+        app.add_flag("--no-backups", mIsWithoutBackups, "Reads the named files alone")->option_text(" ");
         return *pLogs;
     }
 

@@ -23,14 +23,14 @@ namespace QzLogTool
 
             void AddOptions(CLI::App& app) override
             {
-                CLI::Option* const attribute = app.add_option("-a,--attribute", mAttributes,
-                    "Mask the values of this attribute, as in XML ( name=\"value\"); can be given several times");
-                app.add_option("-w,--with", mMask, "What stands in place of such a value")->capture_default_str();
+                app.add_option("-a,--attribute", mAttributes,
+                       "Mask the values of this attribute, as in XML ( name=\"value\"); can be given several times")
+                    ->option_text("NAME");
+                app.add_option("-w,--with", mMask, "What stands in place of such a value (***)")->option_text("TEXT");
                 app.add_flag("--http", mHTTP, "Mask the passwords in the JSON body of an HTTP request");
                 app.add_flag("-l,--lines", mByLine,
                     "Mask and write each line at once, for input that goes on; a value of several lines stays "
                     "readable");
-                attribute->type_name("NAME");
             }
 
             ExitCode Run() override

@@ -23,7 +23,9 @@ namespace QzLogTool
                 mFilterOptions.AddTo(app);
                 app.add_option("--slot", mSlot, "Width of the slots of time, such as 10m; as wide as fits without it")
                     ->option_text("SPAN");
-                app.add_option("--top", mTop, "The N most frequent ones in each table (20)")->option_text("N");
+                app.add_option("--top", mTop, "The N most frequent ones in each table (20)")
+                    ->option_text("N")
+                    ->check(CLI::NonNegativeNumber);
                 app.add_flag("--json", mIsJson, "Prints one JSON object, with all names");
             }
 

@@ -28,9 +28,13 @@ namespace QzLogTool
             {
                 mGrowing.AddTo(app, mInput.AddTo(app));
                 mFilterOptions.AddTo(app);
-                CLI::Option* const pTail =
-                    app.add_option("--tail,-n", mTail, "The last N records only")->option_text("N");
-                app.add_option("--head,-m", mHead, "The first N records only")->option_text("N")->excludes(pTail);
+                CLI::Option* const pTail = app.add_option("--tail,-n", mTail, "The last N records only")
+                                               ->option_text("N")
+                                               ->check(CLI::NonNegativeNumber);
+                app.add_option("--head,-m", mHead, "The first N records only")
+                    ->option_text("N")
+                    ->check(CLI::NonNegativeNumber)
+                    ->excludes(pTail);
                 app.add_flag("--count,-c", mCounts, "Prints how many records there are, and not the records");
                 app.add_flag("--quiet,-q", mIsQuiet, "Prints nothing; the exit code tells whether there is one");
                 app.add_flag("--json", mIsJson, "Prints one JSON object a record");
@@ -47,9 +51,9 @@ namespace QzLogTool
                 Output output(&progress);
                 if (!mGrowing.IsAskedFor() && mInput.mPaths.empty())
                     throw Trouble("LOG is required, or --brokers (see --help)");
-                std::uint64_t const count = mGrowing.IsAskedFor()
-                                                ? PrintGrowing(filter, progress, troubles, output)
-                                                : Print(mInput.Open(filter, progress, troubles), filter, output);
+                std::uint64_t const count =
+                    mGrowing.IsAskedFor() ? PrintGrowing(filter, progress, troubles, output)
+                                          : Print(TakeTail(mInput.Open(filter, progress, troubles)), filter, output);
                 if (mCounts && !mIsQuiet)
                     output.Write(std::to_string(count) + '\n');
                 output.Flush();
@@ -71,9 +75,9 @@ namespace QzLogTool
                 };
                 Follower follower(*pSources, wrap, [&](Trouble const& trouble) { troubles.Report(trouble); });
                 if (!mGrowing.mFollows)
-                    return Print(follower.Look(), filter, output);
+                    return Print(TakeTail(follower.Look()), filter, output);
                 EndRequest::Listen();
-                std::uint64_t count = Print(follower.Look(), filter, output);
+                std::uint64_t count = Print(TakeTail(follower.Look()), filter, output);
                 while (count < GetMost() && !EndRequest::IsMade())
                 {
                     output.Flush();
@@ -88,6 +92,14 @@ namespace QzLogTool
                 return mIsQuiet ? 1 : mHead.value_or(std::numeric_limits<std::uint64_t>::max());
             }
 
+            /// For what there is at first; of what comes later nothing is left out.
+            std::unique_ptr<RecordSource> TakeTail(std::unique_ptr<RecordSource> pSource) const
+            {
+                if (!mTail)
+                    return pSource;
+                return std::make_unique<LastRecords>(std::move(pSource), *mTail);
+            }
+
             /// Returns how many records there were.
             /// \param before  how many there were before.
             std::uint64_t Print(std::unique_ptr<RecordSource> pSource, RecordFilter const& filter, Output& output,
@@ -96,9 +108,6 @@ namespace QzLogTool
                 TextPrinter text(output, filter.GetMatcher(), UsesColor(mColor, output.IsTerminal()));
                 JsonPrinter json(output);
                 RecordPrinter& printer = mIsJson ? static_cast<RecordPrinter&>(json) : text;
-                // The last of what there is at first; all that comes later.
-                if (mTail && before == 0)
-                    pSource = std::make_unique<LastRecords>(std::move(pSource), *mTail);
                 std::uint64_t const most = GetMost() - before;
                 std::uint64_t count = 0;
                 Record record;

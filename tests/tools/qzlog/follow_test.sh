@@ -1,5 +1,6 @@
 #!/bin/bash
 # The follower prints what processes write at full speed as `view` prints it when all is over, and ends when told to.
+# With "-n 0" too, which leaves out what there is at first, and here that is nothing.
 # Arguments: qzlog, stress, and how stress writes.
 set -eu
 qzlog=$1 stress=$2
@@ -9,7 +10,7 @@ follower=
 trap '[ -z "$follower" ] || kill $follower 2> /dev/null || true; rm -rf "$folder"' EXIT
 
 log=$folder/kept/stress.log
-"$qzlog" view --follow "$log" > "$folder/followed" 2> "$folder/told" &
+"$qzlog" view --follow -n 0 "$log" > "$folder/followed" 2> "$folder/told" &
 follower=$!
 until [ -s "$folder/told" ]; do sleep 0.02; done
 "$stress" --keep "$folder/kept" "$@" > "$folder/stress" || { cat "$folder/stress"; exit 1; }

@@ -124,7 +124,7 @@ namespace QzLogTool
         if (mRecords != 0)
             output.Write(" from " + FormatMoment(ToLocal(mFirst)) + " to " + FormatMoment(ToLocal(mLast)));
         output.Write(", " + std::to_string(mMissed) + " messages missed, " + std::to_string(mLoose) +
-                     " pieces that no record owns\n");
+                     (mLoose == 1 ? " piece" : " pieces") + " that no record owns\n");
         if (mRecords == 0)
             return;
         PrintCounter(output, "Loggers", mLoggers, width, rows);
