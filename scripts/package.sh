@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Makes the Debian packages below build/package, has lintian look at them, and builds the foreign project of
-# tests/consumer against what they would install, in both ways. Needs no root: the packages are unpacked into a folder.
+# tests/consumer against what they would install, in both ways, and uses the tool. Needs no root: the packages are
+# unpacked into a folder.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -30,3 +31,18 @@ read -ra flags <<<"$flags"
 "${CXX:-c++}" -std=c++20 ../../tests/consumer/main.cpp -o consumer/by_pkg_config "${flags[@]}"
 consumer/by_pkg_config 2>/dev/null
 echo "pkg-config qzlog: built and ran"
+
+# Without its dependency on the library the tool's package would install and not run.
+depends=$(dpkg-deb -f qzlog_*.deb Depends)
+[[ $depends == *libqzlog2-64-* ]] || { echo "qzlog depends on: $depends"; exit 1; }
+qzlog=$root/usr/bin/qzlog
+version=$("$qzlog" --version)
+[ "$version" = "qzlog $(dpkg-deb -f qzlog_*.deb Version | cut -d - -f 1)" ] || { echo "version: $version"; exit 1; }
+rm -f tool.log*
+seq 100 | "$qzlog" write --max-size 4k --backups 4 tool.log
+"$qzlog" check -q tool.log
+[ "$("$qzlog" view -c tool.log)" = 100 ]
+for file in man/man1/qzlog.1.gz bash-completion/completions/qzlog; do
+    [ -s "$root/usr/share/$file" ] || { echo "there is no $file"; exit 1; }
+done
+echo "qzlog: ran"
