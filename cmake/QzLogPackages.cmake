@@ -46,6 +46,8 @@ This package has the headers, and what CMake and pkg-config need.")
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME qzlog)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
+# dpkg-shlibdeps knows no package yet that the library is in, and passes it by without a word.
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION}-1)")
 set(CPACK_COMPONENT_TOOL_DESCRIPTION
 "view, follow, check and write QzLog's log files
 QzLog writes rotating log files that several processes share.

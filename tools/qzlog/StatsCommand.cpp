@@ -4,6 +4,8 @@
 #include "stats/StatsReport.h"
 #include "time/Moments.h"
 
+#include <limits>
+
 namespace QzLogTool
 {
     namespace
@@ -25,7 +27,7 @@ namespace QzLogTool
                     ->option_text("SPAN");
                 app.add_option("--top", mTop, "The N most frequent ones in each table (20)")
                     ->option_text("N")
-                    ->check(CLI::NonNegativeNumber);
+                    ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
                 app.add_flag("--json", mIsJson, "Prints one JSON object, with all names");
             }
 

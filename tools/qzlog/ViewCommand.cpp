@@ -30,10 +30,10 @@ namespace QzLogTool
                 mFilterOptions.AddTo(app);
                 CLI::Option* const pTail = app.add_option("--tail,-n", mTail, "The last N records only")
                                                ->option_text("N")
-                                               ->check(CLI::NonNegativeNumber);
+                                               ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
                 app.add_option("--head,-m", mHead, "The first N records only")
                     ->option_text("N")
-                    ->check(CLI::NonNegativeNumber)
+                    ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()))
                     ->excludes(pTail);
                 app.add_flag("--count,-c", mCounts, "Prints how many records there are, and not the records");
                 app.add_flag("--quiet,-q", mIsQuiet, "Prints nothing; the exit code tells whether there is one");
