@@ -33,21 +33,6 @@ namespace
         Done = -2
     };
 
-    class Catalog final : public Counted<MessageCatalog>
-    {
-    public:
-        QzBase::ReturnString GetMessageString(unsigned int, unsigned short, char const*) override { return {}; }
-
-        QzResource::MessageTemplate const& GetMessageTemplate(
-            unsigned int, unsigned short, char const* context) override
-        {
-            mTemplate.SetText(context ? context : "%1 by %2");
-            return mTemplate;
-        }
-
-        QzResource::MessageTemplate mTemplate;
-    };
-
     struct LogCallTest : testing::Test, Module
     {
         template <class Value>
@@ -142,7 +127,7 @@ TEST_F(LogCallTest, MessageIDsAndStructuredMessagesKeepTheirIDs)
     for (Record const& record : mDestination.mRecords)
         ids.push_back(record.mID);
     EXPECT_EQ(ids, (std::vector<unsigned int>{0, 0xFFFFFFFE, 8, 9}));
-    EXPECT_EQ(mDestination.TakeTexts(), "Message 0x00000000 work 7 work by 7 context message ");
+    EXPECT_EQ(mDestination.TakeTexts(), "Message 0x00000000 work 7 work by 7 %1 by %2context message ");
 }
 
 TEST_F(LogCallTest, OnADisabledRouterNothingIsTouchedButWhatIsThrown)

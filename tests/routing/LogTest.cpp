@@ -10,22 +10,6 @@ using namespace Road;
 
 namespace
 {
-    class Catalog final : public Counted<MessageCatalog>
-    {
-    public:
-        QzBase::ReturnString GetMessageString(unsigned int id, unsigned short, char const* context) override
-        {
-            return QzBase::ReturnString("string " + std::to_string(id) + " " + context);
-        }
-
-        QzResource::MessageTemplate const& GetMessageTemplate(unsigned int, unsigned short, char const*) override
-        {
-            return mTemplate;
-        }
-
-        QzResource::MessageTemplate mTemplate{"template %1-%2"};
-    };
-
     QzResource::MessageFormatter& Values()
     {
         return GetMessageFormatter() << "a" << 7;
@@ -47,12 +31,10 @@ namespace
         {[](Router& r) { LogMessage(r, nullptr, Values(), nullptr, "f", "g", 3); }, "", 0},
         {[](Router& r) { LogMessage4NP(r, "%1", Values(), nullptr, "f", "g", 3); }, "%1", 0},
         {[](Router& r) { LogString(r, 42u, "c", "f", "g", 3); }, "string 42 c", 42, "Message 0x0000002A"},
-        {[](Router& r) { LogMessage(r, ~1u, Values(), "c", "f", "g", 3); }, "template a-7", ~1u,
-            "Message 0xFFFFFFFE a 7"},
-        {[](Router& r) { LogMessage4NP(r, 0u, Values(), "c", "f", "g", 3); }, "template a-7", 0,
-            "Message 0x00000000 a 7"},
+        {[](Router& r) { LogMessage(r, ~1u, Values(), "c", "f", "g", 3); }, "a by 7c", ~1u, "Message 0xFFFFFFFE a 7"},
+        {[](Router& r) { LogMessage4NP(r, 0u, Values(), "c", "f", "g", 3); }, "a by 7c", 0, "Message 0x00000000 a 7"},
         {[](Router& r) { LogMessageAndThrowBaseException(r, "%2<%1", Values(), "c"); }, "7<a", 0, nullptr, -1},
-        {[](Router& r) { LogMessageAndThrowBaseException(r, ~1u, Values(), "c"); }, "template a-7", ~1u,
+        {[](Router& r) { LogMessageAndThrowBaseException(r, ~1u, Values(), "c"); }, "a by 7c", ~1u,
             "Message 0xFFFFFFFE a 7", -2},
         {[](Router& r) { LogStringAndThrowBaseException(r, "5%% %1", nullptr); }, "5%% %1", 0, nullptr, -1},
         {[](Router& r) { LogStringAndThrowBaseException(r, nullptr, nullptr); }, "(null)", 0, nullptr, -1},

@@ -101,6 +101,25 @@ namespace Road
         return *hook;
     }
 
+    /// Shows what it was asked for.
+    class Catalog final : public Counted<MessageCatalog>
+    {
+    public:
+        QzBase::ReturnString GetMessageString(unsigned int id, unsigned short, char const* context) override
+        {
+            return QzBase::ReturnString("string " + std::to_string(id) + " " + context);
+        }
+
+        QzResource::MessageTemplate const& GetMessageTemplate(
+            unsigned int, unsigned short, char const* context) override
+        {
+            mTemplate.SetText((std::string("%1 by %2") + (context ? context : "")).c_str());
+            return mTemplate;
+        }
+
+        QzResource::MessageTemplate mTemplate;
+    };
+
     class Listener final : public Counted<Logger::Callback>
     {
     public:

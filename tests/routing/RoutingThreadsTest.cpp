@@ -38,6 +38,7 @@ namespace
         }
 
         Action mBeforeAnswer, mAfterAdding, mBeforeRemoving, mAfterRemoving;
+        AtEnd mAtEnd;
 
     private:
         static void Run(Action& action)
@@ -117,6 +118,27 @@ TEST_F(RoutingThreadsTest, ADispatcherKeepsItsListenerWhileItStandsAnywhere)
     CountedPtr<Router> const fourth = MakeRouter("E");
     SetDestinations(*mpSlow, {&mDestination});
     EXPECT_TRUE(fourth->mEnabled && !third->mEnabled);
+}
+
+TEST_F(RoutingThreadsTest, AnExchangedDispatcherEndsBehindTheCallThatIsInside)
+{
+    std::string order;
+    mHook.mOnDispatcher = [&](DispatcherPtr& dispatcher)
+    {
+        CountedPtr<SlowDispatcher> const given(new SlowDispatcher("A"));
+        given->mAtEnd = [&order] { order += "end "; };
+        dispatcher = given;
+    };
+    CountedPtr<Router> const router = MakeRouter("A");
+    SetDestinations(*router->GetDispatcher(), {&mDestination});
+    mDestination.mAction = [&]
+    {
+        mHook.mOnDispatcher = mGiveNew;
+        RefreshConfiguration();
+        order += "exchanged ";
+    };
+    Log(*router);
+    EXPECT_EQ(order, "exchanged end ");
 }
 
 TEST_F(RoutingThreadsTest, RoutersAgreeWithTheirDispatchersInTheEnd)
