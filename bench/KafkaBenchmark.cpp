@@ -2,18 +2,17 @@
 // record alone. The broker is librdkafka's mock cluster in this process, on loopback; each case stops short
 // of a full local queue and lets it drain outside the measured time.
 
+#include "support/kafka/MockBroker.h"
+
 #include <QzLog/QzLog.h>
 
 #include <benchmark/benchmark.h>
-#include <librdkafka/rdkafka.h>
-#include <librdkafka/rdkafka_mock.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <string>
-#include <thread>
 
 using namespace QzBase::Literals;
 
@@ -29,31 +28,6 @@ namespace
         std::exit(1);
     }
 
-    class MockBroker
-    {
-    public:
-        MockBroker()
-            : mpHost(rd_kafka_new(RD_KAFKA_PRODUCER, rd_kafka_conf_new(), nullptr, 0)),
-              mpCluster(rd_kafka_mock_cluster_new(mpHost, 1))
-        {
-        }
-
-        MockBroker(MockBroker const&) = delete;
-        MockBroker& operator=(MockBroker const&) = delete;
-
-        ~MockBroker()
-        {
-            rd_kafka_mock_cluster_destroy(mpCluster);
-            rd_kafka_destroy(mpHost);
-        }
-
-        char const* GetAddress() const { return rd_kafka_mock_cluster_bootstraps(mpCluster); }
-
-    private:
-        rd_kafka_t* mpHost;
-        rd_kafka_mock_cluster_t* mpCluster;
-    };
-
     std::map<std::string, std::string> MakeProperties(MockBroker const& broker)
     {
         return {{"bootstrap.servers", broker.GetAddress()}, {"queue.buffering.max.messages", "1000000"},
@@ -62,13 +36,12 @@ namespace
 
     void WaitUntilDelivered()
     {
-        for (int i = 0; i < kDrainMilliseconds; ++i)
-        {
-            KafkaClient::KafkaProducer::Counters const counters = KafkaClient::KafkaProducer::GetCounters();
-            if (counters.mDelivered + counters.mFailed == counters.mAccepted)
-                return;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
+        ComesTrue(
+            []
+            {
+                KafkaClient::KafkaProducer::Counters const counters = KafkaClient::KafkaProducer::GetCounters();
+                return counters.mDelivered + counters.mFailed == counters.mAccepted;
+            });
     }
 
     /// The module, connected to a broker, and the Kafka destination with a file behind it.
@@ -85,13 +58,12 @@ namespace
             QzLog::SetServerInstanceName(u"Engine"_w);
             QzBase::ReturnWString const path = QzBase::UTF8ToWideChar((mFolder + "/fall.log").c_str(), false);
             mpDestination = QzLog::GetDestination_KafkaLog(path.c_str());
-            for (int i = 0; i < kDrainMilliseconds; ++i)
-            {
-                if (KafkaClient::KafkaProducer::GetKafkaProducerStatus() == KafkaClient::KafkaProducer::kStatusUp)
-                    return;
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-            Fail("the broker did not come up");
+            if (!ComesTrue(
+                    [] {
+                        return KafkaClient::KafkaProducer::GetKafkaProducerStatus() ==
+                               KafkaClient::KafkaProducer::kStatusUp;
+                    }))
+                Fail("the broker did not come up");
         }
 
         Setup(Setup const&) = delete;

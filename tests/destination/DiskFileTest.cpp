@@ -404,18 +404,6 @@ TEST_F(DiskFileTest, StampsTheLossLineWithTheThreadsHeader)
     EXPECT_THROW(Write("text"), std::bad_alloc);
 }
 
-TEST_F(DiskFileTest, GoesOverToAnotherPath)
-{
-    Make("a.log");
-    Write("1");
-    mpDestination->SetFilePath(Wide(Path("new/b.log")));
-    Write("2");
-    std::filesystem::remove(In("new/b.log"));
-    mpDestination->SetFilePath(Wide(Path("new/b.log"))); // the present path opens nothing
-    EXPECT_EQ(TakeSnapshot(), (Snapshot{{"a.log", kHead + Record("1")}, {"new", "folder"}}));
-    EXPECT_EQ(Narrow(mpDestination->GetFilePath()), Path("new/b.log"));
-}
-
 TEST_F(DiskFileTest, AForkedChildWritesThroughItsOwnOpenFile)
 {
     // A child that inherited the busy thread's lock would wait for ever, and one that shared the parent's open file

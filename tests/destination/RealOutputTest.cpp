@@ -4,10 +4,9 @@
 #include "os/Calls.h"
 #include "os/EventType.h"
 #include "os/posix/Kernel.h"
+#include "support/ForkedChild.h"
 
 #include <QzBase/Conversions.h>
-
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <fstream>
@@ -18,8 +17,6 @@
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
@@ -31,18 +28,15 @@ namespace
     /// Runs `body` in a child process, with `standardError` as its own unless that is negative; returns how it ended.
     int RunInChild(int standardError, void (*body)())
     {
-        pid_t const child = fork();
-        if (child == 0)
-        {
-            if (standardError >= 0)
-                dup2(standardError, STDERR_FILENO);
-            body();
-            std::fflush(stdout);
-            _exit(testing::Test::HasFailure() ? 1 : 0);
-        }
-        int status = -1;
-        waitpid(child, &status, 0);
-        return status;
+        return ::RunInChild(
+            [=]
+            {
+                if (standardError >= 0)
+                    dup2(standardError, STDERR_FILENO);
+                body();
+                std::fflush(stdout);
+                return testing::Test::HasFailure() ? 1 : 0;
+            });
     }
 
     void Write(std::string const& text)

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <librdkafka/rdkafka.h>
 #include <librdkafka/rdkafka_mock.h>
 
 #include <chrono>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -60,9 +59,10 @@ public:
             isAtEnd = message->err == RD_KAFKA_RESP_ERR__PARTITION_EOF;
             rd_kafka_message_destroy(message);
         }
-        EXPECT_TRUE(isAtEnd) << topic << " was not read to its end";
         rd_kafka_consumer_close(consumer);
         rd_kafka_destroy(consumer);
+        if (!isAtEnd)
+            throw std::runtime_error(topic + " was not read to its end");
         return values;
     }
 

@@ -1,5 +1,6 @@
 // The whole road to Kafka: router, destination, real client, real protocol, and a consumer that knows nothing of them.
 
+#include "filesystem/TemporaryFolder.h"
 #include "os/Calls.h"
 #include "support/kafka/MockBroker.h"
 
@@ -11,11 +12,6 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <map>
 #include <optional>
 
 using namespace QzBase::Literals;
@@ -46,7 +42,7 @@ namespace
         return "Kvel.ReportingEngine.Diag." + computer + ".Engine" + suffix;
     }
 
-    class KafkaStreamTest : public testing::Test
+    class KafkaStreamTest : public QzTest::TemporaryFolder
     {
     protected:
         KafkaStreamTest()
@@ -59,8 +55,6 @@ namespace
                 gToldLosses += line.find(" 1 accepted record") != std::string::npos;
             };
 
-            char folder[] = "/tmp/qzlog-stream-XXXXXX";
-            mFolder = mkdtemp(folder);
             mBroker.CreateTopic(mTopic);
             mBroker.CreateTopic(mSettingsTopic);
         }
@@ -70,7 +64,6 @@ namespace
             End();
             KafkaProducer::Configure({});
             QzOs::gCalls = mCalls;
-            std::filesystem::remove_all(mFolder);
         }
 
         void Start()
@@ -81,7 +74,7 @@ namespace
             QzBase::SetFeatureEnabled(u"KS/SLMS"_w, true);
             QzLog::SetServerInstanceName(u"Engine"_w);
             QzLog::UpdateLogRegistryStr(kSettings);
-            mpKafka = QzLog::GetDestination_KafkaLog(QzBase::UTF8ToWideChar(GetPath().c_str(), false).c_str());
+            mpKafka = QzLog::GetDestination_KafkaLog(WideIn("fall.log"));
             mpKafka->GetDiskFileDestination()->SetMaxFileSize(1'000'000'000);
             mpRouter = QzLog::CreateRouter("Kernel", "Info", QzSynch::kLockStackCategoryDefault);
             mpRouter->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({mpKafka.get()}));
@@ -99,24 +92,17 @@ namespace
             QzLog::LogString(*mpRouter, text.c_str(), nullptr, __FILE__, __func__, __LINE__);
         }
 
-        std::string GetPath() const { return mFolder + "/fall.log"; }
-
-        std::string ReadFile() const
-        {
-            std::ifstream file(GetPath(), std::ios::binary);
-            return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-        }
+        std::string ReadFile() const { return Get("fall.log"); }
 
         bool FileGrows() const
         {
-            auto const before = std::filesystem::file_size(GetPath());
-            return ComesTrue([&] { return std::filesystem::file_size(GetPath()) > before + 10'000; });
+            auto const before = std::filesystem::file_size("fall.log");
+            return ComesTrue([&] { return std::filesystem::file_size("fall.log") > before + 10'000; });
         }
 
         QzOs::Calls const mCalls = QzOs::gCalls;
         std::string const mTopic = MakeTopic("");
         std::string const mSettingsTopic = MakeTopic(".RegtrySettings");
-        std::string mFolder;
         MockBroker mBroker;
         std::optional<QzLog::Initializer> mModule;
         QzBase::CountedPtr<QzLog::Destination_KafkaLog> mpKafka;

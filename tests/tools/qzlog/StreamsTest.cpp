@@ -6,6 +6,8 @@
 #include "Trouble.h"
 #include "reading/Merger.h"
 
+#include <gtest/gtest.h>
+
 #include <limits>
 
 using namespace QzLogTool;
