@@ -38,8 +38,11 @@ namespace QzLogTool
             return;
         mConditions.push_back({pField, values});
         // An empty value has several forms: a "0", or no bracket at all.
-        if (mNeedle.empty() && values.size() == 1 && !values[0].empty())
-            mNeedle = before + values[0] + after;
+        if (values.size() != 1 || values[0].empty())
+            return;
+        mFieldNeedles.push_back(before + values[0] + after);
+        if (mNeedle.empty())
+            mNeedle = mFieldNeedles.back();
     }
 
     bool RecordFilter::IsWanted(Record const& record, RecordSource& source)
@@ -51,6 +54,10 @@ namespace QzLogTool
     {
         if (mConditions.empty() && mMatcher.IsEmpty())
             return true;
+        // Most records that are not wanted are told by this from those that may be, without a look at their fields.
+        auto const isMissing = [&record](std::string const& needle) { return !Contains(record.mText, needle); };
+        if (std::any_of(mFieldNeedles.begin(), mFieldNeedles.end(), isMissing))
+            return false;
         std::string_view const text = WithoutLineEnd(record.mText);
         bool const isOneLine = record.mIsWhole && text.find('\n') == std::string_view::npos;
         if (mConditions.empty() && isOneLine && !mMatcher.MayMatch(text))

@@ -48,6 +48,8 @@ namespace QzLogTool
         FilterOptions const mOptions;
         TextMatcher const mMatcher;
         std::vector<Condition> mConditions;
+        /// Bytes that the first part of every record which meets the conditions holds.
+        std::vector<std::string> mFieldNeedles;
         std::string mNeedle;
         HeaderParser mParser;
     };

@@ -13,11 +13,6 @@ namespace QzLogTool
             return {text.data(), text.size()};
         }
 
-        bool Contains(std::string_view text, std::string const& part)
-        {
-            return memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
-        }
-
         /// An expression that matches each record, header included and line end not, whose message is one line and
         /// matches `expression`: the start of a line is in another place there. Empty when it is not that easy.
         std::string MakeForRecord(std::string const& expression)
@@ -46,6 +41,11 @@ namespace QzLogTool
             options.set_max_mem(std::int64_t{64} << 20);
             return options;
         }
+    }
+
+    bool Contains(std::string_view text, std::string const& part)
+    {
+        return memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
     }
 
     TextMatcher::TextMatcher(

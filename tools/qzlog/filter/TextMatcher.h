@@ -9,6 +9,8 @@
 
 namespace QzLogTool
 {
+    bool Contains(std::string_view text, std::string const& part);
+
     /// Finds fixed texts and regular expressions. RE2 takes time in proportion to the text whatever the expression, and
     /// a bounded stack: logs hold texts of megabytes, from strangers.
     class TextMatcher
