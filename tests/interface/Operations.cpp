@@ -21,22 +21,20 @@ using namespace QzLog;
 
 namespace
 {
+    using namespace QzBase;
+    using namespace QzDataType;
+    using namespace QzResource;
+    using namespace QzSynch;
     using Wide = unsigned short const*;
     using Narrow = char const*;
-    using Category = QzSynch::EnumHvnLockStackCategory;
-    using QzBase::Message;
-    using QzBase::ReturnPtrI;
-    using QzBase::ReturnString;
-    using QzBase::ReturnWString;
-    using QzBase::WideString;
-    using QzDataType::DateTime;
-    using QzResource::MessageFormatter;
+    using Category = EnumHvnLockStackCategory;
 
+    /// Functions and static operations of one type.
     template <class Signature>
-    constexpr Signature* Free(Signature* function)
+    struct Free
     {
-        return function;
-    }
+        Signature* mFunctions[8];
+    };
 
     template <class Signature, class Class>
     constexpr Signature Class::*Member(Signature Class::*operation)
@@ -44,20 +42,18 @@ namespace
         return operation;
     }
 
-    using LogFormatted = void(Router&, Narrow, MessageFormatter&, Narrow, Narrow, Narrow, int);
-    using LogFormattedID = void(Router&, unsigned int, MessageFormatter&, Narrow, Narrow, Narrow, int);
-
-    [[gnu::used]] std::tuple const gRoad(Free<MessageFormatter&()>(&QzLog::GetMessageFormatter),
-        Free<LogFormatted>(&LogMessage), Free<LogFormattedID>(&LogMessage), Free<LogFormatted>(&LogMessage4NP),
-        Free<LogFormattedID>(&LogMessage4NP), Free<void(Router&, Narrow, Narrow, Narrow, Narrow, int)>(&LogString),
-        Free<void(Router&, unsigned int, Narrow, Narrow, Narrow, int)>(&LogString),
-        Free<void(Router&, Narrow, MessageFormatter&, Narrow)>(&LogMessageAndThrowBaseException),
-        Free<void(Router&, unsigned int, MessageFormatter&, Narrow)>(&LogMessageAndThrowBaseException),
-        Free<void(Router&, Narrow, Narrow)>(&LogStringAndThrowBaseException),
-        Free<void(Router&, unsigned int, Narrow)>(&LogStringAndThrowBaseException),
-        Free<ReturnPtrI<Router>(Narrow, Narrow, Category)>(&CreateRouter),
-        Free<ReturnPtrI<Logger>(Narrow, Category)>(&GetLogger), Free<ReturnPtrI<Dispatcher>(Narrow)>(&CreateDispatcher),
-        Free<ReturnPtrI<DestinationCollection>(std::initializer_list<Destination*>)>(&CreateDestinationCollection),
+    [[gnu::used]] std::tuple const gRoad(
+        Free<void(Router&, Narrow, MessageFormatter&, Narrow, Narrow, Narrow, int)>{&LogMessage, &LogMessage4NP},
+        Free<void(Router&, unsigned int, MessageFormatter&, Narrow, Narrow, Narrow, int)>{&LogMessage, &LogMessage4NP},
+        Free<void(Router&, Narrow, Narrow, Narrow, Narrow, int)>{&LogString},
+        Free<void(Router&, unsigned int, Narrow, Narrow, Narrow, int)>{&LogString},
+        Free<void(Router&, Narrow, MessageFormatter&, Narrow)>{&LogMessageAndThrowBaseException},
+        Free<void(Router&, unsigned int, MessageFormatter&, Narrow)>{&LogMessageAndThrowBaseException},
+        Free<void(Router&, Narrow, Narrow)>{&LogStringAndThrowBaseException},
+        Free<void(Router&, unsigned int, Narrow)>{&LogStringAndThrowBaseException},
+        Free<ReturnPtrI<Router>(Narrow, Narrow, Category)>{&CreateRouter},
+        Free<ReturnPtrI<Logger>(Narrow, Category)>{&GetLogger}, Free<ReturnPtrI<Dispatcher>(Narrow)>{&CreateDispatcher},
+        Free<ReturnPtrI<DestinationCollection>(std::initializer_list<Destination*>)>{&CreateDestinationCollection},
         Member<Narrow() const noexcept>(&ScopeGuard::GetScopeName),
         Member<int(int, unsigned short) noexcept>(&ScopeGuard::SetReturnCode),
         Member<unsigned int(unsigned int, unsigned short) noexcept>(&ScopeGuard::SetReturnCode),
@@ -66,52 +62,51 @@ namespace
         Member<ScopeGuard&(ScopeGuard const&) noexcept>(&ScopeGuard::operator=), &Format::Dec, &Format::Hex,
         &Format::WideDec, &Format::WideHex);
 
-    [[gnu::used]] std::tuple const gMessagesAndDestinations(Free<ReturnPtrI<MessageHeader>()>(&CreateMessageHeader),
-        Free<ReturnPtrI<MessageBody>()>(&CreateMessageBody), Member<void()>(&Timestamp_Impl::SetToNowLocal),
+    [[gnu::used]] std::tuple const gMessagesAndDestinations(Free<ReturnPtrI<MessageHeader>()>{&CreateMessageHeader},
+        Free<ReturnPtrI<MessageBody>()>{&CreateMessageBody}, Member<void()>(&Timestamp_Impl::SetToNowLocal),
         Member<ReturnString() const>(&Timestamp_Impl::ToISO8601String),
         Member<unsigned int(Narrow)>(&Timestamp_Impl::FromISO8601String),
         Member<ReturnString(unsigned int, Narrow, Narrow, bool) const>(&Destination_Impl::FormatMultiLineMessageText),
         Member<void(unsigned int const*, unsigned int)>(&Destination_Impl::SetCallstackMessageIDs),
-        Free<ReturnPtrI<Destination_DebugOutput>()>(&GetDestination_DebugOutput),
-        Free<ReturnPtrI<Destination_SystemLog>()>(&GetDestination_SystemLog),
-        Free<ReturnPtrI<Destination_DiskFile>(Wide)>(&GetDestination_DiskFile),
-        Free<ReturnPtrI<Destination_KafkaLog>(Wide)>(&GetDestination_KafkaLog));
+        Free<ReturnPtrI<Destination_DebugOutput>()>{&GetDestination_DebugOutput},
+        Free<ReturnPtrI<Destination_SystemLog>()>{&GetDestination_SystemLog},
+        Free<ReturnPtrI<Destination_DiskFile>(Wide)>{&GetDestination_DiskFile},
+        Free<ReturnPtrI<Destination_KafkaLog>(Wide)>{&GetDestination_KafkaLog});
 
-    using SetWide = void(Wide);
-    [[gnu::used]] std::tuple const gModule(Free<ReturnWString()>(&GetServerInstanceName),
-        Free<SetWide>(&SetServerInstanceName), Free<SetWide>(&UpdateLogRegistryStr), Free<SetWide>(&SetBasePath),
-        Free<void(std::uint64_t)>(&SetEpisodeNumber), Free<std::uint64_t()>(&GetEpisodeNumber),
-        Free<void(ConfigurationHook*)>(&SetConfigurationHook),
-        Free<ReturnPtrI<ConfigurationHook>()>(&GetConfigurationHook), Free<void()>(&RefreshConfiguration),
-        Free<SetWide>(&SetUserIDToThreadContext), Free<SetWide>(&SetSessionIDToThreadContext),
-        Free<SetWide>(&SetObjectIDToThreadContext), Free<ReturnWString()>(&GetObjectIDFromThreadContext),
-        Free<void(std::uint64_t)>(&SetParentThreadIDToThreadContext),
-        Free<std::shared_ptr<ThreadSpecificLogInfo>()>(&GetThreadSpecificLogInfo),
-        Free<void(ThreadSpecificLogInfo const&)>(&SetThreadSpecificLogInfo), Free<void()>(&ClearThreadSpecificLogInfo));
+    [[gnu::used]] std::tuple const gModule(
+        Free<ReturnWString()>{&GetServerInstanceName, &GetObjectIDFromThreadContext, &GetComputerName},
+        Free<void(Wide)>{&SetServerInstanceName, &UpdateLogRegistryStr, &SetBasePath, &SetUserIDToThreadContext,
+            &SetSessionIDToThreadContext, &SetObjectIDToThreadContext},
+        Free<void(std::uint64_t)>{&SetEpisodeNumber, &SetParentThreadIDToThreadContext},
+        Free<std::uint64_t()>{&GetEpisodeNumber}, Free<void(ConfigurationHook*)>{&SetConfigurationHook},
+        Free<ReturnPtrI<ConfigurationHook>()>{&GetConfigurationHook},
+        Free<std::shared_ptr<ThreadSpecificLogInfo>()>{&GetThreadSpecificLogInfo},
+        Free<void(ThreadSpecificLogInfo const&)>{&SetThreadSpecificLogInfo},
+        Free<void()>{&RefreshConfiguration, &ClearThreadSpecificLogInfo, &InitHTTPSensitiveTagVector,
+            &MsgLogTrace::Init, &MsgLogTrace::Destroy, &DeregisterThreadSpecificLogInfoGetter,
+            &DeregisterThreadSpecificLogInfoSetter, &DeregisterThreadSpecificLogInfoUnsetter});
 
-    [[gnu::used]] std::tuple const gMasksAndTraces(Free<ReturnString(Narrow, Narrow, Narrow)>(&ReplaceSensitiveMessage),
-        Free<ReturnString(Wide, Narrow, Narrow)>(&ReplaceSensitiveMessage),
-        Free<ReturnString(Narrow)>(&ReplaceSensitiveMessageInHTTP), Free<void()>(&InitHTTPSensitiveTagVector),
+    [[gnu::used]] std::tuple const gMasksAndTraces(Free<ReturnString(Narrow, Narrow, Narrow)>{&ReplaceSensitiveMessage},
+        Free<ReturnString(Wide, Narrow, Narrow)>{&ReplaceSensitiveMessage},
+        Free<ReturnString(Narrow)>{&ReplaceSensitiveMessageInHTTP},
         Member<void(unsigned long, int, std::int64_t)>(&CmdLogTrace::AddToLogTrace),
-        Member<std::map<int, CmdTraceItem>&(unsigned long)>(&CmdLogTrace::GetCurItem), Free<void()>(&MsgLogTrace::Init),
-        Free<void()>(&MsgLogTrace::Destroy), Free<MsgLogTrace*()>(&MsgLogTrace::getInstance),
-        Free<void(bool)>(&MsgLogTrace::SetMsgLogTrace), Free<bool()>(&MsgLogTrace::IsMsgLogTraceEnabled),
-        Free<long(unsigned long, int, WideString&, int, MsgOpType)>(&MsgLogTrace::SendToLogTrace),
+        Member<std::map<int, CmdTraceItem>&(unsigned long)>(&CmdLogTrace::GetCurItem),
+        Free<MsgLogTrace*()>{&MsgLogTrace::getInstance}, Free<void(bool)>{&MsgLogTrace::SetMsgLogTrace},
+        Free<bool()>{&MsgLogTrace::IsMsgLogTraceEnabled},
+        Free<long(unsigned long, int, WideString&, int, MsgOpType)>{&MsgLogTrace::SendToLogTrace},
         Member<long(unsigned long, int, WideString&, int, MsgOpType)>(&MsgLogTrace::AddToLogTrace),
-        Free<Narrow(int) noexcept>(&GetServerCommandName));
+        Free<Narrow(int) noexcept>{&GetServerCommandName});
 
-    [[gnu::used]] std::tuple const gBase(Free<ReturnWString(Narrow, bool)>(&QzBase::UTF8ToWideChar),
-        Free<ReturnString(Wide, bool)>(&QzBase::WideCharToUTF8),
-        Free<ReturnString(Wide, bool)>(&QzBase::WideCharToASCII), Free<ReturnString(int)>(&QzBase::ToDecimalString),
-        Free<int(Narrow)>(&QzBase::DecimalToInt), Free<unsigned int(Narrow, bool)>(&QzBase::HexToUnsignedInt),
-        Free<unsigned int()>(&QzBase::GetCurrentProcessID), Free<unsigned long()>(&QzBase::GetCurrentThreadID),
-        Free<ReturnWString()>(&QzBase::GetComputerName), Free<unsigned int()>(&QzBase::GetLastError),
-        Free<ReturnWString(unsigned int)>(&QzBase::GetSystemErrorDescription), Free<void(unsigned int)>(&QzBase::Sleep),
-        Free<void(QzBase::_GUID&)>(&QzBase::CreateGUID), Member<ReturnWString() const>(&QzBase::GUID::ToWString),
-        Free<bool(Wide)>(&QzBase::IsFeatureEnabled), Free<void(Wide, bool)>(&QzBase::SetFeatureEnabled),
-        Free<QzBase::CallStack*(QzBase::Buffer*)>(&QzBase::CreateCallStack), &QzBase::UNICODE_BYTE_ORDER_MARK,
-        Free<ReturnString(Message const&, unsigned short)>(&QzBase::FormatMessage),
-        Free<ReturnString(Message const&, Message&, unsigned short, Message::Localizer&)>(&QzBase::FormatMessage),
+    [[gnu::used]] std::tuple const gBase(Free<ReturnWString(Narrow, bool)>{&UTF8ToWideChar},
+        Free<ReturnString(Wide, bool)>{&WideCharToUTF8, &WideCharToASCII}, Free<ReturnString(int)>{&ToDecimalString},
+        Free<int(Narrow)>{&DecimalToInt}, Free<unsigned int(Narrow, bool)>{&HexToUnsignedInt},
+        Free<unsigned int()>{&GetCurrentProcessID, &GetLastError}, Free<unsigned long()>{&GetCurrentThreadID},
+        Free<ReturnWString(unsigned int)>{&GetSystemErrorDescription}, Free<void(unsigned int)>{&Sleep},
+        Free<void(_GUID&)>{&CreateGUID}, Member<ReturnWString() const>(&GUID::ToWString),
+        Free<bool(Wide)>{&IsFeatureEnabled}, Free<void(Wide, bool)>{&SetFeatureEnabled},
+        Free<CallStack*(Buffer*)>{&CreateCallStack}, &UNICODE_BYTE_ORDER_MARK,
+        Free<ReturnString(Message const&, unsigned short)>{&FormatMessage},
+        Free<ReturnString(Message const&, Message&, unsigned short, Message::Localizer&)>{&FormatMessage},
         Member<void(unsigned short, int)>(&Message::SetDomainAndID), Member<void(Wide)>(&Message::SetMessage),
         Member<Wide() const>(&Message::GetMessage), Member<int() const>(&Message::GetID),
         Member<Message&(Wide)>(&Message::operator<<), Member<Message&(unsigned long)>(&Message::operator<<),
@@ -119,50 +114,39 @@ namespace
         Member<void(Message const&)>(&Message::PrependBy),
         Member<Narrow(unsigned short) const>(&Message::GetLocalizedText),
         Member<void(unsigned short, Narrow)>(&Message::SetLocalizedText),
-        Member<Message&() const>(&QzBase::MessageCursor::GetCurrentMessage),
-        Member<Message const&() const>(&QzBase::ConstMessageCursor::GetCurrentMessage),
-        Member<bool(bool)>(&QzBase::ConstMessageCursor::GoToLowerLevelMessage),
-        Member<bool(bool)>(&QzBase::ConstMessageCursor::GoToSameLevelMessage),
-        Member<bool()>(&QzBase::ConstMessageCursor::GoToParent),
-        Member<bool() const>(&QzBase::MessageCursor::LowerLevelMessageIsUnvisited),
-        Member<void() noexcept>(&QzBase::TotalTimer::Timer::Stop));
+        Member<Message&() const>(&MessageCursor::GetCurrentMessage),
+        Member<Message const&() const>(&ConstMessageCursor::GetCurrentMessage),
+        Member<bool(bool)>(&ConstMessageCursor::GoToLowerLevelMessage),
+        Member<bool(bool)>(&ConstMessageCursor::GoToSameLevelMessage), Member<bool()>(&ConstMessageCursor::GoToParent),
+        Member<bool() const>(&MessageCursor::LowerLevelMessageIsUnvisited),
+        Member<void() noexcept>(&TotalTimer::Timer::Stop));
 
     template <class Type>
     using Register = void(std::function<Type>&&);
     using Producer = KafkaClient::KafkaProducer;
-    [[gnu::used]] std::tuple const gOtherSupport(
-        Free<QzSynch::CriticalSection*(Category)>(&QzSynch::CreateCriticalSection),
-        Free<QzSynch::RWLock*(Category)>(&QzSynch::CreateRWLock),
-        Free<QzSynch::ThreadLocalStorage*()>(&QzSynch::CreateThreadLocalStorage),
-        Free<Register<std::shared_ptr<ThreadSpecificLogInfo>()>>(&QzSynch::RegisterThreadSpecificLogInfoGetter),
-        Free<Register<void(ThreadSpecificLogInfo*)>>(&QzSynch::RegisterThreadSpecificLogInfoSetter),
-        Free<Register<void()>>(&QzSynch::RegisterThreadSpecificLogInfoUnsetter),
-        Free<void()>(&QzSynch::DeregisterThreadSpecificLogInfoGetter),
-        Free<void()>(&QzSynch::DeregisterThreadSpecificLogInfoSetter),
-        Free<void()>(&QzSynch::DeregisterThreadSpecificLogInfoUnsetter), Free<DateTime()>(&DateTime::Now),
-        Free<DateTime()>(&DateTime::NowUTC), Member<ReturnString() const>(&DateTime::ToString),
+    [[gnu::used]] std::tuple const gOtherSupport(Free<CriticalSection*(Category)>{&CreateCriticalSection},
+        Free<RWLock*(Category)>{&CreateRWLock}, Free<ThreadLocalStorage*()>{&CreateThreadLocalStorage},
+        Free<Register<std::shared_ptr<ThreadSpecificLogInfo>()>>{&RegisterThreadSpecificLogInfoGetter},
+        Free<Register<void(ThreadSpecificLogInfo*)>>{&RegisterThreadSpecificLogInfoSetter},
+        Free<Register<void()>>{&RegisterThreadSpecificLogInfoUnsetter},
+        Free<DateTime()>{&DateTime::Now, &DateTime::NowUTC}, Member<ReturnString() const>(&DateTime::ToString),
         Member<unsigned int(Narrow)>(&DateTime::FromString),
-        Member<QzDataType::TimeSpan(DateTime const&) const noexcept>(&DateTime::operator-),
-        Member<int() const noexcept>(&QzDataType::TimeSpan::GetTotalSeconds),
-        Free<QzDataType::Binary*(std::size_t, QzBase::Buffer*)>(&QzDataType::CreateBinary),
-        Free<QzDataType::StringCollection*()>(&QzDataType::CreateStringCollection),
-        Free<MessageFormatter&()>(&QzResource::GetMessageFormatter),
-        Free<QzResource::MessageTemplate const&(Narrow)>(&QzResource::GetMessageTemplate),
-        Free<unsigned short()>(&QzResource::GetProcessLanguageID),
-        Free<void(unsigned short)>(&QzResource::SetProcessLanguageID),
-        Free<ReturnPtrI<QzResource::Localizer>()>(&QzResource::GetLocalizer),
-        Free<void(unsigned short, unsigned short, int, Narrow)>(&QzResource::RegisterMessageText),
-        Free<void(MessageFormatter&)>(&QzResource::MessageFormat::Dec),
-        Free<void(MessageFormatter&)>(&QzResource::MessageFormat::Hex),
-        Free<void(MessageFormatter&)>(&QzResource::MessageFormat::WideHex), &QzResource::REST_TAG_PASSWORD,
-        Member<MessageFormatter&(Narrow)>(&MessageFormatter::operator<<),
+        Member<TimeSpan(DateTime const&) const noexcept>(&DateTime::operator-),
+        Member<int() const noexcept>(&TimeSpan::GetTotalSeconds), Free<Binary*(std::size_t, Buffer*)>{&CreateBinary},
+        Free<StringCollection*()>{&CreateStringCollection},
+        Free<MessageFormatter&()>{&QzResource::GetMessageFormatter, &QzLog::GetMessageFormatter},
+        Free<MessageTemplate const&(Narrow)>{&GetMessageTemplate}, Free<unsigned short()>{&GetProcessLanguageID},
+        Free<void(unsigned short)>{&SetProcessLanguageID}, Free<ReturnPtrI<Localizer>()>{&GetLocalizer},
+        Free<void(unsigned short, unsigned short, int, Narrow)>{&RegisterMessageText},
+        Free<void(MessageFormatter&)>{&MessageFormat::Dec, &MessageFormat::Hex, &MessageFormat::WideHex},
+        &REST_TAG_PASSWORD, Member<MessageFormatter&(Narrow)>(&MessageFormatter::operator<<),
         Member<MessageFormatter&(unsigned short)>(&MessageFormatter::operator<<),
         Member<MessageFormatter&(unsigned int)>(&MessageFormatter::operator<<),
         Member<MessageFormatter&(void (*)(MessageFormatter&))>(&MessageFormatter::operator<<),
-        Member<Narrow(QzResource::MessageTemplate const&)>(&MessageFormatter::Format),
-        Free<Producer::EnumKafkaProducerStatus()>(&Producer::GetKafkaProducerStatus),
-        Free<bool(WideString const&, int, std::string const*, QzDataType::Variant const&)>(&Producer::Send),
-        Free<void(std::map<std::string, std::string> const&)>(&Producer::Configure));
+        Member<Narrow(MessageTemplate const&)>(&MessageFormatter::Format),
+        Free<Producer::EnumKafkaProducerStatus()>{&Producer::GetKafkaProducerStatus},
+        Free<bool(WideString const&, int, std::string const*, Variant const&)>{&Producer::Send},
+        Free<void(std::map<std::string, std::string> const&)>{&Producer::Configure});
 
     /// Constructors have no address: this is compiled and linked, and never called.
     struct DiskFile : Destination_DiskFile
@@ -173,8 +157,8 @@ namespace
     };
     [[gnu::used]] void Construct(Router& router, ThreadSpecificLogInfo* info, Shared& shared, DiskFile& file)
     {
-        Initializer const module;
-        Initializer const again(module);
+        QzLog::Initializer const module;
+        QzLog::Initializer const again(module);
         ScopeGuard const narrow(router, Narrow(), Narrow(), static_cast<unsigned short>(1));
         ScopeGuard const wide(router, Wide(), Narrow(), static_cast<unsigned short>(1));
         ScopeGuard const copy(narrow);
@@ -186,37 +170,27 @@ namespace
         shared = static_cast<Shared const&>(shared);
         file = static_cast<DiskFile const&>(file);
         file = static_cast<DiskFile&&>(file);
-        QzDataType::Variant const values[] = {{Wide(), nullptr}, {Narrow(), nullptr}};
-        Message const message(QzBase::MESSAGE_DOMAIN_SERVER, 1, Narrow());
+        Variant const values[] = {{Wide(), nullptr}, {Narrow(), nullptr}};
+        Message const message(MESSAGE_DOMAIN_SERVER, 1, Narrow());
         Message copied(message);
         copied = message;
-        QzBase::ConstMessageCursor const follower(message);
-        QzBase::MessageCursor const leader(copied);
+        ConstMessageCursor const follower(message);
+        MessageCursor const leader(copied);
         [[maybe_unused]] DateTime const times[] = {DateTime(0.0), DateTime(2026, 11, 18, 3, 2, 7, 123, 0, 0)};
         QzSynch::Initializer const synch;
         QzResource::Initializer const resource;
         KafkaClient::Initializer const kafka;
-        throw QzBase::ExceptionImpl<Exception>(static_cast<unsigned short>(1), 1, Narrow());
+        throw ExceptionImpl<Exception>(static_cast<unsigned short>(1), 1, Narrow());
     }
 
-    template <class Interface>
-    constexpr bool kCounted =
-        std::is_abstract_v<Interface>&& std::is_convertible_v<Interface*, QzBase::ReferenceCounted*>;
-    static_assert(kCounted<Router> && kCounted<Logger> && kCounted<Dispatcher> && kCounted<Logger::Callback>);
-    static_assert(kCounted<Dispatcher::Callback> && kCounted<MessageHeader> && kCounted<MessageBody>);
-    static_assert(kCounted<ConfigurationHook> && kCounted<MessageCatalog> && kCounted<DestinationCollection>);
-    static_assert(kCounted<Destination> && kCounted<Destination_DiskFile> && kCounted<Destination_Impl>);
     static_assert(std::is_base_of_v<Message, Exception> && std::is_base_of_v<LogTrace, MsgLogTrace>);
     static_assert(std::is_base_of_v<DateTime, Timestamp> && std::is_base_of_v<Timestamp, Timestamp_Impl>);
 
-    static_assert(
-        std::is_same_v<std::underlying_type_t<Category>, int> && Category(-3) == QzSynch::kLockStackCategoryDefault);
+    static_assert(std::is_same_v<std::underlying_type_t<Category>, int> && Category(-3) == kLockStackCategoryDefault);
     static_assert(sizeof(MsgOpType) == 4 && MsgOpFirst == 0 && MsgOpSecond == 1 && MsgOpThird == 2);
     static_assert(Producer::kStatusUnusable == 0 && Producer::kStatusUp == 1 && Producer::kStatusDown == 3);
 
     // The order of the fields of the structures that users fill in.
-    constexpr CmdTraceItem kCommand{1, 2, INT64_C(3), INT64_C(4), INT64_C(5)};
-    static_assert(kCommand.id == 1 && kCommand.count == 2 && kCommand.minimum == 3 && kCommand.average == 4);
     constexpr MsgTraceItem kMessage{1, 2, 3, 4};
     static_assert(kMessage.firstCount == 1 && kMessage.secondCount == 2 && kMessage.thirdCount == 3);
     using Info = ThreadSpecificLogInfo;

@@ -22,7 +22,7 @@ namespace
 
     /// The slot of an operation of exactly the type Signature in the table of the class that declares it.
     template <class Signature, class Class>
-    std::ptrdiff_t Slot(Signature Class::*operation)
+    std::ptrdiff_t SlotOf(Signature Class::*operation)
     {
         MemberPointer words;
         static_assert(sizeof(words) == sizeof(operation));
@@ -42,13 +42,22 @@ namespace
     constexpr std::ptrdiff_t kCountedSlots = kDestructorSlots + 2;
     constexpr std::ptrdiff_t kDestinationSlots = kCountedSlots + 5;
 
-    template <class... Slots>
-    void ExpectInOrder(char const* name, std::ptrdiff_t first, Slots... slots)
+    void ExpectSlots(char const* name, std::ptrdiff_t first, std::initializer_list<std::ptrdiff_t> slots)
     {
         SCOPED_TRACE(name);
-        for (std::ptrdiff_t const slot : {slots...})
+        for (std::ptrdiff_t const slot : slots)
             EXPECT_EQ(first++, slot);
     }
+
+// The operations of one interface from slot `first` on, each with its exact type.
+#define EXPECT_SLOTS(Interface, first, ...)                                                                            \
+    {                                                                                                                  \
+        using Face = Interface;                                                                                        \
+        ExpectSlots(#Interface, first, {__VA_ARGS__});                                                                 \
+    }
+#define SLOT(name, ...) SlotOf<__VA_ARGS__>(&Face::name)
+#define PROPERTY(name, Type) SLOT(Get##name, Type()), SLOT(Set##name, void(Type))
+#define SET_FIRST(name, Type) SLOT(Set##name, void(Type)), SLOT(Get##name, Type())
 
     struct ProtectedOperations : Destination
     {
@@ -56,120 +65,87 @@ namespace
         using Destination::SetLanguageID;
     };
 
-    using GetText = char const*();
-    using SetText = void(char const*);
-    using GetNumber = unsigned int();
-    using SetNumber = void(unsigned int);
-    using TakeText = void(char const*, unsigned int, char const*, char const*, int);
+    using Text = char const*;
+    using Count = QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>;
+    using QzBase::Message;
+    using QzBase::ReferenceCounted;
+    using QzBase::ReturnPtrI;
+    using QzSynch::ThreadContext;
+    using QzSynch::ThreadLocalStorage;
 }
 
 TEST(VirtualOrder, Support)
 {
-    using Counted = QzBase::ReferenceCounted;
-    using Count = QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>;
-    using Storage = QzSynch::ThreadLocalStorage;
-    ExpectInOrder(
-        "ReferenceCounted", kDestructorSlots, Slot<void()>(&Counted::AddRef), Slot<void()>(&Counted::Release));
-    ExpectInOrder("ReferenceCountedImpl", kCountedSlots, Slot<void()>(&Count::OnLastRelease));
-    ExpectInOrder("ThreadContext", kDestructorSlots, Slot<void()>(&QzSynch::ThreadContext::Delete));
-    ExpectInOrder("ThreadLocalStorage", 0, Slot<void(QzSynch::ThreadContext*)>(&Storage::SetValue),
-        Slot<QzSynch::ThreadContext*() const>(&Storage::GetValue), Slot<void()>(&Storage::Delete));
+    EXPECT_SLOTS(ReferenceCounted, kDestructorSlots, SLOT(AddRef, void()), SLOT(Release, void()));
+    EXPECT_SLOTS(Count, kCountedSlots, SLOT(OnLastRelease, void()));
+    EXPECT_SLOTS(ThreadContext, kDestructorSlots, SLOT(Delete, void()));
+    EXPECT_SLOTS(ThreadLocalStorage, 0, SLOT(SetValue, void(ThreadContext*)), SLOT(GetValue, ThreadContext * () const),
+        SLOT(Delete, void()));
 }
 
 TEST(VirtualOrder, Road)
 {
-    ExpectInOrder("Router", kCountedSlots, Slot<Logger*()>(&Router::GetLogger),
-        Slot<QzBase::ReturnPtrI<Dispatcher>()>(&Router::GetDispatcher),
-        Slot<QzBase::ReturnPtrI<MessageCatalog>()>(&Router::GetMessageCatalog),
-        Slot<void(QzBase::Message&)>(&Router::LogAndUpdateMessage),
-        Slot<void(QzBase::Message const&)>(&Router::LogBaseMessage), Slot<TakeText>(&Router::LogText),
-        Slot<void(char const*, unsigned int, char const*, char const*, int, std::string&)>(&Router::FormatHeaderJson));
-
-    ExpectInOrder("Logger", kCountedSlots, Slot<GetText>(&Logger::GetName),
-        Slot<void(MessageCatalog*)>(&Logger::SetMessageCatalog),
-        Slot<QzBase::ReturnPtrI<MessageCatalog>()>(&Logger::GetMessageCatalog),
-        Slot<void(ConfigurationHook*)>(&Logger::ApplyConfigurationHook),
-        Slot<void(unsigned short, QzBase::Message&)>(&Logger::LogAndUpdateMessage),
-        Slot<void(unsigned short, QzBase::Message const&)>(&Logger::LogBaseMessage),
-        Slot<void(unsigned short, char const*, unsigned int, char const*, char const*, int)>(&Logger::LogText),
-        Slot<Logger::DispatcherCollection*()>(&Logger::GetDispatcherCollection),
-        Slot<void(Logger::Callback*)>(&Logger::AddCallback), Slot<void(Logger::Callback*)>(&Logger::RemoveCallback),
-        Slot<void(unsigned short, char const*, unsigned int, char const*, char const*, int, std::string&)>(
-            &Logger::FormatHeaderJson));
-    ExpectInOrder("Logger::DispatcherCollection", 0,
-        Slot<unsigned short(char const*)>(&Logger::DispatcherCollection::GetDispatcherHandle),
-        Slot<QzBase::ReturnPtrI<Dispatcher>(unsigned short)>(&Logger::DispatcherCollection::GetDispatcher));
-    ExpectInOrder(
-        "Logger::Callback", kCountedSlots, Slot<void(unsigned short)>(&Logger::Callback::OnDispatcherChanged));
-
-    ExpectInOrder("Dispatcher", kCountedSlots, Slot<GetText>(&Dispatcher::GetName),
-        Slot<bool()>(&Dispatcher::HasDestinations),
-        Slot<void(Logger&, QzBase::Message&)>(&Dispatcher::LogAndUpdateMessage),
-        Slot<void(Logger&, QzBase::Message const&)>(&Dispatcher::LogBaseMessage),
-        Slot<void(Logger&, char const*, unsigned int, char const*, char const*, int)>(&Dispatcher::LogText),
-        Slot<void(QzBase::CountedPtr<DestinationCollection> const&)>(&Dispatcher::SetDestinations),
-        Slot<void(Dispatcher::Callback*)>(&Dispatcher::AddCallback),
-        Slot<void(Dispatcher::Callback*)>(&Dispatcher::RemoveCallback),
-        Slot<void(Logger&, char const*, unsigned int, char const*, char const*, int, std::string&)>(
-            &Dispatcher::FormatHeaderJson));
-    ExpectInOrder(
-        "Dispatcher::Callback", kCountedSlots, Slot<void(Dispatcher&)>(&Dispatcher::Callback::OnDestinationsChanged));
-    ExpectInOrder("DestinationCollection", kCountedSlots, Slot<GetNumber>(&DestinationCollection::GetCount),
-        Slot<Destination*(unsigned int)>(&DestinationCollection::GetDestination));
-    ExpectInOrder("MessageCatalog", kCountedSlots,
-        Slot<QzBase::ReturnString(unsigned int, unsigned short, char const*)>(&MessageCatalog::GetMessageString),
-        Slot<QzResource::MessageTemplate const&(unsigned int, unsigned short, char const*)>(
-            &MessageCatalog::GetMessageTemplate));
-    ExpectInOrder("ConfigurationHook", kCountedSlots, Slot<void(Logger*)>(&ConfigurationHook::ConfigureLogger),
-        Slot<void(QzBase::CountedPtr<Dispatcher>&, Logger*)>(&ConfigurationHook::ConfigureDispatcher));
+    EXPECT_SLOTS(Router, kCountedSlots, SLOT(GetLogger, Logger * ()), SLOT(GetDispatcher, ReturnPtrI<Dispatcher>()),
+        SLOT(GetMessageCatalog, ReturnPtrI<MessageCatalog>()), SLOT(LogAndUpdateMessage, void(Message&)),
+        SLOT(LogBaseMessage, void(Message const&)), SLOT(LogText, void(Text, unsigned int, Text, Text, int)),
+        SLOT(FormatHeaderJson, void(Text, unsigned int, Text, Text, int, std::string&)));
+    EXPECT_SLOTS(Logger, kCountedSlots, SLOT(GetName, Text()), SLOT(SetMessageCatalog, void(MessageCatalog*)),
+        SLOT(GetMessageCatalog, ReturnPtrI<MessageCatalog>()), SLOT(ApplyConfigurationHook, void(ConfigurationHook*)),
+        SLOT(LogAndUpdateMessage, void(unsigned short, Message&)),
+        SLOT(LogBaseMessage, void(unsigned short, Message const&)),
+        SLOT(LogText, void(unsigned short, Text, unsigned int, Text, Text, int)),
+        SLOT(GetDispatcherCollection, Logger::DispatcherCollection * ()), SLOT(AddCallback, void(Logger::Callback*)),
+        SLOT(RemoveCallback, void(Logger::Callback*)),
+        SLOT(FormatHeaderJson, void(unsigned short, Text, unsigned int, Text, Text, int, std::string&)));
+    EXPECT_SLOTS(Logger::DispatcherCollection, 0, SLOT(GetDispatcherHandle, unsigned short(Text)),
+        SLOT(GetDispatcher, ReturnPtrI<Dispatcher>(unsigned short)));
+    EXPECT_SLOTS(Logger::Callback, kCountedSlots, SLOT(OnDispatcherChanged, void(unsigned short)));
+    EXPECT_SLOTS(Dispatcher, kCountedSlots, SLOT(GetName, Text()), SLOT(HasDestinations, bool()),
+        SLOT(LogAndUpdateMessage, void(Logger&, Message&)), SLOT(LogBaseMessage, void(Logger&, Message const&)),
+        SLOT(LogText, void(Logger&, Text, unsigned int, Text, Text, int)),
+        SLOT(SetDestinations, void(QzBase::CountedPtr<DestinationCollection> const&)),
+        SLOT(AddCallback, void(Dispatcher::Callback*)), SLOT(RemoveCallback, void(Dispatcher::Callback*)),
+        SLOT(FormatHeaderJson, void(Logger&, Text, unsigned int, Text, Text, int, std::string&)));
+    EXPECT_SLOTS(Dispatcher::Callback, kCountedSlots, SLOT(OnDestinationsChanged, void(Dispatcher&)));
+    EXPECT_SLOTS(DestinationCollection, kCountedSlots, SLOT(GetCount, unsigned int()),
+        SLOT(GetDestination, Destination * (unsigned int)));
+    EXPECT_SLOTS(MessageCatalog, kCountedSlots,
+        SLOT(GetMessageString, QzBase::ReturnString(unsigned int, unsigned short, Text)),
+        SLOT(GetMessageTemplate, QzResource::MessageTemplate const&(unsigned int, unsigned short, Text)));
+    EXPECT_SLOTS(ConfigurationHook, kCountedSlots, SLOT(ConfigureLogger, void(Logger*)),
+        SLOT(ConfigureDispatcher, void(QzBase::CountedPtr<Dispatcher>&, Logger*)));
 }
 
 TEST(VirtualOrder, Destinations)
 {
-    ExpectInOrder("Destination", kCountedSlots, Slot<void(MessageHeader&, MessageBody&)>(&Destination::WriteMessage),
-        Slot<void(char const*, MessageHeader&)>(&Destination::WriteMessage),
-        Slot<void(unsigned int const*, unsigned int)>(&Destination::SetCallstackMessageIDs),
-        Slot<unsigned short() const>(&ProtectedOperations::GetLanguageID),
-        Slot<void(unsigned short)>(&ProtectedOperations::SetLanguageID));
-    ExpectInOrder("Destination_DebugOutput", kDestinationSlots, Slot<SetText>(&Destination_DebugOutput::WriteString));
-    ExpectInOrder("Destination_SystemLog", kDestinationSlots, Slot<SetText>(&Destination_SystemLog::SetEventSource),
-        Slot<void(char const*, unsigned int, unsigned short)>(&Destination_SystemLog::ReportEvent));
-    ExpectInOrder("Destination_DiskFile", kDestinationSlots, Slot<SetNumber>(&Destination_DiskFile::SetMaxFileSize),
-        Slot<GetNumber>(&Destination_DiskFile::GetMaxFileSize), Slot<SetNumber>(&Destination_DiskFile::SetBackupCount),
-        Slot<GetNumber>(&Destination_DiskFile::GetBackupCount),
-        Slot<QzBase::ReturnWString()>(&Destination_DiskFile::GetFilePath));
-    ExpectInOrder("Destination_KafkaLog", kDestinationSlots,
-        Slot<QzBase::ReturnPtrI<Destination_DiskFile>()>(&Destination_KafkaLog::GetDiskFileDestination));
+    EXPECT_SLOTS(ProtectedOperations, kCountedSlots, SLOT(WriteMessage, void(MessageHeader&, MessageBody&)),
+        SLOT(WriteMessage, void(Text, MessageHeader&)),
+        SLOT(SetCallstackMessageIDs, void(unsigned int const*, unsigned int)),
+        SLOT(GetLanguageID, unsigned short() const), SLOT(SetLanguageID, void(unsigned short)));
+    EXPECT_SLOTS(Destination_DebugOutput, kDestinationSlots, SLOT(WriteString, void(Text)));
+    EXPECT_SLOTS(Destination_SystemLog, kDestinationSlots, SLOT(SetEventSource, void(Text)),
+        SLOT(ReportEvent, void(Text, unsigned int, unsigned short)));
+    EXPECT_SLOTS(Destination_DiskFile, kDestinationSlots, SLOT(SetMaxFileSize, void(unsigned int)),
+        SLOT(GetMaxFileSize, unsigned int()), SLOT(SetBackupCount, void(unsigned int)),
+        SLOT(GetBackupCount, unsigned int()), SLOT(GetFilePath, QzBase::ReturnWString()));
+    EXPECT_SLOTS(
+        Destination_KafkaLog, kDestinationSlots, SLOT(GetDiskFileDestination, ReturnPtrI<Destination_DiskFile>()));
 }
 
 TEST(VirtualOrder, Messages)
 {
-    using Header = MessageHeader;
-    ExpectInOrder("MessageHeader", kCountedSlots, Slot<GetText>(&Header::GetHostName),
-        Slot<SetText>(&Header::SetHostName), Slot<GetText>(&Header::GetServerName),
-        Slot<SetText>(&Header::SetServerName), Slot<GetNumber>(&Header::GetProcessID),
-        Slot<SetNumber>(&Header::SetProcessID), Slot<GetText>(&Header::GetProcessIDString),
-        Slot<SetText>(&Header::SetProcessIDString), Slot<GetText>(&Header::GetProcessIDHexString),
-        Slot<SetText>(&Header::SetProcessIDHexString), Slot<GetNumber>(&Header::GetThreadID),
-        Slot<SetNumber>(&Header::SetThreadID), Slot<GetText>(&Header::GetThreadIDString),
-        Slot<SetText>(&Header::SetThreadIDString), Slot<GetText>(&Header::GetThreadIDHexString),
-        Slot<SetText>(&Header::SetThreadIDHexString), Slot<Timestamp const&() const>(&Header::GetTimestamp),
-        Slot<Timestamp&()>(&Header::GetTimestamp), Slot<void(Timestamp const&)>(&Header::SetTimestamp),
-        Slot<void()>(&Header::SetTimestampToNow), Slot<GetText>(&Header::GetTimestampString),
-        Slot<unsigned int(char const*)>(&Header::SetTimestampString), Slot<GetText>(&Header::GetLoggerName),
-        Slot<SetText>(&Header::SetLoggerName), Slot<GetText>(&Header::GetDispatcherName),
-        Slot<SetText>(&Header::SetDispatcherName), Slot<GetNumber>(&Header::GetMessageID),
-        Slot<SetNumber>(&Header::SetMessageID), Slot<GetText>(&Header::GetMessageIDString),
-        Slot<SetText>(&Header::SetMessageIDString), Slot<GetText>(&Header::GetHeaderText),
-        Slot<GetText>(&Header::GetHeaderJSON), Slot<unsigned int(char const*)>(&Header::ParseHeaderText),
-        Slot<SetText>(&Header::SetSourceFile), Slot<GetText>(&Header::GetSourceFile),
-        Slot<SetText>(&Header::SetSourceFunction), Slot<GetText>(&Header::GetSourceFunction),
-        Slot<void(int)>(&Header::SetSourceLine), Slot<int()>(&Header::GetSourceLine), Slot<SetText>(&Header::SetUserID),
-        Slot<GetText>(&Header::GetUserID), Slot<SetText>(&Header::SetSessionID), Slot<GetText>(&Header::GetSessionID),
-        Slot<SetText>(&Header::SetObjectID), Slot<GetText>(&Header::GetObjectID));
-    ExpectInOrder("MessageBody", kCountedSlots, Slot<void(QzBase::Message const&)>(&MessageBody::SetMessage),
-        Slot<QzBase::Message&()>(&MessageBody::GetMessage),
-        Slot<char const*(unsigned short)>(&MessageBody::GetMessageText));
-    ExpectInOrder("LogTrace", kDestructorSlots, Slot<void()>(&LogTrace::CollectLogTrace),
-        Slot<long()>(&LogTrace::PrintAllLogTrace), Slot<void()>(&LogTrace::Clear));
+    EXPECT_SLOTS(MessageHeader, kCountedSlots, PROPERTY(HostName, Text), PROPERTY(ServerName, Text),
+        PROPERTY(ProcessID, unsigned int), PROPERTY(ProcessIDString, Text), PROPERTY(ProcessIDHexString, Text),
+        PROPERTY(ThreadID, unsigned int), PROPERTY(ThreadIDString, Text), PROPERTY(ThreadIDHexString, Text),
+        SLOT(GetTimestamp, Timestamp const&() const), SLOT(GetTimestamp, Timestamp & ()),
+        SLOT(SetTimestamp, void(Timestamp const&)), SLOT(SetTimestampToNow, void()), SLOT(GetTimestampString, Text()),
+        SLOT(SetTimestampString, unsigned int(Text)), PROPERTY(LoggerName, Text), PROPERTY(DispatcherName, Text),
+        PROPERTY(MessageID, unsigned int), PROPERTY(MessageIDString, Text), SLOT(GetHeaderText, Text()),
+        SLOT(GetHeaderJSON, Text()), SLOT(ParseHeaderText, unsigned int(Text)), SET_FIRST(SourceFile, Text),
+        SET_FIRST(SourceFunction, Text), SET_FIRST(SourceLine, int), SET_FIRST(UserID, Text),
+        SET_FIRST(SessionID, Text), SET_FIRST(ObjectID, Text));
+    EXPECT_SLOTS(MessageBody, kCountedSlots, SLOT(SetMessage, void(Message const&)), SLOT(GetMessage, Message & ()),
+        SLOT(GetMessageText, Text(unsigned short)));
+    EXPECT_SLOTS(
+        LogTrace, kDestructorSlots, SLOT(CollectLogTrace, void()), SLOT(PrintAllLogTrace, long()), SLOT(Clear, void()));
 }
