@@ -45,7 +45,7 @@ namespace QzTest
                     return gReal(arguments...);
                 // What closes something has done so also when it fails.
                 using QzOs::Posix::Kernel;
-                if constexpr (kIs<&Kernel::mpClose> || kIs<&Kernel::mpFclose> || kIs<&Kernel::mpClosedir>)
+                if constexpr (kIs<&Kernel::mpClose> || kIs<&Kernel::mpFclose>)
                     gReal(arguments...);
                 errno = gError;
                 if constexpr (std::is_pointer_v<Result>)

@@ -11,22 +11,16 @@ TEST(Paths, CombineInNormalForm)
     using Row = std::array<char const*, 3>; // base, path, result
     std::pair<PathStyle, std::vector<Row>> const styles[] = {
         {WindowsPath,
-            {{R"(C:\logs)", "server.log", R"(C:\logs\server.log)"},
-                {R"(C:\logs\)", R"(a\..\b.log)", R"(C:\logs\b.log)"},
-                {R"(C:\logs)", R"(..\..\..\x.log)", R"(C:\x.log)"}, {R"(C:\logs)", "D:/x/./y.log", R"(D:\x\y.log)"},
-                {R"(C:\logs\sub)", R"(\root.log)", R"(C:\root.log)"},
+            {{R"(C:\logs)", "server.log", R"(C:\logs\server.log)"}, {R"(C:\logs)", R"(..\..\..\x.log)", R"(C:\x.log)"},
+                {R"(C:\logs)", "D:/x/./y.log", R"(D:\x\y.log)"}, {R"(C:\logs\sub)", R"(\root.log)", R"(C:\root.log)"},
                 {R"(\\srv\share\dir)", R"(\x.log)", R"(\\srv\share\x.log)"},
                 {R"(\\srv\share\dir)", R"(..\..\x.log)", R"(\\srv\share\x.log)"},
-                {R"(rel\dir)", "x.log", R"(rel\dir\x.log)"}, {"rel", R"(\x.log)", R"(\x.log)"}, {"", "x.log", "x.log"},
-                {"a/b//c/", "", R"(a\b\c)"}, {R"(a\..)", "", "."}, {"C:", "", R"(C:\)"}, {R"(\)", "", ""},
-                {R"(\\)", "", R"(\\)"}, {"//srv/share/x", "", R"(\\srv\share\x)"}, {R"(C:\x)", "..", R"(C:\)"},
-                {R"(C:\)", "..", R"(C:\)"}, {R"(\\srv\share\..)", "", R"(\\srv\share)"},
-                {R"(\\srv\..\x)", "", R"(\\x)"}, {R"(a\.\b)", "", R"(a\b)"}, {R"(a\..\..\b)", "", R"(..\b)"},
-                {R"(..\..\b)", "", R"(..\..\b)"}, {"", "", ""}, {R"(C:\a\.\b\..\c\)", "", R"(C:\a\c)"},
-                {"/var/log", "../run/x", R"(\var\run\x)"}, {"C:/b", "//x/y", R"(C:\x\y)"}, {"C:/b", "z:/x", R"(z:\x)"},
+                {R"(rel\dir)", "x.log", R"(rel\dir\x.log)"}, {"rel", R"(\x.log)", R"(\x.log)"},
+                {"a/b//c/", "", R"(a\b\c)"}, {R"(a\..)", "", "."}, {"C:", "", R"(C:\)"},
+                {R"(\\srv\share\..)", "", R"(\\srv\share)"}, {R"(a\..\..\b)", "", R"(..\b)"},
+                {"/var/log", "../run/x", R"(\var\run\x)"}, {"C:/b", "//x/y", R"(C:\x\y)"},
                 {"C:/b", R"(\\x)", R"(\\x)"}}},
-        {UnixPath, {{"/a", "/b/./c//d/", "/b/c/d"}, {"/a", "../../b", "/b"}, {"a/b", "../../../c", "../c"},
-                       {"/", "", "/"}, {"/a/..", "", "/"}, {R"(a\b)", R"(\c)", R"(a\b/\c)"}, {"", "", ""}}},
+        {UnixPath, {{"/a", "/b/./c//d/", "/b/c/d"}, {"a/b", "../../../c", "../c"}}},
         {kUnknown, {{"a/b", "c", "a/bc"}, {"/a", "..", "/a.."}}}};
     for (auto const& [style, rows] : styles)
         for (auto const& [base, path, result] : rows)
@@ -39,18 +33,12 @@ TEST(Paths, OneTextInOneTextOut)
 {
     using Operation = QzBase::ReturnWString (*)(unsigned short const*);
     std::tuple<Operation, char const*, char const*> const rows[] = {{GetRootPath, "C:/a", "C:/"},
-        {GetRootPath, R"(\\srv\share\x\y)", R"(\\srv\share)"}, {GetRootPath, R"(\\srv)", R"(\\srv)"},
         {GetRootPath, R"(\\srv\share/x)", R"(\\srv\share/x)"}, {GetDirectoryName, "log.txt", "."},
-        {GetDirectoryName, R"(a/b\c)", "a"}, {GetDirectoryName, R"(\x.log)", ""}, {GetFileName, R"(a/b\c)", R"(b\c)"},
-        {GetFileName, R"(a\b)", "b"}, {GetParentDirectory, R"(C:\a\b\)", R"(C:\a\)"},
-        {GetParentDirectory, R"(C:\)", ""}, {GetParentDirectory, R"(C:\a)", R"(C:\)"}, {GetParentDirectory, "a/b", ""},
-        {GetFileExtension, R"(a.b\c)", R"(b\c)"}, {GetFileExtension, "name.tx t", "tx"},
-        {GetFileExtension, "name.tx\xC2\x85t", "tx"}, {GetFileExtension, "name", ""},
-        {GetFileStem, R"(a.b\c.d.e)", "c.d"}, {GetFileStem, "a/.x", ""},
-        {SlashPathToUNC, "/srv/share", R"(\\srv\share)"}, {SlashPathToUNC, R"(\srv/share)", R"(\srv/share)"},
-        {SlashPathToUNC, "", ""}};
+        {GetDirectoryName, R"(a/b\c)", "a"}, {GetDirectoryName, R"(\x.log)", ""},
+        {GetParentDirectory, R"(C:\a\b\)", R"(C:\a\)"}, {GetFileExtension, R"(a.b\c)", R"(b\c)"},
+        {GetFileExtension, "name.tx\xC2\x85t", "tx"}, {GetFileStem, R"(a.b\c.d.e)", "c.d"},
+        {SlashPathToUNC, "/srv/share", R"(\\srv\share)"}};
     for (auto const& [operation, path, result] : rows)
         EXPECT_EQ(Narrow(operation(Wide(path))), result) << path;
-    for (auto const& [path, name] : {std::pair("a/b\\c", "b\\c"), {"a\\b", "b"}, {"b", "b"}})
-        EXPECT_STREQ(GetFileName(path), name);
+    EXPECT_STREQ(GetFileName("a/b\\c"), "b\\c");
 }
