@@ -11,8 +11,8 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <map>
 #include <random>
-#include <vector>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -61,12 +61,6 @@ namespace
         bool HasFailed() const { return mHasFailed; }
 
     private:
-        struct Child
-        {
-            pid_t mID;
-            unsigned int mProcess;
-        };
-
         void Start()
         {
             std::fflush(nullptr);
@@ -74,37 +68,36 @@ namespace
             if (id == 0)
                 _exit(RunWriter(mSettings, mStarted, mLedger));
             if (id > 0)
-                mRunning.push_back({id, mStarted++});
+                mRunning[id] = mStarted++;
         }
 
-        void Kill() { kill(mRunning[mRandom() % mRunning.size()].mID, SIGKILL); }
+        void Kill()
+        {
+            kill(std::next(mRunning.begin(), static_cast<int>(mRandom() % mRunning.size()))->first, SIGKILL);
+        }
 
         void Reap(int flags)
         {
             int status = 0;
-            pid_t const id = waitpid(-1, &status, flags);
-            for (std::size_t i = 0; i < mRunning.size(); ++i)
-            {
-                if (mRunning[i].mID != id)
-                    continue;
-                bool const wasKilled = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-                mLedger.mProcesses[mRunning[i].mProcess].mWasKilled = wasKilled;
-                mKilled += wasKilled;
-                if (!wasKilled && status != 0)
-                {
-                    std::printf("FAULT: process %u ended with status %d\n", mRunning[i].mProcess, status);
-                    mHasFailed = true;
-                }
-                mRunning.erase(mRunning.begin() + static_cast<std::ptrdiff_t>(i));
+            auto const child = mRunning.find(waitpid(-1, &status, flags));
+            if (child == mRunning.end())
                 return;
+            bool const wasKilled = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+            mLedger.mProcesses[child->second].mWasKilled = wasKilled;
+            mKilled += wasKilled;
+            if (!wasKilled && status != 0)
+            {
+                std::printf("FAULT: process %u ended with status %d\n", child->second, status);
+                mHasFailed = true;
             }
+            mRunning.erase(child);
         }
 
         Options const& mOptions;
         WriterSettings const& mSettings;
         Ledger& mLedger;
         std::mt19937_64 mRandom;
-        std::vector<Child> mRunning;
+        std::map<pid_t, unsigned int> mRunning; // and the number of each
         unsigned int mStarted = 0;
         unsigned int mKilled = 0;
         bool mHasFailed = false;

@@ -13,10 +13,7 @@ property 'compresion.codec'
 'wrong.json' is not usable, nothing of it is in force.
 $topic.RegtrySettings:
 {"basePath":"logs","destinations":{"stream":{"path":"stream.log","type":"kafka"}},"language":"en",
-330 requests, 32 of them failed, and 6 lines that held none
      1  $topic.RegtrySettings
-(RunReport) has failed.
-Database 'ARCHIVEDB' did not answer within 500 ms.
 The server has stopped after 330 requests, 32 of them failed.
 END
 

@@ -115,6 +115,18 @@ namespace
         EXPECT_EQ(Run("qzlog check a.log").mExitCode, 0);
     }
 
+    TEST_F(ReadingTest, FindsAndShowsWhatStandsWhereALongLineIsCut)
+    {
+        std::string line = MakeTime(1) + " [HOST:a][SERVER:b][PID:1][THR:2][c][d][UID:0][SID:0][OID:0] ";
+        line.resize(RecordSplitter::kLargest - 3, 'x');
+        Put("a.log", line + "a\xE2\x82\xAC" + "b\r\n");
+        EXPECT_EQ(Run("qzlog view -c -F 'a\xE2\x82\xAC"
+                      "b' a.log")
+                      .mOutput,
+            "1\n");
+        EXPECT_EQ(Run("qzlog view --json a.log | tail -c 11").mOutput, "a\\u20acb\"}\n");
+    }
+
     /// The parser in place finds what the library finds, and fails where the library fails.
     TEST_F(ReadingTest, ReadsHeadersLikeTheLibrary)
     {
@@ -157,20 +169,17 @@ namespace
             ASSERT_EQ(parser.Parse(record), length != 0);
             if (length == 0)
                 continue;
-            auto const withoutZero = [](char const* id) { return std::string(id) == "0" ? std::string() : id; };
-            HeaderFields const& fields = parser.GetFields();
+            auto const withoutZero = [](char const* id) { return std::string(id) == "0" ? "" : id; };
+            QzLog::MessageHeader& e = *expected;
+            HeaderFields const& f = parser.GetFields();
             EXPECT_EQ(parser.GetLength(), length);
             EXPECT_NE(parser.ReadHeader(), nullptr);
-            EXPECT_EQ(fields.mHost, expected->GetHostName());
-            EXPECT_EQ(fields.mServer, expected->GetServerName());
-            EXPECT_EQ(fields.mProcess, expected->GetProcessIDString());
-            EXPECT_EQ(fields.mThread, expected->GetThreadIDString());
-            EXPECT_EQ(fields.mLogger, expected->GetLoggerName());
-            EXPECT_EQ(fields.mDispatcher, expected->GetDispatcherName());
-            EXPECT_EQ(fields.mMessageID, expected->GetMessageID() ? expected->GetMessageIDString() : "");
-            EXPECT_EQ(fields.mUser, withoutZero(expected->GetUserID()));
-            EXPECT_EQ(fields.mSession, withoutZero(expected->GetSessionID()));
-            EXPECT_EQ(fields.mObject, withoutZero(expected->GetObjectID()));
+            EXPECT_EQ((std::vector{f.mHost, f.mServer, f.mProcess, f.mThread, f.mLogger, f.mDispatcher, f.mMessageID,
+                          f.mUser, f.mSession, f.mObject}),
+                (std::vector<std::string_view>{e.GetHostName(), e.GetServerName(), e.GetProcessIDString(),
+                    e.GetThreadIDString(), e.GetLoggerName(), e.GetDispatcherName(),
+                    e.GetMessageID() ? e.GetMessageIDString() : "", withoutZero(e.GetUserID()),
+                    withoutZero(e.GetSessionID()), withoutZero(e.GetObjectID())}));
         }
     }
 
@@ -182,8 +191,7 @@ namespace
         for (unsigned int const readBefore : {0U, 1U, 2500U, 5000U, kBefore - 1})
         {
             SCOPED_TRACE(readBefore);
-            std::filesystem::remove_all(mFolder);
-            std::filesystem::create_directory(mFolder);
+            Clear();
             auto const log = OpenLog(std::to_string(readBefore) + ".log", 1000000000);
             for (unsigned int i = 0; i < kBefore; ++i)
             {

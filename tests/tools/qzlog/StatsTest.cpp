@@ -14,11 +14,7 @@ namespace
         Write(*log, {.mTime = "2026-11-18 03:20:03.500", .mLogger = "Netz\xC3\xA9", .mMessageID = 42}, "three");
         Write(*log, {.mTime = "2026-11-18 03:00:02.000", .mLogger = "Log", .mDispatcher = "Error"},
             "Missed 17 messages since 2026-11-18 03:00:00.000 due to: disk full");
-        struct
-        {
-            char const* mCommand;
-            char const* mOutput;
-        } const cases[] = {
+        Check({
             {"COLUMNS=40 TZ=EST5 qzlog stats --slot 10m a.log",
                 "4 records from 2026-11-17 22:00:01.000 to 2026-11-17 22:20:03.500, 17 messages missed, "
                 "0 pieces that no record owns\n"
@@ -42,14 +38,7 @@ namespace
                 R"("slot_milliseconds":1000,"slots":[{"records":1,"time":"2026-11-18 03:00:01.000"},)"
                 R"({"records":1,"time":"2026-11-18 03:00:02.000"}]})"
                 "\n"},
-        };
-        for (auto const& testCase : cases)
-        {
-            SCOPED_TRACE(testCase.mCommand);
-            Outcome const outcome = Run(testCase.mCommand);
-            EXPECT_EQ(outcome.mOutput, testCase.mOutput);
-            EXPECT_EQ(outcome.mExitCode, 0);
-        }
+        });
         // 1,202 seconds in at most 40 slots.
         EXPECT_NE(Run("qzlog stats a.log").mOutput.find("in slots of 1 min"), std::string::npos);
         EXPECT_EQ(Run("qzlog stats --top 1 a.log").mOutput.find("Log "), std::string::npos);

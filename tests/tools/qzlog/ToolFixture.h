@@ -1,17 +1,10 @@
 #pragma once
 
+#include "filesystem/TemporaryFolder.h"
+
 #include <QzLog/QzLog.h>
 
-#include <gtest/gtest.h>
-
-#include <sys/wait.h>
-
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 
 namespace QzTest
 {
@@ -37,36 +30,23 @@ namespace QzTest
         std::string mOutput;
     };
 
+    struct CommandCase
+    {
+        char const* mCommand;
+        std::string mOutput;
+        int mExitCode = 0;
+    };
+
     /// Runs the real program on logs that the library writes into a folder of its own.
-    class ToolFixture : public testing::Test
+    class ToolFixture : public TemporaryFolder
     {
     protected:
-        ToolFixture() : mFolder(testing::TempDir() + "qzlog-tool-XXXXXX")
-        {
-            mkdtemp(mFolder.data());
-            setenv("TZ", "UTC", 1);
-        }
-
-        ~ToolFixture() override { std::filesystem::remove_all(mFolder); }
-
-        std::string In(std::string const& name) const { return mFolder + '/' + name; }
-
-        void Put(std::string const& name, std::string const& content) const
-        {
-            std::ofstream(In(name), std::ios::binary) << content;
-        }
-
-        std::string Get(std::string const& name) const
-        {
-            std::ifstream file(In(name), std::ios::binary);
-            return std::string(std::istreambuf_iterator<char>(file), {});
-        }
+        ToolFixture() { setenv("TZ", "UTC", 1); }
 
         /// A log that rolls over at so many bytes and keeps all that a test makes.
         QzBase::CountedPtr<QzLog::Destination_DiskFile> OpenLog(std::string const& name, unsigned int limit) const
         {
-            QzBase::CountedPtr<QzLog::Destination_DiskFile> log(
-                QzLog::GetDestination_DiskFile(QzBase::UTF8ToWideChar(In(name).c_str(), false).c_str()));
+            QzBase::CountedPtr<QzLog::Destination_DiskFile> log(QzLog::GetDestination_DiskFile(WideIn(name)));
             log->SetMaxFileSize(limit);
             log->SetBackupCount(200);
             return log;
@@ -92,7 +72,7 @@ namespace QzTest
         /// In the folder, by a shell; "qzlog" is the tool. The output has what went to standard error too.
         Outcome Run(std::string const& command) const
         {
-            std::string const line = "cd '" + mFolder + "'; qzlog() { '" QZLOG_TOOL "' \"$@\"; }; " + command + " 2>&1";
+            std::string const line = "qzlog() { '" QZLOG_TOOL "' \"$@\"; }; " + command + " 2>&1";
             FILE* const pipe = popen(line.c_str(), "r");
             std::string output;
             char block[4096];
@@ -102,7 +82,18 @@ namespace QzTest
             return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
         }
 
+        template <std::size_t count>
+        void Check(CommandCase const (&cases)[count]) const
+        {
+            for (CommandCase const& each : cases)
+            {
+                SCOPED_TRACE(each.mCommand);
+                Outcome const outcome = Run(std::string("{ ") + each.mCommand + "; }");
+                EXPECT_EQ(outcome.mOutput, each.mOutput);
+                EXPECT_EQ(outcome.mExitCode, each.mExitCode);
+            }
+        }
+
         QzLog::Initializer const mInitializer;
-        std::string mFolder;
     };
 }
