@@ -92,8 +92,7 @@ TEST_F(Files, DirectoriesAndWhatDependsOnTheCurrentOne)
             path == normal ? DescribeFailure("Failed to create directory '" + path + "'.", EEXIST) : "");
     EXPECT_EQ(Catch([] { CreateDirectory(u"file/x/y"_w, true); }),
         DescribeFailure("Failed to create directory 'file'.", EEXIST));
-    for (char const* const path : {"C:\\a\\b", "", "\\"})
-        EXPECT_NE(Catch([&] { CreateDirectory(Wide(path), true); }), "") << path;
+    EXPECT_NE(Catch([] { CreateDirectory(u""_w, true); }), "");
     EXPECT_TRUE(IsDirectory(u"a/b/c"_w));
 }
 
@@ -105,7 +104,7 @@ TEST_F(Files, DeleteFileReportsBothSteps)
     Put("b", "1");
     // Name, directory for temporary files, whether the file goes, which it does also when the first step fails.
     std::tuple<std::string, std::string, bool> const rows[] = {
-        {"a", "tmp", true}, {"a", "tmp", false}, {"folder", "tmp", false}, {"b", "nowhere", true}};
+        {"a", "tmp", true}, {"folder", "tmp", false}, {"b", "nowhere", true}};
     for (auto const& [name, temporary, goes] : rows)
     {
         SetTemporary(In(temporary));

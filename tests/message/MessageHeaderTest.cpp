@@ -29,10 +29,8 @@ namespace
         // Dispatcher, file, function, how the text ends.
         char const* const rows[][4] = {
             {"Error", "/src/a\\Writer", "Flush", "[OID:0][a\\Writer:Flush at line:-2147483647]"},
-            {"Error", "c:\\src\\Writer", "Flush", "[OID:0][Writer:Flush at line:-2147483647]"},
-            {"Error", "dir/", "Flush", "[OID:0][:Flush at line:-2147483647]"},
             {"Error", nullptr, "Flush", "[SID:0][OID:0]"}, {"Error", "Writer", "", "[SID:0][OID:0]"},
-            {"error", "Writer", "Flush", "[SID:0][OID:0]"}, {"Errors", "Writer", "Flush", "[SID:0][OID:0]"}};
+            {"Errors", "Writer", "Flush", "[SID:0][OID:0]"}};
         for (auto const& [dispatcher, file, function, end] : rows)
         {
             HeaderPtr const header = MakeHeader();
@@ -79,11 +77,8 @@ namespace
     TEST(MessageHeader, RebuildsOnlyAfterTimeAndNumbers)
     {
         std::pair<bool, void (*)(Header&)> const rows[] = {{true, [](Header& h) { h.SetProcessID(1); }},
-            {true, [](Header& h) { h.SetProcessIDHexString("1"); }}, {true, [](Header& h) { h.SetThreadID(1); }},
             {true, [](Header& h) { h.SetMessageIDString("2b"); }}, {true, [](Header& h) { h.SetTimestampToNow(); }},
-            {true, [](Header& h) { h.SetTimestamp(h.GetTimestamp()); }},
             {false, [](Header& h) { h.SetProcessID(4242), h.SetThreadID(9876), h.SetMessageID(42); }},
-            {false, [](Header& h) { h.SetProcessIDString("1"), h.SetThreadIDString("1"); }},
             {false, [](Header& h) { h.SetTimestampString("2026-11-18 03:02:07.1"); }}};
         for (auto const& [rebuilds, change] : rows)
         {
@@ -100,9 +95,6 @@ namespace
     TEST(MessageHeader, KeepsNumbersAndTextsInStep)
     {
         HeaderPtr const header(QzLog::CreateMessageHeader());
-        EXPECT_STREQ(header->GetThreadIDHexString(), "0");
-        EXPECT_STREQ(header->GetMessageIDString(), "00000000");
-
         header->SetProcessID(0xFFFFFFFF);
         EXPECT_STREQ(header->GetProcessIDHexString(), "FFFFFFFF");
         header->SetThreadIDString(header->GetProcessIDString());
@@ -111,12 +103,7 @@ namespace
         EXPECT_EQ(header->GetProcessID(), 7u);
         EXPECT_STREQ(header->GetProcessIDString(), " 007x");
         EXPECT_STREQ(header->GetProcessIDHexString(), "7");
-        header->SetThreadIDHexString("0abC");
-        EXPECT_STREQ(header->GetThreadIDString(), "2748");
-        EXPECT_STREQ(header->GetThreadIDHexString(), "ABC");
-
         EXPECT_EQ(header->SetTimestampString("2026-11-18 03:02:07.5+5:3]"), 25u);
-        EXPECT_EQ(header->SetTimestampString("nonsense"), 0u);
         EXPECT_STREQ(header->GetTimestampString(), "2026-11-18 03:02:07.5+5:3");
         header->SetTimestampToNow();
         EXPECT_STRNE(header->GetTimestampString(), "2026-11-18 03:02:07.5+5:3");
@@ -131,13 +118,12 @@ namespace
         // What stands behind the header, how many characters of it are not read, what is.
         std::tuple<std::string, std::size_t, std::string> const rows[] = {{" text", 5, "0||||||0"},
             {"[0x0000002A][UID:0][OID:o] text", 5, "42|0||o|||0"}, {"[SID:s][UID:late]", 10, "0||s||||0"},
-            {"[a/b.cpp:f at line:-7]", 0, "0||||a/b.cpp|f|-7"}, {"[a: \t f\nat\r line: 7]x", 1, "0||||a|f|7"},
-            {"[a:f atline:7]", 0, "0||||a|f|7"}, {"[a]b:f at line:7]x", 15, "0||||a]b|f|7"},
+            {"[a: \t f\nat\r line: 7]x", 1, "0||||a|f|7"}, {"[a]b:f at line:7]x", 15, "0||||a]b|f|7"},
             {"[a:f at line:+99999999999999999999]", 0, "0||||a|f|2147483647"},
             {"[a:f at line:-99999999999999999999]", 0, "0||||a|f|-2147483648"},
             {"[a:f at line:7 and no end", 11, "0||||a|f|7"}, {"[a:f at line:]", 14, "0||||||0"},
             {"[a:f g at line:7]", 17, "0||||||0"}, {"[c:\\a:f at line:7]", 0, "0||||c|\\a:f|7"},
-            {"[:f at line:7]", 14, "0||||||0"}, {"[" + file255 + ":f at line:7]", 0, "0||||" + file255 + "|f|7"},
+            {"[" + file255 + ":f at line:7]", 0, "0||||" + file255 + "|f|7"},
             {"[f" + file255 + ":f at line:7]", 270, "0||||||0"},
             {"[a:" + function127 + " at line:7]", 0, "0||||a|" + function127 + "|7"},
             {"[a:g" + function127 + " at line:7]", 142, "0||||||0"}};
@@ -154,8 +140,7 @@ namespace
 
     TEST(MessageHeader, RefusesWhatIsNoHeader)
     {
-        std::vector<std::string> rows{
-            kBare + "[0x2A", kBare + "[UID:alice", kBare + "[SID:", kBare + "[OID:", ' ' + kBare};
+        std::vector<std::string> rows{kBare + "[0x2A", kBare + "[UID:alice", ' ' + kBare};
         for (std::size_t length = 0; length < kBare.size(); ++length)
             rows.push_back(kBare.substr(0, length));
         for (std::string const& text : rows)

@@ -28,8 +28,8 @@ TEST(Localizer, FindsTextsByLanguageDomainAndID)
 
     std::tuple<unsigned short, unsigned short, int, char const*> const rows[] = {{kEnglish, 7, -1, "English %1"},
         {kGerman, 7, -1, "Deutsch %1"}, {0, 7, -1, "Deutsch %1"}, {kGerman, 7, 5, ""},
-        {kGerman, 8, 1, "of the process language"}, {kEnglish, 8, 1, nullptr}, {kEnglish, 7, 5, nullptr},
-        {kEnglish, 6, -1, nullptr}, {kEnglish, 7, 1, nullptr}};
+        {kGerman, 8, 1, "of the process language"}, {kEnglish, 8, 1, nullptr}, {kEnglish, 6, -1, nullptr},
+        {kEnglish, 7, 1, nullptr}};
     for (auto const& [language, domain, id, text] : rows)
         EXPECT_STREQ(localizer->FindText(language, domain, id), text) << language << ' ' << domain << ' ' << id;
     QzResource::SetProcessLanguageID(kEnglish);
