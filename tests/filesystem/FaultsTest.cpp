@@ -1,10 +1,7 @@
 #include "filesystem/KernelFaults.h"
 #include "filesystem/TemporaryFolder.h"
 
-#include "filesystem/CopyFile.h"
 #include "filesystem/Directories.h"
-#include "filesystem/File.h"
-#include "filesystem/FileGuards.h"
 #include "filesystem/FileLocks.h"
 #include "filesystem/FileObjects.h"
 #include "filesystem/FileQueries.h"
@@ -38,15 +35,13 @@ namespace
     }
 
     using K = Kernel;
-    // Reading from streams is not among them: a stream remembers its failures itself.
     std::vector<Entry> const kEntries = {Make<&K::mpOpen>("Open"), Make<&K::mpClose>("Close"), Make<&K::mpRead>("Read"),
         Make<&K::mpWrite>("Write"), Make<&K::mpFlock>("Flock"), Make<&K::mpFtruncate>("Ftruncate"),
         Make<&K::mpFsync>("Fsync"), Make<&K::mpFdatasync>("Fdatasync"), Make<&K::mpLseek>("Lseek"),
         Make<&K::mpStat>("Stat"), Make<&K::mpLstat>("Lstat"), Make<&K::mpFstat>("Fstat"), Make<&K::mpFchmod>("Fchmod"),
         Make<&K::mpFchown>("Fchown"), Make<&K::mpFutimens>("Futimens"), Make<&K::mpRename>("Rename"),
         Make<&K::mpUnlink>("Unlink"), Make<&K::mpMkostemp>("Mkostemp"), Make<&K::mpMkdir>("Mkdir"),
-        Make<&K::mpFdopen>("Fdopen"), Make<&K::mpFwrite>("Fwrite"), Make<&K::mpFflush>("Fflush"),
-        Make<&K::mpFclose>("Fclose"), Make<&K::mpGetrlimit>("Getrlimit"), Make<&K::mpSigaction>("Sigaction")};
+        Make<&K::mpGetrlimit>("Getrlimit"), Make<&K::mpSigaction>("Sigaction")};
     /// The first ones are taken up again after a signal.
     constexpr std::size_t kInterruptible = 8;
 
@@ -61,7 +56,7 @@ namespace
         std::set<std::string> mGetsOver = {};
     };
 
-    std::set<std::string> const kAllGetOver = {"Close", "Fclose", "Getrlimit", "Sigaction"};
+    std::set<std::string> const kAllGetOver = {"Close", "Getrlimit", "Sigaction"};
 
     void ThrowReport(std::function<bool(QzBase::Message* err)> const& operation)
     {
@@ -100,8 +95,6 @@ namespace
         file->Close();
     }
 
-    constexpr char kOpening[] = "File::OpenDescriptor: ::CreateFileW failed for ";
-
     Operation const kOperations[] = {
         {"object", UseObject,
             {"UpdateableFileImpl::UpdateableFileImpl: ::CreateFileW failed for 'file'.", "Failed to lock file 'file'.",
@@ -111,11 +104,6 @@ namespace
                 "Failed to truncate file 'file'.", "Failed to flush file 'file'.",
                 "Failed to close handle of file 'file'."},
             true, {"Stat"}},
-        {"copy", [] { CopyFile(u"file"_w, u"other"_w); },
-            {kOpening + "'file'."s, kOpening + "'other'."s, "File::OpenStream: ::_fdopen failed for 'file'.",
-                "File::OpenStream: ::_fdopen failed for 'other'.", "File::Write: Failed.",
-                "File::Flush: ::fflush failed."},
-            true},
         {"move", [] { MoveFile(u"file"_w, u"new"_w); }, {"Failed to move file 'file' to 'new'."}},
         {"move across", MoveAcross, {"Failed to move file 'file' to 'other'."}},
         {"delete", [] { ThrowReport([](auto* err) { return DeleteFile(u"file"_w, err); }); },

@@ -48,7 +48,7 @@ TEST_F(Files, AnyNameOfTheSystemGoesBackToItself)
     }
 }
 
-TEST_F(Files, SizeTimeAndAttributes)
+TEST_F(Files, SizeAndTime)
 {
     WideText const file = u"file"_w;
     Put("file", "");
@@ -60,10 +60,6 @@ TEST_F(Files, SizeTimeAndAttributes)
     QzDataType::DateTime time(0.0);
     GetLastModifiedTime(file, time);
     EXPECT_STREQ(time.ToString().c_str(), "1969-12-31 23:59:58.999");
-    Put("other", "");
-    chmod("file", 0444);
-    EXPECT_EQ(CopyFileAttributes(file, u"other"_w, nullptr), 1);
-    EXPECT_FALSE(IsWriteable(u"other"_w));
 }
 
 TEST_F(Files, FindFilesMatchesTheLastComponent)

@@ -32,9 +32,7 @@ namespace QzTest
     private:
         using Entry = std::remove_reference_t<decltype(QzOs::Posix::gKernel.*entry)>;
 
-        template <auto other>
-        static constexpr bool kIs = std::is_same_v<std::integral_constant<decltype(entry), entry>,
-            std::integral_constant<decltype(other), other>>;
+        using Closing = std::integral_constant<decltype(&QzOs::Posix::Kernel::mpClose), &QzOs::Posix::Kernel::mpClose>;
 
         template <class Result, class... Arguments>
         static Entry MakeWatching(Result (*)(Arguments...))
@@ -44,8 +42,7 @@ namespace QzTest
                 if (gCount++ != gSkip || gError == 0)
                     return gReal(arguments...);
                 // What closes something has done so also when it fails.
-                using QzOs::Posix::Kernel;
-                if constexpr (kIs<&Kernel::mpClose> || kIs<&Kernel::mpFclose>)
+                if constexpr (std::is_same_v<std::integral_constant<decltype(entry), entry>, Closing>)
                     gReal(arguments...);
                 errno = gError;
                 if constexpr (std::is_pointer_v<Result>)
