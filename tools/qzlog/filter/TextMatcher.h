@@ -9,6 +9,7 @@
 
 namespace QzLogTool
 {
+    /// Bytes are compared; every text has the empty part in it.
     bool Contains(std::string_view text, std::string const& part);
 
     /// Finds fixed texts and regular expressions. RE2 takes time in proportion to the text whatever the expression, and
