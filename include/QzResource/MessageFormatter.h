@@ -27,6 +27,8 @@ namespace QzResource
         std::string mText;
     };
 
+    class FormatterRing;
+
     /// Takes the values for one message, in order, and puts them into a template. GetMessageFormatter
     /// gives each caller an empty one of its own. Used by one thread. Insertions throw std::bad_alloc, and
     /// then insert nothing. A zero byte that is inserted ends the formatted text for its reader.
@@ -75,8 +77,8 @@ namespace QzResource
         /// Puts the inserted values into the template in one pass (a value's own "%2" stays as it is; a
         /// number without a value stays as it stands) and empties the formatter, also when it throws
         /// std::bad_alloc.
-        /// \return  UTF-8 text, valid until the formatter is used again; GetMessageFormatter comes back
-        ///          to the same formatter after 16 calls on a thread.
+        /// \return  UTF-8 text, valid until the formatter is used again. GetMessageFormatter leaves it alone
+        ///          until 16 more texts have been formatted on the thread.
         char const* Format(MessageTemplate const& messageTemplate);
 
         /// How many values have been inserted since the formatter was empty.
@@ -87,6 +89,7 @@ namespace QzResource
 
     private:
         friend struct MessageFormat;
+        friend class FormatterRing;
 
         enum class NumberForm : unsigned char
         {
@@ -101,7 +104,10 @@ namespace QzResource
         std::vector<std::size_t> mEnds;
         std::string mResult;
         NumberForm mNumberForm = NumberForm::Decimal;
+        /// Where it goes back to once it has been formatted; null for one that the user made.
+        FormatterRing* mpRing = nullptr;
 
+        bool IsEmpty() const noexcept { return mEnds.empty() && mNumberForm == NumberForm::Decimal; }
         MessageFormatter& InsertText(char const* text, std::size_t length);
         MessageFormatter& InsertSigned(long long value, unsigned int bits);
         MessageFormatter& InsertUnsigned(unsigned long long value);
@@ -120,10 +126,11 @@ namespace QzResource
         static void WideHex(MessageFormatter& formatter);
     };
 
-    /// An empty formatter out of the calling thread's ring of 16. Each call gives another one, so values
-    /// left behind by a call that logged nothing never reach a later message, and code that logs while
-    /// a caller's arguments are evaluated does not take the caller's half-filled formatter. It lives as
-    /// long as the thread and must not be handed to another. Throws std::bad_alloc on a thread's first use.
+    /// An empty formatter of the calling thread, which is its caller's own until it is formatted: code that logs
+    /// while the caller's arguments are evaluated, however much, gets others, and values left behind by a call that
+    /// logged nothing never reach a later message. Only when 16 others have been taken since and not been formatted
+    /// is it cleared and handed out again. It lives as long as the thread and must not be handed to another. Throws
+    /// std::bad_alloc on a thread's first use.
     QZLOG_API MessageFormatter& GetMessageFormatter();
 
     /// The template for a UTF-8 text (copied; null counts as empty), out of a ring of 16 of the calling

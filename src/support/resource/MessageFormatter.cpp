@@ -3,6 +3,7 @@
 #include "os/Unicode.h"
 #include "support/base/Ascii.h"
 #include "support/base/TemplateText.h"
+#include "support/resource/FormatterRing.h"
 #include "support/resource/KeptMemory.h"
 
 #include <charconv>
@@ -129,7 +130,12 @@ namespace QzResource
         struct ClearAtEnd
         {
             MessageFormatter& mFormatter;
-            ~ClearAtEnd() { mFormatter.Clear(); }
+            ~ClearAtEnd()
+            {
+                mFormatter.Clear();
+                if (mFormatter.mpRing)
+                    mFormatter.mpRing->GiveBack(mFormatter);
+            }
         } const clearAtEnd{*this};
 
         EmptyAndKeepMemory(mResult);

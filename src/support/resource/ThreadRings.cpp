@@ -1,6 +1,7 @@
 #include <QzResource/MessageFormatter.h>
 #include <QzSynch/ThreadLocalStorage.h>
 
+#include "support/resource/FormatterRing.h"
 #include "support/resource/ThreadRings.h"
 
 #include <array>
@@ -12,18 +13,17 @@ namespace QzResource
     {
         constexpr std::size_t kRingSize = 16;
 
-        template <class Item>
-        class Ring
+        class TemplateRing
         {
         public:
-            Item& GetNext() noexcept
+            MessageTemplate& GetNext() noexcept
             {
                 mLast = (mLast + 1) % kRingSize;
                 return mItems[mLast];
             }
 
         private:
-            std::array<Item, kRingSize> mItems;
+            std::array<MessageTemplate, kRingSize> mItems;
             std::size_t mLast = 0;
         };
 
@@ -33,8 +33,8 @@ namespace QzResource
         {
             void Delete() override { delete this; }
 
-            Ring<MessageFormatter> mFormatters;
-            Ring<MessageTemplate> mTemplates;
+            FormatterRing mFormatters;
+            TemplateRing mTemplates;
         };
 
         // Never ended: static objects and detached threads may log until the process is gone.
@@ -62,9 +62,7 @@ namespace QzResource
 
     MessageFormatter& GetMessageFormatter()
     {
-        MessageFormatter& formatter = GetThreadRings().mFormatters.GetNext();
-        formatter.Clear();
-        return formatter;
+        return GetThreadRings().mFormatters.Take();
     }
 
     MessageTemplate const& GetMessageTemplate(char const* utf8Text)

@@ -63,17 +63,34 @@ TEST(MessageFormatter, WritesNumbersInTheFormsOfTheirWidth)
     EXPECT_STREQ(formatter.Format(GetMessageTemplate("%1 %2 %3 %4 %5")), "0.1 40 1e+300 -0 0.3333333432674408");
 }
 
-TEST(MessageFormatter, IsEmptyAndOnesOwnOutOfTheRing)
+TEST(MessageFormatter, IsOnesOwnUntilItIsFormatted)
 {
-    std::set<MessageFormatter*> formatters;
-    for (int i = 0; i < 16; ++i)
+    MessageFormatter& justTaken = GetMessageFormatter();
+    MessageFormatter& filledAgain = GetMessageFormatter();
+    filledAgain.Format(GetMessageTemplate(""));
+    MessageFormatter* const kept[] = {&(GetMessageFormatter() << "first"),
+        &(GetMessageFormatter() << MessageFormat::Hex), &(filledAgain << "again"), &justTaken};
+    std::set<MessageFormatter*> formatters(std::begin(kept), std::end(kept));
+    for (int line = 0; line < 100; ++line)
     {
-        MessageFormatter& formatter = GetMessageFormatter();
-        EXPECT_TRUE(formatters.insert(&formatter).second);
-        formatter << MessageFormat::Hex << "left behind by a call that logged nothing";
+        char const* const text = (GetMessageFormatter() << "text" << line).Format(GetMessageTemplate("%1 %2"));
+        for (int nested = 0; nested < 16; ++nested)
+            (GetMessageFormatter() << nested).Format(GetMessageTemplate("nested %1"));
+        ASSERT_EQ(text, "text " + std::to_string(line));
     }
-    MessageFormatter& again = GetMessageFormatter();
-    EXPECT_TRUE(formatters.contains(&again));
+    // Not formatted either, by calls that log nothing: only too many of them get a formatter that is in use.
+    for (int i = 0; i < 12; ++i)
+        EXPECT_TRUE(formatters.insert(&(GetMessageFormatter() << MessageFormat::Hex << "left behind")).second);
+    std::string texts;
+    for (MessageFormatter* const formatter : kept)
+        texts += (*formatter << 16).Format(GetMessageTemplate("%1 %2, "));
+    EXPECT_EQ(texts, "first 16, 10 %2, again 16, 16 %2, ");
+
+    for (int i = 0; i < 64; ++i)
+    {
+        EXPECT_EQ(GetMessageFormatter().GetValueCount(), 0u);
+        GetMessageFormatter() << MessageFormat::Hex << "left behind";
+    }
+    EXPECT_STREQ((GetMessageFormatter() << 16).Format(GetMessageTemplate("%1 %2")), "16 %2");
     std::thread([&] { EXPECT_FALSE(formatters.contains(&GetMessageFormatter())); }).join();
-    EXPECT_STREQ((again << 16).Format(GetMessageTemplate("%1 %2")), "16 %2");
 }
