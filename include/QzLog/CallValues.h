@@ -135,21 +135,44 @@ namespace QzLog::CallDetails
             InsertFloating(formatter, value);
         else if constexpr (IsManipulator<T> || (std::is_arithmetic_v<T> && !IsForeignCharacter<T>))
             formatter << value;
-        else if constexpr (IsFunction<T>)
-            InsertValue<std::decay_t<decltype(value())>>(formatter, value());
         else
             InsertObject(formatter, value);
     }
 
-    /// A formatter with the values of one call in it. Not inlined: what only an enabled call needs stays out of the
-    /// caller, and is out of the call stack before the front end is called. Leaves errno as it found it.
+    template <class T>
+    concept IsCalled = IsFunction<T> && !HasInsertion<T>;
+
+    /// The value itself, or what the function returns.
+    template <class T>
+    decltype(auto) Evaluate(T const& value)
+    {
+        if constexpr (IsCalled<T>)
+            return value();
+        else
+            return (value);
+    }
+
+    /// A formatter with values in it.
+    struct FilledFormatter
+    {
+        template <class... Values>
+        explicit FilledFormatter(Values const&... values) : mFormatter(QzResource::GetMessageFormatter())
+        {
+            (InsertValue<std::decay_t<Values>>(mFormatter, values), ...);
+        }
+
+        MessageFormatter& mFormatter;
+    };
+
+    /// A formatter with the values of one call in it. Functions run in their order, and before the formatter is
+    /// taken: they may log. Not inlined: what only an enabled call needs stays out of the caller, and is out of the
+    /// call stack before the front end is called. Leaves errno as it found it.
     template <class... Passed>
     [[gnu::noinline]] MessageFormatter& Collect(Passed... values)
     {
         int const keptErrno = errno;
-        MessageFormatter& formatter = QzResource::GetMessageFormatter();
-        (InsertValue<std::remove_cvref_t<Passed>>(formatter, values), ...);
+        FilledFormatter const filled{Evaluate<std::remove_cvref_t<Passed>>(values)...};
         errno = keptErrno;
-        return formatter;
+        return filled.mFormatter;
     }
 }

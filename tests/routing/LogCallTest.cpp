@@ -83,6 +83,20 @@ TEST_F(LogCallTest, EveryKindOfValueHasItsText)
     EXPECT_EQ(mDestination.TakeTexts(), "FF 0xFFFFFFFE 255 ");
 }
 
+TEST_F(LogCallTest, FunctionsMayLogWhileTheirCallIsMade)
+{
+    auto const logAndReturn = [&](int value)
+    {
+        QzLog::Log(mRouter, "%1", "nested");
+        for (int i = 0; i < 40; ++i)
+            GetMessageFormatter() << "left behind";
+        return value;
+    };
+    QzLog::Log(
+        mRouter, "%1 %2 %3", 1, [&] { return logAndReturn(2); }, [&] { return logAndReturn(3); });
+    EXPECT_EQ(mDestination.TakeTexts(), "nested nested 1 2 3 ");
+}
+
 TEST_F(LogCallTest, TemplatesAreCheckedAgainstTheirValues)
 {
     static_assert(FindFault("100 % of %%1", 0) == TemplateFault::None);
