@@ -47,8 +47,8 @@ namespace QzOs
         CreateAlways
     };
 
-    /// Opens a file at position 0, shared with everybody and closed on exec. A new one gets the permissions
-    /// that the process gives new files. A directory fails.
+    /// Opens a file at position 0, shared with everybody and closed on exec, never as one of the standard streams. A
+    /// new one gets the permissions that the process gives new files. A directory fails.
     Error OpenFile(unsigned short const* path, Access access, Creation creation, FileHandle& handle);
 
     /// Opens what is open under `handle` once more, at the same position but as an open file of its own, also

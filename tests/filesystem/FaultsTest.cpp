@@ -204,6 +204,33 @@ TEST_F(Faults, InEveryCall)
         Walk(operation);
 }
 
+// Neither with all three closed, nor with one that the program closes while a file is being opened.
+TEST_F(Faults, NoFileGetsAStandardDescriptor)
+{
+    Prepare();
+    ExpectInChild(
+        []
+        {
+            close_range(0, 2, 0);
+            static int gLowest = INT_MAX;
+            static auto const note = [](int opened) { return gLowest = std::min(gLowest, opened), opened; };
+            gKernel.mpOpen = [](char const* path, int flags, mode_t mode) { return note(open(path, flags, mode)); };
+            gKernel.mpMkostemp = [](char* path, int flags) { return note(mkostemp(path, flags)); };
+            for (Operation const& operation : kOperations)
+                Catch(operation.mAction);
+            std::unique_ptr<QzDataType::StringCollection> const names(FindFiles(u"*"_w));
+            CreateTemporaryFile(u"new"_w);
+            gKernel.mpOpen = [](char const* path, int flags, mode_t mode)
+            {
+                close(STDERR_FILENO);
+                return open(path, flags, mode);
+            };
+            auto const file = CreateUpdateableFile(u"file"_w, KeepOnClose);
+            auto const isFree = [](int descriptor) { return fcntl(descriptor, F_GETFD) == -1; };
+            return gLowest > STDERR_FILENO && isFree(0) && isFree(1) && isFree(2);
+        });
+}
+
 // By a process that may not give the file's owner to another file, onto a disk that takes a few bytes at a time.
 TEST_F(Faults, AMoveAcrossKeepsTheContentAndItsTime)
 {

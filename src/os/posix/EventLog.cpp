@@ -6,6 +6,7 @@
 #include "os/Unicode.h"
 #include "os/posix/Kernel.h"
 #include "os/posix/SignalBlock.h"
+#include "os/posix/StandardDescriptors.h"
 
 #include <cerrno>
 #include <chrono>
@@ -131,7 +132,7 @@ namespace QzOs::Posix
 
         void SendToSyslog(Source const& source, int priority, std::string const& text)
         {
-            int const descriptor = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+            int const descriptor = OpenAboveStandard([] { return ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0); });
             if (descriptor < 0)
                 return;
             sockaddr_un address = {};

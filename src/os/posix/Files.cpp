@@ -5,6 +5,7 @@
 #include "os/posix/FilesNames.h"
 #include "os/posix/FilesSizeLimit.h"
 #include "os/posix/Kernel.h"
+#include "os/posix/StandardDescriptors.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -61,7 +62,8 @@ namespace QzOs
 
         Error Open(char const* path, int flags, FileHandle& handle)
         {
-            handle = RetryOnSignal([&] { return gKernel.mpOpen(path, flags | O_CLOEXEC | O_NOCTTY, kNewFileMode); });
+            handle = Posix::OpenAboveStandard(
+                [&] { return gKernel.mpOpen(path, flags | O_CLOEXEC | O_NOCTTY, kNewFileMode); });
             return handle == kNoFile ? errno : 0;
         }
 

@@ -2,6 +2,7 @@
 
 #include "os/posix/FilesNames.h"
 #include "os/posix/Kernel.h"
+#include "os/posix/StandardDescriptors.h"
 
 #include <cerrno>
 #include <string>
@@ -97,7 +98,7 @@ namespace QzOs
             return kernelPath.GetError();
         std::string name(kernelPath.Get(), kernelPath.GetLength());
         name += "XXXXXX";
-        int const descriptor = Posix::RetryOnSignal([&] { return gKernel.mpMkostemp(name.data(), O_CLOEXEC); });
+        int const descriptor = Posix::OpenAboveStandard([&] { return gKernel.mpMkostemp(name.data(), O_CLOEXEC); });
         if (descriptor == -1)
             return errno;
         CloseFile(FromDescriptor(descriptor));

@@ -3,6 +3,7 @@
 #include "os/Cancellation.h"
 #include "os/posix/FilesNames.h"
 #include "os/posix/Kernel.h"
+#include "os/posix/StandardDescriptors.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -72,7 +73,7 @@ namespace QzOs
         if (kernelPath.GetError() != 0)
             return kernelPath.GetError();
         int const flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | (links == Links::Keep ? O_NOFOLLOW : 0);
-        int const descriptor = Posix::RetryOnSignal([&] { return gKernel.mpOpen(kernelPath.Get(), flags, 0); });
+        int const descriptor = Posix::OpenAboveStandard([&] { return gKernel.mpOpen(kernelPath.Get(), flags, 0); });
         if (descriptor == -1)
             return errno;
         mpListing = gKernel.mpFdopendir(descriptor);

@@ -3,6 +3,7 @@
 #include "os/posix/FilesNames.h"
 #include "os/posix/FilesSizeLimit.h"
 #include "os/posix/Kernel.h"
+#include "os/posix/StandardDescriptors.h"
 
 #include <cerrno>
 #include <string>
@@ -15,6 +16,7 @@
 namespace QzOs
 {
     using Posix::gKernel;
+    using Posix::OpenAboveStandard;
     using Posix::RetryOnSignal;
     using Posix::ToError;
 
@@ -118,7 +120,8 @@ namespace QzOs
 
         Error CopyToDisk(char const* from, struct stat const& status, int to)
         {
-            OpenDescriptor const source(RetryOnSignal([&] { return gKernel.mpOpen(from, O_RDONLY | O_CLOEXEC, 0); }));
+            OpenDescriptor const source(
+                OpenAboveStandard([&] { return gKernel.mpOpen(from, O_RDONLY | O_CLOEXEC, 0); }));
             if (source.Get() == -1)
                 return errno;
             Error error = CopyContent(source.Get(), to);
@@ -131,7 +134,7 @@ namespace QzOs
 
         Error SyncDirectory(std::string const& directory)
         {
-            OpenDescriptor const opened(RetryOnSignal(
+            OpenDescriptor const opened(OpenAboveStandard(
                 [&] { return gKernel.mpOpen(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0); }));
             if (opened.Get() == -1)
                 return errno;
@@ -149,7 +152,7 @@ namespace QzOs
             std::string name(GetDirectoryPart(to));
             name += ".move-XXXXXX";
             Posix::PrepareForSizeLimit();
-            OpenDescriptor copy(RetryOnSignal([&] { return gKernel.mpMkostemp(name.data(), O_CLOEXEC); }));
+            OpenDescriptor copy(OpenAboveStandard([&] { return gKernel.mpMkostemp(name.data(), O_CLOEXEC); }));
             if (copy.Get() == -1)
                 return errno;
             Error error = CopyToDisk(from, status, copy.Get());

@@ -1,0 +1,97 @@
+#include "os/posix/StandardDescriptors.h"
+
+#include "os/Cancellation.h"
+
+#include <mutex>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <unistd.h>
+
+namespace QzOs::Posix
+{
+    namespace
+    {
+        constexpr int kFirstOther = STDERR_FILENO + 1;
+
+        constinit std::mutex gLock;
+
+        // Both under the lock.
+        constinit int gHolds = 0;
+        constinit bool gIsOurs[kFirstOther] = {};
+
+        void TakeFreeOnes() noexcept
+        {
+            NoCancellation const noCancellation;
+            for (int number = 0; number < kFirstOther; ++number)
+            {
+                if (::fcntl(number, F_GETFD) != -1)
+                    continue;
+                int const taken = ::open("/", O_PATH | O_CLOEXEC);
+                if (taken >= kFirstOther)
+                    ::close(taken);
+                else if (taken >= 0)
+                    gIsOurs[taken] = true;
+            }
+        }
+
+        void GiveBack() noexcept
+        {
+            NoCancellation const noCancellation;
+            for (int number = 0; number < kFirstOther; ++number)
+            {
+                if (!gIsOurs[number])
+                    continue;
+                gIsOurs[number] = false;
+                // The program may have put a file of its own there.
+                int const flags = ::fcntl(number, F_GETFL);
+                if (flags != -1 && (flags & O_PATH) != 0)
+                    ::close(number);
+            }
+        }
+
+        void GoOnInChild()
+        {
+            // Only the thread that forked is here, and it opens nothing.
+            gHolds = 0;
+            GiveBack();
+            gLock.unlock();
+        }
+
+        // When the library is loaded. Handlers that came first run last before a fork, and this lock is the innermost.
+        [[gnu::constructor(101)]] void HoldLockAroundForks()
+        {
+            pthread_atfork([] { gLock.lock(); }, [] { gLock.unlock(); }, GoOnInChild);
+        }
+    }
+
+    StandardDescriptorsHold::StandardDescriptorsHold() noexcept
+    {
+        std::lock_guard const hold(gLock);
+        ++gHolds;
+        TakeFreeOnes();
+    }
+
+    StandardDescriptorsHold::~StandardDescriptorsHold()
+    {
+        int const error = errno;
+        {
+            std::lock_guard const hold(gLock);
+            if (--gHolds == 0)
+                GiveBack();
+        }
+        errno = error;
+    }
+
+    int MoveAboveStandard(int descriptor) noexcept
+    {
+        if (descriptor < 0 || descriptor >= kFirstOther)
+            return descriptor;
+        NoCancellation const noCancellation;
+        int const moved = ::fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstOther);
+        int const error = errno;
+        ::close(descriptor);
+        errno = error;
+        return moved;
+    }
+}
