@@ -36,7 +36,9 @@ namespace QzLog
     /// file that can be opened is told there, but only once that file is lost in its turn. It is dropped when the
     /// destination ends.
     ///
-    /// After a fork the child goes on in the same log, with an open file of its own.
+    /// After a fork the child goes on in the same log, with an open file of its own. A fork waits for a record that is
+    /// being written and for a roll-over, but not for a message that waits for the lock on the file. The child does not
+    /// have that message.
     ///
     /// All operations may be called from any thread at any time, and throw std::bad_alloc and nothing of the file's.
     class QZLOG_API Destination_DiskFile : public virtual Destination

@@ -59,9 +59,7 @@ namespace QzLog
     Destination_DiskFile::~Destination_DiskFile() = default;
 
     Destination_DiskFile_Impl::Destination_DiskFile_Impl(unsigned short const* path)
-        : mFileHeader(MakeFileHeader()),
-          mpLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault)),
-          mForkHold(*mpLock, QzSynch::ForkHold::kFile, this)
+        : mFileHeader(MakeFileHeader()), mSection(QzSynch::ForkHold::kFile, *this)
     {
         SetFilePath(path);
     }
@@ -70,37 +68,37 @@ namespace QzLog
 
     void Destination_DiskFile_Impl::SetMaxFileSize(unsigned int maxFileSize)
     {
-        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        QzSynch::ForkableSection::Look const look(mSection);
         mMaxFileSize = std::min(maxFileSize, kLargestMaxFileSize);
     }
 
     unsigned int Destination_DiskFile_Impl::GetMaxFileSize()
     {
-        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        QzSynch::ForkableSection::Look const look(mSection);
         return mMaxFileSize;
     }
 
     void Destination_DiskFile_Impl::SetBackupCount(unsigned int backupCount)
     {
-        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        QzSynch::ForkableSection::Look const look(mSection);
         mBackupCount = std::min(backupCount, kLargestBackupCount);
     }
 
     unsigned int Destination_DiskFile_Impl::GetBackupCount()
     {
-        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        QzSynch::ForkableSection::Look const look(mSection);
         return mBackupCount;
     }
 
     QzBase::ReturnWString Destination_DiskFile_Impl::GetFilePath()
     {
-        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        QzSynch::ForkableSection::Look const look(mSection);
         return QzBase::ReturnWString(mFilePath.size(), mFilePath.c_str());
     }
 
     void Destination_DiskFile_Impl::SetFilePath(unsigned short const* path)
     {
-        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        QzSynch::ForkableSection::Hold const hold(mSection);
         if (mFilePath == path)
             return;
         mFilePath = path;
@@ -121,7 +119,7 @@ namespace QzLog
         QzBase::ReturnString const text =
             FormatMultiLineMessageText(header.GetMessageID(), header.GetHeaderText(), bodyText, true);
 
-        QzSynch::CriticalSection::SmartLock const hold(*mpLock);
+        QzSynch::ForkableSection::Hold const hold(mSection);
         // Asked of the path for every message: an open file does not tell that it was removed or renamed.
         if (!QzFileSystem::IsFile(mFilePath.c_str()))
             CloseFile();
@@ -164,7 +162,7 @@ namespace QzLog
         if (!mLosses.HasLosses())
             return;
         std::string const line = mLosses.MakeLine();
-        QzFileSystem::FileWriteLock const lock(*mpFile);
+        QzFileSystem::FileWriteLock const lock(*mpFile, mSection);
         if (mpFile->MovePositionToEnd() == 0)
             mpFile->WriteText(mFileHeader.c_str(), mFileHeader.size());
         mpFile->WriteText(line.c_str(), line.size());
@@ -176,7 +174,7 @@ namespace QzLog
         mpFile->ReopenAfterFork();
         for (int pass = 0; pass < kWritePasses; ++pass)
         {
-            QzFileSystem::FileWriteLock const lock(*mpFile);
+            QzFileSystem::FileWriteLock const lock(*mpFile, mSection);
             // Nothing is remembered between messages: any writer may have written to the file or emptied it.
             std::int64_t const size = mpFile->MovePositionToEnd();
             if (size < std::int64_t{mMaxFileSize})
@@ -203,7 +201,7 @@ namespace QzLog
         throw QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, text.c_str());
     }
 
-    void Destination_DiskFile_Impl::GoOnInForkedChild() noexcept
+    void Destination_DiskFile_Impl::GoOnInForkedChild(bool /*wasGap*/) noexcept
     {
         if (!mpFile)
             return;

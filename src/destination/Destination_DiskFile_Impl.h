@@ -3,11 +3,10 @@
 #include "destination/ConcreteDestination.h"
 #include "destination/LossAccount.h"
 #include "filesystem/FileObjects.h"
-#include "support/synch/ForkHold.h"
+#include "support/synch/ForkableSection.h"
 
 #include <QzBase/WideString.h>
 #include <QzLog/Destination_DiskFile.h>
-#include <QzSynch/Locks.h>
 
 #include <cstdint>
 #include <memory>
@@ -16,7 +15,7 @@
 namespace QzLog
 {
     class Destination_DiskFile_Impl final : public ConcreteDestination<Destination_DiskFile>,
-                                            private QzSynch::ForkHold::Client
+                                            private QzSynch::ForkableSection::Client
     {
     public:
         using ConcreteDestination::WriteMessage;
@@ -36,9 +35,9 @@ namespace QzLog
         void SetFilePath(unsigned short const* path);
 
     private:
-        void GoOnInForkedChild() noexcept override;
+        void GoOnInForkedChild(bool wasGap) noexcept override;
 
-        // All of the following is called with the lock held.
+        // All of the following is called by the thread that has the section.
 
         /// Whether the lost file is open again. False: this message is lost too, and has been counted.
         bool PassRetryGate();
@@ -58,11 +57,11 @@ namespace QzLog
         std::unique_ptr<QzFileSystem::UpdateableFile> mpFile;
         unsigned int mBackupCount = 1;
         unsigned int mMaxFileSize = 2'000'000;
-        /// Guards all members and every use of the file. Taken before the lock on the file, and held through a whole
-        /// delivery: a writer of another process that keeps the file's lock stalls the threads here.
-        QzSynch::CriticalSectionPtr const mpLock;
         LossAccount mLosses;
+        /// Guards all members and every use of the file. Taken before the lock on the file, and had through a whole
+        /// delivery: a writer of another process that keeps the file's lock stalls the threads here. That wait alone is
+        /// a gap, in which nothing of the delivery has been done but to open the file.
         // The last member, so that a fork never meets one of the others that is not there.
-        QzSynch::ForkHold const mForkHold;
+        QzSynch::ForkableSection mSection;
     };
 }

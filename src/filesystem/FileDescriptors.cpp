@@ -41,7 +41,8 @@ namespace QzFileSystem::File
 
         void Lock(char const* function, int descriptor, bool exclusive, bool wait)
         {
-            QzOs::Error error = QzOs::LockFile(QzOs::FromDescriptor(descriptor), exclusive, wait);
+            QzOs::Error error = QzOs::LockFile(
+                QzOs::FromDescriptor(descriptor), exclusive, wait ? QzOs::LockWait::Endless : QzOs::LockWait::None);
             if (error == QzOs::kLockTaken)
                 error = QzOs::kErrorLocked;
             if (error != 0)

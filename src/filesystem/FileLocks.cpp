@@ -13,6 +13,15 @@ namespace QzFileSystem
 
     FileWriteLock::FileWriteLock(WriteableFile& file) : FileWriteLock(file, file.WriteLock(false)) {}
 
+    FileWriteLock::FileWriteLock(WriteableFile& file, QzSynch::ForkableSection& section)
+        : FileWriteLock(file, file.WriteLockSoon())
+    {
+        if (mLocked)
+            return;
+        QzSynch::ForkableSection::Gap const gap(section);
+        mLocked = file.WriteLock(false);
+    }
+
     void FileWriteLock::Unlock() noexcept
     {
         if (!mLocked)

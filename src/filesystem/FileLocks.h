@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/FileObjects.h"
+#include "support/synch/ForkableSection.h"
 
 // Scoped guards of the exclusive lock on a whole file. The file must outlive its guard. Destructors never
 // throw; constructors throw QzBase::Message when the lock fails for another reason than being taken.
@@ -15,6 +16,9 @@ namespace QzFileSystem
         FileWriteLock() = default;
 
         explicit FileWriteLock(WriteableFile& file);
+
+        /// The same for the thread that has `section`. A wait that lasts is a gap in it.
+        FileWriteLock(WriteableFile& file, QzSynch::ForkableSection& section);
         ~FileWriteLock() { Unlock(); }
         FileWriteLock(FileWriteLock const&) = delete;
         FileWriteLock& operator=(FileWriteLock const&) = delete;

@@ -8,6 +8,11 @@ namespace QzFileSystem
     {
         using Timer = QzBase::TotalTimer::Timer;
 
+        QzOs::LockWait ToWait(bool failAtOnce) noexcept
+        {
+            return failAtOnce ? QzOs::LockWait::None : QzOs::LockWait::Endless;
+        }
+
         /// All of a WriteableFile over a HandleFile, for either of the two interfaces that have it.
         template <class Interface>
         class WritingFile : public Interface
@@ -74,7 +79,13 @@ namespace QzFileSystem
             bool WriteLock(bool failAtOnce) override
             {
                 Timer const timer(mWriteLockTimer);
-                return mFile.Lock(true, failAtOnce);
+                return mFile.Lock(true, ToWait(failAtOnce));
+            }
+
+            bool WriteLockSoon() override
+            {
+                Timer const timer(mWriteLockTimer);
+                return mFile.Lock(true, QzOs::LockWait::Short);
             }
 
             void ReopenAfterFork() override { mFile.ReopenAfterFork(); }
@@ -140,7 +151,7 @@ namespace QzFileSystem
             bool ReadLock(bool failAtOnce) override
             {
                 Timer const timer(mReadLockTimer);
-                return mFile.Lock(false, failAtOnce);
+                return mFile.Lock(false, ToWait(failAtOnce));
             }
 
         private:

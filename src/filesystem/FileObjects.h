@@ -125,6 +125,9 @@ namespace QzFileSystem
         virtual void ReleaseWriteLock() noexcept = 0;
 
     public:
+        /// Like WriteLock, but waits for some milliseconds at most. Returns false when it has not got the lock.
+        virtual bool WriteLockSoon() = 0;
+
         /// For an object that came into this process by a fork: gives it an open file of its own at the same
         /// position, since the inherited one shares its position and its lock with the parent. Does nothing
         /// in the process that opened the file, and then costs no system call.

@@ -214,9 +214,9 @@ namespace QzFileSystem
             throw MakeFailure(error, "Failed to close handle of file '%1'.", GetPathToReport().c_str());
     }
 
-    bool HandleFile::Lock(bool exclusive, bool failAtOnce) const
+    bool HandleFile::Lock(bool exclusive, QzOs::LockWait wait) const
     {
-        QzOs::Error const error = QzOs::LockFile(mHandle, exclusive, !failAtOnce);
+        QzOs::Error const error = QzOs::LockFile(mHandle, exclusive, wait);
         if (error == QzOs::kLockTaken)
             return false;
         if (error != 0)

@@ -39,7 +39,7 @@ namespace QzFileSystem
         void Truncate() const;
         void Close();
 
-        bool Lock(bool exclusive, bool failAtOnce) const;
+        bool Lock(bool exclusive, QzOs::LockWait wait) const;
         void Unlock() const noexcept;
 
         void ReopenAfterFork();

@@ -1,12 +1,14 @@
 #include "module/DiskFileRegistry.h"
 
 #include "filesystem/Paths.h"
+#include "os/Cancellation.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
 #include <QzLog/Destination_DebugOutput.h>
 #include <QzLog/Exception.h>
 
+#include <new>
 #include <string>
 #include <utility>
 
@@ -37,9 +39,7 @@ namespace QzLog
     }
 
     DiskFileRegistry::DiskFileRegistry(QzSynch::RWLock& lock)
-        : mLock(lock),
-          mpMoveLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault)),
-          mMoveHold(*mpMoveLock, QzSynch::ForkHold::kOutermost)
+        : mLock(lock), mMoving(QzSynch::ForkHold::kOutermost, *this)
     {
     }
 
@@ -99,8 +99,15 @@ namespace QzLog
 
     void DiskFileRegistry::SetBasePath(unsigned short const* path)
     {
-        QzSynch::CriticalSection::SmartLock const hold(*mpMoveLock);
-        for (auto const& [fullPath, diskFile] : ReplaceBasePath(path ? path : u""_w))
+        QzSynch::ForkableSection::Hold const hold(mMoving);
+        DiskFileMap const moved = ReplaceBasePath(path ? path : u""_w);
+        QzSynch::ForkableSection::Gap const gap(mMoving);
+        Move(moved);
+    }
+
+    void DiskFileRegistry::Move(DiskFileMap const& moved)
+    {
+        for (auto const& [fullPath, diskFile] : moved)
         {
             try
             {
@@ -110,6 +117,22 @@ namespace QzLog
             {
                 // The destination counts what it loses, and the others have to move all the same.
             }
+        }
+    }
+
+    void DiskFileRegistry::GoOnInForkedChild(bool wasGap) noexcept
+    {
+        if (!wasGap)
+            return;
+        QzOs::NoCancellation const noCancellation;
+        try
+        {
+            // Who was moving them does so in the parent only. Those that have arrived stay as they are.
+            Move(mDiskFilesByFullPath);
+        }
+        catch (std::bad_alloc const&)
+        {
+            // The rest goes on where it was.
         }
     }
 

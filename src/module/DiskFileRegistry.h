@@ -1,7 +1,7 @@
 #pragma once
 
 #include "destination/Destination_DiskFile_Impl.h"
-#include "support/synch/ForkHold.h"
+#include "support/synch/ForkableSection.h"
 
 #include <QzBase/CountedPtr.h>
 #include <QzBase/ReturnString.h>
@@ -16,7 +16,7 @@ namespace QzLog
 
     /// The log files by their paths, one destination for each, and the directory that relative paths are resolved
     /// against. Destinations stay until the registry ends. Any thread may call any operation.
-    class DiskFileRegistry
+    class DiskFileRegistry final : private QzSynch::ForkableSection::Client
     {
     public:
         /// \param lock  guards the base path and the registry, for the look-up, the insertion or the copy only: a
@@ -40,15 +40,17 @@ namespace QzLog
         DiskFilePtr FindOrCreate(unsigned short const* path);
         DiskFilePtr Find(QzBase::WideString const& fullPath) const;
         DiskFileMap ReplaceBasePath(QzBase::WideString const& path);
+        static void Move(DiskFileMap const& moved);
+        void GoOnInForkedChild(bool wasGap) noexcept override;
 
         QzSynch::RWLock& mLock;
         QzBase::WideString mRootPath;
         /// By the normal form of the path as it was given, and by the full path of where that lies now.
         DiskFileMap mDiskFilesByGivenPath;
         DiskFileMap mDiskFilesByFullPath;
-        /// Held through a whole change of the base path, before all other locks: of two changes that overlapped each
-        /// could move some of the destinations last.
-        QzSynch::CriticalSectionPtr const mpMoveLock;
-        QzSynch::ForkHold const mMoveHold;
+        /// Had through a whole change of the base path, before all other locks: of two changes that overlapped each
+        /// could move some of the destinations last. It has a gap while they move, since each of them may have to wait
+        /// for the lock on a file.
+        QzSynch::ForkableSection mMoving;
     };
 }

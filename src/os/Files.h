@@ -95,9 +95,18 @@ namespace QzOs
 
     Error GetFileIdentity(FileHandle handle, FileIdentity& identity);
 
+    /// How long to wait for a lock that somebody else has.
+    enum class LockWait
+    {
+        None,
+        /// Some milliseconds: long enough for a record or two.
+        Short,
+        Endless
+    };
+
     /// The lock on the whole file. It belongs to the open file: two handles that were opened one by one
-    /// exclude each other, within a process as between two. Without `wait` the result can be kLockTaken.
-    Error LockFile(FileHandle handle, bool exclusive, bool wait);
+    /// exclude each other, within a process as between two. The result can be kLockTaken, unless the wait is endless.
+    Error LockFile(FileHandle handle, bool exclusive, LockWait wait);
     Error UnlockFile(FileHandle handle);
 
     /// The C runtime's descriptor of a handle, which goes over to it; closed by closing either.

@@ -1,4 +1,5 @@
 #include "destination/Destination_DiskFile_Impl.h"
+#include "filesystem/FileLocks.h"
 #include "filesystem/KernelFaults.h"
 #include "filesystem/Paths.h"
 #include "filesystem/TemporaryFolder.h"
@@ -431,4 +432,24 @@ TEST_F(DiskFileTest, AForkedChildWritesThroughItsOwnOpenFile)
         return;
     EXPECT_EQ(Get("x.log").size(),
         kHead.size() + Record("child").size() * kChildren * kRecords + Record("busy").size() * busyRecords);
+}
+
+TEST_F(DiskFileTest, AForkPassesWhoWaitsForTheLockOnTheFile)
+{
+    Make("x.log");
+    auto const other = QzFileSystem::CreateUpdateableFile(WideIn("x.log"), QzFileSystem::KeepOnClose);
+    QzFileSystem::FileWriteLock lock(*other);
+    LockWatch const watch;
+    std::jthread waiting([&] { Write("parent"); });
+    watch.Await();
+    EXPECT_EQ(mpDestination->GetBackupCount(), 1u);
+    ExpectInChild(
+        [&]
+        {
+            lock.Unlock(); // for the parent too, which has the same open file
+            Write("child");
+            return true;
+        });
+    waiting.join();
+    EXPECT_EQ(Get("x.log").size(), (kHead + Record("parent") + Record("child")).size());
 }

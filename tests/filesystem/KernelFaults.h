@@ -2,6 +2,9 @@
 
 #include "os/posix/Kernel.h"
 
+#include <sys/file.h>
+
+#include <atomic>
 #include <memory>
 #include <type_traits>
 
@@ -56,5 +59,30 @@ namespace QzTest
         static inline int gError = 0;
         static inline int gSkip = 0;
         static inline int gCount = 0;
+    };
+
+    /// Tells when a thread is about to wait for the lock on a file until it gets it. One at a time.
+    class LockWatch
+    {
+    public:
+        LockWatch()
+        {
+            gIsAwaited = false;
+            QzOs::Posix::gKernel.mpFlock = [](int file, int operation)
+            {
+                gIsAwaited = gIsAwaited || operation == LOCK_EX;
+                gIsAwaited.notify_all();
+                return flock(file, operation);
+            };
+        }
+
+        ~LockWatch() { QzOs::Posix::gKernel.mpFlock = flock; }
+        LockWatch(LockWatch const&) = delete;
+        LockWatch& operator=(LockWatch const&) = delete;
+
+        static void Await() { gIsAwaited.wait(false); }
+
+    private:
+        static inline std::atomic<bool> gIsAwaited;
     };
 }

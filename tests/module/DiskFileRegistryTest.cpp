@@ -1,3 +1,5 @@
+#include "filesystem/FileLocks.h"
+#include "filesystem/KernelFaults.h"
 #include "filesystem/TemporaryFolder.h"
 #include "os/Calls.h"
 
@@ -81,6 +83,25 @@ TEST_F(DiskFileRegistryTest, ANewBasePathMovesWhatIsRelative)
     std::filesystem::remove(In("two/sub/r.log"));
     SetBase("two"); // the present one touches no file
     EXPECT_FALSE(std::filesystem::exists(In("two/sub/r.log")));
+}
+
+TEST_F(DiskFileRegistryTest, AForkedChildCompletesAMoveThatWaitsForTheLockOnAFile)
+{
+    SetBase("one");
+    DiskFile const first = Get("a.log");
+    DiskFile const second = Get("b.log");
+    auto const other = QzFileSystem::CreateUpdateableFile(WideIn("one/b.log"), QzFileSystem::KeepOnClose);
+    QzFileSystem::FileWriteLock lock(*other);
+    LockWatch const watch;
+    QzBase::CountedPtr<MessageHeader> const header(CreateMessageHeader());
+    std::jthread const writing([&] { second->WriteMessage("text", *header); });
+    watch.Await();
+    std::jthread const moving([&] { SetBase("two"); });
+    while (Place(first) != "two/a.log")
+        std::this_thread::yield();
+    ExpectInChild([&] { return Place(second) == "two/b.log"; });
+    EXPECT_EQ(Place(second), "one/b.log");
+    lock.Unlock();
 }
 
 TEST_F(DiskFileRegistryTest, TellsOfAPathThatIsNoUse)

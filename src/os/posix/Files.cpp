@@ -195,18 +195,18 @@ namespace QzOs
     // Locks of the whole open file. The record locks of fcntl would not do: the classic ones vanish when any
     // descriptor of the file is closed in the process, and those of the open file want the right access mode.
 
-    Error LockFile(FileHandle handle, bool exclusive, bool wait)
+    Error LockFile(FileHandle handle, bool exclusive, LockWait wait)
     {
         int const operation = exclusive ? LOCK_EX : LOCK_SH;
         auto const lock = [&](int waiting)
         { return ToError(RetryOnSignal([&] { return gKernel.mpFlock(ToDescriptor(handle), operation | waiting); })); };
         Error error = lock(LOCK_NB);
         // Whoever sleeps for the lock is woken with its next release, on the time of who writes.
-        for (Patience patience; wait && error == EWOULDBLOCK && patience.Wait();)
+        for (Patience patience; wait != LockWait::None && error == EWOULDBLOCK && patience.Wait();)
             error = lock(LOCK_NB);
         if (error != EWOULDBLOCK)
             return error;
-        return wait ? lock(0) : kLockTaken;
+        return wait == LockWait::Endless ? lock(0) : kLockTaken;
     }
 
     Error UnlockFile(FileHandle handle)

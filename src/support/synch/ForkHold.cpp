@@ -70,13 +70,18 @@ namespace QzSynch
             hold->Take();
     }
 
-    // The one that was taken last goes first: giving a lock back takes what it consists of once more.
-    void ForkHold::GiveAllBack(void (*leave)(RWLock&))
+    ForkHold* ForkHold::GetLast()
     {
         ForkHold* hold = gpFirst;
         while (hold && hold->mpNext)
             hold = hold->mpNext;
-        for (; hold; hold = hold->mpPrevious)
+        return hold;
+    }
+
+    // The one that was taken last goes first: giving a lock back takes what it consists of once more.
+    void ForkHold::GiveAllBack(void (*leave)(RWLock&))
+    {
+        for (ForkHold* hold = GetLast(); hold; hold = hold->mpPrevious)
             hold->GiveBack(leave);
         gListLock.unlock();
     }
@@ -88,7 +93,7 @@ namespace QzSynch
 
     void ForkHold::AfterForkInChild()
     {
-        for (ForkHold* hold = gpFirst; hold; hold = hold->mpNext)
+        for (ForkHold* hold = GetLast(); hold; hold = hold->mpPrevious)
             if (hold->mpClient)
                 hold->mpClient->GoOnInForkedChild();
         GiveAllBack(LeaveAfterForkInChild);

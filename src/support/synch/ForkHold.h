@@ -25,7 +25,8 @@ namespace QzSynch
         class Client
         {
         public:
-            /// Called in the child by its only thread, with all the locks still held.
+            /// Called in the child by its only thread, with all the locks still held. Those behind this one have been
+            /// served.
             virtual void GoOnInForkedChild() noexcept = 0;
 
         protected:
@@ -41,6 +42,7 @@ namespace QzSynch
         ForkHold& operator=(ForkHold const&) = delete;
 
     private:
+        static ForkHold* GetLast();
         static void BeforeFork();
         static void GiveAllBack(void (*leave)(RWLock&));
         static void AfterForkInParent();

@@ -1,10 +1,11 @@
 #include <QzSynch/Locks.h>
 
 #include "support/ForkedChild.h"
-#include "support/synch/ForkHold.h"
+#include "support/synch/ForkableSection.h"
 
 #include <atomic>
 #include <barrier>
+#include <latch>
 #include <tuple>
 #include <vector>
 
@@ -171,4 +172,46 @@ TEST(ForkHold, LeavesTheLocksFreeInTheChildAndServesItsClientThere)
             return client.mCalls == 1;
         });
     EXPECT_EQ(client.mCalls, 0);
+}
+
+TEST(ForkableSection, KeepsHoldersApartAlsoInGapsWhichForksPass)
+{
+    struct Client final : ForkableSection::Client
+    {
+        void GoOnInForkedChild(bool wasGap) noexcept override { mWasGap = wasGap; }
+        bool mWasGap = false;
+    } client;
+    ForkableSection section(ForkHold::kFile, client);
+    int value = 0;
+    RunThreads(4,
+        [&](int)
+        {
+            for (int i = 0; i < 2'000; ++i)
+            {
+                ForkableSection::Hold const hold(section);
+                int const before = value;
+                std::optional<ForkableSection::Gap>(std::in_place, section).reset();
+                value = before + 1;
+            }
+        });
+    EXPECT_EQ(value, 4 * 2'000);
+
+    std::latch waits(1);
+    std::latch leave(1);
+    std::jthread const holder(
+        [&]
+        {
+            ForkableSection::Hold const hold(section);
+            ForkableSection::Gap const gap(section);
+            waits.count_down();
+            leave.wait();
+        });
+    waits.wait();
+    ExpectInChild(
+        [&]
+        {
+            ForkableSection::Hold const hold(section);
+            return client.mWasGap;
+        });
+    leave.count_down();
 }
