@@ -110,6 +110,21 @@ TEST_F(FollowTest, EachRecordIsShownOnceWhateverHappensBetweenLooks)
     }
 }
 
+TEST_F(FollowTest, ALogThatComesDuringALookIsLeftForTheNext)
+{
+    // The follower speaks of the folder between its glance at the log and the listing of the back-ups.
+    Run("mkdir log");
+    FollowedLog log(In("log"),
+        [this](std::string const& text)
+        {
+            if (text == "is no file")
+                Run("rmdir log; new 1 2 3; head -c 50 log > log.bak00");
+        });
+    EXPECT_EQ(Look(log), "");
+    Run("tail -c +51 log >> log.bak00; new 4");
+    EXPECT_EQ(Look(log), "1 2 3 4 ");
+}
+
 TEST_F(FollowTest, WhatIsReadGoesOnInTheBackupWhenTheLogIsEmptiedMeanwhile)
 {
     // Longer than what is read at once.

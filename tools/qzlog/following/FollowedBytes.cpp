@@ -29,6 +29,12 @@ namespace QzLogTool
             return {status.mIdentity.mDevice, status.mIdentity.mNumber};
         }
 
+        /// A folder's number may go to the file that comes in its place.
+        bool IsSameFile(FileStatus const& a, FileStatus const& b)
+        {
+            return a.mIsRegular == b.mIsRegular && GetKey(a) == GetKey(b);
+        }
+
         std::uint64_t GetSize(InputFile const& file)
         {
             return file.GetStatus().mIdentity.mSize;
@@ -49,28 +55,35 @@ namespace QzLogTool
         if (mPieces.size() > kMostPieces)
             return;
         ReadFormer();
-        File const log = FindLog();
+        FileStatus before;
+        File const log = FindLog(before);
         Pause pause;
         Pause pauseOfNew;
         if ((mpLog && !Hold(pause, *mpLog)) || (log && log != mpLog && !Hold(pauseOfNew, *log)))
             return;
         mLastLook = steady_clock::now();
-        // Replaced while we waited for the locks: this one is dealt with at the next look.
-        FileStatus const status = GetFileStatus(mPath);
-        if (log && (!status.mExists || GetKey(status) != GetKey(log->GetStatus())))
+        Backups backups = OpenBackups();
+        // Made or replaced meanwhile, so that no lock of ours was on it: a back-up of it may still be growing. What
+        // there is now is dealt with at the next look.
+        if (!IsSameFile(GetFileStatus(mPath), log ? log->GetStatus() : before))
             return;
         TellOfLog(mpLog != nullptr, log != nullptr);
-        Sort(log, FindNewBackups());
+        for (std::string const& obstacle : backups.mObstacles)
+            mTell("records are missing: " + obstacle);
+        mKnown.swap(backups.mKnown);
+        mHasRolledOver = mHasRolledOver || (mHasLooked && !backups.mNew.empty());
+        Sort(log, std::move(backups.mNew));
         mHasLooked = true;
     }
 
     /// The file at the path, which is mpLog if it still is; null when there is none that can be read.
-    FollowedBytes::File FollowedBytes::FindLog()
+    /// \param status  receives what stands there.
+    FollowedBytes::File FollowedBytes::FindLog(FileStatus& status)
     {
         std::string obstacle;
         try
         {
-            FileStatus const status = GetFileStatus(mPath);
+            status = GetFileStatus(mPath);
             if (mpLog && status.mExists && GetKey(status) == GetKey(mpLog->GetStatus()))
                 return mpLog;
             if (status.mIsRegular)
@@ -103,32 +116,29 @@ namespace QzLogTool
         return pause->GetState() != InputFile::WriterPause::State::Busy;
     }
 
-    /// The back-ups that the last look had not found, the oldest first, open.
-    std::vector<FollowedBytes::File> FollowedBytes::FindNewBackups()
+    /// Opens the back-ups that the last look had not found. Changes nothing here.
+    FollowedBytes::Backups FollowedBytes::OpenBackups() const
     {
-        std::vector<File> fresh;
-        std::map<std::pair<std::uint64_t, std::uint64_t>, File> known;
+        Backups backups;
         for (Backup const& backup : FindBackups(mPath))
         {
-            auto const key = GetKey(backup.mStatus);
-            if (auto const found = mKnown.find(key); found != mKnown.end())
+            if (auto const found = mKnown.find(GetKey(backup.mStatus)); found != mKnown.end())
             {
-                known.insert(*found);
+                backups.mKnown.insert(*found);
                 continue;
             }
             try
             {
-                fresh.push_back(std::make_shared<InputFile>(backup.mPath));
-                known.emplace(GetKey(fresh.back()->GetStatus()), fresh.back());
+                auto const file = std::make_shared<InputFile>(backup.mPath);
+                backups.mNew.push_back(file);
+                backups.mKnown.emplace(GetKey(file->GetStatus()), file);
             }
             catch (Trouble const& trouble)
             {
-                mTell(std::string("records are missing: ") + trouble.what());
+                backups.mObstacles.push_back(trouble.what());
             }
         }
-        mKnown.swap(known);
-        mHasRolledOver = mHasRolledOver || (mHasLooked && !fresh.empty());
-        return fresh;
+        return backups;
     }
 
     /// Puts what there is in order, given what the last look has seen.

@@ -20,11 +20,11 @@ namespace QzLogTool
     /// A log and its back-ups as bytes, and what is added to them from look to look.
     ///
     /// A look is taken while the writers pause, so that what it finds belongs together: the log ends where a record
-    /// ends, and the back-ups stand still. All back-ups that a look has found stay open, so that no later file can be
-    /// taken for one of them, and one that is deleted before it was read is read all the same. A look therefore tells
-    /// for sure which back-ups have come since the last one, and they are, in order of age, what was moved out of the
-    /// log meanwhile: the first one goes on where the log was left. Nothing is read during a look but the first bytes
-    /// of files.
+    /// ends, and the back-ups stand still. While there is no log there is nothing to pause them by; a look that sees
+    /// one come is dropped. All back-ups that a look has found stay open, so that no later file can be taken for one of
+    /// them, and one that is deleted before it was read is read all the same. A look therefore tells for sure which
+    /// back-ups have come since the last one, and they are, in order of age, what was moved out of the log meanwhile:
+    /// the first one goes on where the log was left. Nothing is read during a look but the first bytes of files.
     ///
     /// Outside of a look the log may be emptied at any moment. Each reading is followed by a glance at the first bytes
     /// of the log: when they are what they were, so was all that was read before; no two contents of a log begin
@@ -78,10 +78,22 @@ namespace QzLogTool
             std::chrono::steady_clock::time_point mEnd;
         };
 
+        using FilesByKey = std::map<std::pair<std::uint64_t, std::uint64_t>, File>;
+
+        /// The back-ups that a look has found.
+        struct Backups
+        {
+            /// Those that the look before had not found, the oldest first.
+            std::vector<File> mNew;
+            FilesByKey mKnown;
+            /// Why others could not be opened.
+            std::vector<std::string> mObstacles;
+        };
+
         void LookAgain();
-        File FindLog();
+        File FindLog(FileStatus& status);
         bool Hold(Pause& pause, InputFile const& file);
-        std::vector<File> FindNewBackups();
+        Backups OpenBackups() const;
         void Sort(File const& log, std::vector<File> backups);
         void MoveSeenTo(File const& file);
         void LoseSeen(bool hasBackups);
@@ -108,7 +120,7 @@ namespace QzLogTool
         // a busy log does not keep others waiting.
         std::size_t mStretches = 0;
 
-        std::map<std::pair<std::uint64_t, std::uint64_t>, File> mKnown;
+        FilesByKey mKnown;
         Former mFormer;
         std::chrono::steady_clock::time_point mLastLook;
         bool mHasRolledOver = false;
