@@ -54,15 +54,15 @@ namespace QzLogTool
             {
                 ++mResult.mFaults;
                 if (++mFaultsOfFile <= kMostFaultsShown)
-                    mOutput.Write(mFile + ':' + std::to_string(line) + ": " + reason + '\n');
+                    mOutput.WriteLine(mFile + ':' + std::to_string(line) + ": " + reason);
             }
 
             void OnMissed(std::uint64_t line, MissedMessages const& missed) override
             {
                 mResult.mMissed += missed.mCount;
                 mResult.mMissedByReason[std::string(missed.mReason)] += missed.mCount;
-                mOutput.Write(mFile + ':' + std::to_string(line) + ": note: " + Count(missed.mCount, "message") +
-                              " missed since " + std::string(missed.mSince) + '\n');
+                mOutput.WriteLine(mFile + ':' + std::to_string(line) + ": note: " + Count(missed.mCount, "message") +
+                                  " missed since " + std::string(missed.mSince));
             }
 
         private:
@@ -75,7 +75,8 @@ namespace QzLogTool
                     mResult.mRecords += pChecker->GetRecordCount();
                     ++mResult.mFiles;
                     if (mFaultsOfFile > kMostFaultsShown)
-                        mOutput.Write(mFile + ": and " + std::to_string(mFaultsOfFile - kMostFaultsShown) + " more\n");
+                        mOutput.WriteLine(
+                            mFile + ": and " + std::to_string(mFaultsOfFile - kMostFaultsShown) + " more");
                 }
                 mFile = path;
                 mFaultsOfFile = 0;
@@ -135,11 +136,11 @@ namespace QzLogTool
         private:
             static void PrintSummary(std::string const& path, Result const& result, Output& output)
             {
-                output.Write(path + ": " + Count(result.mFiles, "file") + ", " + Count(result.mRecords, "record") +
-                             ", " + Count(result.mFaults, "fault") + ", " + Count(result.mMissed, "message") +
-                             " missed\n");
+                output.WriteLine(path + ": " + Count(result.mFiles, "file") + ", " + Count(result.mRecords, "record") +
+                                 ", " + Count(result.mFaults, "fault") + ", " + Count(result.mMissed, "message") +
+                                 " missed");
                 for (auto const& [reason, count] : result.mMissedByReason)
-                    output.Write("  " + std::to_string(count) + " missed due to: " + reason + '\n');
+                    output.WriteLine("  " + std::to_string(count) + " missed due to: " + reason);
             }
 
             LogInput mInput;

@@ -18,7 +18,7 @@ namespace
             Write(*server, {.mTime = "2026-11-18 03:00:03.000", .mDispatcher = "Error", .mMessageID = 42},
                 "#2 failed\n\nwith cause one\nCause Two");
             Write(*server, {.mTime = "2026-11-18 03:00:05.000", .mLogger = "Network", .mUser = "bob"},
-                "#3 Caf\xC3\xA9 [Kernel][Error] \x1B[31m");
+                "#3 Caf\xC3\xA9 [Kernel][Error] \x1B[31m\x9B\xC2\x9B\x7F\xC3\x9B");
             auto const other = OpenLog("other.log", 100000);
             Write(*other,
                 {.mTime = "2026-11-18 05:00:02.000+02:00",
@@ -120,8 +120,9 @@ namespace
             {"qzlog view --user bob --json server.log",
                 R"({"dispatcher":"Trace","host":"ws01","logger":"Network","pid":"11","server":"Engine","thr":"21",)"
                 R"("time":"2026-11-18 03:00:05.000","uid":"bob",)"
-                R"("message":"#3 Caf\u00e9 [Kernel][Error] \u001b[31m"})"
+                R"("message":"#3 Caf\u00e9 [Kernel][Error] \u001b[31m\ufffd\u009b\u007f\u00db"})"
                 "\n"},
+            {"qzlog view --user bob server.log | tail -c 12", "\x1B[31m\x9B\xC2\x9B\x7F\xC3\x9B\n"},
             {"qzlog view -E 'st..t' --color=always server.log",
                 "\x1B[36m2026-11-18 03:00:01.000\x1B[0m\x1B[2m [HOST:ws01][SERVER:Engine][PID:11][THR:21]\x1B[0m"
                 "\x1B[32m[Kernel][Trace]\x1B[0m\x1B[2m[UID:alice][SID:s1][OID:o1]\x1B[0m #1 \x1B[1;7mstart\x1B[0m up"
@@ -147,21 +148,29 @@ namespace
     /// What a terminal is shown: colours unless they are unwanted, and nothing that steers it from within a message.
     TEST_F(ViewTest, KnowsTerminals)
     {
+        Put("bad.log", "x\r\n2026-11-18 03:00:01.000 [HOST:\x1B[31m\r\n");
+        char const* const shown = "[Error] ^[[31m^[[^[[^?\xC3\x9B";
         struct
         {
-            char const* mCommand;
+            char const* mEnvironment;
+            char const* mArguments;
             bool mHasColor;
+            char const* mShown;
         } const cases[] = {
-            {"TERM=xterm script -qec \"'" QZLOG_TOOL "' view --user bob server.log\" /dev/null", true},
-            {"TERM=xterm NO_COLOR=1 script -qec \"'" QZLOG_TOOL "' view --user bob server.log\" /dev/null", false},
-            {"TERM=dumb script -qec \"'" QZLOG_TOOL "' view --user bob server.log\" /dev/null", false},
+            {"TERM=xterm", "view --user bob server.log", true, shown},
+            {"TERM=xterm NO_COLOR=1", "view --user bob server.log", false, shown},
+            {"TERM=dumb", "view --user bob server.log", false, shown},
+            {"TERM=xterm", "view --json --user bob server.log", false, R"(\u001b[31m\ufffd\u009b\u007f\u00db")"},
+            {"TERM=xterm", "check bad.log", false, "[HOST:^[[31m'"},
         };
         for (auto const& testCase : cases)
         {
-            SCOPED_TRACE(testCase.mCommand);
-            std::string const output = Run(testCase.mCommand).mOutput;
+            SCOPED_TRACE(testCase.mArguments);
+            std::string const output = Run(std::string(testCase.mEnvironment) + " script -qec \"'" QZLOG_TOOL "' " +
+                                           testCase.mArguments + "\" /dev/null")
+                                           .mOutput;
             EXPECT_EQ(output.find("\x1B[36m") != std::string::npos, testCase.mHasColor) << output;
-            EXPECT_NE(output.find("[Error] ^[[31m"), std::string::npos) << output;
+            EXPECT_NE(output.find(testCase.mShown), std::string::npos) << output;
         }
     }
 

@@ -25,7 +25,7 @@ namespace QzLogTool
         while (source.NextPart(part))
             PrintText(part);
         mJson += "\"}\n";
-        mOutput.Write(mJson);
+        Write();
     }
 
     /// The last line end of a message is not part of it; whether one is the last shows when something follows.
@@ -39,6 +39,14 @@ namespace QzLogTool
         if (mOwesLineEnd)
             mLines.pop_back();
         AppendJson(mJson, mLines);
+        Write();
+    }
+
+    /// The only control character that those who make JSON leave as it is gets spelt out too; it stands within texts.
+    void JsonPrinter::Write()
+    {
+        for (std::size_t at = 0; (at = mJson.find('\x7F', at)) != std::string::npos;)
+            mJson.replace(at, 1, "\\u007f");
         mOutput.Write(mJson);
         mJson.clear();
     }

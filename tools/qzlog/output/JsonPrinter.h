@@ -20,6 +20,7 @@ namespace QzLogTool
 
     private:
         void PrintText(std::string_view text);
+        void Write();
 
         Output& mOutput;
         HeaderParser mParser;

@@ -8,6 +8,20 @@
 
 namespace QzLogTool
 {
+    namespace
+    {
+        /// How many bytes the character takes that a text begins with; 1 when they are no UTF-8.
+        std::size_t MeasureCharacter(std::string_view text)
+        {
+            unsigned char const lead = static_cast<unsigned char>(text[0]);
+            std::size_t const length = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+            std::string_view const rest = text.substr(1, length - 1);
+            bool const isWhole = rest.size() == length - 1 &&
+                                 std::all_of(rest.begin(), rest.end(), [](char c) { return (c & 0xC0) == 0x80; });
+            return isWhole ? length : 1;
+        }
+    }
+
     std::string_view TakeLine(std::string_view& text, bool& isEnded)
     {
         std::size_t const end = text.find('\n');
@@ -32,18 +46,20 @@ namespace QzLogTool
 
     void AppendVisible(std::string& to, std::string_view text)
     {
-        for (std::size_t i = 0; i < text.size(); ++i)
+        for (std::size_t i = 0; i < text.size();)
         {
             unsigned char const c = static_cast<unsigned char>(text[i]);
-            unsigned char const next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0;
-            // U+0080 to U+009F steer some terminals too.
-            bool const isC1 = c == 0xC2 && next >= 0x80 && next < 0xA0;
+            std::size_t const length = MeasureCharacter(text.substr(i));
+            // U+0080 to U+009F steer some terminals too, and as bytes of their own those that do not read UTF-8.
+            unsigned char const last = static_cast<unsigned char>(text[i + length - 1]);
+            bool const isC1 = (length == 1 || (length == 2 && c == 0xC2)) && last >= 0x80 && last < 0xA0;
             if ((c < 0x20 && c != '\t') || c == 0x7F)
                 (to += '^') += static_cast<char>(c ^ 0x40);
             else if (isC1)
-                ((to += "^[") += static_cast<char>(next - 0x40)), ++i;
+                (to += "^[") += static_cast<char>(last - 0x40);
             else
-                to += text[i];
+                to += text.substr(i, length);
+            i += length;
         }
     }
 

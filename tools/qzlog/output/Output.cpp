@@ -1,6 +1,7 @@
 #include "output/Output.h"
 
 #include "Trouble.h"
+#include "output/Lines.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
@@ -51,6 +52,16 @@ namespace QzLogTool
             Flush();
         if (text.size() >= kBlock)
             WriteAll(text);
+    }
+
+    void Output::WriteLine(std::string_view text)
+    {
+        std::string line;
+        if (mIsTerminal)
+            AppendVisible(line, text);
+        else
+            line = text;
+        Write(line += '\n');
     }
 
     void Output::Flush()

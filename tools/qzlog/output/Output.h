@@ -24,6 +24,9 @@ namespace QzLogTool
         bool IsTerminal() const { return mIsTerminal; }
 
         void Write(std::string_view text);
+
+        /// Writes a text and a line end. On a terminal nothing that the text holds can steer it.
+        void WriteLine(std::string_view text);
         void Flush();
 
     private:
