@@ -19,7 +19,6 @@ namespace
         std::string const record = good.substr(36, good.find("\r\n", 36) + 2 - 36);
         std::string const missed = "2026-11-18 03:00:01.000 [HOST:a][SERVER:b][PID:1][THR:2][Log][Error][UID:0][SID:0]"
                                    "[OID:0] Missed 17 messages since 2026-11-18 03:00:00.000 due to: disk full\r\n";
-        std::string const oneLine = "good.log: 1 file, ";
         struct
         {
             char const* mName;
@@ -47,9 +46,14 @@ namespace
                 "good.log:6: the header cannot be read: '2026-11-18 03:00:01.000 [HOST:a]'\n"},
             {"cut at the end", good.substr(0, good.size() - 3), 1,
                 "good.log:5: the last record is cut: the file ends without CR LF\n"},
-            {"cut in a message", good.substr(0, good.size() - 5) + record, 1,
-                "good.log:5: a record begins within the line, so the one before it is cut: '" + record.substr(0, 60) +
-                    "...'\n"},
+            {"missed behind one that is cut", good.substr(0, good.size() - 5) + missed + missed.substr(0, 70) + missed,
+                1,
+                "good.log:5: a record begins within the line, so the one before it is cut: '" + missed.substr(0, 60) +
+                    "...'\ngood.log:5: note: 17 messages missed since 2026-11-18 03:00:00.000\n"
+                    "good.log:6: a record begins within the line, so the one before it is cut: '" +
+                    missed.substr(0, 60) +
+                    "...'\ngood.log:6: note: 17 messages missed since 2026-11-18 03:00:00.000\n"},
+            {"quotes part of a header", good.substr(0, good.size() - 2) + record.substr(0, 100) + "\r\n", 0, ""},
             {"cut in a header", good + record.substr(0, 40) + record, 1,
                 "good.log:6: a record begins within the line, so the one before it is cut: '" + record.substr(0, 60) +
                     "...'\n"},

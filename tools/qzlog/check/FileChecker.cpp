@@ -13,13 +13,17 @@ namespace QzLogTool
     {
         constexpr std::string_view kByteOrderMark = kHead.substr(0, 3);
         constexpr std::string_view kHeadText = kHead.substr(3, kHead.size() - 5);
-        constexpr std::string_view kFirstField = " [HOST:";
         constexpr std::size_t kShownLength = 60;
 
         /// The start of a text, in quotes.
         std::string Quote(std::string_view text)
         {
             return '\'' + std::string(text.substr(0, kShownLength)) + (text.size() > kShownLength ? "...'" : "'");
+        }
+
+        std::string_view GetLine(std::string_view text)
+        {
+            return WithoutLineEnd(text.substr(0, text.find('\n')));
         }
     }
 
@@ -32,7 +36,7 @@ namespace QzLogTool
     {
         TakeStart(record);
         if (record.mKind == Record::Kind::Message)
-            TakeMessage(record.mText);
+            TakeMessage(record);
         TakeLines(record.mText);
         std::string_view part;
         while (source.NextPart(part))
@@ -43,12 +47,14 @@ namespace QzLogTool
     {
         std::string_view const text = record.mText;
         bool const isHead = record.mKind == Record::Kind::Head;
-        if (record.mOffset != 0)
+        if (mIsInLine)
+            Fault("a record begins within the line, so the one before it is cut: " + Quote(GetLine(text)));
+        else if (record.mOffset != 0)
         {
             if (isHead)
                 Fault("a head in the middle of the file");
             else if (record.mKind == Record::Kind::Loose)
-                Fault("no record owns the line " + Quote(WithoutLineEnd(text.substr(0, text.find('\n')))));
+                Fault("no record owns the line " + Quote(GetLine(text)));
         }
         else if (!text.starts_with(kByteOrderMark))
             Fault("the file does not begin with a byte order mark");
@@ -56,14 +62,18 @@ namespace QzLogTool
             Fault("the file does not begin with the head '" + std::string(kHeadText) + '\'');
         else if (!text.starts_with(kHead.substr(0, kHead.size() - 2)))
             Fault("the head is of another version: " + Quote(WithoutLineEnd(text)));
+        mIsInLine = false;
     }
 
-    void FileChecker::TakeMessage(std::string_view text)
+    void FileChecker::TakeMessage(Record const& record)
     {
         ++mRecordCount;
-        if (!mParser.Parse(text) || !mParser.ReadHeader())
+        if (!mParser.Parse(record.mText) || !mParser.ReadHeader())
         {
-            Fault("the header cannot be read: " + Quote(text.substr(0, text.find_first_of("\r\n"))));
+            // One that is cut is no fault of its own.
+            bool const isCut = record.mIsWhole && record.mText.find('\n') == std::string_view::npos;
+            if (!isCut)
+                Fault("the header cannot be read: " + Quote(GetLine(record.mText)));
             return;
         }
         MissedMessages missed;
@@ -102,24 +112,6 @@ namespace QzLogTool
         auto const malformed = utf8::find_invalid(line.begin(), line.end());
         if (malformed != line.end() && (isEnded || line.end() - malformed > 3))
             Fault("a byte that is no UTF-8");
-        FindBuriedRecord(line);
-    }
-
-    /// A record that was not written to its end has no line end, and the next one follows in its line.
-    void FileChecker::FindBuriedRecord(std::string_view line)
-    {
-        // A time is 23 characters long, or 29 with its distance from UTC.
-        constexpr std::size_t kTimeLengths[] = {23, 29};
-        for (std::size_t at = 0; (at = line.find(kFirstField, at)) != std::string_view::npos; ++at)
-            for (std::size_t const length : kTimeLengths)
-            {
-                std::int64_t time;
-                bool const isBuried = at > length && BeginsRecord(line.substr(at - length), time) &&
-                                      mParser.Parse(line.substr(at - length));
-                if (isBuried)
-                    return Fault("a record begins within the line, so the one before it is cut: " +
-                                 Quote(line.substr(at - length)));
-            }
     }
 
     void FileChecker::Finish()

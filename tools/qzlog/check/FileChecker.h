@@ -36,10 +36,9 @@ namespace QzLogTool
 
     private:
         void TakeStart(Record const& record);
-        void TakeMessage(std::string_view text);
+        void TakeMessage(Record const& record);
         void TakeLines(std::string_view text);
         void TakeLine(std::string_view line, bool isEnded);
-        void FindBuriedRecord(std::string_view line);
         bool IsBeingWritten() const;
         void Fault(std::string const& reason) { mListener.OnFault(mLine, reason); }
 
@@ -50,7 +49,7 @@ namespace QzLogTool
         std::uint64_t mRecordCount = 0;
         std::uint64_t mLine = 1;
         std::uint64_t mSize = 0;
-        // Within a line that comes in parts.
+        // Within a line: it comes in parts, or it was cut.
         bool mIsInLine = false;
     };
 }

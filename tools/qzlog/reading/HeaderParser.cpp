@@ -62,8 +62,8 @@ namespace QzLogTool
             return isRead;
         }
 
-        /// Moves `text` behind the time and the brackets that all headers have.
-        bool TakeFields(std::string_view& text, HeaderFields& fields)
+        /// Moves `text` behind the time and the names.
+        bool TakeNames(std::string_view& text, HeaderFields& fields)
         {
             std::int64_t time;
             std::size_t const timeLength = ReadTime(text, time);
@@ -71,7 +71,13 @@ namespace QzLogTool
             return timeLength != 0 && Skip(text, " [HOST:") && TakeUpTo(text, "][SERVER:", fields.mHost) &&
                    TakeUpTo(text, "][PID:", fields.mServer) && TakeUpTo(text, "][THR:", fields.mProcess) &&
                    TakeUpTo(text, "][", fields.mThread) && TakeUpTo(text, "][", fields.mLogger) &&
-                   TakeUpTo(text, "]", fields.mDispatcher) && TakeOptional(text, "[0x", fields.mMessageID) &&
+                   TakeUpTo(text, "]", fields.mDispatcher);
+        }
+
+        /// Moves `text` behind the time and the brackets up to the object ID, of which the last four may be absent.
+        bool TakeFields(std::string_view& text, HeaderFields& fields)
+        {
+            return TakeNames(text, fields) && TakeOptional(text, "[0x", fields.mMessageID) &&
                    TakeID(text, "[UID:", fields.mUser) && TakeID(text, "[SID:", fields.mSession) &&
                    TakeID(text, "[OID:", fields.mObject);
         }
@@ -117,6 +123,15 @@ namespace QzLogTool
         std::string_view message = WithoutLineEnd(mText).substr(mLength);
         Skip(message, " ");
         return message;
+    }
+
+    bool BeginsWithWholeHeader(std::string_view text)
+    {
+        text = text.substr(0, text.find('\n'));
+        HeaderFields fields;
+        return TakeNames(text, fields) && TakeOptional(text, "[0x", fields.mMessageID) && Skip(text, "[UID:") &&
+               TakeUpTo(text, "][SID:", fields.mUser) && TakeUpTo(text, "][OID:", fields.mSession) &&
+               TakeUpTo(text, "]", fields.mObject);
     }
 
     bool ReadMissedMessages(HeaderParser const& parser, MissedMessages& missed)

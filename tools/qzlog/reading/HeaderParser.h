@@ -60,6 +60,10 @@ namespace QzLogTool
         std::string mCopy;
     };
 
+    /// Whether a text begins with a header that is whole and has all that the library writes. Within a line nothing
+    /// less begins a record: a message may quote a time or part of a header.
+    bool BeginsWithWholeHeader(std::string_view text);
+
     /// A missed-messages line's content.
     struct MissedMessages
     {

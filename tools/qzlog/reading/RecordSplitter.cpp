@@ -1,5 +1,6 @@
 #include "reading/RecordSplitter.h"
 
+#include "reading/HeaderParser.h"
 #include "reading/RecordStart.h"
 
 #include <algorithm>
@@ -11,6 +12,11 @@ namespace QzLogTool
     {
         // Small enough to stay in the processor's cache between the reading and the looking.
         constexpr std::size_t kBlock = std::size_t{256} << 10;
+
+        constexpr std::string_view kHost = " [HOST:";
+        // Of the time in front of it, without and with its distance from UTC.
+        constexpr std::size_t kShortestTime = 23;
+        constexpr std::size_t kLongestTime = 29;
     }
 
     RecordSplitter::RecordSplitter(ByteSource& bytes) : mBytes(bytes), mBuffer(kBlock) {}
@@ -59,7 +65,7 @@ namespace QzLogTool
         if (!mBytes.MoveTo(mStartOffset))
             return false;
         mBegin = mEnd = 0;
-        mOffset = mStartOffset;
+        mOffset = mHostFrom = mHostUpTo = mStartOffset;
         mIsAtEnd = mIsInside = false;
         mNext = Start();
         return true;
@@ -74,6 +80,7 @@ namespace QzLogTool
         mOffset = mBytes.GetOffset();
         mIsAtEnd = false;
         mNext = Start();
+        mHostFrom = mHostUpTo = mOffset;
         mIsOpen = true;
         return true;
     }
@@ -130,6 +137,15 @@ namespace QzLogTool
         {
             std::size_t const lineEnd = FindLineEnd(mBegin + from);
             bool const isLine = lineEnd != mEnd;
+            bool const isTooLong = mEnd - mBegin >= kLargest;
+            if (isLine || mIsAtEnd || isTooLong)
+            {
+                // The record that begins at mBegin itself is the one whose end is looked for, unless it is a part that
+                // goes on there.
+                end = FindBuried(std::max(mBegin + verified, mBegin + (mIsInside ? 0 : 1)), lineEnd);
+                if (end != lineEnd)
+                    return true;
+            }
             bool const seesNext = isLine && (mIsAtEnd || mEnd - lineEnd > kGlance || isHead);
             end = isLine ? lineEnd + 1 : mEnd;
             if (seesNext && (isHead || end == mEnd || IsNextAt(end)))
@@ -141,7 +157,7 @@ namespace QzLogTool
             }
             if (!isLine && mIsAtEnd)
                 return true;
-            if (mEnd - mBegin >= kLargest)
+            if (isTooLong)
             {
                 end = verified != 0 ? mBegin + verified : FindCut(lineEnd);
                 return false;
@@ -151,10 +167,11 @@ namespace QzLogTool
         }
     }
 
-    /// Where a line that is too long is cut: between two characters.
+    /// Where a line that is too long is cut: between two characters, and not after the start of a header that is still
+    /// to be read.
     std::size_t RecordSplitter::FindCut(std::size_t limit) const
     {
-        std::size_t const cut = std::min(limit, mBegin + kLargest - 1);
+        std::size_t const cut = std::min(limit, mBegin + kLargest - kLongestHeader);
         std::size_t start = cut;
         while (start > cut - 3 && (static_cast<unsigned char>(mBuffer[start]) & 0xC0) == 0x80)
             --start;
@@ -174,14 +191,73 @@ namespace QzLogTool
     {
         char const* const begin = mBuffer.data() + mBegin;
         std::int64_t time;
-        while (void const* const found = memrchr(begin, '\n', at - mBegin))
+        for (;;)
         {
-            std::size_t const lineEnd = static_cast<std::size_t>(static_cast<char const*>(found) - mBuffer.data());
-            if (Classify(lineEnd + 1, time) != Record::Kind::Loose)
-                return lineEnd + 1;
-            at = lineEnd;
+            void const* const found = memrchr(begin, '\n', at - mBegin);
+            std::size_t const line =
+                found ? static_cast<std::size_t>(static_cast<char const*>(found) - mBuffer.data()) + 1 : mBegin;
+            // The last one within the line that begins not after the byte.
+            std::size_t start = line;
+            std::size_t const hostEnd = std::min(at + kLongestTime + 1, mEnd);
+            for (std::size_t host = line; (host = FindHost(host, hostEnd)) != hostEnd; ++host)
+                if (std::size_t const buried = FindRecordOf(host, line + 1, at + 1); buried <= at)
+                    start = buried;
+            if (start != line || !found || Classify(line, time) != Record::Kind::Loose)
+                return start;
+            at = line - 1;
         }
-        return mBegin;
+    }
+
+    /// The first record from one place to another that begins within a line; `end` when there is none.
+    std::size_t RecordSplitter::FindBuried(std::size_t from, std::size_t end)
+    {
+        std::size_t start = end;
+        for (std::size_t host = FindNextHost(from); host < std::min(end + kLongestTime, mEnd) && start == end;
+             host = FindNextHost(host + 1))
+            start = FindRecordOf(host, from, end);
+        return start;
+    }
+
+    /// Where the record begins that a host bracket belongs to, if that is from one place to another; otherwise `end`.
+    std::size_t RecordSplitter::FindRecordOf(std::size_t host, std::size_t from, std::size_t end) const
+    {
+        for (std::size_t const length : {kShortestTime, kLongestTime})
+        {
+            std::size_t const start = host - std::min(host, length);
+            std::size_t const size = std::min(mEnd - start, kLongestHeader);
+            if (start >= from && start < end && BeginsWithWholeHeader({mBuffer.data() + start, size}))
+                return start;
+        }
+        return end;
+    }
+
+    /// The first host bracket from a place on, or mEnd. It is asked for line by line, and looked for once.
+    std::size_t RecordSplitter::FindNextHost(std::size_t from)
+    {
+        std::uint64_t const start = mOffset - mBegin; // of mBuffer in its file
+        if (start + from < mHostFrom || start + from > mHostUpTo)
+            mHostFrom = mHostUpTo = start + from;
+        std::size_t const at = static_cast<std::size_t>(mHostUpTo - start);
+        std::size_t const host = FindHost(at, mEnd);
+        // One may begin in the last bytes.
+        mHostUpTo = start + (host != mEnd ? host : std::max(at, mEnd - std::min(mEnd, kHost.size() - 1)));
+        return host;
+    }
+
+    /// The first host bracket that begins from one place to another; `end` when there is none.
+    std::size_t RecordSplitter::FindHost(std::size_t from, std::size_t end) const
+    {
+        // By its rarest character, in half the time that a search for all of it takes.
+        constexpr std::size_t kRare = kHost.find('H');
+        char const* const stop = mBuffer.data() + std::min(end + kHost.size() - 1, mEnd);
+        char const* at = mBuffer.data() + from + kRare;
+        while (at < stop && (at = static_cast<char const*>(std::memchr(at, 'H', static_cast<std::size_t>(stop - at)))))
+        {
+            if (std::string_view(at - kRare, static_cast<std::size_t>(stop - at) + kRare).starts_with(kHost))
+                return static_cast<std::size_t>(at - kRare - mBuffer.data());
+            ++at;
+        }
+        return end;
     }
 
     /// What begins at a line. `time` is changed for a record only.

@@ -12,10 +12,16 @@ namespace QzLogTool
 {
     /// Splits the files of a ByteSource into records. It holds one buffer, which grows with the records up to kLargest
     /// bytes; records beyond that come in parts.
+    ///
+    /// A record begins where a line begins with a header, or where a whole header stands within a line: the writer of
+    /// the record before was stopped in the middle of it, which is given without a line end.
     class RecordSplitter : public RecordSource
     {
     public:
         static constexpr std::size_t kLargest = std::size_t{16} << 20;
+
+        /// A header within a line is seen up to this length, which is more than headers have.
+        static constexpr std::size_t kLongestHeader = 4096;
 
         explicit RecordSplitter(ByteSource& bytes);
 
@@ -34,6 +40,10 @@ namespace QzLogTool
         bool FindEnd(bool isHead, std::size_t& end);
         std::size_t FindCut(std::size_t limit) const;
         std::size_t FindStart(std::size_t at) const;
+        std::size_t FindBuried(std::size_t from, std::size_t end);
+        std::size_t FindRecordOf(std::size_t host, std::size_t from, std::size_t end) const;
+        std::size_t FindNextHost(std::size_t from);
+        std::size_t FindHost(std::size_t from, std::size_t end) const;
         Record::Kind Classify(std::size_t at, std::int64_t& time) const;
         bool IsNextAt(std::size_t at);
         std::size_t FindLineEnd(std::size_t from) const;
@@ -64,6 +74,10 @@ namespace QzLogTool
         };
         // What FindEnd has seen behind the end, so that it is not looked at twice.
         Start mNext;
+
+        // Between these two places in the file no host bracket begins: FindNextHost has looked.
+        std::uint64_t mHostFrom = 0;
+        std::uint64_t mHostUpTo = 0;
 
         std::string mPath;
         std::int64_t mTime = std::numeric_limits<std::int64_t>::min();
