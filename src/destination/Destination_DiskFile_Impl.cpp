@@ -47,7 +47,7 @@ namespace QzLog
 
         std::unique_ptr<QzFileSystem::UpdateableFile> Open(QzBase::WideString const& path)
         {
-            return QzFileSystem::CreateUpdateableFile(path.c_str(), QzFileSystem::KeepOnClose);
+            return QzFileSystem::CreateAppendableFile(path.c_str(), QzFileSystem::KeepOnClose);
         }
     }
 
@@ -127,7 +127,7 @@ namespace QzLog
             return;
         try
         {
-            WriteRecord(text.c_str(), text.size());
+            WriteRecord({text.c_str(), text.size()});
         }
         catch (QzBase::Message& failure)
         {
@@ -163,13 +163,20 @@ namespace QzLog
             return;
         std::string const line = mLosses.MakeLine();
         QzFileSystem::FileWriteLock const lock(*mpFile, mSection);
-        if (mpFile->MovePositionToEnd() == 0)
-            mpFile->WriteText(mFileHeader.c_str(), mFileHeader.size());
-        mpFile->WriteText(line.c_str(), line.size());
+        Append(mpFile->MovePositionToEnd(), line);
         mLosses.Clear();
     }
 
-    void Destination_DiskFile_Impl::WriteRecord(char const* text, std::uint64_t length)
+    void Destination_DiskFile_Impl::Append(std::int64_t size, std::string_view record)
+    {
+        // In one piece: a head without its record, or half of one, would be followed by no other.
+        if (size == 0)
+            mpFile->WriteTexts(mFileHeader, record);
+        else
+            mpFile->Write(record.data(), record.size());
+    }
+
+    void Destination_DiskFile_Impl::WriteRecord(std::string_view record)
     {
         mpFile->ReopenAfterFork();
         for (int pass = 0; pass < kWritePasses; ++pass)
@@ -179,10 +186,7 @@ namespace QzLog
             std::int64_t const size = mpFile->MovePositionToEnd();
             if (size < std::int64_t{mMaxFileSize})
             {
-                if (size == 0)
-                    mpFile->WriteText(mFileHeader.c_str(), mFileHeader.size());
-                if (length != 0)
-                    mpFile->WriteText(text, length);
+                Append(size, record);
                 return;
             }
             // A file that has taken this one's place must not be rolled over from here.

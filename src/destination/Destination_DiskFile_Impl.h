@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace QzLog
 {
@@ -46,7 +47,10 @@ namespace QzLog
         void ReopenFile();
 
         /// Writes a record at the end of the file, under the lock on the file. Throws QzBase::Message.
-        void WriteRecord(char const* text, std::uint64_t length);
+        void WriteRecord(std::string_view record);
+
+        /// Writes it under the lock that the caller holds. An empty file gets its head with it: `size` is the file's.
+        void Append(std::int64_t size, std::string_view record);
         [[noreturn]] void ThrowRaceFailure() const;
 
         void CloseFile() noexcept { mpFile.reset(); }

@@ -49,6 +49,12 @@ namespace QzFileSystem
                 mFile.WriteText(text, count);
             }
 
+            void WriteTexts(std::string_view first, std::string_view second) override
+            {
+                Timer const timer(mWriteTimer);
+                mFile.WriteTexts(first, second);
+            }
+
             void WriteUInt32(unsigned int const& value) override
             {
                 Timer const timer(mWriteTimer);
@@ -116,8 +122,8 @@ namespace QzFileSystem
         class UpdateableFileImpl final : public WritingFile<UpdateableFile>
         {
         public:
-            UpdateableFileImpl(unsigned short const* path, CloseDisposition disposition)
-                : WritingFile(path, disposition, QzOs::Access::ReadWrite, "UpdateableFileImpl")
+            UpdateableFileImpl(unsigned short const* path, CloseDisposition disposition, QzOs::Access access)
+                : WritingFile(path, disposition, access, "UpdateableFileImpl")
             {
             }
 
@@ -170,7 +176,12 @@ namespace QzFileSystem
 
     std::unique_ptr<UpdateableFile> CreateUpdateableFile(unsigned short const* path, CloseDisposition disposition)
     {
-        return std::make_unique<UpdateableFileImpl>(path, disposition);
+        return std::make_unique<UpdateableFileImpl>(path, disposition, QzOs::Access::ReadWrite);
+    }
+
+    std::unique_ptr<UpdateableFile> CreateAppendableFile(unsigned short const* path, CloseDisposition disposition)
+    {
+        return std::make_unique<UpdateableFileImpl>(path, disposition, QzOs::Access::ReadAppend);
     }
 
     std::unique_ptr<WriteableFile> CreateWriteableFile(unsigned short const* path, CloseDisposition disposition)

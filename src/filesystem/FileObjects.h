@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 // Files as objects over one handle of the operating system, without buffering. An object opens its file when
 // it is made: it finds or creates it, never empties it, and starts at offset 0. It has no lock of its own:
@@ -81,7 +82,9 @@ namespace QzFileSystem
         /// somebody else is in the way, without it waits for as long as it takes.
         virtual bool ReadLock(bool failAtOnce) = 0;
 
-        /// Gives the lock up, whichever it is. Fails never. Timed by the read lock timer.
+        /// Gives the lock up, whichever it is. Should the system refuse that, the file is opened once more and what
+        /// was open, with the lock, is closed; if that is refused too the object is closed. Throws nothing. Timed by
+        /// the read lock timer.
         void Unlock() { ReleaseReadLock(); }
 
     protected:
@@ -98,6 +101,10 @@ namespace QzFileSystem
 
         /// Writes `count` bytes of the text, or all of it up to its terminator if `count` is 0.
         virtual void WriteText(char const* text, std::uint64_t count) = 0;
+
+        /// Writes both texts as Write does, with the first one and the beginning of the second in one system call.
+        /// \param first  less than 1 MiB.
+        virtual void WriteTexts(std::string_view first, std::string_view second) = 0;
 
         /// Writes four bytes, least significant first.
         virtual void WriteUInt32(unsigned int const& value) = 0;
@@ -118,7 +125,7 @@ namespace QzFileSystem
         /// each other as two processes do. Used through the guards of FileLocks.h.
         virtual bool WriteLock(bool failAtOnce) = 0;
 
-        /// Gives the lock up, whichever it is. Fails never. Timed by the write lock timer.
+        /// Like ReadableFile::Unlock. Timed by the write lock timer.
         void Unlock() { ReleaseWriteLock(); }
 
     protected:
@@ -142,5 +149,8 @@ namespace QzFileSystem
     /// Open or create a file for reading and writing, or for writing alone. Every process may open, rename
     /// and delete it meanwhile.
     std::unique_ptr<UpdateableFile> CreateUpdateableFile(unsigned short const* path, CloseDisposition disposition);
+    /// For reading and appending: whatever is written goes to the end that the file has at that moment, wherever the
+    /// position stands and whoever else changes the size. The position then is there too.
+    std::unique_ptr<UpdateableFile> CreateAppendableFile(unsigned short const* path, CloseDisposition disposition);
     std::unique_ptr<WriteableFile> CreateWriteableFile(unsigned short const* path, CloseDisposition disposition);
 }

@@ -165,18 +165,33 @@ namespace QzFileSystem
             std::uint64_t const piece = std::min(count, kPieceSize);
             std::uint64_t done = 0;
             QzOs::Error const error = QzOs::WriteFile(mHandle, data, piece, done);
-            if (error != 0)
-                throw MakeFailure(error, kWriteFailure, ToNumber(piece), GetPathToReport().c_str());
-            if (done < piece)
-                throw MakeShortFailure(kWriteFailure, ToNumber(piece - done), GetPathToReport().c_str());
+            CheckWrite(error, piece, done);
             data += piece;
             count -= piece;
         }
     }
 
+    void HandleFile::CheckWrite(QzOs::Error error, std::uint64_t asked, std::uint64_t done) const
+    {
+        if (error != 0)
+            throw MakeFailure(error, kWriteFailure, ToNumber(asked), GetPathToReport().c_str());
+        if (done < asked)
+            throw MakeShortFailure(kWriteFailure, ToNumber(asked - done), GetPathToReport().c_str());
+    }
+
     void HandleFile::WriteText(char const* text, std::uint64_t count) const
     {
         Write(text, count != 0 ? count : std::strlen(text));
+    }
+
+    void HandleFile::WriteTexts(std::string_view first, std::string_view second) const
+    {
+        std::string_view const beginning = second.substr(0, kPieceSize - first.size());
+        std::uint64_t done = 0;
+        QzOs::Error const error = QzOs::WriteFile(mHandle, first, beginning, done);
+        CheckWrite(error, first.size() + beginning.size(), done);
+        second.remove_prefix(beginning.size());
+        Write(second.data(), second.size());
     }
 
     void HandleFile::WriteUInt32(std::uint32_t value) const
@@ -224,10 +239,15 @@ namespace QzFileSystem
         return true;
     }
 
-    void HandleFile::Unlock() const noexcept
+    void HandleFile::Unlock() noexcept
     {
-        if (mHandle != QzOs::kNoFile)
-            QzOs::UnlockFile(mHandle);
+        if (mHandle == QzOs::kNoFile || QzOs::UnlockFile(mHandle) == 0)
+            return;
+        // Kept until the next message, the lock would hold up all others. It belongs to what is open, and goes with it.
+        QzOs::NoCancellation const noCancellation;
+        QzOs::FileHandle own = QzOs::kNoFile;
+        QzOs::OpenAgain(mHandle, mAccess, own);
+        QzOs::CloseFile(std::exchange(mHandle, own));
     }
 
     void HandleFile::ReopenAfterFork()

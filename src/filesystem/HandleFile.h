@@ -33,6 +33,7 @@ namespace QzFileSystem
 
         void Write(void const* buffer, std::uint64_t count) const;
         void WriteText(char const* text, std::uint64_t count) const;
+        void WriteTexts(std::string_view first, std::string_view second) const;
         void WriteUInt32(std::uint32_t value) const;
 
         void Flush() const;
@@ -40,11 +41,13 @@ namespace QzFileSystem
         void Close();
 
         bool Lock(bool exclusive, QzOs::LockWait wait) const;
-        void Unlock() const noexcept;
+        void Unlock() noexcept;
 
         void ReopenAfterFork();
 
     private:
+        /// Throws unless all that was asked has been written.
+        void CheckWrite(QzOs::Error error, std::uint64_t asked, std::uint64_t done) const;
         [[noreturn]] void ThrowOpenFailure(QzOs::Error error) const;
         QzBase::ReturnWString GetPathToReport() const;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 // Open files. Any thread may call all of it; calls on one handle that use its position are ordered by who
 // owns the handle. Nothing here throws or keeps state. Paths are UTF-16 with either separator; how they meet
@@ -34,7 +35,10 @@ namespace QzOs
     {
         Read,
         Write,
-        ReadWrite
+        ReadWrite,
+        /// Reads at the position. All that is written goes to the end that the file has at that moment, and takes the
+        /// position there.
+        ReadAppend
     };
 
     enum class Creation
@@ -64,6 +68,9 @@ namespace QzOs
     /// nothing else.
     Error ReadFile(FileHandle handle, void* buffer, std::uint64_t count, std::uint64_t& done);
     Error WriteFile(FileHandle handle, void const* buffer, std::uint64_t count, std::uint64_t& done);
+
+    /// Like WriteFile, for two texts one behind the other.
+    Error WriteFile(FileHandle handle, std::string_view first, std::string_view second, std::uint64_t& done);
 
     enum class Origin
     {

@@ -1,4 +1,5 @@
 #include "destination/Destination_DiskFile_Impl.h"
+#include "filesystem/FileGuards.h"
 #include "filesystem/FileLocks.h"
 #include "filesystem/KernelFaults.h"
 #include "filesystem/Paths.h"
@@ -13,6 +14,7 @@
 #include <utility>
 
 #include <sched.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 
 using namespace QzBase::Literals;
@@ -93,7 +95,7 @@ TEST_F(DiskFileTest, WritesAHeadAndWholeRecords)
 TEST_F(DiskFileTest, ARecordIsFiveCallsOfTheKernel)
 {
     Make("x.log");
-    Write("first");
+    Watch<&Kernel::mpWritev> const writev; // of the head and the first record
     Watch<&Kernel::mpStat> const stat;
     Watch<&Kernel::mpFlock> const flock;
     Watch<&Kernel::mpLseek> const lseek;
@@ -102,9 +104,12 @@ TEST_F(DiskFileTest, ARecordIsFiveCallsOfTheKernel)
     Watch<&Kernel::mpOpen> const open;
     Watch<&Kernel::mpSigmask> const sigmask;
     Watch<&Kernel::mpGetrlimit> const getrlimit;
+    std::string const large(1'500'000, 'x'); // more than one call takes
+    Write(large);
     Write("second");
-    EXPECT_EQ((std::vector{stat.GetCount(), flock.GetCount(), lseek.GetCount(), write.GetCount()}),
-        (std::vector{1, 2, 1, 1}));
+    EXPECT_EQ(Get("x.log"), kHead + Record(large) + Record("second"));
+    EXPECT_EQ((std::vector{stat.GetCount(), flock.GetCount(), lseek.GetCount(), writev.GetCount(), write.GetCount()}),
+        (std::vector{2, 4, 2, 1, 2}));
     EXPECT_EQ(fstat.GetCount() + open.GetCount() + sigmask.GetCount() + getrlimit.GetCount(), 0);
 }
 
@@ -124,13 +129,13 @@ TEST_F(DiskFileTest, RollsOverAtItsLimitIntoNumberedBackups)
         {"count 0 is 1", 0, {0}, {}},
         {"the only one is replaced", 1, {0}, {}},
         {"room left", 3, {0, 1}, {0, 1}},
+    auto const nameOf = [](std::size_t number)
+    { return "x.log.bak" + std::string(number < 10, '0') + std::to_string(number); };
         {"all taken", 3, {0, 1, 2}, {0, 1}},
         {"a gap takes what is below it", 3, {0, 2}, {0, 2}},
         {"higher ones stay", 2, {0, 1, 2, 3}, {0, 2, 3}},
         {"three digits", 256, all, {all.begin(), all.end() - 1}},
     };
-    auto const nameOf = [](std::size_t number)
-    { return "x.log.bak" + std::string(number < 10, '0') + std::to_string(number); };
     for (auto const& each : cases)
     {
         SCOPED_TRACE(each.mpName);
@@ -181,6 +186,23 @@ namespace
         return UntilDropped([=] { setrlimit(resource, &before); });
     }
 
+    /// Another program empties a file after its size was asked for.
+    Fault EmptyMeanwhile()
+    {
+        QzOs::Posix::gKernel.mpLseek = [](int file, off_t offset, int origin)
+        {
+            off_t const position = ::lseek(file, offset, origin);
+            return ftruncate(file, 0) == 0 ? position : -1;
+        };
+        return UntilDropped([] { QzOs::Posix::gKernel.mpLseek = ::lseek; });
+    }
+
+    bool IsLocked(std::string const& path)
+    {
+        QzFileSystem::File::ScopedDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        return flock(file.Get(), LOCK_EX | LOCK_NB) != 0;
+    }
+
     struct Case
     {
         char const* mpName;
@@ -213,6 +235,8 @@ TEST_F(DiskFileTest, CountsWhatItLosesAndTellsWhy)
     };
     Case const cases[] = {
         {"signal in the wait", [] { return Fail<&Kernel::mpFlock>(EINTR); }, ""},
+        {"unlock", [] { return Watch<&Kernel::mpFlock>::Make(EIO, 1); }, ""},
+        {"emptied", EmptyMeanwhile, ""},
         {"deleted", [&] { return std::filesystem::remove(log), nullptr; }, ""},
         {"renamed", [&] { return std::filesystem::rename(log, log + "1"), nullptr; }, ""},
         {"lock", [] { return Fail<&Kernel::mpFlock>(ENOLCK); }, "Failed to lock file " + quoted},
@@ -251,9 +275,13 @@ TEST_F(DiskFileTest, CountsWhatItLosesAndTellsWhy)
         Fault fault = each.mMake();
         Write("lost 1");
         fault.reset();
+        EXPECT_FALSE(IsLocked(log));
+        EXPECT_EQ(Get("x.log").find('\0'), std::string::npos);
         bool const loses = !each.mReason.empty();
+        gNow -= 3'600'000; // the clock is set back
         for (int i = 0; i < 2 && loses; ++i)
             Write("lost");
+        gNow = kStart;
         mpDestination->SetMaxFileSize(1000);
         gNow += 299'999;
         if (loses)

@@ -36,14 +36,14 @@ namespace
 
     using K = Kernel;
     std::vector<Entry> const kEntries = {Make<&K::mpOpen>("Open"), Make<&K::mpClose>("Close"), Make<&K::mpRead>("Read"),
-        Make<&K::mpWrite>("Write"), Make<&K::mpFlock>("Flock"), Make<&K::mpFtruncate>("Ftruncate"),
-        Make<&K::mpFsync>("Fsync"), Make<&K::mpFdatasync>("Fdatasync"), Make<&K::mpLseek>("Lseek"),
-        Make<&K::mpStat>("Stat"), Make<&K::mpLstat>("Lstat"), Make<&K::mpFstat>("Fstat"), Make<&K::mpFchmod>("Fchmod"),
-        Make<&K::mpFchown>("Fchown"), Make<&K::mpFutimens>("Futimens"), Make<&K::mpRename>("Rename"),
-        Make<&K::mpUnlink>("Unlink"), Make<&K::mpMkostemp>("Mkostemp"), Make<&K::mpMkdir>("Mkdir"),
-        Make<&K::mpGetrlimit>("Getrlimit"), Make<&K::mpSigaction>("Sigaction")};
+        Make<&K::mpWrite>("Write"), Make<&K::mpWritev>("Writev"), Make<&K::mpFlock>("Flock"),
+        Make<&K::mpFtruncate>("Ftruncate"), Make<&K::mpFsync>("Fsync"), Make<&K::mpFdatasync>("Fdatasync"),
+        Make<&K::mpLseek>("Lseek"), Make<&K::mpStat>("Stat"), Make<&K::mpLstat>("Lstat"), Make<&K::mpFstat>("Fstat"),
+        Make<&K::mpFchmod>("Fchmod"), Make<&K::mpFchown>("Fchown"), Make<&K::mpFutimens>("Futimens"),
+        Make<&K::mpRename>("Rename"), Make<&K::mpUnlink>("Unlink"), Make<&K::mpMkostemp>("Mkostemp"),
+        Make<&K::mpMkdir>("Mkdir"), Make<&K::mpGetrlimit>("Getrlimit"), Make<&K::mpSigaction>("Sigaction")};
     /// The first ones are taken up again after a signal.
-    constexpr std::size_t kInterruptible = 8;
+    constexpr std::size_t kInterruptible = 9;
 
     struct Operation
     {
@@ -88,6 +88,7 @@ namespace
         file->SetPosition(file->GetPosition() + file->GetSize());
         file->MovePositionToEnd();
         file->WriteText("more", 0);
+        file->WriteTexts("and", "more");
         file->SetPosition(0);
         file->ReadBinary(*MakeBinary(4), 0);
         file->Truncate();
@@ -100,9 +101,9 @@ namespace
             {"UpdateableFileImpl::UpdateableFileImpl: ::CreateFileW failed for 'file'.", "Failed to lock file 'file'.",
                 "Failed to get attributes of file 'file'.", "Failed to get current position of file 'file'.",
                 "Failed to get size of file 'file'.", "Failed to set current position of file 'file'.",
-                "Failed to write 4 bytes to file 'file'.", "Failed to read 4 bytes from file 'file'.",
-                "Failed to truncate file 'file'.", "Failed to flush file 'file'.",
-                "Failed to close handle of file 'file'."},
+                "Failed to write 4 bytes to file 'file'.", "Failed to write 7 bytes to file 'file'.",
+                "Failed to read 4 bytes from file 'file'.", "Failed to truncate file 'file'.",
+                "Failed to flush file 'file'.", "Failed to close handle of file 'file'."},
             true, {"Stat"}},
         {"move", [] { MoveFile(u"file"_w, u"new"_w); }, {"Failed to move file 'file' to 'new'."}},
         {"move across", MoveAcross, {"Failed to move file 'file' to 'other'."}},

@@ -13,6 +13,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace QzOs
@@ -42,6 +43,8 @@ namespace QzOs
                 return O_WRONLY;
             case Access::ReadWrite:
                 return O_RDWR;
+            case Access::ReadAppend:
+                return O_RDWR | O_APPEND;
             }
             return O_RDONLY;
         }
@@ -149,8 +152,16 @@ namespace QzOs
     {
         Posix::SizeLimitGuard guard;
         ssize_t const result = RetryOnSignal([&] { return gKernel.mpWrite(ToDescriptor(handle), buffer, count); });
-        done = result < 0 ? 0 : static_cast<std::uint64_t>(result);
-        return guard.Finish(result < 0 ? errno : 0);
+        return FinishWrite(result, guard, done);
+    }
+
+    Error WriteFile(FileHandle handle, std::string_view first, std::string_view second, std::uint64_t& done)
+    {
+        iovec const pieces[] = {
+            {const_cast<char*>(first.data()), first.size()}, {const_cast<char*>(second.data()), second.size()}};
+        Posix::SizeLimitGuard guard;
+        ssize_t const result = RetryOnSignal([&] { return gKernel.mpWritev(ToDescriptor(handle), pieces, 2); });
+        return FinishWrite(result, guard, done);
     }
 
     Error SeekFile(FileHandle handle, std::int64_t offset, Origin origin, std::int64_t& position)

@@ -27,6 +27,7 @@ namespace QzOs::Posix
         .mpClose = ::close,
         .mpRead = ::read,
         .mpWrite = ::write,
+        .mpWritev = ::writev,
         .mpLseek = ::lseek,
         .mpFlock = ::flock,
         .mpFtruncate = ::ftruncate,

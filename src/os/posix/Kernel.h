@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/types.h>
+#include <sys/uio.h>
 
 // The calls to the kernel and the C runtime that files and the debug output need. They go through one table, so
 // that a test can make each of them fail.
@@ -25,6 +26,7 @@ namespace QzOs::Posix
         int (*mpClose)(int descriptor);
         ssize_t (*mpRead)(int descriptor, void* buffer, size_t count);
         ssize_t (*mpWrite)(int descriptor, void const* buffer, size_t count);
+        ssize_t (*mpWritev)(int descriptor, iovec const* pieces, int count);
         off_t (*mpLseek)(int descriptor, off_t offset, int origin);
         int (*mpFlock)(int descriptor, int operation);
         int (*mpFtruncate)(int descriptor, off_t size);
