@@ -207,6 +207,8 @@ namespace QzLog
 
     void Destination_DiskFile_Impl::GoOnInForkedChild(bool /*wasGap*/) noexcept
     {
+        // The parent tells in the log what it has lost itself.
+        mLosses.ForgetCount();
         if (!mpFile)
             return;
         QzOs::NoCancellation const noCancellation;

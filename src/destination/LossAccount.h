@@ -25,6 +25,9 @@ namespace QzLog
         /// The same, by an attempt that failed: the interval begins anew.
         void AddFailedAttempt();
 
+        /// What was lost up to now is told by somebody else; when and why the file failed stay.
+        void ForgetCount() noexcept { mMissedCount = 0; }
+
         bool HasLosses() const noexcept { return mMissedCount != 0; }
 
         /// What the log is told about the losses: UTF-8 with CR LF, behind the header of the calling thread, which

@@ -433,6 +433,22 @@ TEST_F(DiskFileTest, StampsTheLossLineWithTheThreadsHeader)
     EXPECT_THROW(Write("text"), std::bad_alloc);
 }
 
+TEST_F(DiskFileTest, AForkedChildTellsItsOwnLosses)
+{
+    Make("x.log");
+    Fault fault = Fail<&Kernel::mpFlock>(ENOLCK);
+    Write("lost by the parent");
+    fault.reset();
+    ExpectInChild(
+        [&]
+        {
+            Write("lost by the child");
+            gNow += 300'000;
+            Write("again");
+            return GetLossLine("x.log").find("Missed 1 messages since 2027-01-15 08:00:00.000 due to: Failed") == 0;
+        });
+}
+
 TEST_F(DiskFileTest, AForkedChildWritesThroughItsOwnOpenFile)
 {
     // A child that inherited the busy thread's lock would wait for ever, and one that shared the parent's open file
