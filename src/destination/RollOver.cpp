@@ -4,6 +4,7 @@
 #include "filesystem/FileGuards.h"
 #include "filesystem/FileQueries.h"
 #include "os/Cancellation.h"
+#include "os/FilesByPath.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
@@ -40,8 +41,9 @@ namespace QzLog
             if (number == backupCount && number != 0)
             {
                 --number;
-                // Should this fail, the move onto the name replaces what is there.
-                QzFileSystem::DeleteFile(MakeBackupName(path, number).c_str(), nullptr);
+                // In its place, which nobody can read who may not read the log. Should this fail, the move onto the
+                // name replaces what is there.
+                QzOs::DeleteFile(MakeBackupName(path, number).c_str());
             }
             // From the oldest on, so that no name is overwritten before it has been moved.
             for (; number != 0; --number)
@@ -58,8 +60,7 @@ namespace QzLog
         void CopyTo(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target)
         {
             file.SetPosition(0);
-            File::ScopedDescriptor descriptor(
-                File::OpenDescriptor(target.c_str(), QzFileSystem::kOpenWriteNew, QzFileSystem::kShareDefault));
+            File::ScopedDescriptor descriptor(file.OpenDescriptorOfCopy(target.c_str()));
             std::unique_ptr<QzDataType::Binary> const piece(QzDataType::CreateBinary(kCopyBufferSize, nullptr));
             for (;;)
             {

@@ -25,6 +25,9 @@ namespace QzFileSystem::File
     /// A new descriptor, at position 0 and closed on exec. Closed with CloseDescriptor.
     int OpenDescriptor(unsigned short const* path, OpenMode mode, ShareMode share);
 
+    /// The failure of OpenDescriptor, by the system's error number.
+    [[noreturn]] void ThrowOpenFailure(int error, unsigned short const* path);
+
     /// A new binary stream over a new descriptor. Closed with CloseStream.
     std::FILE* OpenStream(unsigned short const* path, OpenMode mode, ShareMode share);
 

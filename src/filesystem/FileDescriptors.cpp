@@ -78,8 +78,13 @@ namespace QzFileSystem::File
         if (mode < std::size(kOpenRules))
             error = QzOs::OpenFile(path, kOpenRules[mode].mAccess, kOpenRules[mode].mCreation, handle);
         if (error != 0)
-            ThrowCallFailure(error, "QzFileSystem::File::OpenDescriptor", ": ::CreateFileW failed for '", path, "'.");
+            ThrowOpenFailure(error, path);
         return QzOs::ToDescriptor(handle);
+    }
+
+    void ThrowOpenFailure(int error, unsigned short const* path)
+    {
+        ThrowCallFailure(error, "QzFileSystem::File::OpenDescriptor", ": ::CreateFileW failed for '", path, "'.");
     }
 
     std::int64_t WriteDescriptor(int descriptor, void const* buffer, std::uint64_t count)

@@ -95,6 +95,7 @@ namespace QzFileSystem
             }
 
             void ReopenAfterFork() override { mFile.ReopenAfterFork(); }
+            int OpenDescriptorOfCopy(unsigned short const* path) override { return mFile.OpenDescriptorOfCopy(path); }
 
         protected:
             void ReleaseWriteLock() noexcept override

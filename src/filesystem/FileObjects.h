@@ -139,6 +139,12 @@ namespace QzFileSystem
         /// position, since the inherited one shares its position and its lock with the parent. Does nothing
         /// in the process that opened the file, and then costs no system call.
         virtual void ReopenAfterFork() = 0;
+
+        /// Creates a file at another path for a copy of this one, in the place of what stands there: that is deleted
+        /// and never opened, be it a link or a pipe; a directory fails. The new file gets owner, group and permissions
+        /// of this one as far as the process may give them, and is never open to more users.
+        /// \return  a descriptor for writing, as of File::OpenDescriptor, whose failure this one has too.
+        virtual int OpenDescriptorOfCopy(unsigned short const* path) = 0;
     };
 
     /// Both, over one handle.

@@ -2,6 +2,7 @@
 
 #include "filesystem/Directories.h"
 #include "filesystem/Failures.h"
+#include "filesystem/File.h"
 #include "filesystem/FileQueries.h"
 #include "os/Cancellation.h"
 #include "os/FilesByPath.h"
@@ -262,6 +263,15 @@ namespace QzFileSystem
         // The parent's open file, and the lock on it, live on in the parent.
         QzOs::CloseFile(std::exchange(mHandle, own));
         mForkGeneration = generation;
+    }
+
+    int HandleFile::OpenDescriptorOfCopy(unsigned short const* path) const
+    {
+        QzOs::FileHandle copy = QzOs::kNoFile;
+        QzOs::Error const error = QzOs::ReplaceFile(path, mHandle, copy);
+        if (error != 0)
+            File::ThrowOpenFailure(error, path);
+        return QzOs::ToDescriptor(copy);
     }
 
     void HandleFile::ThrowOpenFailure(QzOs::Error error) const

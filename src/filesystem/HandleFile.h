@@ -44,6 +44,7 @@ namespace QzFileSystem
         void Unlock() noexcept;
 
         void ReopenAfterFork();
+        int OpenDescriptorOfCopy(unsigned short const* path) const;
 
     private:
         /// Throws unless all that was asked has been written.

@@ -55,6 +55,11 @@ namespace QzOs
     /// new one gets the permissions that the process gives new files. A directory fails.
     Error OpenFile(unsigned short const* path, Access access, Creation creation, FileHandle& handle);
 
+    /// Creates a file for writing in the place of what stands at the path, which is deleted first and never opened; a
+    /// directory fails. The new file gets owner, group and permissions of the open file `model` as far as the process
+    /// may give them, and is at no moment open to anybody to whom that one is not.
+    Error ReplaceFile(unsigned short const* path, FileHandle model, FileHandle& handle);
+
     /// Opens what is open under `handle` once more, at the same position but as an open file of its own, also
     /// when it has no name any more. A handle that a forked child inherits shares position and locks with
     /// the parent's.

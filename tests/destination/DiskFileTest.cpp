@@ -129,8 +129,6 @@ TEST_F(DiskFileTest, RollsOverAtItsLimitIntoNumberedBackups)
         {"count 0 is 1", 0, {0}, {}},
         {"the only one is replaced", 1, {0}, {}},
         {"room left", 3, {0, 1}, {0, 1}},
-    auto const nameOf = [](std::size_t number)
-    { return "x.log.bak" + std::string(number < 10, '0') + std::to_string(number); };
         {"all taken", 3, {0, 1, 2}, {0, 1}},
         {"a gap takes what is below it", 3, {0, 2}, {0, 2}},
         {"higher ones stay", 2, {0, 1, 2, 3}, {0, 2, 3}},
@@ -140,7 +138,12 @@ TEST_F(DiskFileTest, RollsOverAtItsLimitIntoNumberedBackups)
     {
         SCOPED_TRACE(each.mpName);
         Clear();
-        Make("x.log");
+        // The longest name that leaves room for those of the back-ups.
+        std::string const log(each.mCount > 100 ? 248 : 249, 'x');
+        auto const nameOf = [&](std::size_t number)
+        { return log + ".bak" + std::string(number < 10, '0') + std::to_string(number); };
+        Make(log);
+        Watch<&Kernel::mpRename> const rename;
         Write("old");
         std::string const old = kHead + Record("old");
         mpDestination->SetBackupCount(each.mCount);
@@ -151,13 +154,54 @@ TEST_F(DiskFileTest, RollsOverAtItsLimitIntoNumberedBackups)
         mpDestination->SetMaxFileSize(static_cast<unsigned int>(old.size() + 1));
         Write("more");
         std::string const full = old + Record("more");
-        EXPECT_EQ(Get("x.log"), full);
+        EXPECT_EQ(Get(log), full);
         mpDestination->SetMaxFileSize(static_cast<unsigned int>(full.size()));
         Write("new");
-        Snapshot expected{{"x.log", kHead + Record("new")}, {nameOf(0), full}};
+        Snapshot expected{{log, kHead + Record("new")}, {nameOf(0), full}};
         for (std::size_t i = 0; i < each.mAfter.size(); ++i)
             expected[nameOf(i + 1)] = std::to_string(each.mAfter[i]);
         EXPECT_EQ(TakeSnapshot(), expected);
+        // What is deleted stays in its folder until then.
+        EXPECT_TRUE(rename.GetCount() == 0 || !each.mAfter.empty());
+    }
+}
+
+TEST_F(DiskFileTest, MakesItsBackupAnewForThoseWhoMayUseTheLog)
+{
+    struct
+    {
+        char const* mpName;
+        std::function<int()> mMake;
+        mode_t mLog = 0600;
+        mode_t mBackup = mLog;
+        bool mKeepsOwner = false; // the process is in no group of the log's
+    } const cases[] = {
+        {"pipe", [] { return mkfifo("x.log.bak00", 0666); }},
+        {"link to the log", [] { return symlink("x.log", "x.log.bak00"); }},
+        {"second name of another file", [] { return link("other", "x.log.bak00"); }},
+        {"open to more than new files", [] { return 0; }, 0666},
+        {"of a foreign group", [] { return 0; }, 0664, 0644, true},
+    };
+    for (auto const& each : cases)
+    {
+        SCOPED_TRACE(each.mpName);
+        Clear();
+        Put("other", "another");
+        Make("x.log");
+        Write("old");
+        std::filesystem::permissions("x.log", std::filesystem::perms(each.mLog));
+        ASSERT_EQ(each.mMake(), 0);
+        mpDestination->SetBackupCount(0);
+        mpDestination->SetMaxFileSize(60);
+        auto const fchown = std::exchange(QzOs::Posix::gKernel.mpFchown,
+            each.mKeepsOwner ? [](int, uid_t, gid_t) { return errno = EPERM, -1; } : ::fchown);
+        Write("new");
+        QzOs::Posix::gKernel.mpFchown = fchown;
+        EXPECT_EQ(TakeSnapshot(),
+            (Snapshot{{"other", "another"}, {"x.log", kHead + Record("new")}, {"x.log.bak00", kHead + Record("old")}}));
+        struct stat status;
+        EXPECT_EQ(lstat("x.log.bak00", &status), 0);
+        EXPECT_EQ(status.st_mode, S_IFREG | each.mBackup);
     }
 }
 

@@ -32,6 +32,7 @@ namespace QzOs
     namespace
     {
         constexpr mode_t kNewFileMode = 0666;
+        constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
 
         int ToFlags(Access access)
         {
@@ -63,11 +64,28 @@ namespace QzOs
             return 0;
         }
 
-        Error Open(char const* path, int flags, FileHandle& handle)
+        Error Open(char const* path, int flags, FileHandle& handle, mode_t newFileMode = kNewFileMode)
         {
             handle = Posix::OpenAboveStandard(
-                [&] { return gKernel.mpOpen(path, flags | O_CLOEXEC | O_NOCTTY, kNewFileMode); });
+                [&] { return gKernel.mpOpen(path, flags | O_CLOEXEC | O_NOCTTY, newFileMode); });
             return handle == kNoFile ? errno : 0;
+        }
+
+        /// What cannot be given stays away: the file then is open to fewer.
+        void CopyOwnership(struct stat const& model, int to)
+        {
+            mode_t mode = model.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+            // An owner may give a file to a group of his, and only root to another user.
+            if (gKernel.mpFchown(to, model.st_uid, model.st_gid) != 0 &&
+                gKernel.mpFchown(to, static_cast<uid_t>(-1), model.st_gid) != 0)
+                mode &= ~mode_t{S_IRWXG} | (mode & S_IRWXO) << 3;
+            gKernel.mpFchmod(to, mode);
+        }
+
+        Error FinishWrite(ssize_t result, Posix::SizeLimitGuard& guard, std::uint64_t& done)
+        {
+            done = result < 0 ? 0 : static_cast<std::uint64_t>(result);
+            return guard.Finish(result < 0 ? errno : 0);
         }
 
         Error RefuseDirectory(int descriptor)
@@ -110,6 +128,24 @@ namespace QzOs
             if (error != 0)
                 CloseFile(std::exchange(handle, kNoFile));
         }
+        return error;
+    }
+
+    Error ReplaceFile(unsigned short const* path, FileHandle model, FileHandle& handle)
+    {
+        handle = kNoFile;
+        KernelPath const kernelPath(path);
+        if (kernelPath.GetError() != 0)
+            return kernelPath.GetError();
+        struct stat status;
+        if (gKernel.mpFstat(ToDescriptor(model), &status) != 0)
+            return errno;
+        if (gKernel.mpUnlink(kernelPath.Get()) != 0 && errno != ENOENT)
+            return errno;
+        Posix::PrepareForSizeLimit();
+        Error const error = Open(kernelPath.Get(), O_WRONLY | O_CREAT | O_EXCL, handle, kOwnerOnly);
+        if (error == 0)
+            CopyOwnership(status, ToDescriptor(handle));
         return error;
     }
 
