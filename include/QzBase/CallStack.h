@@ -16,7 +16,7 @@ namespace QzBase
             /// "function at file:line"; "function in module+0x1234" without debug information, and
             /// "module+0x1234" without a name, the distance being from where the module was loaded. The
             /// name is looked up by the first call on a frame; the first look-up of a process reads the
-            /// debug information, which takes tens of milliseconds. Valid as long as the call stack. Throws
+            /// debug information, which takes some tenths of a second. Valid as long as the call stack. Throws
             /// std::bad_alloc.
             virtual unsigned short const* GetDescription() const = 0;
 

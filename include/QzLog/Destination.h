@@ -25,9 +25,9 @@ namespace QzLog
         /// Writes a finished text, UTF-8; null counts as empty.
         virtual void WriteMessage(char const* bodyText, MessageHeader& header) = 0;
 
-        /// Replaces the set of IDs whose messages get a call stack behind their text. Taking a call stack is slow:
-        /// tens of milliseconds for the first of a process. May be called from any thread at any time; messages on
-        /// their way go by the old or by the new set. Throws std::bad_alloc and then changes nothing.
+        /// Replaces the set of IDs whose messages get a call stack behind their text. The first call stack of a process
+        /// reads its debug information, which takes some tenths of a second. May be called from any thread at any time;
+        /// messages on their way go by the old or by the new set. Throws std::bad_alloc and then changes nothing.
         /// \param ids    `count` IDs in any order; null is allowed when `count` is 0, which empties the set.
         virtual void SetCallstackMessageIDs(unsigned int const* ids, unsigned int count) = 0;
 

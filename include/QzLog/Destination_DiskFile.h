@@ -19,9 +19,12 @@ namespace QzLog
     /// back-up "<path>.bak00", earlier back-ups move up by one number (with no gap the oldest is deleted), and the file
     /// is emptied in place, so that all who have it open go on with it. A message is written whole, so a file can
     /// exceed the maximum by one message. A roll-over that fails, on a full disk for instance, leaves the log as it
-    /// was; the message is lost, the earlier back-ups have moved up, and the new one may be incomplete. All messages
-    /// are lost that come to a full log whose own name has more than 249 bytes, which leaves the system no room for the
-    /// name of a back-up.
+    /// was; the message is lost, the earlier back-ups have moved up, and the new one may be incomplete.
+    ///
+    /// The new back-up is a file of its own: what stood at its name, a link or a pipe perhaps, is deleted and not used.
+    /// It has the log's permissions, and its owner and group as far as the process may give them. The name of a file
+    /// has 255 bytes at most: a log whose own name has more than 249 cannot be rolled over and, once it is full, loses
+    /// every message. One of exactly 249 comes to that when it needs back-up number 100.
     ///
     /// Nothing that happens to the file reaches the logging call. A message that cannot be written is lost and counted.
     /// 300 seconds after the last failure or failed attempt the next message opens the file again, and a line in
@@ -30,15 +33,25 @@ namespace QzLog
     ///     <header> Missed 17 messages since 2026-11-18 03:02:07.123-05:00 due to: Failed to lock file '/x.log'.
     ///
     /// When the file is deleted, renamed or replaced by a directory, the next message finds that out and makes a new
-    /// one, if the last failure is 300 seconds old or there was none. That line puts the logger "Log", the dispatcher
-    /// "Error" and no message ID on the header of the calling thread, which destinations behind this one in a
-    /// dispatcher's list see. A count that is still open when a new base path moves the destination to a
-    /// file that can be opened is told there, but only once that file is lost in its turn. It is dropped when the
-    /// destination ends.
+    /// one, if the last failure is 300 seconds old or there was none. Its directory is not made again. Seconds are
+    /// those of the system's clock: when that is set back, the wait is as much longer. The line above puts the logger
+    /// "Log", the dispatcher "Error" and no message ID on the header of the calling thread, which destinations behind
+    /// this one in a dispatcher's list see. A count that is still open when a new base path moves the destination to a
+    /// file that can be opened is told there, but only once that file is lost in its turn.
     ///
-    /// After a fork the child goes on in the same log, with an open file of its own. A fork waits for a record that is
-    /// being written and for a roll-over, but not for a message that waits for the lock on the file. The child does not
-    /// have that message.
+    /// The line leaves out:
+    /// - what goes into a file that is no longer the one at its path, since somebody replaced it, or deleted it and
+    ///   another writer made it anew. That is noticed when the file is full: the message is lost and counted, and the
+    ///   file at the path is opened 300 seconds later.
+    /// - a count that still waits when a write fails once more, or when the destination ends. A count waits for those
+    ///   300 seconds; if its line cannot be written then, as on a disk that is still full, until the file is lost again
+    ///   and opened again.
+    /// - when and why, if the file vanished and could not be made again: the line then has time and reason of the last
+    ///   failure before, or none.
+    ///
+    /// After a fork the child goes on in the same log, with an open file and a count of its own. A fork waits for a
+    /// record that is being written and for a roll-over, but not for a message that waits for the lock on the file. The
+    /// child does not have that message.
     ///
     /// All operations may be called from any thread at any time, and throw std::bad_alloc and nothing of the file's.
     class QZLOG_API Destination_DiskFile : public virtual Destination
