@@ -5,16 +5,17 @@ if [ -t 1 ]; then style='\n\033[1m%s\033[0m\n'; else style='\n== %s\n'; fi
 caption() { printf "$style" "$1"; }
 fail() { echo "demo: $1" >&2; exit 1; }
 
-# Waits until one of the files holds a text, 30 seconds at most.
+# await WHAT COMMAND...: waits until the command succeeds: two minutes at most, and no longer than the server runs.
 await() {
-    local text=$1
+    local what=$1 end=$((SECONDS + 120))
     shift
-    for _ in $(seq 600); do
-        grep -qs -- "$text" "$@" && return
+    until "$@"; do
+        kill -0 "$server" 2> /dev/null || fail "the server has ended before $what"
+        [ $SECONDS -lt $end ] || fail "two minutes, and not yet $what"
         sleep 0.05
     done
-    fail "'$text' did not appear in $*"
 }
+holds() { grep -qs -- "$2" "$1"; }
 
 # Log lines without that part of the header that is the same in all of them: host, server, process.
 shorten() { sed -E 's/ \[HOST:[^]]*\]\[SERVER:[^]]*\]\[PID:[0-9]+\]/ /; s/\r$//'; }

@@ -58,7 +58,7 @@ feed() {
     done
 }
 feed 60
-await "Request 60 answered" logs/stream.log
+await "request 60 is answered" holds logs/stream.log "Request 60 answered"
 echo "$(count < logs/stream.log) records in logs/stream.log, the last of them:"
 tail -n 3 logs/stream.log | shorten
 

@@ -11,6 +11,13 @@ cd "$work"
 
 fail() { echo "FAILED: $1" >&2; exit 1; }
 
+# show_failure WHAT: to be called where it has just failed, with its output in output.txt.
+show_failure() {
+    local status=$?
+    cat output.txt
+    fail "$1 ended with $status"
+}
+
 # expect WHAT EXPECTED ACTUAL
 expect() { [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"; }
 

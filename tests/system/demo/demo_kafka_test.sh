@@ -3,7 +3,7 @@ source "$(dirname "$0")/common.sh"
 command -v kcat > /dev/null || { echo "kcat is missing"; exit 77; }
 
 mkdir tmp
-TMPDIR=$work/tmp "$example/demo_kafka.sh" > output.txt 2>&1 || { cat output.txt; fail "demo_kafka.sh ended with $?"; }
+TMPDIR=$work/tmp "$example/demo_kafka.sh" > output.txt 2>&1 || show_failure demo_kafka.sh
 
 topic=Kvel.ReportingEngine.Diag.$(uname -n).Reporting01
 while IFS= read -r text; do
