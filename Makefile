@@ -1,43 +1,49 @@
-# Thin calls of the CMake presets. `make demo` and `make test` are all that a newcomer needs; both install
+# Thin calls of the CMake workflow presets. `make demo` and `make test` are all that a newcomer needs; both install
 # what is missing (as root, or through sudo), configure, build and run.
 
-.PHONY: demo demo-kafka test bench check install package packages release clean
+.PHONY: demo demo-kafka test bench check install package release deps clean
 
-demo: release
+# One at a time, whoever calls: two builds in one folder ruin each other.
+.NOTPARALLEL:
+alone = mkdir -p build && flock --close build/lock
+workflow = $(alone) cmake --workflow --preset
+
+demo: deps
+	@$(workflow) demo
 	@build/release/examples/reporting_server/demo.sh
 
 # A mock broker on loopback, the reporting server that logs to it, and what kcat reads there.
-demo-kafka: release
-	@scripts/packages.sh kafka
+demo-kafka: deps-kafka
+	@$(workflow) demo-kafka
 	@build/release/examples/reporting_server/demo_kafka.sh
 
-test: release
-	@scripts/packages.sh kafka integrations
-	@ctest --preset release
+test: deps-kafka deps-integrations
+	@$(workflow) test
 
-release: packages
-	@scripts/build.sh release
+release: deps
+	@$(workflow) release
 
-bench: packages
-	@scripts/packages.sh bench
-	@scripts/build.sh bench
+bench: deps-bench
+	@$(workflow) bench
 	@scripts/bench.sh
 
 # All that guards the project beside the tests: format, lint, both compilers, sanitizers, the installed package.
-check: packages
-	@scripts/packages.sh check
-	@scripts/check.sh
+check: deps-check
+	@$(alone) scripts/check.sh
 
 # The Debian packages, below build/package.
-package: packages
-	@scripts/packages.sh check
-	@scripts/package.sh
+package: deps-check
+	@$(alone) scripts/package.sh
 
 install: release
 	@cmake --install build/release
 
-packages:
-	@scripts/packages.sh build
+# The Debian packages that the build needs, and those that one of the targets above needs besides.
+deps:
+	@scripts/deps.sh build
+
+deps-%: deps
+	@scripts/deps.sh $*
 
 clean:
 	rm -rf build

@@ -11,7 +11,7 @@ step "public headers"
 mkdir -p build && doxygen docs/Doxyfile
 
 step "clang, warnings are errors"
-scripts/build.sh clang
+cmake --workflow --preset clang
 
 step "clang-tidy"
 git ls-files 'src/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/clang 2>&1 |
@@ -23,10 +23,8 @@ scripts/package.sh
 
 for sanitizer in asan tsan; do
     step "tests under $sanitizer"
-    scripts/build.sh $sanitizer
-    ctest --preset $sanitizer
+    cmake --workflow --preset $sanitizer
 done
 
 step "fuzz targets, ten seconds each"
-scripts/build.sh fuzz
-ctest --test-dir build/fuzz/fuzz --output-on-failure
+cmake --workflow --preset fuzz

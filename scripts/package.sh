@@ -5,10 +5,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/build.sh package
+rm -f build/package/*.deb
+cmake --workflow --preset package
 cd build/package
-rm -f ./*.deb
-cpack -G DEB >cpack.txt || { cat cpack.txt; exit 1; }
 ls -1 ./*.deb
 
 lintian --no-cfg --allow-root --fail-on error ./*.deb

@@ -30,5 +30,5 @@ else
     echo "These packages are missing and only root can install them: ${missing[*]}" >&2
     exit 1
 fi
-"${root[@]}" apt-get update -qq
-"${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+"${root[@]}" apt-get update
+"${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
