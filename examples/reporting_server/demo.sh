@@ -69,7 +69,7 @@ grep -m 1 -A 5 -e '- callstack -' logs/errors.log | shorten
 
 caption "Passwords are masked before they are logged; what the mask cannot be sure of is withheld:"
 grep -hoE '[0-9]+: SignIn .*|P[OU][A-Z]+ /api/(logins|users).*' logs/network/network.log* logs/all.log* | shorten |
-    awk '!seen[$2]++' | tail -n 4
+    sort -bsu -k 2.1,2.8
 
 caption "Commands, one line for each 100 requests: cluster/all(share), then ID:count(minimum/mean/maximum in us)"
 cut -c -130 traces/commands.txt

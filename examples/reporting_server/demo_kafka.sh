@@ -92,8 +92,7 @@ grep -m 1 -A 2 'RunReport) has failed' records.txt | shorten
 caption "Each message went to one place:"
 streamed=$(count < records.txt)
 filed=$(count < logs/stream.log)
-logged=$(grep -oE '\([0-9]+-[0-9]+-[0-9]+:' traces/messages.txt | tr '(:-' '   ' |
-    awk '{ sum += $1 + $2 + $3 } END { print sum }')
+logged=$(($(grep -oE '\([0-9]+-[0-9]+-[0-9]+:' traces/messages.txt | grep -oE '[0-9]+' | paste -s -d +)))
 printf '%6d  %s\n' "$streamed" "in Kafka" "$filed" "in logs/stream.log" \
     "$logged" "in the server's own count, traces/messages.txt"
 [ $((streamed + filed)) -eq "$logged" ] || fail "the figures do not agree"

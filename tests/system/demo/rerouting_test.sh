@@ -66,10 +66,9 @@ expect "scopes left" "$(count "Enter '" "$logs")" "$(count "Leave '" "$logs")"
 [ -f b/b-info.log.bak01 ] || fail "nothing rolled over"
 
 messages=$(count '\[HOST:' "$logs")
-traced=$(grep -oE '\([0-9]+-[0-9]+-[0-9]+:' traces/messages.txt | tr '(:-' '   ' |
-    awk '{ sum += $1 + $2 + $3 } END { print sum }')
+traced=$(grep -oE '\([0-9]+-[0-9]+-[0-9]+:' traces/messages.txt | grep -oE '[0-9]+' | sum)
 expect "messages in the trace" "$messages" "$traced"
 expect "commands in the trace" "$requests" \
-    "$(sed -E 's|^[0-9]+/([0-9]+)\(.*|\1|' traces/commands.txt | awk '{ sum += $1 } END { print sum }')"
+    "$(sed -E 's|^[0-9]+/([0-9]+)\(.*|\1|' traces/commands.txt | sum)"
 expect "periods" $((requests / 500 + 1)) "$(wc -l < traces/commands.txt)"
 passed

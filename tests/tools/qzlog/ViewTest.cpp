@@ -148,6 +148,8 @@ namespace
     /// What a terminal is shown: colours unless they are unwanted, and nothing that steers it from within a message.
     TEST_F(ViewTest, KnowsTerminals)
     {
+        if (Run("script --version | grep util-linux").mExitCode != 0)
+            GTEST_SKIP() << "needs the program script of util-linux";
         Put("bad.log", "x\r\n2026-11-18 03:00:01.000 [HOST:\x1B[31m\r\n");
         char const* const shown = "[Error] ^[[31m^[[^[[^?\xC3\x9B";
         struct
