@@ -14,9 +14,9 @@ if(QZLOG_BUILD_TOOLS)
     # The tool finds the library from where it stands, under any prefix; packages go where the system looks.
     if(NOT QZLOG_BUILD_PACKAGES)
         file(RELATIVE_PATH tool_to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-        set_target_properties(qzlog PROPERTIES INSTALL_RPATH "$ORIGIN/${tool_to_library}")
+        set_target_properties(qzlog_program PROPERTIES INSTALL_RPATH "$ORIGIN/${tool_to_library}")
     endif()
-    install(TARGETS qzlog RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+    install(TARGETS qzlog_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
     install(FILES tools/qzlog/manual/qzlog.bash RENAME qzlog
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
     # Debian wants manual pages compressed.
@@ -34,10 +34,10 @@ configure_package_config_file(cmake/QzLogConfig.cmake.in ${PROJECT_BINARY_DIR}/Q
 install(FILES ${PROJECT_BINARY_DIR}/QzLogConfig.cmake ${PROJECT_BINARY_DIR}/QzLogConfigVersion.cmake
     DESTINATION ${package_dir} COMPONENT development)
 
-# Relative to the prefix, so that a tree that is moved needs one line of it changed only.
+# From where the file stands, so that it is right under the prefix of `cmake --install`, and in a tree that is moved.
+file(RELATIVE_PATH QZLOG_PC_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 foreach(folder IN ITEMS INCLUDEDIR LIBDIR)
-    cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_${folder} BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE full)
-    string(REPLACE "${CMAKE_INSTALL_PREFIX}/" "\${prefix}/" QZLOG_PC_${folder} "${full}")
+    string(REPLACE "${CMAKE_INSTALL_PREFIX}/" "\${prefix}/" QZLOG_PC_${folder} "${CMAKE_INSTALL_FULL_${folder}}")
 endforeach()
 configure_file(cmake/qzlog.pc.in ${PROJECT_BINARY_DIR}/qzlog.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qzlog.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -25,7 +25,7 @@ cmake --build consumer >/dev/null
 consumer/consumer 2>/dev/null
 echo "find_package(QzLog): built and ran"
 
-flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig PKG_CONFIG_SYSROOT_DIR=$root pkg-config --cflags --libs qzlog)
+flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs qzlog)
 read -ra flags <<<"$flags"
 "${CXX:-c++}" -std=c++20 ../../tests/consumer/main.cpp -o consumer/by_pkg_config "${flags[@]}"
 consumer/by_pkg_config 2>/dev/null

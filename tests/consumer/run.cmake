@@ -22,4 +22,20 @@ foreach(line "[Consumer][Info]" "Hello from the installed package, 2 calls" "thr
         message(FATAL_ERROR "'${line}' is missing in:\n${output}")
     endif()
 endforeach()
+
+# pkg-config answers with the prefix that was installed to.
+file(GLOB_RECURSE pc_file ${WORK_DIR}/prefix/*/qzlog.pc)
+run(pkg-config --variable=includedir ${pc_file})
+string(STRIP "${output}" includes)
+file(REAL_PATH "${includes}" includes)
+if(NOT includes STREQUAL ${WORK_DIR}/prefix/include)
+    message(FATAL_ERROR "pkg-config names ${includes}")
+endif()
+
+# A standard that is too old is the first that the compiler tells.
+execute_process(COMMAND ${COMPILER} -std=c++17 -fsyntax-only -I ${includes} ${SOURCE_DIR}/main.cpp ERROR_VARIABLE output)
+string(REGEX MATCH "error:[^\n]*" first "${output}")
+if(NOT first MATCHES "needs C\\+\\+20")
+    message(FATAL_ERROR "With C++17 the compiler says: ${first}")
+endif()
 file(REMOVE_RECURSE ${WORK_DIR})
