@@ -36,6 +36,7 @@ filters=("--text '$absent'" "--text '$absent' --ignore-case" "--regex 'not[0-9]{
     "--logger Nobody" "--logger Nobody --logger Noone" "--message-id 0x12345678"
     "--user nobody" "--since 2100-01-01" "--invert --logger Kernel" "--host nowhere --server none --text engine")
 declare -A times
+declare -a arguments
 for ((run = 0; run < repetitions; ++run)); do
     times[grep]+=" $(measure grep -F -c "$absent" "$log")"
     for filter in "${filters[@]}"; do

@@ -7,6 +7,9 @@ step() { printf '\n== %s\n' "$1"; }
 step "format"
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
 
+step "scripts"
+git ls-files '*.sh' .ci/run tools/qzlog/manual/qzlog.bash | xargs shellcheck -S warning
+
 step "public headers"
 mkdir -p build && doxygen docs/Doxyfile
 

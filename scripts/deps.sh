@@ -3,18 +3,19 @@
 # Does nothing, and needs no rights, when all are there.
 set -euo pipefail
 
-build=(g++ cmake make ninja-build pkg-config ccache
-    libjsoncpp-dev librdkafka-dev libutfcpp-dev libsystemd-dev uuid-dev libcli11-dev libre2-dev
-    libgtest-dev libgmock-dev)
-kafka=(kcat)
-integrations=(groff-base jq lnav systemd)
-bench=(libbenchmark-dev libspdlog-dev liblog4cplus-dev)
-check=(clang clang-format clang-tidy libclang-rt-14-dev git doxygen dpkg-dev file lintian)
+declare -A groups=(
+    [build]="g++ cmake make ninja-build pkg-config ccache
+        libjsoncpp-dev librdkafka-dev libutfcpp-dev libsystemd-dev uuid-dev libcli11-dev libre2-dev
+        libgtest-dev libgmock-dev"
+    [kafka]="kcat"
+    [integrations]="groff-base jq lnav systemd"
+    [bench]="libbenchmark-dev libspdlog-dev liblog4cplus-dev"
+    [check]="clang clang-format clang-tidy libclang-rt-14-dev git doxygen dpkg-dev file lintian shellcheck"
+)
 
 missing=()
 for group in "$@"; do
-    declare -n packages=$group
-    for package in "${packages[@]}"; do
+    for package in ${groups[$group]}; do
         state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
         [ "$state" = installed ] || missing+=("$package")
     done

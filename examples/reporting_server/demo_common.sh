@@ -5,7 +5,9 @@ if [ -t 1 ]; then style='\n\033[1m%s\033[0m\n'; else style='\n== %s\n'; fi
 caption() { printf "$style" "$1"; }
 fail() { echo "demo: $1" >&2; exit 1; }
 
-# await WHAT COMMAND...: waits until the command succeeds: two minutes at most, and no longer than the server runs.
+server= # the process that runs meanwhile, once there is one
+
+# await WHAT COMMAND...: waits until the command succeeds: two minutes at most, and while the server runs.
 await() {
     local what=$1 end=$((SECONDS + 120))
     shift

@@ -2,6 +2,7 @@
 # what is logged as information or error going to one destination, and FOLDER for whatever it makes.
 export LC_ALL=C.UTF-8 # or grep takes a log with an umlaut for a binary file
 
+# shellcheck disable=SC2154 # who sources this has set $server
 run_server() {
     cat >"$1/settings.json" <<SETTINGS
 { "server": "Reporting01", "language": "en", "basePath": "logs", "destinations": { "only": $2 },

@@ -3,6 +3,7 @@
 set -euo pipefail
 export LC_ALL=C.UTF-8
 
+# shellcheck disable=SC2034 # the tests use it
 example=$1
 work=$2
 rm -rf "$work"

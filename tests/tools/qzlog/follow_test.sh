@@ -17,7 +17,7 @@ until [ -s "$folder/told" ]; do sleep 0.02; done
 "$qzlog" view "$log" > "$folder/viewed"
 
 # A record that a kill has cut has no end of line in the file, but has one where the follower has shown it at once.
-lines=cat
+lines='cat'
 [[ " $* " != *" --kill "* ]] || lines='tr -d \n'
 is_same() { cmp "$@" <($lines < "$folder/viewed") <($lines < "$folder/followed"); }
 for ((i = 0; i < 300; ++i)); do
