@@ -27,8 +27,9 @@ namespace QzBase
     /// Apart from std::bad_alloc everything thrown by this library is a Message or derives from it; catch
     /// `QzBase::Message&`.
     ///
-    /// Each level takes some of the stack when a message is copied, formatted or ended: tens of thousands of
-    /// levels are too many for a usual thread.
+    /// Copying, formatting and destroying go down the tree by recursion: each level takes about 150 bytes of the
+    /// calling thread's stack in an optimised build of the library. Plan 256, which is 4,000 levels for each MiB
+    /// of stack; a tree that is deeper than the stack allows ends the process.
     class QZLOG_API Message
     {
     public:

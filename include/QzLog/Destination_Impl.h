@@ -30,7 +30,8 @@ namespace QzLog
         /// an empty or null one the header and its blank. Texts are UTF-8 and are not checked.
         ///
         /// When the message ID is not 0 and in the set of call-stack IDs, the call stack of the calling thread
-        /// follows, without its first six frames: those of the library when called from WriteMessage.
+        /// follows, without its first six frames: those of the library when called from WriteMessage. Of the others the
+        /// innermost 256 are shown; if there are more, a line behind them says how many are left out.
         ///
         /// May be called from any thread at any time. Throws std::bad_alloc.
         /// \param messageID      as in the header.

@@ -24,6 +24,9 @@ namespace QzLog
         /// The road of a message, see CallFrame.h.
         constexpr unsigned int kOwnFrames = 6;
 
+        /// How many frames a call stack shows: an endless recursion has some 100,000, and megabytes of names.
+        constexpr unsigned int kMostFrames = 256;
+
         bool IsLineEnd(char c) noexcept
         {
             return c == '\r' || c == '\n';
@@ -97,11 +100,14 @@ namespace QzLog
         {
             text.append(kLineEnd).append(kCallStackHead);
             unsigned int const count = stack.GetFrameCount();
-            for (unsigned int index = kOwnFrames; index < count; ++index)
+            unsigned int const end = std::min(count, kOwnFrames + kMostFrames);
+            for (unsigned int index = kOwnFrames; index < end; ++index)
             {
                 unsigned short const* const frame = stack.GetFrame(index).GetDescription();
                 text.append(kLineEnd).append(QzBase::WideCharToUTF8(frame, false).c_str());
             }
+            if (end < count)
+                text.append(kLineEnd).append(std::to_string(count - end)).append(" more frames are left out.");
             text.append(kLineEnd).append(kCallStackFoot);
         }
     }

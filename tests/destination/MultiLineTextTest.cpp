@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -75,6 +76,29 @@ namespace
         std::string const text = copy.Format(9, "H", "b", true);
         EXPECT_TRUE(text.starts_with(std::string("H b") + kHead) && text.ends_with(kFoot)) << text;
         EXPECT_TRUE(copy.Format(kID, "H", "\n", true).starts_with(kHead));
+    }
+
+    [[gnu::noinline]] std::string FormatBelow(unsigned int depth, PlainDestination const& destination)
+    {
+        std::string text = depth ? FormatBelow(depth - 1, destination) : destination.Format(kID, "H", "b", false);
+        asm volatile("");
+        return text;
+    }
+
+    TEST(MultiLineText, ShowsUpTo256Frames)
+    {
+        PlainDestination destination;
+        destination.SetCallstackMessageIDs(&kID, 1);
+        auto const countLines = [](std::string const& text) { return std::count(text.begin(), text.end(), '\n'); };
+        // Without a frame the block has two line ends.
+        auto const depth = static_cast<unsigned int>(256 + 2 - countLines(FormatBelow(0, destination)));
+        for (unsigned int const left : {0u, 1u, 4000u})
+        {
+            std::string const text = FormatBelow(depth + left, destination);
+            std::string const line = "\r\n" + std::to_string(left) + " more frames are left out.\r\n---";
+            EXPECT_EQ(countLines(text), 256 + 2 + (left ? 1 : 0)) << left;
+            EXPECT_EQ(text.find(line) != text.npos, left != 0) << left;
+        }
     }
 
     // Without a call behind it, that of LogString might take the frame's place.
