@@ -4,6 +4,7 @@
 #include <QzSynch/Locks.h>
 
 #include <functional>
+#include <new>
 #include <set>
 #include <utility>
 #include <vector>
@@ -40,16 +41,45 @@ namespace QzLog
                 removed = mCallbacks.extract(found);
         }
 
-        /// The callbacks of this moment, to be called with no lock held.
-        std::vector<QzBase::CountedPtr<Callback>> Copy() const
+        /// Calls the callbacks of this moment, in their order and with no lock held. What one throws ends the
+        /// round. It never fails by itself: without memory for a copy of the set, each callback is looked up when
+        /// its turn comes, and those that are added or removed meanwhile count.
+        template <class Call>
+        void CallEach(Call const& call) const
         {
-            std::vector<QzBase::CountedPtr<Callback>> copy;
-            QzSynch::RWLock::ReadSmartLock const hold(mLock);
-            copy.assign(mCallbacks.begin(), mCallbacks.end());
-            return copy;
+            std::vector<Pointer> copy;
+            if (!TryCopy(copy))
+            {
+                for (Pointer next = FindBehind(nullptr); next; next = FindBehind(next.get()))
+                    call(*next);
+            }
+            for (Pointer const& callback : copy)
+                call(*callback);
         }
 
     private:
+        using Pointer = QzBase::CountedPtr<Callback>;
+
+        bool TryCopy(std::vector<Pointer>& copy) const
+        try
+        {
+            QzSynch::RWLock::ReadSmartLock const hold(mLock);
+            copy.assign(mCallbacks.begin(), mCallbacks.end());
+            return true;
+        }
+        catch (std::bad_alloc const&)
+        {
+            return false;
+        }
+
+        /// The first callback, or the first one behind another, or null.
+        Pointer FindBehind(Callback* callback) const
+        {
+            QzSynch::RWLock::ReadSmartLock const hold(mLock);
+            auto const found = callback ? mCallbacks.upper_bound(callback) : mCallbacks.begin();
+            return found == mCallbacks.end() ? Pointer() : *found;
+        }
+
         struct ByAddress
         {
             using is_transparent = void;
@@ -64,7 +94,7 @@ namespace QzLog
             }
         };
 
-        using Set = std::set<QzBase::CountedPtr<Callback>, ByAddress>;
+        using Set = std::set<Pointer, ByAddress>;
 
         QzSynch::RWLock& mLock;
         Set mCallbacks;

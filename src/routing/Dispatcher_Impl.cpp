@@ -167,8 +167,7 @@ namespace QzLog
         }
         if (list)
             LoanBase::HandOver(*list);
-        for (QzBase::CountedPtr<Dispatcher::Callback> const& callback : mCallbacks.Copy())
-            callback->OnDestinationsChanged(*this);
+        mCallbacks.CallEach([this](Dispatcher::Callback& callback) { callback.OnDestinationsChanged(*this); });
     }
 
     QzBase::ReturnPtrI<Dispatcher> CreateDispatcher(char const* name)

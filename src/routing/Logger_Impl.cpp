@@ -4,17 +4,17 @@
 #include "module/ModuleAccess.h"
 #include "module/ModuleMain.h"
 #include "routing/ErrnoGuard.h"
+#include "routing/HandleCallback.h"
 
 #include <QzLog/ConfigurationHook.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace QzLog
 {
     namespace
     {
-        constexpr std::size_t kMaxDispatchers = 0x10000;
-
         constexpr unsigned short HandleOf(std::size_t index)
         {
             return static_cast<unsigned short>(index ^ 0xDAFF);
@@ -268,7 +268,7 @@ namespace QzLog
         }
         LoanBase::HandOver(*dispatcher);
         DetachUnlessListed(*dispatcher);
-        Notify(index);
+        Notify(Places().set(index), index + 1);
     }
 
     /// A hook may give out one dispatcher several times, so the object that leaves one place can stand at another
@@ -296,18 +296,32 @@ namespace QzLog
     /// lists of several loggers, and what calls may be another object in front of the listed one.
     void Logger_Impl::OnDestinationsChanged(Dispatcher& dispatcher)
     {
-        std::string const name(dispatcher.GetName());
-        for (std::size_t index = 0; DispatcherPtr const listed = GetDispatcherAt(index); ++index)
+        Places places;
+        std::size_t end = 0;
         {
-            if (listed.get() == &dispatcher || name == listed->GetName())
-                Notify(index);
+            std::string_view const name(dispatcher.GetName());
+            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+            for (DispatcherPtr const& listed : mDispatchers)
+                places[end++] = listed.get() == &dispatcher || name == listed->GetName();
         }
+        Notify(places, end);
     }
 
-    void Logger_Impl::Notify(std::size_t index)
+    void Logger_Impl::Notify(Places const& places, std::size_t end)
     {
-        for (QzBase::CountedPtr<Logger::Callback> const& callback : mCallbacks.Copy())
-            callback->OnDispatcherChanged(HandleOf(index));
+        auto const tell = [&](Logger::Callback& callback, std::size_t index)
+        {
+            if (places[index])
+                callback.OnDispatcherChanged(HandleOf(index));
+        };
+        mCallbacks.CallEach(
+            [&](Logger::Callback& callback)
+            {
+                if (auto const* const ofOneHandle = dynamic_cast<HandleCallback const*>(&callback))
+                    return tell(callback, IndexOf(ofOneHandle->GetHandle()));
+                for (std::size_t index = 0; index < end; ++index)
+                    tell(callback, index);
+            });
     }
 
     QzBase::ReturnPtrI<Logger> GetLogger(char const* name, QzSynch::EnumHvnLockStackCategory category)

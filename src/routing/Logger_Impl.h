@@ -9,6 +9,7 @@
 #include <QzSynch/CallbackProxyImpl.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
+#include <bitset>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -45,6 +46,9 @@ namespace QzLog
     private:
         class CallbackProxy;
         class Arrival;
+        static constexpr std::size_t kMaxDispatchers = 0x10000;
+        /// Indexes in the list. It asks for no memory: who is told must not depend on whether there is some.
+        using Places = std::bitset<kMaxDispatchers>;
         using DispatcherPtr = QzBase::CountedPtr<Dispatcher>;
 
         Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category);
@@ -66,7 +70,7 @@ namespace QzLog
         bool IsListedOrArriving(Dispatcher const* dispatcher) const;
 
         void OnDestinationsChanged(Dispatcher& dispatcher);
-        void Notify(std::size_t index);
+        void Notify(Places const& places, std::size_t end);
 
         QzBase::CountedPtr<CallbackProxy> mpProxy;
         QzSynch::RWLockPtr const mpLock;

@@ -1,6 +1,7 @@
 #include "routing/Router_Impl.h"
 
 #include "message/CallFrame.h"
+#include "routing/HandleCallback.h"
 #include "support/synch/ForkHold.h"
 
 #include <QzLog/Dispatcher.h>
@@ -9,15 +10,16 @@ namespace QzLog
 {
     /// The router's listener at its logger, which holds it by counted reference; the bare pointer back leaves no
     /// cycle.
-    class Router_Impl::CallbackProxy final : public Logger::Callback,
+    class Router_Impl::CallbackProxy final : public HandleCallback,
                                              public QzSynch::CallbackProxyImpl<Router_Impl>,
                                              public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
     {
     public:
         void OnDispatcherChanged(unsigned short handle) override
         {
-            QzBase::ReturnPtrI<Router_Impl> const router = GetTarget();
-            if (router && router->mHandle == handle)
+            if (handle != GetHandle())
+                return;
+            if (QzBase::ReturnPtrI<Router_Impl> const router = GetTarget())
                 router->UpdateEnabled();
         }
 
@@ -47,6 +49,7 @@ namespace QzLog
 
     void Router_Impl::Attach()
     {
+        mpProxy->SetHandle(mHandle);
         mpProxy->SetTarget(this);
         mpLogger->AddCallback(mpProxy.get());
         // Behind the attachment, so that no change falls between.

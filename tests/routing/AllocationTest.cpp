@@ -69,6 +69,37 @@ TEST(AllocationTest, AFormatterThatFailsIsEmptyAfterwards)
     EXPECT_STREQ(formatter.Format(messageTemplate), messageTemplate.GetText().c_str());
 }
 
+TEST(AllocationTest, RoutersKnowTheirDestinationsWhenMemoryFails)
+{
+    // One dispatcher at two places of one logger and in another logger.
+    Module const module;
+    DispatcherPtr const dispatcher = CreateDispatcher("shared");
+    InstallHook().mOnDispatcher = [&](DispatcherPtr& offered) { offered = dispatcher; };
+    CountedPtr<Router> const routers[] = {MakeRouter("A"), MakeRouter("B"), MakeRouter("A", "M")};
+    CountedPtr<DestinationCollection> const lists[] = {
+        nullptr, CreateDestinationCollection({module.mpDestination.get()})};
+    for (std::size_t spare = 0; spare < 12; ++spare)
+    {
+        for (auto const& list : lists)
+        {
+            tLimit = tAllocations + spare;
+            try
+            {
+                dispatcher->SetDestinations(list);
+                tLimit = kNoLimit;
+                EXPECT_EQ(dispatcher->HasDestinations(), static_cast<bool>(list));
+            }
+            catch (std::bad_alloc const&)
+            {
+                tLimit = kNoLimit;
+            }
+            for (CountedPtr<Router> const& router : routers)
+                EXPECT_EQ(router->mEnabled, dispatcher->HasDestinations()) << spare;
+        }
+    }
+    EXPECT_TRUE(dispatcher->HasDestinations());
+}
+
 TEST(AllocationTest, AModuleThatFindsNoMemoryLeavesTheNextOneRoom)
 {
     std::optional<Initializer> initializer;
