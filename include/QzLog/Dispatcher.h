@@ -37,7 +37,7 @@ namespace QzLog
     ///
     /// All operations may be called from any thread at any time. What a destination throws ends the delivery
     /// of that message and reaches the caller; the list stays. Log operations do nothing while the list is
-    /// empty, and when the module has ended.
+    /// empty, and when the module of the logger that they are given has ended.
     class QZLOG_API Dispatcher : public virtual QzBase::ReferenceCounted
     {
     public:

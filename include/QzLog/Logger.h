@@ -7,6 +7,7 @@
 #include <QzLog/MessageCatalog.h>
 #include <QzSynch/Locks.h>
 
+#include <cstdint>
 #include <string>
 
 namespace QzLog
@@ -15,7 +16,8 @@ namespace QzLog
     class Dispatcher;
 
     /// A named family of dispatchers with one message catalog. The module keeps one logger per name until
-    /// it ends, so that all routers that name the same logger share it.
+    /// it ends, so that all routers that name the same logger share it. The log operations of a logger whose
+    /// module has ended do nothing, also when the module runs again.
     ///
     /// All operations may be called from any thread at any time. No lock is held while a hook, a callback,
     /// a dispatcher's log operation or a destructor of the user's runs. Exceptions from those pass to the
@@ -44,7 +46,7 @@ namespace QzLog
             /// The handle of the dispatcher of that name, which is created, offered to the configuration hook
             /// and appended on first use. One name has one handle. Null counts as the empty name.
             /// Throws QzBase::Message when the logger has 65,536 dispatchers, when the hook leaves its pointer
-            /// null, and when a dispatcher has to be created while no Initializer is alive.
+            /// null, and when a dispatcher has to be created after the logger's module has ended.
             virtual unsigned short GetDispatcherHandle(char const* dispatcherName) = 0;
 
             /// The dispatcher that stands at a handle at this moment. Throws QzBase::Message for a handle that
@@ -90,6 +92,14 @@ namespace QzLog
         /// As Router::FormatHeaderJson, for the dispatcher of the handle.
         virtual void FormatHeaderJson(unsigned short handle, char const* text, unsigned int messageID,
             char const* fileName, char const* functionName, int lineNumber, std::string& headerJson) = 0;
+
+    private:
+        friend class Dispatcher_Impl;
+        friend class Logger_Impl;
+
+        /// Which of the process's modules made this logger, from 1 on; 0 for a class of the user's own, which
+        /// belongs to whatever module runs.
+        std::uint64_t mModuleNumber = 0;
     };
 
     /// The logger of that name; it is created and offered to the configuration hook when there is none yet.

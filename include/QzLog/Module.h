@@ -9,7 +9,7 @@ namespace QzLog
 {
     /// Keeps the module alive: the first one creates it, the end of the last one ends it, and it may start
     /// again after that. Copies count. Objects that are still held when the module ends remain valid: log
-    /// calls on them do nothing.
+    /// calls on them do nothing, also when the module runs again. Make new routers then.
     ///
     /// Construction and destruction may happen on any thread. The end of the last one waits for the calls of this
     /// library that are in flight on other threads; when it comes inside such a call of its own thread (in a

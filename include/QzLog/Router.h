@@ -20,7 +20,7 @@ namespace QzLog
     ///
     /// All operations may be called from any thread at any time. They catch nothing: what a destination
     /// throws reaches the caller. The log operations do nothing while the dispatcher has no destinations, and
-    /// when the module has ended. Texts are UTF-8.
+    /// for good once the module that made the router has ended. Texts are UTF-8.
     class QZLOG_API Router : public virtual QzBase::ReferenceCounted
     {
     public:

@@ -108,7 +108,10 @@ namespace QzLog
         }
         LockWord const hold;
         if (!gModuleInit.pModule)
+        {
             gModuleInit.pModule = new ModuleMain_Impl;
+            ++gModuleInit.moduleNumber;
+        }
         ++gModuleInit.useCount;
         PublishModule(gModuleInit.pModule);
     }

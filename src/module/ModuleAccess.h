@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 
 namespace QzLog
 {
@@ -17,6 +18,8 @@ namespace QzLog
         int useCount = 0;
         /// The module that exists; it may be hidden from ModulePin because it is about to end.
         ModuleMain* pModule = nullptr;
+        /// Counts the modules of the process. Stays the same while a ModulePin holds a module.
+        std::atomic<std::uint64_t> moduleNumber{0};
     };
 
     extern ModuleInit gModuleInit;

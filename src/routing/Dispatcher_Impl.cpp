@@ -87,6 +87,13 @@ namespace QzLog
         return Loan<DestinationList>(mpDestinations.get());
     }
 
+    /// A pin that sees a module sees the number that was set before it was published, too.
+    inline bool Dispatcher_Impl::HasOutlivedItsModule(Logger const& logger) noexcept
+    {
+        return logger.mModuleNumber != gModuleInit.moduleNumber.load(std::memory_order_relaxed) &&
+               logger.mModuleNumber != 0;
+    }
+
     bool Dispatcher_Impl::HasDestinations()
     {
         QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
@@ -103,7 +110,7 @@ namespace QzLog
         ErrnoGuard const keepErrno;
         ModulePin const module;
         Loan<DestinationList> const list = BorrowList();
-        if (!list || !module)
+        if (!list || !module || HasOutlivedItsModule(logger))
             return;
         MessageHeader& header =
             StampHeader(*module->GetThreadContext(), logger, *this, {messageID, fileName, functionName, lineNumber});
@@ -116,7 +123,7 @@ namespace QzLog
         ErrnoGuard const keepErrno;
         ModulePin const module;
         Loan<DestinationList> const list = BorrowList();
-        if (!list || !module)
+        if (!list || !module || HasOutlivedItsModule(logger))
             return;
         ThreadContext& context = *module->GetThreadContext();
         MessageHeader& header = StampHeader(context, logger, *this, StampOf(message));
@@ -130,7 +137,7 @@ namespace QzLog
         ErrnoGuard const keepErrno;
         ModulePin const module;
         Loan<DestinationList> const list = BorrowList();
-        if (!list || !module)
+        if (!list || !module || HasOutlivedItsModule(logger))
             return;
         ThreadContext& context = *module->GetThreadContext();
         MessageHeader& header = StampHeader(context, logger, *this, StampOf(message));
@@ -145,7 +152,7 @@ namespace QzLog
     {
         ErrnoGuard const keepErrno;
         ModulePin const module;
-        if (!module)
+        if (!module || HasOutlivedItsModule(logger))
             return;
         MessageHeader& header =
             StampHeader(*module->GetThreadContext(), logger, *this, {messageID, fileName, functionName, lineNumber});

@@ -45,6 +45,9 @@ namespace QzLog
 
         using DestinationListPtr = QzBase::CountedPtr<DestinationList>;
 
+        /// For callers that have pinned the module.
+        static bool HasOutlivedItsModule(Logger const& logger) noexcept;
+
         Loan<DestinationList> BorrowList() const;
 
         QzSynch::RWLockPtr const mpLock;

@@ -88,6 +88,7 @@ namespace QzLog
           mName(name ? name : ""),
           mCallbacks(*mpLock)
     {
+        mModuleNumber = gModuleInit.moduleNumber.load();
     }
 
     /// A destination may drop the last reference to the logger that it is called by way of.
@@ -215,6 +216,8 @@ namespace QzLog
         }
         // The hook is held until its work is done, also when another one is installed meanwhile.
         RequiredModule const module;
+        if (mModuleNumber != gModuleInit.moduleNumber.load())
+            ThrowMessage("The logging module that made the logger '%1' has ended.", GetName());
         DispatcherPtr dispatcher(CreateDispatcher(name.c_str()));
         QzBase::ReturnPtrI<ConfigurationHook> const hook = module->GetConfigurationHook();
         if (hook)

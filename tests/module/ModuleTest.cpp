@@ -62,25 +62,38 @@ TEST_F(ModuleTest, ARefreshOffersEverythingInOrder)
 
 TEST_F(ModuleTest, ObjectsThatOutliveItDoNothing)
 {
+    DispatcherPtr const dispatcher = mRouter.GetDispatcher();
+    auto const useAll = [&]
     {
-        ScopeGuard const guard(mRouter, "S", "f", 1);
-        ThreadSpecificLogInfoSwitchGuard const identity(nullptr);
-        mInitializer.reset();
         QzBase::Message message(1, 2, "text");
         std::string json("kept");
         Log(mRouter);
         LogMessage(mRouter, 42u, GetMessageFormatter(), nullptr, nullptr, nullptr, 0);
         EXPECT_THROW(LogStringAndThrowBaseException(mRouter, "text", nullptr), QzBase::Message);
+        mRouter.LogBaseMessage(message);
         mRouter.LogAndUpdateMessage(message);
+        dispatcher->LogText(*mRouter.GetLogger(), "text", 0, nullptr, nullptr, 0);
         mRouter.FormatHeaderJson("text", 0, nullptr, nullptr, 0, json);
         EXPECT_EQ(json, "kept");
         Logger::DispatcherCollection& dispatchers = *mRouter.GetLogger()->GetDispatcherCollection();
         EXPECT_EQ(dispatchers.GetDispatcherHandle("D"), 0xDAFF);
         EXPECT_THROW(dispatchers.GetDispatcherHandle("new"), QzBase::Message);
+    };
+    {
+        ScopeGuard const guard(mRouter, "S", "f", 1);
+        ThreadSpecificLogInfoSwitchGuard const identity(nullptr);
+        mInitializer.reset();
+        useAll();
     }
-    SetDestinations(*mRouter.GetDispatcher(), {});
-    EXPECT_FALSE(mRouter.mEnabled);
+    mInitializer.emplace();
+    useAll();
     EXPECT_EQ(mDestination.TakeTexts(), "Enter 'S' near f(1) ");
+    // The dispatcher belongs to no module: a logger of the new one may have it.
+    InstallHook().mOnDispatcher = [&](DispatcherPtr& offered) { offered = dispatcher; };
+    Log(*MakeRouter());
+    EXPECT_EQ(mDestination.TakeTexts(), "text ");
+    SetDestinations(*dispatcher, {});
+    EXPECT_FALSE(mRouter.mEnabled);
 }
 
 TEST_F(ModuleTest, ItsEndWaitsForTheCallsInFlight)
@@ -153,14 +166,28 @@ TEST_F(ModuleTest, ThreadsLogAcrossItsStartsAndEnds)
     // address sanitizer, and a race under the thread sanitizer. So many threads that some are always in a call: an
     // end waits for those that began before it, and for no others.
     mDestination.mForgets = true;
+    auto const log = [&]
+    {
+        Log(mRouter);
+        try
+        {
+            CountedPtr<Router> const router = MakeRouter();
+            SetDestinations(*router->GetDispatcher(), {&mDestination});
+            Log(*router);
+        }
+        catch (QzBase::Message const&)
+        {
+            // It has just ended.
+        }
+    };
     std::vector<std::jthread> threads(24);
     for (std::jthread& thread : threads)
         thread = std::jthread(
             [&, isFirst = &thread == threads.data()](std::stop_token const& stop)
             {
-                for (; !stop.stop_requested(); Log(mRouter))
+                for (; !stop.stop_requested(); log())
                     if (isFirst)
-                        std::thread([&] { Log(mRouter); }).join();
+                        std::thread(log).join();
             });
     for (int round = 0; round < 40; ++round)
     {
