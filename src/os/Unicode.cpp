@@ -1,9 +1,10 @@
 #include "os/Unicode.h"
 
-#include <utf8.h>
 #include <utf8/unchecked.h>
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -31,6 +32,16 @@ namespace QzOs
         bool StandsForByte(std::uint32_t unit)
         {
             return unit >= kByteUnits + 0x80 && unit <= kByteUnits + 0xFF;
+        }
+
+        constexpr std::uint64_t kHighBitsOfBytes = 0x8080808080808080;
+        constexpr std::uint64_t kHighBitsOfUnits = 0xFF80FF80FF80FF80;
+
+        /// How many bytes stand in memory before the first one of which a bit is set.
+        std::size_t CountBytesBefore(std::uint64_t bits)
+        {
+            bool const isLittleEndian = std::endian::native == std::endian::little;
+            return static_cast<std::size_t>(isLittleEndian ? std::countr_zero(bits) : std::countl_zero(bits)) / 8;
         }
 
         template <class Unit>
@@ -65,19 +76,41 @@ namespace QzOs
             return out;
         }
 
+        /// Writes the ASCII at the start of `text` and returns its length. What `out` has room for behind it, `length`
+        /// units in all, may be overwritten: whole words are copied before it is known where ASCII ends, which spares
+        /// short runs a loop of unknown length.
+        std::size_t CopyASCIIStart(unsigned short* __restrict out, char const* __restrict text, std::size_t length)
+        {
+            constexpr std::size_t kStep = sizeof(std::uint64_t);
+            std::size_t count = 0;
+            for (; count + kStep <= length; count += kStep)
+            {
+                std::uint64_t bytes;
+                std::memcpy(&bytes, text + count, sizeof(bytes));
+                for (std::size_t i = 0; i < kStep; ++i)
+                    out[count + i] = static_cast<unsigned char>(text[count + i]);
+                if ((bytes &= kHighBitsOfBytes) != 0)
+                    return count + CountBytesBefore(bytes);
+            }
+            for (; count != length && IsASCII(text[count]); ++count)
+                out[count] = static_cast<unsigned char>(text[count]);
+            return count;
+        }
+
         // What may stand behind a lead byte: how many bytes in all, and which second byte. Other second bytes
         // would make an overlong form, a surrogate or a number beyond U+10FFFF.
         struct SequenceForm
         {
-            std::size_t mLength;
+            unsigned char mLength;
             unsigned char mLowestSecond;
             unsigned char mHighestSecond;
         };
 
-        SequenceForm GetSequenceForm(unsigned char lead)
+        constexpr SequenceForm GetSequenceForm(unsigned int lead)
         {
+            // No second byte is both at least 255 and at most 0.
             if (lead < 0xC2 || lead > 0xF4)
-                return {1, 0, 0};
+                return {1, 0xFF, 0};
             if (lead < 0xE0)
                 return {2, 0x80, 0xBF};
             if (lead < 0xF0)
@@ -87,23 +120,60 @@ namespace QzOs
                 static_cast<unsigned char>(lead == 0xF4 ? 0x8F : 0xBF)};
         }
 
-        /// How many bytes at `text`, which is not well-formed there, form one malformed piece: a lead byte with
-        /// the continuation bytes that could follow it, else one byte.
-        std::size_t MeasureMalformedPiece(char const* text, char const* end)
+        constexpr auto kForms = []
+        {
+            std::array<SequenceForm, 256> forms{};
+            for (unsigned int lead = 0; lead < forms.size(); ++lead)
+                forms[lead] = GetSequenceForm(lead);
+            return forms;
+        }();
+
+        /// A sequence of bytes that begins with one that is no ASCII.
+        struct Sequence
+        {
+            /// Of a malformed one: a lead byte with the continuation bytes that could follow it, else one byte.
+            std::size_t mLength;
+            bool mIsWellFormed;
+        };
+
+        /// Looks at the bytes of the sequence only, so that decoding takes time in proportion to the text, whatever
+        /// it holds.
+        Sequence MeasureSequence(char const* text, char const* end)
         {
             auto const byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-            SequenceForm const form = GetSequenceForm(byte(0));
-            std::size_t const limit = std::min(form.mLength, static_cast<std::size_t>(end - text));
-            if (limit < 2 || byte(1) < form.mLowestSecond || byte(1) > form.mHighestSecond)
-                return 1;
+            SequenceForm const form = kForms[byte(0)];
+            std::size_t const limit = std::min<std::size_t>(form.mLength, static_cast<std::size_t>(end - text));
+            // At the end of the text that is the lead byte again, which never is a second one.
+            unsigned char const second = byte(limit != 1);
+            bool const isLead = (second >= form.mLowestSecond) & (second <= form.mHighestSecond);
+            if (!isLead)
+                return {1, false};
             std::size_t length = 2;
             while (length < limit && (byte(length) & 0xC0) == 0x80)
                 ++length;
-            return length;
+            return {length, length == form.mLength};
         }
 
-        unsigned short* DecodeMalformedPiece(
-            unsigned short* out, char const* piece, std::size_t length, Malformed malformed)
+        /// `sequence` is well-formed and has 2 to 4 bytes.
+        unsigned short* DecodeWellFormed(unsigned short* out, char const* sequence, std::size_t length)
+        {
+            auto const payload = [&](std::size_t index) { return static_cast<std::uint32_t>(sequence[index]) & 0x3F; };
+            // Of the lead byte only the bits that belong to the number, which are fewer the longer it is.
+            std::uint32_t number = payload(0) & (0x7Fu >> length);
+            for (std::size_t i = 1; i < length; ++i)
+                number = number << 6 | payload(i);
+            if (number < 0x10000)
+            {
+                *out++ = static_cast<unsigned short>(number);
+                return out;
+            }
+            *out++ = static_cast<unsigned short>(0xD800 + ((number - 0x10000) >> 10));
+            *out++ = static_cast<unsigned short>(0xDC00 + (number & 0x3FF));
+            return out;
+        }
+
+        unsigned short* DecodeMalformed(
+            unsigned short* out, char const* sequence, std::size_t length, Malformed malformed)
         {
             if (malformed == Malformed::Replace)
             {
@@ -111,7 +181,7 @@ namespace QzOs
                 return out;
             }
             for (std::size_t i = 0; i < length; ++i)
-                *out++ = static_cast<unsigned short>(kByteUnits + static_cast<unsigned char>(piece[i]));
+                *out++ = static_cast<unsigned short>(kByteUnits + static_cast<unsigned char>(sequence[i]));
             return out;
         }
 
@@ -132,12 +202,12 @@ namespace QzOs
 
     std::size_t MeasureASCII(char const* text, std::size_t length) noexcept
     {
-        return MeasureASCIIRun(text, length, 0x8080808080808080);
+        return MeasureASCIIRun(text, length, kHighBitsOfBytes);
     }
 
     std::size_t MeasureASCII(unsigned short const* text, std::size_t length) noexcept
     {
-        return MeasureASCIIRun(text, length, 0xFF80FF80FF80FF80);
+        return MeasureASCIIRun(text, length, kHighBitsOfUnits);
     }
 
     std::size_t DecodeUTF8(unsigned short* out, char const* text, std::size_t length, Malformed malformed) noexcept
@@ -146,18 +216,15 @@ namespace QzOs
         char const* const end = text + length;
         while (text != end)
         {
-            std::size_t const ascii = MeasureASCII(text, static_cast<std::size_t>(end - text));
-            out = CopyASCII(out, text, ascii);
+            std::size_t const ascii = CopyASCIIStart(out, text, static_cast<std::size_t>(end - text));
+            out += ascii;
             text += ascii;
-
-            char const* const wellFormedEnd = utf8::find_invalid(text, std::find_if(text, end, IsASCII));
-            out = utf8::unchecked::utf8to16(text, wellFormedEnd, out);
-            text = wellFormedEnd;
-            if (text != end && !IsASCII(*text))
+            while (text != end && !IsASCII(*text))
             {
-                std::size_t const piece = MeasureMalformedPiece(text, end);
-                out = DecodeMalformedPiece(out, text, piece, malformed);
-                text += piece;
+                Sequence const sequence = MeasureSequence(text, end);
+                out = sequence.mIsWellFormed ? DecodeWellFormed(out, text, sequence.mLength)
+                                             : DecodeMalformed(out, text, sequence.mLength, malformed);
+                text += sequence.mLength;
             }
         }
         return static_cast<std::size_t>(out - start);

@@ -34,7 +34,8 @@ namespace
         // Bytes, units with what is malformed replaced, units that keep it where these are others.
         std::tuple<std::string, Units, Units> const rows[] = {{"0123456789abcdefg", u"0123456789abcdefg", u""},
             {"A\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80Z", u"A\u00E4\u20AC\U0001F600Z", u""},
-            {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\xD800\xDC00\xDBFF\xDFFF", u""}, {"abc\xC3\xA4", u"abc\u00E4", u""},
+            {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\xD800\xDC00\xDBFF\xDFFF", u""},
+            {"abcdefghijklmno\xC3\xA4", u"abcdefghijklmno\u00E4", u""},
             {std::string("a\0b", 3), Units(u"a\0b", 3), u""},
             // Lone continuation bytes; pieces cut by ASCII, by the end and by a lead byte.
             {"\xBF", u"\uFFFD", u"\xDCBF"}, {"\xE2\x82x", u"\uFFFDx", u"\xDCE2\xDC82x"},
@@ -52,6 +53,14 @@ namespace
             EXPECT_EQ(Widen(bytes, Malformed::Keep), kept);
             EXPECT_EQ(Narrow(kept, Malformed::Keep), bytes);
         }
+    }
+
+    TEST(UnicodeTest, MalformedBytesTakeTimeInProportionOnly)
+    {
+        // By the square of its length, either text would take minutes.
+        constexpr std::size_t kLength = 1 << 20;
+        EXPECT_TRUE(Widen(std::string(kLength, '\xFF'), Malformed::Replace) == Units(kLength, 0xFFFD));
+        EXPECT_TRUE(Widen(std::string(kLength, '\xE4'), Malformed::Keep) == Units(kLength, 0xDCE4));
     }
 
     TEST(UnicodeTest, LoneSurrogatesBecomeBytes)
