@@ -31,20 +31,18 @@ namespace QzLogTool
         {
         public:
             LogCheck(std::string const& path, LogBytes::Files files, Progress& progress, Output& output)
-                : mPath(path), mReader(path, files), mOutput(output)
+                : mPath(path), mpReader(OpenLog(path, files, progress)), mOutput(output)
             {
-                progress.AddTotal(mReader.GetBytes().GetTotal());
-                mReader.GetBytes().SetObserver(&progress);
             }
 
             Result const& Run()
             {
                 std::unique_ptr<FileChecker> pChecker;
-                for (Record record; mReader.Next(record);)
+                for (Record record; mpReader->Next(record);)
                 {
                     if (record.mOffset == 0)
                         BeginFile(pChecker, *record.mpPath);
-                    pChecker->Take(record, mReader);
+                    pChecker->Take(record, *mpReader);
                 }
                 BeginFile(pChecker, std::string());
                 return mResult;
@@ -85,7 +83,7 @@ namespace QzLogTool
             }
 
             std::string const mPath;
-            LogReader mReader;
+            std::unique_ptr<RecordSplitter> const mpReader;
             Output& mOutput;
             Result mResult;
             std::string mFile;

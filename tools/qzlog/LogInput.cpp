@@ -7,6 +7,14 @@
 
 namespace QzLogTool
 {
+    std::unique_ptr<RecordSplitter> OpenLog(std::string const& path, LogBytes::Files files, Progress& progress)
+    {
+        auto bytes = std::make_unique<LogBytes>(path, files);
+        progress.AddTotal(bytes->GetTotal());
+        bytes->SetObserver(&progress);
+        return std::make_unique<RecordSplitter>(std::move(bytes));
+    }
+
     CLI::Option& LogInput::AddTo(CLI::App& app)
     {
         CLI::Option* const pLogs =
@@ -29,9 +37,8 @@ namespace QzLogTool
         for (std::string const& path : GetPaths())
             try
             {
-                auto reader = std::make_unique<LogReader>(path, GetFiles(LogBytes::Files::WithBackups));
-                progress.AddTotal(reader->GetBytes().GetTotal());
-                reader->GetBytes().SetObserver(&progress);
+                std::unique_ptr<RecordSplitter> reader =
+                    OpenLog(path, GetFiles(LogBytes::Files::WithBackups), progress);
                 reader->SetNeedle(filter.GetNeedle());
                 auto filtered = std::make_unique<FilteredSource>(std::move(reader), filter);
                 sources.push_back(std::make_unique<GuardedSource>(std::move(filtered), progress, troubles));

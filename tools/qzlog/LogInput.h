@@ -3,7 +3,8 @@
 #include "Troubles.h"
 #include "filter/RecordFilter.h"
 #include "output/Progress.h"
-#include "reading/LogReader.h"
+#include "reading/LogBytes.h"
+#include "reading/RecordSplitter.h"
 
 #include <CLI/CLI.hpp>
 
@@ -13,6 +14,10 @@
 
 namespace QzLogTool
 {
+    /// The records of a log. The progress, which learns what is read, must outlive them. Throws Trouble when the log
+    /// cannot be read.
+    std::unique_ptr<RecordSplitter> OpenLog(std::string const& path, LogBytes::Files files, Progress& progress);
+
     /// The logs that a subcommand reads.
     struct LogInput
     {

@@ -1,7 +1,7 @@
 // What a follower of logs shows, whatever happens to them between two looks and during one.
 
 #include "filesystem/TemporaryFolder.h"
-#include "following/FollowedLog.h"
+#include "following/FollowedLogs.h"
 
 #include <QzLog/QzLog.h>
 
@@ -39,12 +39,12 @@ namespace
         }
 
         /// The numbers of the records that a look finds.
-        static std::string Look(FollowedLog& log)
+        static std::string Look(GrowingSource const& log)
         {
             std::string numbers;
-            log.Look();
+            log.mpGrowth->Look();
             Record record;
-            while (log.Next(record))
+            while (log.mpRecords->Next(record))
                 if (record.mKind != Record::Kind::Head)
                     numbers += std::string(record.mText.substr(record.mText.rfind(' ') + 1));
             std::erase(numbers, '\r');
@@ -100,7 +100,7 @@ TEST_F(FollowTest, EachRecordIsShownOnceWhateverHappensBetweenLooks)
         Run("rm -f log* other");
         Run(c.mBefore);
         std::string told;
-        FollowedLog log(In("log"), [&told](std::string const& text) { told += text; });
+        GrowingSource const log = FollowLog(In("log"), [&told](std::string const& text) { told += text; });
         EXPECT_EQ(Look(log), c.mShownBefore);
         told.clear();
         Run(c.mBetween);
@@ -114,7 +114,7 @@ TEST_F(FollowTest, ALogThatComesDuringALookIsLeftForTheNext)
 {
     // The follower speaks of the folder between its glance at the log and the listing of the back-ups.
     Run("mkdir log");
-    FollowedLog log(In("log"),
+    GrowingSource const log = FollowLog(In("log"),
         [this](std::string const& text)
         {
             if (text == "is no file")
@@ -129,11 +129,11 @@ TEST_F(FollowTest, WhatIsReadGoesOnInTheBackupWhenTheLogIsEmptiedMeanwhile)
 {
     // Longer than what is read at once.
     Run("new $(seq 100 999); for n in 1 2 3 4 5 6; do cat log log > twice; mv twice log; done");
-    FollowedLog log(In("log"), [](std::string const& text) { ADD_FAILURE() << text; });
-    log.Look();
+    GrowingSource const log = FollowLog(In("log"), [](std::string const& text) { ADD_FAILURE() << text; });
+    log.mpGrowth->Look();
     Record record;
     std::uint64_t count = 0;
-    for (bool isRolled = false; log.Next(record); ++count)
+    for (bool isRolled = false; log.mpRecords->Next(record); ++count)
         if (count == 1000 && !std::exchange(isRolled, true))
             Run("roll; add 7; roll; add 8");
     EXPECT_EQ(count, 64 * 901u);
@@ -143,7 +143,7 @@ TEST_F(FollowTest, WhatIsReadGoesOnInTheBackupWhenTheLogIsEmptiedMeanwhile)
 TEST_F(FollowTest, AWriterThatHeldADeletedFileIsReadToTheEnd)
 {
     Run("new 1");
-    FollowedLog log(In("log"), [](std::string const&) {});
+    GrowingSource const log = FollowLog(In("log"), [](std::string const&) {});
     EXPECT_EQ(Look(log), "1 ");
     Run("ln log other; rm log; add 2");
     EXPECT_EQ(Look(log), "2 ");
@@ -182,7 +182,7 @@ TEST_F(FollowTest, ShowsEachRecordOfWritersAtFullSpeedOnceAndInOrder)
         writers.push_back(process);
     }
 
-    FollowedLog log(path,
+    GrowingSource const log = FollowLog(path,
         [](std::string const& text) { EXPECT_TRUE(text == "is not there yet" || text == "is there now") << text; });
     std::map<int, int> next;
     int whole = 0;
@@ -193,9 +193,9 @@ TEST_F(FollowTest, ShowsEachRecordOfWritersAtFullSpeedOnceAndInOrder)
         isLast = ended == writers.size();
         while (ended < writers.size() && waitpid(writers[ended], nullptr, WNOHANG) > 0)
             ++ended;
-        log.Look();
+        log.mpGrowth->Look();
         Record record;
-        while (log.Next(record))
+        while (log.mpRecords->Next(record))
         {
             std::string const text(record.mText);
             std::size_t const at = text.find(" writer ");

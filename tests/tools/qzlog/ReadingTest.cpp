@@ -1,7 +1,7 @@
 #include "ToolFixture.h"
 
 #include "reading/HeaderParser.h"
-#include "reading/LogReader.h"
+#include "reading/LogBytes.h"
 #include "reading/RecordSplitter.h"
 
 #include <algorithm>
@@ -92,7 +92,7 @@ namespace
         for (char const* const needle : {"", "NEEDLE", "[HOST:a]"})
         {
             SCOPED_TRACE(needle);
-            LogReader reader(In("a.log"), LogBytes::Files::LogAlone);
+            RecordSplitter reader(std::make_unique<LogBytes>(In("a.log"), LogBytes::Files::LogAlone));
             reader.SetNeedle(needle);
             auto const holdsNeedle = [needle](std::string const& text)
             { return text.find(needle) != std::string::npos; };
@@ -209,7 +209,8 @@ namespace
                 Write(*log, {.mTime = MakeTime(i).c_str()}, std::string(400, '.') + " n" + std::to_string(i));
             }
 
-            LogReader reader(In(std::to_string(readBefore) + ".log"), LogBytes::Files::WithBackups);
+            RecordSplitter reader(
+                std::make_unique<LogBytes>(In(std::to_string(readBefore) + ".log"), LogBytes::Files::WithBackups));
             Record record;
             for (unsigned int i = 0; i < readBefore; i += record.mKind == Record::Kind::Message)
                 ASSERT_TRUE(reader.Next(record));
@@ -237,7 +238,7 @@ namespace
         Put("a.log.bak00", content.substr(0, 200));
         Put("a.log.bak0", "no back-up");
         std::filesystem::create_directory(In("a.log.bak07"));
-        LogReader reader(In("a.log"), LogBytes::Files::WithBackups);
+        RecordSplitter reader(std::make_unique<LogBytes>(In("a.log"), LogBytes::Files::WithBackups));
         EXPECT_EQ(ReadNames(reader), MakeNames(0, 100));
         EXPECT_EQ(
             Run("qzlog check a.log | tail -1").mOutput, "a.log: 5 files, 247 records, 2 faults, 0 messages missed\n");

@@ -56,10 +56,10 @@ namespace
         {
             auto const streams = OpenStreams(MakeOptions(std::move(topics)), kAlways);
             std::vector<std::unique_ptr<RecordSource>> sources;
-            for (std::unique_ptr<GrowingSource>& source : streams->FindNew())
+            for (GrowingSource& source : streams->FindNew())
             {
-                source->Look();
-                sources.push_back(std::move(source));
+                source.mpGrowth->Look();
+                sources.push_back(std::move(source.mpRecords));
             }
             Merger merger(std::move(sources));
             std::string numbers;
@@ -108,9 +108,9 @@ TEST_F(StreamsTest, AFollowerGetsWhatComesLaterAndOnlyThat)
     std::string numbers;
     auto const look = [&]
     {
-        sources[0]->Look();
+        sources[0].mpGrowth->Look();
         Record record;
-        while (sources[0]->Next(record))
+        while (sources[0].mpRecords->Next(record))
             AppendNumber(numbers, record);
     };
     look();

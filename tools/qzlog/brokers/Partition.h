@@ -24,7 +24,7 @@ namespace QzLogTool
     using KafkaMessagePtr = std::unique_ptr<rd_kafka_message_t, KafkaDeleter<rd_kafka_message_destroy>>;
 
     /// The records of one partition of a topic.
-    class Partition : public GrowingSource
+    class Partition : public RecordSource, public Growth
     {
     public:
         /// Of the two offsets the first is where to begin, the second where the first look ends.

@@ -67,14 +67,14 @@ namespace QzLogTool
         public:
             Streams(BrokerOptions const& options, std::int64_t since);
 
-            std::vector<std::unique_ptr<GrowingSource>> FindNew() override;
+            std::vector<GrowingSource> FindNew() override;
             void Wait() override;
 
         private:
             using Place = std::pair<std::string, std::int32_t>;
 
             int GetPatience() const { return mHasSearched ? kLaterPatienceMilliseconds : kPatienceMilliseconds; }
-            std::vector<std::unique_ptr<GrowingSource>> OpenNew();
+            std::vector<GrowingSource> OpenNew();
             std::vector<Place> Search();
             bool IsWanted(std::string const& topic) const;
             std::vector<std::int64_t> FindBeginnings(std::vector<Place> const& places) const;
@@ -163,14 +163,14 @@ namespace QzLogTool
             return beginnings;
         }
 
-        std::vector<std::unique_ptr<GrowingSource>> Streams::FindNew()
+        std::vector<GrowingSource> Streams::FindNew()
         {
             if (std::chrono::steady_clock::now() < mNextSearch)
                 return {};
             mNextSearch = std::chrono::steady_clock::now() + kSearchInterval;
             try
             {
-                std::vector<std::unique_ptr<GrowingSource>> sources = OpenNew();
+                std::vector<GrowingSource> sources = OpenNew();
                 mIsDown = false;
                 mHasSearched = true;
                 return sources;
@@ -186,13 +186,13 @@ namespace QzLogTool
             }
         }
 
-        std::vector<std::unique_ptr<GrowingSource>> Streams::OpenNew()
+        std::vector<GrowingSource> Streams::OpenNew()
         {
             std::vector<Place> const places = Search();
             if (!mHasSearched && places.empty())
                 std::fprintf(stderr, "qzlog: %s: no stream has such a name\n", mOptions.mBrokers.c_str());
             std::vector<std::int64_t> const beginnings = FindBeginnings(places);
-            std::vector<std::unique_ptr<GrowingSource>> sources;
+            std::vector<GrowingSource> sources;
             for (std::size_t i = 0; i < places.size(); ++i)
             {
                 auto const& [topic, number] = places[i];
@@ -204,7 +204,9 @@ namespace QzLogTool
                     Throw(error);
                 // No record is as late as that, yet.
                 std::int64_t const begin = beginnings[i] == RD_KAFKA_OFFSET_END ? high : std::max(low, beginnings[i]);
-                sources.push_back(std::make_unique<Partition>(*mpClient, topic, number, begin, high));
+                auto partition = std::make_unique<Partition>(*mpClient, topic, number, begin, high);
+                Growth* const pGrowth = partition.get();
+                sources.push_back({std::move(partition), pGrowth});
             }
             mKnown.insert(places.begin(), places.end());
             return sources;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "following/Growing.h"
 #include "reading/ByteSource.h"
 #include "reading/InputFile.h"
 
@@ -29,7 +30,7 @@ namespace QzLogTool
     /// Outside of a look the log may be emptied at any moment. Each reading is followed by a glance at the first bytes
     /// of the log: when they are what they were, so was all that was read before; no two contents of a log begin
     /// alike, because records tell their time and thread, and none comes back.
-    class FollowedBytes : public ByteSource
+    class FollowedBytes : public ByteSource, public Growth
     {
     public:
         /// Is told, in a sentence without the log's name, of what the user should know.
@@ -40,10 +41,11 @@ namespace QzLogTool
 
         /// Looks at what there is. OpenNext and Read give what it has found, up to the end, and after that nothing
         /// until the next look.
-        void Look();
+        void Look() override;
 
-        /// Whether the last look has found back-ups that the one before it had not.
-        bool HasRolledOver() const { return mHasRolledOver; }
+        /// Whether the last look has found back-ups that the one before it had not: a busy log may be rolled over more
+        /// often than it has back-ups within one moment.
+        bool IsUrgent() const override { return mHasRolledOver; }
 
         bool OpenNext() override;
         std::size_t Read(char* buffer, std::size_t size) override;

@@ -1,6 +1,7 @@
 #include "following/FollowedLogs.h"
 
 #include "Trouble.h"
+#include "reading/RecordSplitter.h"
 
 #include <sys/resource.h>
 
@@ -22,6 +23,15 @@ namespace QzLogTool
         }
     }
 
+    GrowingSource FollowLog(std::string path, FollowedBytes::Tell tell, std::string needle)
+    {
+        auto bytes = std::make_unique<FollowedBytes>(std::move(path), std::move(tell));
+        FollowedBytes* const pBytes = bytes.get();
+        auto splitter = std::make_unique<RecordSplitter>(std::move(bytes));
+        splitter->SetNeedle(std::move(needle));
+        return {std::move(splitter), pBytes};
+    }
+
     FollowedLogs::FollowedLogs(std::vector<std::string> paths, std::string needle)
         : mPaths(std::move(paths)), mNeedle(std::move(needle)), mWatch(mPaths)
     {
@@ -31,16 +41,14 @@ namespace QzLogTool
         AllowManyFiles();
     }
 
-    std::vector<std::unique_ptr<GrowingSource>> FollowedLogs::FindNew()
+    std::vector<GrowingSource> FollowedLogs::FindNew()
     {
-        std::vector<std::unique_ptr<GrowingSource>> sources;
+        std::vector<GrowingSource> sources;
         for (std::string const& path : std::exchange(mPaths, {}))
         {
             auto const tell = [path](std::string const& text)
             { std::fprintf(stderr, "qzlog: %s %s\n", path.c_str(), text.c_str()); };
-            auto log = std::make_unique<FollowedLog>(path, tell);
-            log->SetNeedle(mNeedle);
-            sources.push_back(std::move(log));
+            sources.push_back(FollowLog(path, tell, mNeedle));
         }
         return sources;
     }

@@ -1,10 +1,15 @@
 #pragma once
 
 #include "following/ChangeWatch.h"
-#include "following/FollowedLog.h"
+#include "following/FollowedBytes.h"
+#include "following/Growing.h"
 
 namespace QzLogTool
 {
+    /// The records of a log and its back-ups in order of age, and those that are added. See FollowedBytes and, for the
+    /// needle, RecordSplitter.
+    GrowingSource FollowLog(std::string path, FollowedBytes::Tell tell, std::string needle = {});
+
     /// Log files that are followed.
     class FollowedLogs : public GrowingSources
     {
@@ -12,7 +17,7 @@ namespace QzLogTool
         /// \param needle  see RecordSplitter.
         FollowedLogs(std::vector<std::string> paths, std::string needle);
 
-        std::vector<std::unique_ptr<GrowingSource>> FindNew() override;
+        std::vector<GrowingSource> FindNew() override;
         void Wait() override { mWatch.Wait(); }
 
     private:

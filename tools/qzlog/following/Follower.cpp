@@ -31,11 +31,8 @@ namespace QzLogTool
 
     std::unique_ptr<RecordSource> Follower::Look()
     {
-        for (std::unique_ptr<GrowingSource>& source : mSources.FindNew())
-        {
-            GrowingSource* const pSource = source.get();
-            mFollowed.push_back({pSource, mWrap(std::move(source))});
-        }
+        for (GrowingSource& source : mSources.FindNew())
+            mFollowed.push_back({source.mpGrowth, mWrap(std::move(source.mpRecords))});
         mIsUrgent = false;
         std::vector<std::unique_ptr<RecordSource>> found;
         std::erase_if(mFollowed,
@@ -43,14 +40,14 @@ namespace QzLogTool
             {
                 try
                 {
-                    followed.mpSource->Look();
+                    followed.mpGrowth->Look();
                 }
                 catch (Trouble const& trouble)
                 {
                     mReport(trouble);
                     return true;
                 }
-                mIsUrgent = mIsUrgent || followed.mpSource->IsUrgent();
+                mIsUrgent = mIsUrgent || followed.mpGrowth->IsUrgent();
                 found.push_back(std::make_unique<Borrowed>(*followed.mpWrapped));
                 return false;
             });

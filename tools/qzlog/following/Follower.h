@@ -31,7 +31,7 @@ namespace QzLogTool
     private:
         struct Followed
         {
-            GrowingSource* mpSource;
+            Growth* mpGrowth;
             std::unique_ptr<RecordSource> mpWrapped;
         };
 

@@ -7,16 +7,27 @@
 
 namespace QzLogTool
 {
-    /// A source that grows. Next gives no more when all is given that the last look has found, and gives more after
-    /// the next look.
-    class GrowingSource : public RecordSource
+    /// What grows while its records are read.
+    class Growth
     {
     public:
+        virtual ~Growth() = default;
+
         /// Finds out what has come.
         virtual void Look() = 0;
 
         /// Whether the next look cannot wait.
         virtual bool IsUrgent() const { return false; }
+    };
+
+    /// A source that grows. Next gives no more when all is given that the last look has found, and gives more after
+    /// the next look.
+    struct GrowingSource
+    {
+        std::unique_ptr<RecordSource> mpRecords;
+
+        /// Belongs to the records.
+        Growth* mpGrowth;
     };
 
     /// Sources of one kind, and how to learn that they have grown.
@@ -27,7 +38,7 @@ namespace QzLogTool
 
         /// The sources that there are, except for those that an earlier call has given. They must not outlive this
         /// object.
-        virtual std::vector<std::unique_ptr<GrowingSource>> FindNew() = 0;
+        virtual std::vector<GrowingSource> FindNew() = 0;
 
         /// Waits until there may be something new, or it is time to end.
         virtual void Wait() = 0;

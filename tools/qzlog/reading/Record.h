@@ -10,8 +10,7 @@
 //   InputFile        what the system knows of a file; the only place that calls it for reading
 //   Backups          which back-ups a log has, the oldest first
 //   LogBytes         a log and its back-ups as one stream of bytes, also while it is rolled over
-//   RecordSplitter   bytes into records; knows where a record begins
-//   LogReader        the records of a log and its back-ups, in order of age: a RecordSource
+//   RecordSplitter   bytes into records, in order of age; knows where a record begins. A RecordSource
 //   Merger           several RecordSources as one, in order of time
 //   HeaderParser     the fields of a record's header, and its message
 //

@@ -19,7 +19,7 @@ namespace QzLogTool
         constexpr std::size_t kLongestTime = 29;
     }
 
-    RecordSplitter::RecordSplitter(ByteSource& bytes) : mBytes(bytes), mBuffer(kBlock) {}
+    RecordSplitter::RecordSplitter(std::unique_ptr<ByteSource> pBytes) : mpBytes(std::move(pBytes)), mBuffer(kBlock) {}
 
     bool RecordSplitter::Next(Record& record)
     {
@@ -62,7 +62,7 @@ namespace QzLogTool
 
     bool RecordSplitter::Again()
     {
-        if (!mBytes.MoveTo(mStartOffset))
+        if (!mpBytes->MoveTo(mStartOffset))
             return false;
         mBegin = mEnd = 0;
         mOffset = mHostFrom = mHostUpTo = mStartOffset;
@@ -73,11 +73,11 @@ namespace QzLogTool
 
     bool RecordSplitter::BeginFile()
     {
-        if (!mBytes.OpenNext())
+        if (!mpBytes->OpenNext())
             return false;
-        mPath = mBytes.GetPath();
+        mPath = mpBytes->GetPath();
         mBegin = mEnd = 0;
-        mOffset = mBytes.GetOffset();
+        mOffset = mpBytes->GetOffset();
         mIsAtEnd = false;
         mNext = Start();
         mHostFrom = mHostUpTo = mOffset;
@@ -96,7 +96,7 @@ namespace QzLogTool
         std::size_t const room = std::max(kBlock, std::min(kept, kLargest));
         if (mBuffer.size() < kept + room)
             mBuffer.resize(kept + room);
-        std::size_t const count = mIsAtEnd ? 0 : mBytes.Read(mBuffer.data() + mEnd, room);
+        std::size_t const count = mIsAtEnd ? 0 : mpBytes->Read(mBuffer.data() + mEnd, room);
         mIsAtEnd = count == 0;
         mEnd += count;
         return count != 0;

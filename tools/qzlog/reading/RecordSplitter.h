@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,7 @@ namespace QzLogTool
         /// A header within a line is seen up to this length, which is more than headers have.
         static constexpr std::size_t kLongestHeader = 4096;
 
-        explicit RecordSplitter(ByteSource& bytes);
+        explicit RecordSplitter(std::unique_ptr<ByteSource> pBytes);
 
         /// From now on gives only records that contain these bytes; the others are passed over without a look at
         /// where each of them begins, which is several times as fast. A record that is not whole comes anyway.
@@ -49,7 +50,7 @@ namespace QzLogTool
         std::size_t FindLineEnd(std::size_t from) const;
         std::string_view Consume(std::size_t end);
 
-        ByteSource& mBytes;
+        std::unique_ptr<ByteSource> const mpBytes;
         std::string mNeedle;
 
         // [mBegin, mEnd) is what was read and not given yet. Between two calls mBegin stands where a record or

@@ -1,7 +1,7 @@
 #include "time/Moments.h"
 
 #include "Trouble.h"
-#include "reading/RecordStart.h"
+#include "time/LogTime.h"
 
 #include <algorithm>
 #include <chrono>
