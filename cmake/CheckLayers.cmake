@@ -75,6 +75,22 @@ foreach(file IN LISTS files)
     endforeach()
 endforeach()
 
+# The operator's tool stands on public headers like any user, and of src/ on the scanner of headers alone.
+file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}/tools/qzlog" "${SOURCE_DIR}/tools/qzlog/*.h"
+    "${SOURCE_DIR}/tools/qzlog/*.cpp")
+foreach(file IN LISTS files)
+    file(STRINGS "${SOURCE_DIR}/tools/qzlog/${file}" lines REGEX "^[ \t]*#[ \t]*include")
+    foreach(line IN LISTS lines)
+        if(NOT line MATCHES "include[ \t]*\"([^\"]+)\"")
+            continue()
+        endif()
+        set(include "${CMAKE_MATCH_1}")
+        if(NOT include STREQUAL "message/HeaderScanner.h" AND NOT EXISTS "${SOURCE_DIR}/tools/qzlog/${include}")
+            list(APPEND faults "tools/qzlog/${file} includes \"${include}\"")
+        endif()
+    endforeach()
+endforeach()
+
 if(faults)
     list(JOIN faults "\n  " text)
     message(FATAL_ERROR "Includes that break the layers:\n  ${text}")

@@ -1,85 +1,36 @@
 #include "reading/HeaderParser.h"
 
-#include "reading/RecordStart.h"
+#include "time/LogTime.h"
 
-#include <algorithm>
 #include <charconv>
-#include <cstring>
 
 namespace QzLogTool
 {
     namespace
     {
-        // More than a source location, the last bracket, can have.
-        constexpr std::size_t kLongestLocation = 1024;
-
-        // Literals of a length that the compiler knows: their comparison takes most of the time otherwise.
-
-        /// Moves `text` behind what it begins with, if it does.
-        template <std::size_t Size>
-        bool Skip(std::string_view& text, char const (&what)[Size])
-        {
-            constexpr std::size_t kLength = Size - 1;
-            if (text.size() < kLength || std::memcmp(text.data(), what, kLength) != 0)
-                return false;
-            text.remove_prefix(kLength);
-            return true;
-        }
-
-        /// Moves `text` behind the first `end` and takes what is before it. False when there is none.
-        template <std::size_t Size>
-        bool TakeUpTo(std::string_view& text, char const (&end)[Size], std::string_view& taken)
-        {
-            constexpr std::size_t kLength = Size - 1;
-            std::string_view const whole = text;
-            for (std::size_t at = 0; (at = text.find(end[0])) != std::string_view::npos;)
-            {
-                text.remove_prefix(at);
-                if (Skip(text, end))
-                {
-                    taken = whole.substr(0, whole.size() - text.size() - kLength);
-                    return true;
-                }
-                text.remove_prefix(1);
-            }
-            return false;
-        }
-
-        /// A bracket that may be absent. False only when it is there and does not end.
-        template <std::size_t Size>
-        bool TakeOptional(std::string_view& text, char const (&opening)[Size], std::string_view& taken)
-        {
-            taken = std::string_view();
-            return !Skip(text, opening) || TakeUpTo(text, "]", taken);
-        }
-
-        template <std::size_t Size>
-        bool TakeID(std::string_view& text, char const (&opening)[Size], std::string_view& taken)
-        {
-            bool const isRead = TakeOptional(text, opening, taken);
-            if (taken == "0")
-                taken = std::string_view();
-            return isRead;
-        }
-
-        /// Moves `text` behind the time and the names.
-        bool TakeNames(std::string_view& text, HeaderFields& fields)
+        /// Reads time and brackets. Returns their length, 0 when they cannot be read.
+        std::size_t Scan(std::string_view line, HeaderFields& fields)
         {
             std::int64_t time;
-            std::size_t const timeLength = ReadTime(text, time);
-            text.remove_prefix(timeLength);
-            return timeLength != 0 && Skip(text, " [HOST:") && TakeUpTo(text, "][SERVER:", fields.mHost) &&
-                   TakeUpTo(text, "][PID:", fields.mServer) && TakeUpTo(text, "][THR:", fields.mProcess) &&
-                   TakeUpTo(text, "][", fields.mThread) && TakeUpTo(text, "][", fields.mLogger) &&
-                   TakeUpTo(text, "]", fields.mDispatcher);
+            std::size_t const timeLength = ReadTime(line, time);
+            std::size_t const length = timeLength != 0 ? QzLog::ScanHeader(line.substr(timeLength), fields) : 0;
+            return length != 0 ? timeLength + length : 0;
         }
 
-        /// Moves `text` behind the time and the brackets up to the object ID, of which the last four may be absent.
-        bool TakeFields(std::string_view& text, HeaderFields& fields)
+        std::string_view TakeLine(std::string_view text)
         {
-            return TakeNames(text, fields) && TakeOptional(text, "[0x", fields.mMessageID) &&
-                   TakeID(text, "[UID:", fields.mUser) && TakeID(text, "[SID:", fields.mSession) &&
-                   TakeID(text, "[OID:", fields.mObject);
+            return text.substr(0, text.find('\n'));
+        }
+
+        /// Takes what is before a word that follows, and moves `text` behind that word. False when there is none.
+        bool TakeUpTo(std::string_view& text, std::string_view word, std::string_view& taken)
+        {
+            std::size_t const at = text.find(word);
+            if (at == std::string_view::npos)
+                return false;
+            taken = text.substr(0, at);
+            text.remove_prefix(at + word.size());
+            return true;
         }
     }
 
@@ -88,26 +39,17 @@ namespace QzLogTool
     bool HeaderParser::Parse(std::string_view text)
     {
         mText = text;
-        std::string_view const line = text.substr(0, text.find('\n'));
-        std::string_view rest = line;
-        if (!TakeFields(rest, mFields))
-            return false;
-        mLength = line.size() - rest.size();
-        // A source location, or a message that looks like one: that is for the library to tell.
-        if (rest.starts_with('['))
-            mLength = ParseByLibrary();
+        mLength = Scan(TakeLine(text), mFields);
+        for (std::string_view* const pID : {&mFields.mUser, &mFields.mSession, &mFields.mObject})
+            if (*pID == "0")
+                *pID = std::string_view();
         return mLength != 0;
-    }
-
-    std::size_t HeaderParser::ParseByLibrary()
-    {
-        mCopy = mText.substr(0, std::min(mText.find('\n'), mLength + kLongestLocation));
-        return mpHeader->ParseHeaderText(mCopy.c_str());
     }
 
     QzLog::MessageHeader* HeaderParser::ReadHeader()
     {
-        if (ParseByLibrary() != mLength)
+        mCopy = mText.substr(0, mLength);
+        if (mpHeader->ParseHeaderText(mCopy.c_str()) != mLength)
             return nullptr;
         if (mFields.mUser.empty())
             mpHeader->SetUserID("");
@@ -121,28 +63,28 @@ namespace QzLogTool
     std::string_view HeaderParser::GetMessage() const
     {
         std::string_view message = WithoutLineEnd(mText).substr(mLength);
-        Skip(message, " ");
+        if (message.starts_with(' '))
+            message.remove_prefix(1);
         return message;
     }
 
     bool BeginsWithWholeHeader(std::string_view text)
     {
-        text = text.substr(0, text.find('\n'));
         HeaderFields fields;
-        return TakeNames(text, fields) && TakeOptional(text, "[0x", fields.mMessageID) && Skip(text, "[UID:") &&
-               TakeUpTo(text, "][SID:", fields.mUser) && TakeUpTo(text, "][OID:", fields.mSession) &&
-               TakeUpTo(text, "]", fields.mObject);
+        return Scan(TakeLine(text), fields) != 0 && fields.mUser.data() && fields.mSession.data() &&
+               fields.mObject.data();
     }
 
     bool ReadMissedMessages(HeaderParser const& parser, MissedMessages& missed)
     {
+        constexpr std::string_view kMissed = "Missed ";
         HeaderFields const& fields = parser.GetFields();
         std::string_view message = parser.GetMessage();
+        if (fields.mLogger != "Log" || fields.mDispatcher != "Error" || !message.starts_with(kMissed))
+            return false;
+        message.remove_prefix(kMissed.size());
         std::string_view count;
-        bool const isRead = fields.mLogger == "Log" && fields.mDispatcher == "Error" && Skip(message, "Missed ") &&
-                            TakeUpTo(message, " messages since ", count) &&
-                            TakeUpTo(message, " due to: ", missed.mSince);
-        if (!isRead)
+        if (!TakeUpTo(message, " messages since ", count) || !TakeUpTo(message, " due to: ", missed.mSince))
             return false;
         char const* const end = count.data() + count.size();
         auto const [stop, error] = std::from_chars(count.data(), end, missed.mCount);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "message/HeaderScanner.h"
+
 #include <QzBase/CountedPtr.h>
 #include <QzLog/MessageHeader.h>
 
@@ -9,25 +11,10 @@
 
 namespace QzLogTool
 {
-    /// What the brackets of a header hold, as it stands there. A "0" in place of a user, session or object ID means
-    /// that there is none, and reads as the empty text.
-    struct HeaderFields
-    {
-        std::string_view mHost;
-        std::string_view mServer;
-        std::string_view mProcess;
-        std::string_view mThread;
-        std::string_view mLogger;
-        std::string_view mDispatcher;
-        // Eight upper-case hexadecimal digits; empty for none.
-        std::string_view mMessageID;
-        std::string_view mUser;
-        std::string_view mSession;
-        std::string_view mObject;
-    };
+    using QzLog::HeaderFields;
 
-    /// Reads the header of a record: its brackets in place, at a tenth of the cost of the library's parser, which fills
-    /// an object with copies; and by way of the library for whoever wants that object.
+    /// Reads the header of a record: its brackets in place, by the library's own scanner, at a tenth of the cost of
+    /// ParseHeaderText, which fills an object with copies; and by way of that for whoever wants the object.
     class HeaderParser
     {
     public:
@@ -37,7 +24,8 @@ namespace QzLogTool
         /// \return  false when it has no header that can be read.
         bool Parse(std::string_view text);
 
-        /// Of the last record that could be read.
+        /// Of the last record that could be read. A "0" in place of a user, session or object ID means that there is
+        /// none, and reads as the empty text.
         HeaderFields const& GetFields() const { return mFields; }
 
         /// The same record's header, by way of the library, without a "0" in place of an ID. Null when the library
@@ -51,8 +39,6 @@ namespace QzLogTool
         std::string_view GetMessage() const;
 
     private:
-        std::size_t ParseByLibrary();
-
         QzBase::CountedPtr<QzLog::MessageHeader> mpHeader;
         std::string_view mText;
         HeaderFields mFields;

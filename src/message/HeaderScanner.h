@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+// The grammar of a header's text form, in the one place that all who read headers share. It needs nothing else of
+// this library, so that the operator's tool links it too.
+
+namespace QzLog
+{
+    /// What a header holds behind its time stamp, as it stands there: views into the text that was scanned. A bracket
+    /// that is absent gives a view without data (null), an empty bracket an empty view with data.
+    struct HeaderFields
+    {
+        std::string_view mHost;
+        std::string_view mServer;
+        std::string_view mProcess;
+        std::string_view mThread;
+        std::string_view mLogger;
+        std::string_view mDispatcher;
+        /// Hexadecimal digits, eight where the library wrote them.
+        std::string_view mMessageID;
+        std::string_view mUser;
+        std::string_view mSession;
+        std::string_view mObject;
+        /// The source location, which is absent unless all of it can be read.
+        std::string_view mSourceFile;
+        std::string_view mSourceFunction;
+        int mSourceLine = 0;
+    };
+
+    /// Reads the brackets of a header in place: nothing is copied, and it depends on no locale.
+    /// \param text  begins behind the time stamp, with " [HOST:".
+    /// \param fields  is only of use when the header can be read.
+    /// \return  how many characters the header takes of the text; 0 when it cannot be read.
+    std::size_t ScanHeader(std::string_view text, HeaderFields& fields) noexcept;
+}
