@@ -13,10 +13,16 @@
 /// has to say goes to the debug output; its property "log_level" decides how much that is.
 namespace KafkaClient
 {
-    /// Keeps the producer running. The first one starts it if it is configured; the end of the last one
-    /// waits at most three seconds for records that are still on their way and gives up the rest. Copies
-    /// count. The logging module holds one for its life. Throws QzBase::Message when librdkafka refuses now what
-    /// Configure has taken, such as a file of certificates that has gone since.
+    /// Keeps the producer running. The first one starts it if it is configured; the end of the last one waits at most
+    /// three seconds for records that are still on their way and half a second for librdkafka to give up the rest.
+    /// Then it waits for librdkafka's threads to end. That takes milliseconds, but a thread that is asking the system's
+    /// resolver for a broker's address ends no sooner than the resolver has answered or given up. Only the thread that
+    /// ends the producer waits: no sender, no fork, no other Initializer and no Configure.
+    ///
+    /// A process that ends without that, by exit() while an Initializer lives for instance, loses what is queued.
+    ///
+    /// Copies count. The logging module holds one for its life. Throws QzBase::Message when librdkafka refuses now what
+    /// Configure has taken.
     class QZLOG_API Initializer
     {
     public:
@@ -52,20 +58,29 @@ namespace KafkaClient
         /// \param value    the record's bytes: the text in UTF-8, without a terminator.
         /// \return  true when the client took the record and will deliver it or count it as failed;
         ///          false, and nothing will be sent, when the local queue is full, the topic's name is
-        ///          bad, or the producer is not running in this process (a forked child has none).
+        ///          bad, the producer is not running in this process (a forked child has none), or the broker does
+        ///          not take the topic: after a record of it has failed, one record in ten seconds is taken as a
+        ///          try, until one is delivered. After some failures librdkafka takes none before it has asked the
+        ///          broker about the topic again ("topic.metadata.refresh.interval.ms").
         static bool Send(
             QzBase::WideString const& topic, int options, std::string const* key, QzDataType::Variant const& value);
 
         /// Sets the producer up with librdkafka's own property names, such as "bootstrap.servers",
         /// "security.protocol", "sasl.username" or "compression.codec"; every property passes through.
-        /// Takes effect at once when an Initializer lives, else when one comes; an earlier producer then
-        /// delivers what it has taken (at most three seconds). An empty map ends the producer. A forked child
-        /// gets a producer of its own by it.
+        /// "queue.buffering.max.messages" and "queue.buffering.max.kbytes" limit what waits for the broker, and so what
+        /// an outage or a crash can lose; "message.timeout.ms" is how long a record waits before it counts as failed.
+        ///
+        /// Takes effect at once when an Initializer lives, else when one comes; an earlier producer then ends as told
+        /// above. An empty map ends the producer. A forked child gets a producer of its own by it, unless a thread of
+        /// its parent was waiting for the threads of a producer to end at the moment of the fork.
+        ///
         /// Throws QzBase::Message with a text that names the property when one is unknown or its value
-        /// bad; the producer in force then stays as it was.
+        /// bad; the producer in force then stays as it was. While no Initializer lives, each property is looked at by
+        /// itself and nothing is started: whether they go together, and whether certificates and other files that they
+        /// name can be used, shows when the Initializer comes.
         static void Configure(std::map<std::string, std::string> const& properties);
 
-        /// Records since the process started.
+        /// Records since the process started. A forked child begins at 0.
         struct Counters
         {
             /// Send gave true, or is about to.
@@ -73,7 +88,8 @@ namespace KafkaClient
             /// A broker has acknowledged it.
             std::uint64_t mDelivered;
             /// Given up after it was accepted. Such losses are also told on the debug output, at most once in
-            /// ten seconds, and once more when the producer ends.
+            /// ten seconds, and once more when the producer ends; those of log records also in a log, see
+            /// QzLog::Destination_KafkaLog.
             std::uint64_t mFailed;
         };
 

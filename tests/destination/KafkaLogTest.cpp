@@ -28,7 +28,7 @@ namespace
             return static_cast<KafkaProducer::EnumKafkaProducerStatus>(mStatus);
         }
 
-        bool Send(QzBase::WideString const& topic, std::string const*, std::string const& value) override
+        bool Send(QzBase::WideString const& topic, std::string const*, std::string_view value) override
         {
             if (mTakes)
                 mSent.emplace_back(QzTest::Narrow(topic.c_str()), value);

@@ -9,12 +9,12 @@ namespace KafkaClient
     namespace
     {
         constinit std::atomic<Client*> gReplacement{nullptr};
+    }
 
-        Client& GetClient()
-        {
-            Client* const replacement = gReplacement.load(std::memory_order_acquire);
-            return replacement ? *replacement : GetBuiltInClient();
-        }
+    Client& GetClient()
+    {
+        Client* const replacement = gReplacement.load(std::memory_order_acquire);
+        return replacement ? *replacement : GetBuiltInClient();
     }
 
     void ReplaceClient(Client* client)

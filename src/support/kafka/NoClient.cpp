@@ -13,7 +13,7 @@ namespace KafkaClient
         {
         public:
             KafkaProducer::EnumKafkaProducerStatus GetStatus() override { return KafkaProducer::kStatusUnusable; }
-            bool Send(QzBase::WideString const&, std::string const*, std::string const&) override { return false; }
+            bool Send(QzBase::WideString const&, std::string const*, std::string_view) override { return false; }
 
             void Configure(std::map<std::string, std::string> const& properties) override
             {

@@ -3,13 +3,17 @@
 #include "os/Calls.h"
 #include "support/ForkedChild.h"
 #include "support/kafka/MockBroker.h"
+#include "support/kafka/TopicLosses.h"
 
 #include <KafkaClient/KafkaProducer.h>
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
 
 #include <atomic>
+#include <optional>
 
+#include <dlfcn.h>
+#include <netdb.h>
 #include <pthread.h>
 
 using namespace QzBase::Literals;
@@ -38,10 +42,16 @@ namespace
         return ComesTrue([status] { return KafkaProducer::GetKafkaProducerStatus() == status; });
     }
 
-    bool Send(std::string const& text)
+    bool Send(std::string const& text, unsigned short const* topic = u"diag"_w)
     {
-        return KafkaProducer::Send(u"diag"_w, 0, nullptr, QzDataType::Variant(text.c_str(), nullptr));
+        return KafkaProducer::Send(topic, 0, nullptr, QzDataType::Variant(text.c_str(), nullptr));
     }
+
+    // The resolver leaves this name without an answer for as long as a test wants.
+    constexpr char const* kHeldHost = "held.invalid";
+    std::atomic<bool> gResolverAnswers{true};
+    std::atomic<int> gQuestions{0};
+    std::atomic<bool> gTestWaited{false};
 
     // Why the properties were refused; empty when they were taken.
     std::string GetRefusal(Properties const& properties)
@@ -57,17 +67,43 @@ namespace
 
     struct KafkaProducerTest : testing::Test
     {
-        ~KafkaProducerTest() override { KafkaProducer::Configure({}); }
+        KafkaProducerTest()
+        {
+            QzOs::gCalls.mpGetMonotonicNanoseconds = [] { return gClock.load(); };
+            QzOs::gCalls.mpWriteDebugOutput = TakeDebugOutput;
+            gClock += 1'000'000'000'000;
+        }
+
+        ~KafkaProducerTest() override
+        {
+            KafkaProducer::Configure({});
+            QzOs::gCalls = mCalls;
+        }
 
         /// What has been counted since the test began.
         std::uint64_t GetAccepted() const { return KafkaProducer::GetCounters().mAccepted - mBefore.mAccepted; }
         std::uint64_t GetDelivered() const { return KafkaProducer::GetCounters().mDelivered - mBefore.mDelivered; }
         std::uint64_t GetFailed() const { return KafkaProducer::GetCounters().mFailed - mBefore.mFailed; }
 
+        QzOs::Calls const mCalls = QzOs::gCalls;
         MockBroker mBroker;
         Properties const mProperties{{"bootstrap.servers", mBroker.GetAddress()}};
         KafkaProducer::Counters const mBefore = KafkaProducer::GetCounters();
     };
+}
+
+/// Stands before the system's for the whole executable.
+extern "C" int getaddrinfo(char const* node, char const* service, addrinfo const* hints, addrinfo** result)
+{
+    if (node && std::string(node) == kHeldHost)
+    {
+        ++gQuestions;
+        if (!ComesTrue([] { return gResolverAnswers.load(); }))
+            gTestWaited = true;
+        return EAI_AGAIN;
+    }
+    static auto const next = reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));
+    return next(node, service, hints, result);
 }
 
 TEST_F(KafkaProducerTest, StatusFollowsTheConnectionAndTheEndDelivers)
@@ -94,26 +130,25 @@ TEST_F(KafkaProducerTest, StatusFollowsTheConnectionAndTheEndDelivers)
 
 TEST_F(KafkaProducerTest, RefusedPropertiesAreNamedAndChangeNothing)
 {
+    // What only a producer as a whole can refuse waits for one.
+    Properties const needsFile{{"security.protocol", "ssl"}, {"ssl.ca.location", "/missing"}};
+    EXPECT_EQ(GetRefusal(needsFile), "");
+    EXPECT_THROW(KafkaClient::Initializer(), QzBase::Message);
     KafkaProducer::Configure(mProperties);
-    // The last one is refused by the producer as a whole, at once although none is needed yet.
-    for (auto const& [name, value] : Properties{{"no.such.property", "1"}, {"compression.codec", "stone"},
-             {"linger.ms", "-5"}, {"ssl.ca.location", "/missing"}})
+    for (auto const& [name, value] :
+        Properties{{"no.such.property", "1"}, {"compression.codec", "stone"}, {"linger.ms", "-5"}})
     {
-        std::string const refusal = GetRefusal({{name, value}, {"security.protocol", "ssl"}});
+        std::string const refusal = GetRefusal({{name, value}});
         EXPECT_NE(refusal.find(name), std::string::npos) << name << ": " << refusal;
     }
     KafkaClient::Initializer const client;
     EXPECT_TRUE(StatusBecomes(KafkaProducer::kStatusUp));
-    EXPECT_NE(GetRefusal({{"no.such.property", "1"}}), "");
+    EXPECT_NE(GetRefusal(needsFile), "");
     EXPECT_EQ(KafkaProducer::GetKafkaProducerStatus(), KafkaProducer::kStatusUp);
 }
 
 TEST_F(KafkaProducerTest, AFullQueueRefusesAndLossesAreToldOnceInTenSeconds)
 {
-    QzOs::Calls const calls = QzOs::gCalls;
-    QzOs::gCalls.mpGetMonotonicNanoseconds = [] { return gClock.load(); };
-    QzOs::gCalls.mpWriteDebugOutput = TakeDebugOutput;
-    gClock += 1'000'000'000'000;
     gReports = 0;
     gReportedLosses = 0;
 
@@ -128,7 +163,7 @@ TEST_F(KafkaProducerTest, AFullQueueRefusesAndLossesAreToldOnceInTenSeconds)
             ++taken;
         EXPECT_EQ(taken, 3) << "no broker, and room for three";
         EXPECT_TRUE(ComesTrue([&] { return GetFailed() == 3; }));
-        EXPECT_TRUE(Send("lost too"));
+        EXPECT_TRUE(Send("lost too", u"other"_w));
         EXPECT_TRUE(ComesTrue([&] { return GetFailed() == 4; }));
         EXPECT_EQ(gReports, 1);
         gClock += 10'000'000'000;
@@ -138,7 +173,58 @@ TEST_F(KafkaProducerTest, AFullQueueRefusesAndLossesAreToldOnceInTenSeconds)
     }
     EXPECT_TRUE(GetAccepted() == 5 && GetDelivered() == 0 && GetFailed() == 5);
     EXPECT_TRUE(gReports == 3 && gReportedLosses == 5);
-    QzOs::gCalls = calls;
+}
+
+TEST_F(KafkaProducerTest, ARefusedTopicIsTriedOnceInTenSecondsUntilARecordIsDelivered)
+{
+    KafkaClient::TopicLosses& losses = KafkaClient::GetTopicLosses(u"diag"_w);
+    losses.Take();
+    KafkaClient::Initializer const client;
+    KafkaProducer::Configure(mProperties);
+    for (std::uint64_t refused = 1; refused <= 2; ++refused)
+    {
+        mBroker.RefuseNext();
+        EXPECT_TRUE(Send("taken, and refused by the broker"));
+        EXPECT_TRUE(ComesTrue([&] { return GetFailed() == refused; }));
+        gClock += 9'999'999'999;
+        EXPECT_FALSE(Send("the broker does not take this topic"));
+        EXPECT_TRUE(Send("but it takes others", u"other"_w));
+        EXPECT_TRUE(ComesTrue([&] { return GetDelivered() == refused; }));
+        gClock += 1;
+    }
+    EXPECT_TRUE(Send("the try"));
+    EXPECT_TRUE(ComesTrue([&] { return GetDelivered() == 3; }));
+    EXPECT_TRUE(Send("and all that follow"));
+    ExpectInChild([] { return KafkaProducer::GetCounters().mAccepted + KafkaProducer::GetCounters().mFailed == 0; });
+
+    KafkaClient::Losses const taken = losses.Take();
+    EXPECT_EQ(taken.mCount, 2u);
+    EXPECT_EQ(taken.mReason, "Broker: Message size too large");
+    EXPECT_EQ(losses.Take().mCount, 0u);
+}
+
+TEST_F(KafkaProducerTest, AResolverThatDoesNotAnswerHoldsUpTheEndAlone)
+{
+    gResolverAnswers = false;
+    KafkaProducer::Configure({{"bootstrap.servers", kHeldHost}});
+    EXPECT_EQ(gQuestions, 0) << "nobody needs a producer yet";
+    std::optional<KafkaClient::Initializer> client(std::in_place);
+    EXPECT_TRUE(ComesTrue([] { return gQuestions > 0; }));
+    EXPECT_TRUE(Send("given up"));
+    std::jthread const end([&] { client.reset(); });
+    EXPECT_TRUE(StatusBecomes(KafkaProducer::kStatusUnusable));
+
+    KafkaProducer::Configure(mProperties);
+    KafkaClient::Initializer const next;
+    EXPECT_TRUE(StatusBecomes(KafkaProducer::kStatusUp));
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    // A fork does not wait either; where librdkafka may be in the middle of an end, the child is told so.
+    auto const configure = [&] { return GetRefusal(mProperties).find("forked while") == std::string::npos; };
+    EXPECT_TRUE(ComesTrue([&] { return RunInChild(configure) == 0; }));
+#endif
+    gResolverAnswers = true;
+    EXPECT_TRUE(ComesTrue([&] { return GetFailed() == 1; }));
+    EXPECT_FALSE(gTestWaited);
 }
 
 TEST_F(KafkaProducerTest, ACancelledThreadLeavesTheClientFirst)

@@ -33,6 +33,12 @@ public:
     void GoDown() { rd_kafka_mock_broker_set_down(mpCluster, 1); }
     void ComeUp() { rd_kafka_mock_broker_set_up(mpCluster, 1); }
 
+    /// Refuses the next record for good.
+    void RefuseNext()
+    {
+        rd_kafka_mock_push_request_errors(mpCluster, 0, 1, RD_KAFKA_RESP_ERR_MSG_SIZE_TOO_LARGE); // 0: Produce
+    }
+
     /// The values of the records that a topic holds now, in their order.
     std::vector<std::string> Consume(std::string const& topic) const
     {

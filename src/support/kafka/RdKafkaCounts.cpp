@@ -1,0 +1,87 @@
+#include "support/kafka/RdKafkaCounts.h"
+
+#include "os/Calls.h"
+#include "support/synch/ForkHold.h"
+
+#include <QzBase/Conversions.h>
+#include <QzSynch/Locks.h>
+
+namespace KafkaClient
+{
+    namespace
+    {
+        constexpr std::int64_t kReportIntervalNanoseconds = 10'000'000'000;
+
+        /// What has been told of lost records. Under its lock: a producer that ends and the one that replaces it have
+        /// event threads of their own.
+        struct Told final : private QzSynch::ForkHold::Client
+        {
+            QzSynch::CriticalSectionPtr mpLock{QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
+            std::uint64_t mFailed = 0;
+            std::int64_t mTime = 0;
+
+        private:
+            void GoOnInForkedChild() noexcept override
+            {
+                mFailed = 0;
+                mTime = 0;
+                gRecordCounts.mAccepted = 0;
+                gRecordCounts.mDelivered = 0;
+                gRecordCounts.mFailed = 0;
+            }
+
+            QzSynch::ForkHold const mForkHold{*mpLock, QzSynch::ForkHold::kInnermost, this};
+        };
+
+        Told& GetTold()
+        {
+            // Not destroyed: producers may run until the process ends.
+            static Told& told = *new Told;
+            return told;
+        }
+
+        // Made when the library is loaded, so that no fork falls into its making.
+        [[maybe_unused]] Told& gTold = GetTold();
+    }
+
+    constinit RecordCounts gRecordCounts;
+
+    KafkaProducer::Counters RecordCounts::Get() const noexcept
+    {
+        // In this order, so that no record is seen delivered that was not accepted.
+        std::uint64_t const delivered = mDelivered.load(std::memory_order_acquire);
+        std::uint64_t const failed = mFailed.load(std::memory_order_acquire);
+        return {mAccepted.load(std::memory_order_relaxed), delivered, failed};
+    }
+
+    void RecordCounts::AddFailed(std::uint64_t count, rd_kafka_resp_err_t error) noexcept
+    {
+        mLastError.store(error, std::memory_order_relaxed);
+        mFailed.fetch_add(count, std::memory_order_release);
+    }
+
+    void Tell(std::string const& text)
+    {
+        QzOs::gCalls.mpWriteDebugOutput(
+            QzBase::UTF8ToWideChar(("KafkaClient: " + text + "\r\n").c_str(), true).c_str());
+    }
+
+    void TellFailures(bool isForced)
+    {
+        Told& told = GetTold();
+        std::int64_t const now = QzOs::gCalls.mpGetMonotonicNanoseconds();
+        std::uint64_t count = 0;
+        {
+            QzSynch::CriticalSection::SmartLock const hold(*told.mpLock);
+            std::uint64_t const failed = gRecordCounts.mFailed.load(std::memory_order_acquire);
+            bool const isDue = told.mTime == 0 || now - told.mTime >= kReportIntervalNanoseconds;
+            if (failed == told.mFailed || (!isDue && !isForced))
+                return;
+            count = failed - told.mFailed;
+            told.mFailed = failed;
+            told.mTime = now;
+        }
+        Tell(std::to_string(count) + " accepted records were given up since the last report: " +
+             rd_kafka_err2str(gRecordCounts.mLastError.load(std::memory_order_relaxed)));
+    }
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <KafkaClient/KafkaProducer.h>
+
+#include <librdkafka/rdkafka.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace KafkaClient
+{
+    /// How many records went which way: of all producers of the process, which may overlap while one replaces another.
+    /// A forked child begins at 0.
+    struct RecordCounts
+    {
+        std::atomic<std::uint64_t> mAccepted{0};
+        std::atomic<std::uint64_t> mDelivered{0};
+        std::atomic<std::uint64_t> mFailed{0};
+        std::atomic<rd_kafka_resp_err_t> mLastError{RD_KAFKA_RESP_ERR_NO_ERROR};
+
+        KafkaProducer::Counters Get() const noexcept;
+        void AddFailed(std::uint64_t count, rd_kafka_resp_err_t error) noexcept;
+    };
+
+    extern RecordCounts gRecordCounts;
+
+    /// Writes a line (UTF-8) to the debug output.
+    void Tell(std::string const& text);
+
+    /// Tells how many records were lost since the last time: at most once in ten seconds, unless it is forced.
+    void TellFailures(bool isForced);
+}

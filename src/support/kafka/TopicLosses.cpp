@@ -1,0 +1,81 @@
+#include "support/kafka/TopicLosses.h"
+
+#include "support/synch/ForkHold.h"
+
+#include <QzSynch/Locks.h>
+
+#include <map>
+#include <utility>
+
+namespace KafkaClient
+{
+    namespace
+    {
+        struct Book final : private QzSynch::ForkHold::Client
+        {
+            QzSynch::CriticalSectionPtr mpLock{QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
+            std::map<QzBase::WideString, TopicLosses> mTopics;
+
+        private:
+            void GoOnInForkedChild() noexcept override
+            {
+                for (auto& [name, losses] : mTopics)
+                    losses.Forget();
+            }
+
+            QzSynch::ForkHold const mForkHold{*mpLock, QzSynch::ForkHold::kInnermost, this};
+        };
+
+        Book& GetBook()
+        {
+            // Not destroyed: records may come until the process ends.
+            static Book& book = *new Book;
+            return book;
+        }
+
+        // Made when the library is loaded, so that no fork falls into its making.
+        [[maybe_unused]] Book& gBook = GetBook();
+    }
+
+    void TopicLosses::Add(std::uint64_t count, char const* reason)
+    {
+        QzDataType::DateTime const now = QzDataType::DateTime::Now();
+        QzSynch::CriticalSection::SmartLock const hold(*GetBook().mpLock);
+        if (mLosses.mCount == 0)
+        {
+            mLosses.mReason = reason;
+            mLosses.mSince = now;
+        }
+        mLosses.mCount += count;
+        mExist.store(true, std::memory_order_release);
+    }
+
+    Losses TopicLosses::Take()
+    {
+        QzSynch::CriticalSection::SmartLock const hold(*GetBook().mpLock);
+        mExist.store(false, std::memory_order_relaxed);
+        return std::exchange(mLosses, Losses());
+    }
+
+    void TopicLosses::PutBack(Losses&& losses) noexcept
+    {
+        QzSynch::CriticalSection::SmartLock const hold(*GetBook().mpLock);
+        // They are the older ones: time and reason are theirs.
+        losses.mCount += mLosses.mCount;
+        mLosses = std::move(losses);
+        mExist.store(true, std::memory_order_release);
+    }
+
+    void TopicLosses::Forget() noexcept
+    {
+        mExist.store(false, std::memory_order_relaxed);
+        mLosses.mCount = 0;
+    }
+
+    TopicLosses& GetTopicLosses(QzBase::WideString const& topic)
+    {
+        Book& book = GetBook();
+        QzSynch::CriticalSection::SmartLock const hold(*book.mpLock);
+        return book.mTopics[topic];
+    }
+}

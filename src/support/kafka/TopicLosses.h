@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QzBase/WideString.h>
+#include <QzDataType/DateTime.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace KafkaClient
+{
+    /// Records that were accepted and could not be delivered.
+    struct Losses
+    {
+        std::uint64_t mCount = 0;
+        /// When the first of them became known, local time.
+        QzDataType::DateTime mSince{0.0};
+        /// Why the first was lost, in the client's words (UTF-8).
+        std::string mReason;
+    };
+
+    /// The losses of one topic that nobody has told yet. They are taken by whoever tells them, so that each is told
+    /// once. All operations may be called from any thread. A forked child begins without any.
+    class TopicLosses
+    {
+    public:
+        /// Costs one read: every record asks.
+        bool Exist() const noexcept { return mExist.load(std::memory_order_acquire); }
+
+        void Add(std::uint64_t count, char const* reason);
+
+        /// Empty when another thread was first.
+        Losses Take();
+
+        /// For what was taken and could not be told.
+        void PutBack(Losses&& losses) noexcept;
+
+        /// For the child of a fork.
+        void Forget() noexcept;
+
+    private:
+        // Written under the lock that guards mLosses, which is one for all topics.
+        std::atomic<bool> mExist{false};
+        Losses mLosses;
+    };
+
+    /// The account of the topic with that name (UTF-16), which is made on first need and lives as long as the process.
+    TopicLosses& GetTopicLosses(QzBase::WideString const& topic);
+}
