@@ -120,29 +120,42 @@ namespace QzLog
             FormatMultiLineMessageText(header.GetMessageID(), header.GetHeaderText(), bodyText, true);
 
         QzSynch::ForkableSection::Hold const hold(mSection);
+        WriteOrCount({text.c_str(), text.size()}, 1);
+    }
+
+    bool Destination_DiskFile_Impl::WriteForeignRecord(std::string_view text)
+    {
+        QzSynch::ForkableSection::Hold const hold(mSection);
+        return WriteOrCount(text, 0);
+    }
+
+    bool Destination_DiskFile_Impl::WriteOrCount(std::string_view text, unsigned int messages)
+    {
         // Asked of the path for every message: an open file does not tell that it was removed or renamed.
         if (!QzFileSystem::IsFile(mFilePath.c_str()))
             CloseFile();
-        if (!mpFile && !PassRetryGate())
-            return;
+        if (!mpFile && !PassRetryGate(messages))
+            return false;
         try
         {
-            WriteRecord({text.c_str(), text.size()});
+            WriteRecord(text);
+            return true;
         }
         catch (QzBase::Message& failure)
         {
             CloseFile();
-            mLosses.Begin(failure, 1);
+            mLosses.Begin(failure, messages);
+            return false;
         }
     }
 
-    bool Destination_DiskFile_Impl::PassRetryGate()
+    bool Destination_DiskFile_Impl::PassRetryGate(unsigned int messages)
     {
         try
         {
             if (!mLosses.IsRetryDue())
             {
-                mLosses.AddLoss();
+                mLosses.AddLosses(messages);
                 return false;
             }
             ReopenFile();
@@ -151,7 +164,7 @@ namespace QzLog
         catch (QzBase::Message&)
         {
             // The reason that the log will be told is that of the first loss.
-            mLosses.AddFailedAttempt();
+            mLosses.AddFailedAttempt(messages);
             return false;
         }
     }

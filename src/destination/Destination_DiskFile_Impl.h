@@ -35,13 +35,20 @@ namespace QzLog
         /// changes nothing. A failure to open begins a count of losses.
         void SetFilePath(unsigned short const* path);
 
+        /// Writes a record that is no message of this destination.
+        /// \return  false when the file is lost; the record is then not counted as missed.
+        bool WriteForeignRecord(std::string_view text);
+
     private:
         void GoOnInForkedChild(bool wasGap) noexcept override;
 
         // All of the following is called by the thread that has the section.
 
-        /// Whether the lost file is open again. False: this message is lost too, and has been counted.
-        bool PassRetryGate();
+        /// Writes a record that stands for a number of messages. False: they are lost, and have been counted.
+        bool WriteOrCount(std::string_view text, unsigned int messages);
+
+        /// Whether the lost file is open again. False: these messages are lost too, and have been counted.
+        bool PassRetryGate(unsigned int messages);
 
         /// Opens the file and tells in it what was lost. Throws QzBase::Message.
         void ReopenFile();

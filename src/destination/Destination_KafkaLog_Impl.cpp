@@ -1,9 +1,12 @@
 #include "destination/Destination_KafkaLog_Impl.h"
 
+#include "destination/Destination_DiskFile_Impl.h"
+#include "destination/LossAccount.h"
 #include "module/ModuleAccess.h"
 #include "module/ModuleMain.h"
+#include "support/kafka/Client.h"
+#include "support/kafka/TopicLosses.h"
 
-#include <KafkaClient/KafkaProducer.h>
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
 #include <QzBase/System.h>
@@ -12,6 +15,8 @@
 
 #include <atomic>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace QzLog
 {
@@ -33,13 +38,14 @@ namespace QzLog
         /// What all objects share, for the life of the process.
         struct Shared
         {
-            // Guards the three texts. The message topic does not change once mTopicIsConfigured is set,
-            // and is then read without the lock.
+            // Guards what follows. The message topic and its losses do not change once mTopicIsConfigured is set,
+            // and are then read without the lock.
             QzSynch::CriticalSectionPtr mpLock{QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
             // Outermost: the module's and the client's locks are taken under it.
             QzSynch::ForkHold const mForkHold{*mpLock, QzSynch::ForkHold::kOutermost};
             std::atomic<bool> mTopicIsConfigured{false};
             QzBase::WideString mMessageTopic;
+            KafkaClient::TopicLosses* mpLosses = nullptr;
             QzBase::WideString mSettingsText;
             QzBase::WideString mSettingsTopic;
         };
@@ -106,6 +112,8 @@ namespace QzLog
 
     QZLOG_CALL_FRAME void Destination_KafkaLog_Impl::WriteMessage(char const* bodyText, MessageHeader& header)
     {
+        if (mpDiskFile)
+            TellLosses(*mpDiskFile, header.GetHostName(), header.GetServerName());
         if (FeatureIsEnabled() && KafkaIsToBeTried())
         {
             QzBase::ReturnString const text =
@@ -142,10 +150,40 @@ namespace QzLog
     /// Whether the client took the record.
     bool Destination_KafkaLog_Impl::SendRecord(QzBase::ReturnString const& text)
     {
-        std::string record(text.c_str(), text.size());
+        std::string_view record(text.c_str(), text.size());
         if (record.ends_with('\n'))
-            record.pop_back();
-        return KafkaProducer::Send(GetShared().mMessageTopic, 0, nullptr, QzDataType::Variant(record.c_str(), nullptr));
+            record.remove_suffix(1);
+        // The client makes the one copy that it needs.
+        return KafkaClient::GetClient().Send(GetShared().mMessageTopic, nullptr, record);
+    }
+
+    void Destination_KafkaLog_Impl::TellLosses(Destination_DiskFile& file, char const* hostName, char const* serverName)
+    {
+        Shared& shared = GetShared();
+        if (!shared.mTopicIsConfigured.load(std::memory_order_acquire) || !shared.mpLosses->Exist())
+            return;
+        // Not the header of the message that happened to come by, nor of its thread: the line is about neither.
+        QzBase::CountedPtr<MessageHeader> const header(CreateMessageHeader());
+        header->SetHostName(hostName);
+        header->SetServerName(serverName);
+        header->SetProcessID(QzBase::GetCurrentProcessID());
+        header->SetThreadID(static_cast<unsigned int>(QzBase::GetCurrentThreadID()));
+
+        KafkaClient::Losses losses = shared.mpLosses->Take();
+        bool isTold = losses.mCount == 0;
+        try
+        {
+            // The module makes no other disk files.
+            isTold = isTold || static_cast<Destination_DiskFile_Impl&>(file).WriteForeignRecord(
+                                   MakeMissedMessagesLine(*header, losses.mCount, losses.mSince, losses.mReason));
+        }
+        catch (...)
+        {
+            shared.mpLosses->PutBack(std::move(losses));
+            throw;
+        }
+        if (!isTold)
+            shared.mpLosses->PutBack(std::move(losses));
     }
 
     bool Destination_KafkaLog_Impl::ProbeIsDue()
@@ -200,6 +238,7 @@ namespace QzLog
         topic += computerName;
         topic += kSeparator;
         topic += serverName;
+        shared.mpLosses = &KafkaClient::GetTopicLosses(topic);
         shared.mMessageTopic.swap(topic);
         shared.mTopicIsConfigured.store(true, std::memory_order_release);
     }

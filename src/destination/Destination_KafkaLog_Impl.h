@@ -26,6 +26,10 @@ namespace QzLog
         /// Sends the settings text if a broker is connected, and keeps it for the next time that one comes.
         static void PublishRegistrySettings(unsigned short const* text);
 
+        /// Tells in a disk file what Kafka has taken and not delivered since this was told last, with the names of the
+        /// machine and of the server (UTF-8) in the line's header. What the file does not take is told by a later call.
+        static void TellLosses(Destination_DiskFile& file, char const* hostName, char const* serverName);
+
     private:
         bool KafkaIsToBeTried();
         static bool SendRecord(QzBase::ReturnString const& text);

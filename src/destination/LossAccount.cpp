@@ -8,6 +8,7 @@
 #include <QzBase/CountedPtr.h>
 #include <QzLog/MessageHeader.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace QzLog
@@ -46,6 +47,21 @@ namespace QzLog
         }
     }
 
+    std::string MakeMissedMessagesLine(
+        MessageHeader& header, std::uint64_t count, QzDataType::DateTime const& since, std::string const& reason)
+    {
+        header.SetTimestampToNow();
+        header.SetLoggerName("Log");
+        header.SetDispatcherName("Error");
+        header.SetMessageID(0);
+
+        std::string line(header.GetHeaderText());
+        line.append(" Missed ").append(std::to_string(count));
+        line.append(" messages since ").append(since.ToString().c_str());
+        line.append(" due to: ").append(reason).append("\r\n");
+        return line;
+    }
+
     void LossAccount::Begin(QzBase::Message const& failure, unsigned int lostCount)
     {
         std::string reason = Flatten(QzBase::WideCharToUTF8(failure.GetMessage(), true).c_str());
@@ -60,31 +76,20 @@ namespace QzLog
         return (QzDataType::DateTime::Now() - mLastAttemptTime).GetTotalSeconds() >= kRetryIntervalSeconds;
     }
 
-    void LossAccount::AddLoss() noexcept
+    void LossAccount::AddLosses(unsigned int count) noexcept
     {
-        if (mMissedCount != std::numeric_limits<unsigned int>::max())
-            ++mMissedCount;
+        mMissedCount += std::min(count, std::numeric_limits<unsigned int>::max() - mMissedCount);
     }
 
-    void LossAccount::AddFailedAttempt()
+    void LossAccount::AddFailedAttempt(unsigned int count)
     {
-        AddLoss();
+        AddLosses(count);
         mLastAttemptTime = QzDataType::DateTime::Now();
     }
 
     std::string LossAccount::MakeLine() const
     {
-        QzBase::CountedPtr<MessageHeader> const header = GetHeaderOfThread();
-        header->SetTimestampToNow();
-        header->SetLoggerName("Log");
-        header->SetDispatcherName("Error");
-        header->SetMessageID(0);
-
-        std::string line(header->GetHeaderText());
-        line.append(" Missed ").append(std::to_string(mMissedCount));
-        line.append(" messages since ").append(mFirstMissedTime.ToString().c_str());
-        line.append(" due to: ").append(mMissReason).append("\r\n");
-        return line;
+        return MakeMissedMessagesLine(*GetHeaderOfThread(), mMissedCount, mFirstMissedTime, mMissReason);
     }
 
     void LossAccount::Clear() noexcept

@@ -3,10 +3,19 @@
 #include <QzBase/Message.h>
 #include <QzDataType/DateTime.h>
 
+#include <cstdint>
 #include <string>
 
 namespace QzLog
 {
+    class MessageHeader;
+
+    /// The line that tells a log about lost messages: UTF-8 with CR LF, behind the text of `header`, which it stamps
+    /// with the present time and with names of its own.
+    /// \param reason  one line, UTF-8.
+    std::string MakeMissedMessagesLine(
+        MessageHeader& header, std::uint64_t count, QzDataType::DateTime const& since, std::string const& reason);
+
     /// What a disk file has lost: how many messages, since when and why, and when its file may be tried again. Used by
     /// one thread at a time.
     class LossAccount
@@ -19,19 +28,18 @@ namespace QzLog
         /// Whether the last failure or failed attempt is as old as it has to be. True at first.
         bool IsRetryDue() const;
 
-        /// One more message was lost; its reason stays that of the first.
-        void AddLoss() noexcept;
+        /// More messages were lost; their reason stays that of the first.
+        void AddLosses(unsigned int count) noexcept;
 
         /// The same, by an attempt that failed: the interval begins anew.
-        void AddFailedAttempt();
+        void AddFailedAttempt(unsigned int count);
 
         /// What was lost up to now is told by somebody else; when and why the file failed stay.
         void ForgetCount() noexcept { mMissedCount = 0; }
 
         bool HasLosses() const noexcept { return mMissedCount != 0; }
 
-        /// What the log is told about the losses: UTF-8 with CR LF, behind the header of the calling thread, which
-        /// it stamps with the present time and with names of its own.
+        /// What the log is told about the losses: a missed-messages line with the header of the calling thread.
         std::string MakeLine() const;
 
         /// The losses are told. The times stay, so that the next failure within the interval still waits.

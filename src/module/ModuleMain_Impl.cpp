@@ -117,7 +117,10 @@ namespace QzLog
         QzBase::CountedPtr<Destination_KafkaLog> const destination(new Destination_KafkaLog_Impl(key.c_str()));
         QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
         // Another thread may have been first; its destination stands, and this one goes when the lock is free.
-        auto const entry = mKafkaDestinations.try_emplace(std::move(key), destination).first;
+        mKafkaAftermath.mDiskFiles.reserve(mKafkaAftermath.mDiskFiles.size() + 1);
+        auto const [entry, isNew] = mKafkaDestinations.try_emplace(std::move(key), destination);
+        if (isNew)
+            mKafkaAftermath.mDiskFiles.emplace_back(destination->GetDiskFileDestination());
         return QzBase::ReturnPtrI<Destination_KafkaLog>(entry->second.get());
     }
 
@@ -138,6 +141,22 @@ namespace QzLog
             new ThreadContext_Impl(mMachineName.c_str(), mServerInstanceName));
         mpThreadStorage->SetValue(context.get());
         return context.release();
+    }
+
+    ModuleMain_Impl::KafkaAftermath::~KafkaAftermath()
+    {
+        try
+        {
+            QzBase::ReturnString const serverName =
+                QzBase::WideCharToUTF8(mModule.mServerInstanceName.Get().c_str(), false);
+            // They have one topic and one account: the first file that can be written tells all of it.
+            for (auto const& diskFile : mDiskFiles)
+                Destination_KafkaLog_Impl::TellLosses(*diskFile, mModule.mMachineName.c_str(), serverName.c_str());
+        }
+        catch (std::bad_alloc const&)
+        {
+            // The account is kept for the next module.
+        }
     }
 
     ModuleMain_Impl::LogInfoRegistration::LogInfoRegistration()

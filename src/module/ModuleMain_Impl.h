@@ -19,6 +19,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 namespace QzLog
 {
@@ -57,6 +58,22 @@ namespace QzLog
             LogInfoRegistration& operator=(LogInfoRegistration const&) = delete;
         };
 
+        /// Keeps the disk files behind the Kafka destinations until the Kafka client has ended, and tells there what
+        /// that has given up.
+        class KafkaAftermath
+        {
+        public:
+            explicit KafkaAftermath(ModuleMain_Impl& module) : mModule(module) {}
+            ~KafkaAftermath();
+            KafkaAftermath(KafkaAftermath const&) = delete;
+            KafkaAftermath& operator=(KafkaAftermath const&) = delete;
+
+            std::vector<QzBase::CountedPtr<Destination_DiskFile>> mDiskFiles;
+
+        private:
+            ModuleMain_Impl& mModule;
+        };
+
         /// Keeps the message trace usable for its life.
         class MessageTraceUse
         {
@@ -72,9 +89,10 @@ namespace QzLog
         // that it guards.
         QzResource::Initializer const mResourceInitializer;
         QzFileSystem::Initializer const mFileSystemInitializer;
-        KafkaClient::Initializer const mKafkaInitializer;
         ServerInstanceName mServerInstanceName;
         std::string const mMachineName;
+        KafkaAftermath mKafkaAftermath{*this};
+        KafkaClient::Initializer const mKafkaInitializer;
         QzBase::CountedPtr<ConfigurationHook> mpConfigurationHook;
         /// Guards the hook, the registries and the base path, for the look-up, the insertion or the copy only.
         QzSynch::RWLockPtr const mpLock;

@@ -4,12 +4,14 @@
 #include "os/Calls.h"
 #include "support/ForkedChild.h"
 #include "support/kafka/Client.h"
+#include "support/kafka/TopicLosses.h"
 
 #include <QzBase/System.h>
 #include <QzLog/QzLog.h>
 
 #include <atomic>
 #include <optional>
+#include <regex>
 #include <utility>
 
 using namespace QzBase::Literals;
@@ -44,8 +46,13 @@ namespace
                 throw 7;
         }
 
-        void Stop() override {}
+        void Stop() override
+        {
+            if (mpLossesOfTheEnd)
+                mpLossesOfTheEnd->Add(1, "Local: purged");
+        }
 
+        KafkaClient::TopicLosses* mpLossesOfTheEnd = nullptr;
         int mStatus = 1;
         bool mTakes = true;
         bool mStarts = true;
@@ -174,6 +181,42 @@ TEST_F(KafkaLogTest, EachRecordGoesToOnePlaceAndSettingsFollowTheBroker)
     EXPECT_EQ(Write(*destination), "file ");
     mClient.mStatus = 1;
     EXPECT_EQ(Write(*destination), "kafka ") << "no settings, nothing extra";
+}
+
+TEST_F(KafkaLogTest, WhatKafkaTookAndLostIsToldOnceInTheFile)
+{
+    auto const destination = Create("fall.log");
+    QzLog::SetServerInstanceName(u"Engine"_w);
+    Write(*destination);
+    ASSERT_EQ(mClient.mSent.size(), 1u);
+    KafkaClient::TopicLosses& losses = KafkaClient::GetTopicLosses(QzTest::Wide(mClient.mSent[0].first));
+    auto const told = [](char const* what)
+    {
+        std::string const since = QzDataType::DateTime::Now().ToString().c_str();
+        return "[Log][Error][UID:0][SID:0][OID:0] Missed " + std::regex_replace(what, std::regex("@"), since) + "\r\n";
+    };
+
+    losses.Add(2, "Broker: no right");
+    losses.Add(1, "Local: purged");
+    std::string const line = told("4 messages since @ due to: Broker: no right");
+    std::filesystem::remove("fall.log");
+    std::filesystem::create_directory("fall.log");
+    destination->WriteMessage("the line waits for its file", *QzLog::CreateMessageHeader());
+    std::filesystem::remove("fall.log");
+    gNow += 300'000;
+    losses.Add(1, "Local: younger");
+    EXPECT_EQ(Write(*destination), "kafka ");
+    std::string file = Get("fall.log");
+    EXPECT_TRUE(file.ends_with(line)) << file;
+
+    losses.Add(5, "of the parent");
+    ExpectInChild([&] { return Write(*destination) == "kafka " && Get("fall.log") == file; });
+    losses.Take();
+    mClient.mpLossesOfTheEnd = &losses;
+    mModule.reset();
+    file = Get("fall.log");
+    EXPECT_TRUE(file.ends_with(told("1 messages since @ due to: Local: purged"))) << file;
+    EXPECT_EQ(std::count(file.begin(), file.end(), '\n'), 3) << file;
 }
 
 TEST_F(KafkaLogTest, AModuleThatCannotStartIsTriedAgain)
