@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cerrno>
 
+#include <locale.h>
 #include <pthread.h>
 #include <string.h>
 #include <unistd.h>
@@ -78,7 +79,12 @@ namespace QzOs
     std::string DescribeError(std::uint32_t error)
     {
         // Never translated, whatever locale the host program has set: a translation could come in any charset.
+#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 32)
         char const* const text = strerrordesc_np(static_cast<int>(error));
+#else
+        static locale_t const gEnglish = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
+        char const* const text = strerror_l(static_cast<int>(error), gEnglish);
+#endif
         return text ? text : "Unknown error " + std::to_string(error);
     }
 
