@@ -9,7 +9,7 @@ work=${1:-$here/demo}
 mkdir -p "$work"
 cd "$work"
 exec 9> lock
-flock -n 9 || { echo "Another demo is at work in $work; this one waits for it."; flock 9; }
+until flock -w 5 9; do echo "Another demo is at work in $work; this one waits for it."; done
 rm -rf logs traces requests settings.json summary.txt terminal.txt
 
 source "$here/demo_common.sh"
