@@ -10,8 +10,11 @@ endif()
 add_library(qzlog_options INTERFACE)
 target_compile_features(qzlog_options INTERFACE cxx_std_20)
 target_compile_options(qzlog_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Wcast-qual -Woverloaded-virtual
-    -Werror)
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Wcast-qual -Woverloaded-virtual)
+# Only where the compiler is known: another one may find something new, and shall build nevertheless.
+if(QZLOG_WARNINGS_AS_ERRORS)
+    target_compile_options(qzlog_options INTERFACE -Werror)
+endif()
 if(QZLOG_SANITIZERS)
     target_compile_options(qzlog_options INTERFACE
         -fsanitize=${QZLOG_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
