@@ -22,8 +22,9 @@ namespace QzLogTool
     std::vector<std::pair<std::string, std::uint64_t>> Counter::GetMost(std::size_t count) const
     {
         std::vector<std::pair<std::string, std::uint64_t>> result(mCounts.begin(), mCounts.end());
-        std::stable_sort(
-            result.begin(), result.end(), [](auto const& a, auto const& b) { return a.second > b.second; });
+        std::sort(result.begin(), result.end(),
+            [](auto const& a, auto const& b)
+            { return a.second != b.second ? a.second > b.second : a.first < b.first; });
         result.resize(std::min(result.size(), count));
         return result;
     }
