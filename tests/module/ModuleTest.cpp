@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <latch>
 #include <optional>
 #include <thread>
@@ -166,34 +167,26 @@ TEST_F(ModuleTest, ThreadsLogAcrossItsStartsAndEnds)
     // address sanitizer, and a race under the thread sanitizer. So many threads that some are always in a call: an
     // end waits for those that began before it, and for no others.
     mDestination.mForgets = true;
-    auto const log = [&]
-    {
-        Log(mRouter);
-        try
-        {
-            CountedPtr<Router> const router = MakeRouter();
-            SetDestinations(*router->GetDispatcher(), {&mDestination});
-            Log(*router);
-        }
-        catch (QzBase::Message const&)
-        {
-            // It has just ended.
-        }
-    };
+    std::vector<CountedPtr<Router>> routers{mpRouter};
+    std::atomic<Router*> present = mpRouter.get();
     std::vector<std::jthread> threads(24);
     for (std::jthread& thread : threads)
         thread = std::jthread(
             [&, isFirst = &thread == threads.data()](std::stop_token const& stop)
             {
-                for (; !stop.stop_requested(); log())
+                for (; !stop.stop_requested(); Log(*present))
                     if (isFirst)
-                        std::thread(log).join();
+                        std::thread([&] { Log(*present); }).join();
             });
     for (int round = 0; round < 40; ++round)
     {
         mInitializer.reset();
         mInitializer.emplace();
-        Log(mRouter);
+        // Those of the module that has ended do nothing any more.
+        Router& router = *routers.emplace_back(MakeRouter());
+        SetDestinations(*router.GetDispatcher(), {&mDestination});
+        present = &router;
+        Log(router);
     }
 }
 
