@@ -3,52 +3,121 @@
 #include "os/Cancellation.h"
 #include "os/Unicode.h"
 #include "os/posix/Kernel.h"
+#include "os/posix/Receiver.h"
 #include "os/posix/SignalBlock.h"
+#include "os/posix/StandardDescriptors.h"
 
 #include <cerrno>
+#include <chrono>
+#include <climits>
+#include <mutex>
 #include <string>
 #include <string_view>
 
-#include <poll.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace QzOs::Posix
 {
     namespace
     {
-        /// How long the rest of a message waits for room where the program has made standard error non-blocking.
-        /// A reader that stands still must not hold the program up for good.
-        constexpr int kRoomWaitMilliseconds = 1000;
+        constexpr std::string_view kLineEnd = "\r\n";
 
-        bool WaitForRoom()
+        constinit Receiver gReader;
+
+        // One message at a time: a pipe mixes what is larger than PIPE_BUF.
+        constinit std::timed_mutex gLock;
+        // Under the lock: the last message was given up within a line.
+        constinit bool gIsWithinLine = false;
+
+        // When the library is loaded. Handlers that came first run last before a fork: this lock is taken before the
+        // one of StandardDescriptors.cpp.
+        [[gnu::constructor(102)]] void HoldLockAroundForks()
         {
-            pollfd standardError{STDERR_FILENO, POLLOUT, 0};
-            return RetryOnSignal([&] { return ::poll(&standardError, 1, kRoomWaitMilliseconds); }) > 0;
+            pthread_atfork([] { gLock.lock(); }, [] { gLock.unlock(); }, [] { gLock.unlock(); });
         }
 
-        /// One call for the whole text, so that nothing gets between its lines. More follow only where the system has
-        /// taken a part of it: a message that has begun is brought to its end. One that finds no room at all is
-        /// dropped.
-        void Write(std::string_view text)
+        /// Standard error as it is at this moment, for one message. Whether its writes wait for a reader is a matter
+        /// of the open file, which other programs share, so that it is not changed: a pipe and a terminal are opened
+        /// anew for that.
+        class StandardError
+        {
+        public:
+            StandardError() noexcept
+            {
+                struct stat status;
+                if (gKernel.mpFstat(STDERR_FILENO, &status) != 0)
+                    return;
+                mIsSocket = S_ISSOCK(status.st_mode);
+                mWaits = S_ISFIFO(status.st_mode) || (S_ISCHR(status.st_mode) && ::isatty(STDERR_FILENO) == 1);
+                if (mWaits)
+                    mOwn = OpenAboveStandard([] { return gKernel.mpOpen("/proc/self/fd/2", kFlags, 0); });
+            }
+
+            ~StandardError()
+            {
+                if (mOwn != -1)
+                    gKernel.mpClose(mOwn);
+            }
+
+            StandardError(StandardError const&) = delete;
+            StandardError& operator=(StandardError const&) = delete;
+
+            /// Answers like write, and does not wait. Without an open file of its own, for which the program may lack
+            /// the right, it waits only if another program has filled the room that was there a moment ago.
+            ssize_t Write(std::string_view text, MessageDeadline const& deadline) noexcept
+            {
+                if (mIsSocket)
+                    return ::send(STDERR_FILENO, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+                if (mOwn != -1)
+                    return gKernel.mpWrite(mOwn, text.data(), text.size());
+                if (mWaits)
+                {
+                    if (!WaitForRoom(deadline))
+                        return 0;
+                    text = text.substr(0, PIPE_BUF);
+                }
+                return gKernel.mpWrite(STDERR_FILENO, text.data(), text.size());
+            }
+
+            bool WaitForRoom(MessageDeadline const& deadline) noexcept
+            {
+                return gReader.WaitForRoom(mOwn != -1 ? mOwn : STDERR_FILENO, deadline);
+            }
+
+        private:
+            static constexpr int kFlags = O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | O_APPEND;
+
+            bool mIsSocket = false;
+            bool mWaits = false;
+            int mOwn = -1;
+        };
+
+        /// Writes with one call, so that nothing gets between its lines; more follow where the system has taken only a
+        /// part. Answers how much it has taken before the message was given up.
+        std::size_t Write(std::string_view text, MessageDeadline const& deadline)
         {
             SignalBlock signals;
-            bool hasBegun = false;
-            while (!text.empty())
+            StandardError standardError;
+            std::size_t done = 0;
+            while (done < text.size())
             {
-                ssize_t const written =
-                    RetryOnSignal([&] { return gKernel.mpWrite(STDERR_FILENO, text.data(), text.size()); });
+                ssize_t const written = RetryOnSignal([&] { return standardError.Write(text.substr(done), deadline); });
                 if (written > 0)
                 {
-                    text.remove_prefix(static_cast<std::size_t>(written));
-                    hasBegun = true;
+                    done += static_cast<std::size_t>(written);
+                    gReader.HasTaken();
                     continue;
                 }
                 bool const isFull = written < 0 && errno == EAGAIN;
-                if (isFull && hasBegun && WaitForRoom())
+                if (isFull && standardError.WaitForRoom(deadline))
                     continue;
                 signals.Discard();
-                return;
+                break;
             }
+            return done;
         }
     }
 
@@ -56,9 +125,17 @@ namespace QzOs::Posix
     {
         int const error = errno;
         NoCancellation const noCancellation;
-        std::string narrow;
+        std::string narrow(kLineEnd);
         AppendUTF8(narrow, text, std::char_traits<unsigned short>::length(text), Malformed::Replace);
-        Write(narrow);
+        MessageDeadline const deadline;
+        std::unique_lock const hold(gLock, std::chrono::nanoseconds(deadline.GetNanosecondsLeft()));
+        if (hold)
+        {
+            std::string_view const output = std::string_view(narrow).substr(gIsWithinLine ? 0 : kLineEnd.size());
+            std::size_t const done = Write(output, deadline);
+            if (done != 0)
+                gIsWithinLine = done < output.size() && output[done - 1] != '\n';
+        }
         errno = error;
     }
 }

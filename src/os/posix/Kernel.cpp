@@ -63,6 +63,8 @@ namespace QzOs::Posix
         .mpFtello = ::ftello,
         .mpFclose = std::fclose,
 
+        .mpPoll = ::poll,
+
         .mpGetrlimit = Getrlimit,
         .mpSigaction = ::sigaction,
         .mpSigmask = ::pthread_sigmask,

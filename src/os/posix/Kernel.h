@@ -7,14 +7,15 @@
 #include <ctime>
 
 #include <dirent.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/types.h>
 #include <sys/uio.h>
 
-// The calls to the kernel and the C runtime that files and the debug output need. They go through one table, so
-// that a test can make each of them fail.
+// The calls to the kernel and the C runtime that files, the debug output and the event log need. They go through one
+// table, so that a test can make each of them fail.
 
 namespace QzOs::Posix
 {
@@ -61,6 +62,8 @@ namespace QzOs::Posix
         int (*mpFseeko)(std::FILE* stream, off_t offset, int origin);
         off_t (*mpFtello)(std::FILE* stream);
         int (*mpFclose)(std::FILE* stream);
+
+        int (*mpPoll)(pollfd* descriptors, nfds_t count, int milliseconds);
 
         int (*mpGetrlimit)(rlimit* fileSizes);
         int (*mpSigaction)(int signal, struct sigaction const* action, struct sigaction* old);
