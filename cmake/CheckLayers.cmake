@@ -12,7 +12,7 @@ set(layers_apart masking trace)
 set(root_headers "module/ModuleMain\\.h" "module/ModuleAccess\\.(h|cpp)" "module/ThreadContext\\.h")
 
 # Headers of the system, which only the operating-system and support layers may use.
-set(system_header "^(fcntl|unistd|pthread|signal|syslog|dirent|errno|sys/.*|systemd/.*|uuid/.*|netinet/.*|arpa/.*)(\\.h)?$")
+set(system_header "^(fcntl|unistd|pthread|signal|syslog|dirent|errno|sys/.*|uuid/.*|netinet/.*|arpa/.*)(\\.h)?$")
 
 set(faults "")
 

@@ -5,7 +5,7 @@ set -euo pipefail
 
 declare -A groups=(
     [build]="g++ cmake make ninja-build pkg-config ccache
-        libjsoncpp-dev librdkafka-dev libutfcpp-dev libsystemd-dev uuid-dev libcli11-dev libre2-dev
+        libjsoncpp-dev librdkafka-dev libutfcpp-dev uuid-dev libcli11-dev libre2-dev
         libgtest-dev libgmock-dev"
     [kafka]="kcat"
     [integrations]="groff-base jq lnav systemd"
