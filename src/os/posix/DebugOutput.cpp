@@ -39,9 +39,9 @@ namespace QzOs::Posix
             pthread_atfork([] { gLock.lock(); }, [] { gLock.unlock(); }, [] { gLock.unlock(); });
         }
 
-        /// Standard error as it is at this moment, for one message. Whether its writes wait for a reader is a matter
-        /// of the open file, which other programs share, so that it is not changed: a pipe and a terminal are opened
-        /// anew for that.
+        /// Standard error as it is at this moment, for one message. Whether its writes wait for a reader is a matter of
+        /// the open file, which other programs share, so that it is not changed. A system that cannot write to a pipe
+        /// or terminal without a wait otherwise, opens it anew.
         class StandardError
         {
         public:
@@ -50,54 +50,72 @@ namespace QzOs::Posix
                 struct stat status;
                 if (gKernel.mpFstat(STDERR_FILENO, &status) != 0)
                     return;
-                mIsSocket = S_ISSOCK(status.st_mode);
-                mWaits = S_ISFIFO(status.st_mode) || (S_ISCHR(status.st_mode) && ::isatty(STDERR_FILENO) == 1);
-                if (mWaits)
-                    mOwn = OpenAboveStandard([] { return gKernel.mpOpen("/proc/self/fd/2", kFlags, 0); });
+                if (S_ISSOCK(status.st_mode))
+                    mWay = Way::Socket;
+                else if (S_ISFIFO(status.st_mode))
+                    mWay = Way::AtOnce;
+                else if (S_ISCHR(status.st_mode) && ::isatty(STDERR_FILENO) == 1)
+                    OpenAnew();
             }
 
             ~StandardError()
             {
-                if (mOwn != -1)
-                    gKernel.mpClose(mOwn);
+                if (mDescriptor != STDERR_FILENO)
+                    gKernel.mpClose(mDescriptor);
             }
 
             StandardError(StandardError const&) = delete;
             StandardError& operator=(StandardError const&) = delete;
 
-            /// Answers like write, and does not wait. Without an open file of its own, for which the program may lack
-            /// the right, it waits only if another program has filled the room that was there a moment ago.
-            ssize_t Write(std::string_view text, MessageDeadline const& deadline) noexcept
+            /// Answers like write, and does not wait. Where the program may not open its standard error anew, it waits
+            /// only if another program has filled the room that was there a moment ago.
+            ssize_t Write(std::string_view text, MessageDeadline& deadline) noexcept
             {
-                if (mIsSocket)
+                if (mWay == Way::Socket)
                     return ::send(STDERR_FILENO, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-                if (mOwn != -1)
-                    return gKernel.mpWrite(mOwn, text.data(), text.size());
-                if (mWaits)
+                if (mWay == Way::AtOnce)
+                {
+                    ssize_t const written = gKernel.mpWriteAtOnce(STDERR_FILENO, text.data(), text.size());
+                    if (written >= 0 || errno != EOPNOTSUPP)
+                        return written;
+                    OpenAnew();
+                }
+                if (mWay == Way::WithRoom)
                 {
                     if (!WaitForRoom(deadline))
                         return 0;
                     text = text.substr(0, PIPE_BUF);
                 }
-                return gKernel.mpWrite(STDERR_FILENO, text.data(), text.size());
+                return gKernel.mpWrite(mDescriptor, text.data(), text.size());
             }
 
-            bool WaitForRoom(MessageDeadline const& deadline) noexcept
-            {
-                return gReader.WaitForRoom(mOwn != -1 ? mOwn : STDERR_FILENO, deadline);
-            }
+            bool WaitForRoom(MessageDeadline& deadline) noexcept { return gReader.WaitForRoom(mDescriptor, deadline); }
 
         private:
-            static constexpr int kFlags = O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | O_APPEND;
+            enum class Way
+            {
+                Plain,
+                Socket,
+                AtOnce,
+                WithRoom
+            };
 
-            bool mIsSocket = false;
-            bool mWaits = false;
-            int mOwn = -1;
+            void OpenAnew() noexcept
+            {
+                // Append, should a file stand there by now.
+                constexpr int flags = O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | O_APPEND;
+                int const own = OpenAboveStandard([=] { return gKernel.mpOpen("/proc/self/fd/2", flags, 0); });
+                mWay = own == -1 ? Way::WithRoom : Way::Plain;
+                mDescriptor = own == -1 ? STDERR_FILENO : own;
+            }
+
+            Way mWay = Way::Plain;
+            int mDescriptor = STDERR_FILENO;
         };
 
         /// Writes with one call, so that nothing gets between its lines; more follow where the system has taken only a
         /// part. Answers how much it has taken before the message was given up.
-        std::size_t Write(std::string_view text, MessageDeadline const& deadline)
+        std::size_t Write(std::string_view text, MessageDeadline& deadline)
         {
             SignalBlock signals;
             StandardError standardError;
@@ -127,9 +145,9 @@ namespace QzOs::Posix
         NoCancellation const noCancellation;
         std::string narrow(kLineEnd);
         AppendUTF8(narrow, text, std::char_traits<unsigned short>::length(text), Malformed::Replace);
-        MessageDeadline const deadline;
-        std::unique_lock const hold(gLock, std::chrono::nanoseconds(deadline.GetNanosecondsLeft()));
-        if (hold)
+        MessageDeadline deadline;
+        std::unique_lock hold(gLock, std::try_to_lock);
+        if (hold || hold.try_lock_for(std::chrono::nanoseconds(deadline.GetNanosecondsLeft())))
         {
             std::string_view const output = std::string_view(narrow).substr(gIsWithinLine ? 0 : kLineEnd.size());
             std::size_t const done = Write(output, deadline);

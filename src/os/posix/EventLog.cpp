@@ -81,7 +81,7 @@ namespace QzOs::Posix
         std::string narrow = ToUTF8(text);
         ConvertLineEnds(narrow);
         Event const event{*static_cast<Source const*>(source), ToPriority(type), eventID, narrow};
-        MessageDeadline const deadline;
+        MessageDeadline deadline;
         if (!SendToJournal(event, deadline))
             SendToSyslog(event, deadline);
         errno = error;

@@ -21,7 +21,7 @@ namespace QzOs::Posix
     };
 
     /// False when no journal runs. True also when the journal has not taken the event before the deadline.
-    bool SendToJournal(Event const& event, MessageDeadline const& deadline);
+    bool SendToJournal(Event const& event, MessageDeadline& deadline);
 
-    void SendToSyslog(Event const& event, MessageDeadline const& deadline);
+    void SendToSyslog(Event const& event, MessageDeadline& deadline);
 }

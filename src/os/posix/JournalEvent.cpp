@@ -77,7 +77,7 @@ namespace QzOs::Posix
         }
     }
 
-    bool SendToJournal(Event const& event, MessageDeadline const& deadline)
+    bool SendToJournal(Event const& event, MessageDeadline& deadline)
     {
         LocalSocket journal(kPath, SOCK_DGRAM, gJournal, deadline);
         if (journal.GetError() != 0)

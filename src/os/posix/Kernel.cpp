@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/file.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace QzOs::Posix
@@ -15,6 +16,11 @@ namespace QzOs::Posix
         int Open(char const* path, int flags, mode_t mode)
         {
             return ::open(path, flags, mode);
+        }
+        ssize_t WriteAtOnce(int descriptor, void const* buffer, size_t count)
+        {
+            iovec const piece{const_cast<void*>(buffer), count};
+            return ::pwritev2(descriptor, &piece, 1, -1, RWF_NOWAIT);
         }
         int Getrlimit(rlimit* fileSizes)
         {
@@ -28,6 +34,7 @@ namespace QzOs::Posix
         .mpRead = ::read,
         .mpWrite = ::write,
         .mpWritev = ::writev,
+        .mpWriteAtOnce = WriteAtOnce,
         .mpLseek = ::lseek,
         .mpFlock = ::flock,
         .mpFtruncate = ::ftruncate,

@@ -28,6 +28,9 @@ namespace QzOs::Posix
         ssize_t (*mpRead)(int descriptor, void* buffer, size_t count);
         ssize_t (*mpWrite)(int descriptor, void const* buffer, size_t count);
         ssize_t (*mpWritev)(int descriptor, iovec const* pieces, int count);
+        /// write, but of no more than can be written without a wait (EAGAIN when that is nothing), whether or not the
+        /// open file waits. EOPNOTSUPP where the system cannot do that.
+        ssize_t (*mpWriteAtOnce)(int descriptor, void const* buffer, size_t count);
         off_t (*mpLseek)(int descriptor, off_t offset, int origin);
         int (*mpFlock)(int descriptor, int operation);
         int (*mpFtruncate)(int descriptor, off_t size);

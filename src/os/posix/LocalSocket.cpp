@@ -11,7 +11,7 @@
 
 namespace QzOs::Posix
 {
-    LocalSocket::LocalSocket(std::string_view path, int type, Receiver& receiver, MessageDeadline const& deadline)
+    LocalSocket::LocalSocket(std::string_view path, int type, Receiver& receiver, MessageDeadline& deadline)
         : mReceiver(receiver),
           mDeadline(deadline),
           mDescriptor(OpenAboveStandard([=] { return ::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0); })),

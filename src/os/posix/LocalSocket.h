@@ -16,7 +16,7 @@ namespace QzOs::Posix
     {
     public:
         /// \param type  SOCK_DGRAM or SOCK_STREAM. Receiver and deadline outlive this object.
-        LocalSocket(std::string_view path, int type, Receiver& receiver, MessageDeadline const& deadline);
+        LocalSocket(std::string_view path, int type, Receiver& receiver, MessageDeadline& deadline);
         ~LocalSocket();
         LocalSocket(LocalSocket const&) = delete;
         LocalSocket& operator=(LocalSocket const&) = delete;
@@ -57,7 +57,7 @@ namespace QzOs::Posix
         int SendMessage(msghdr const& message, std::size_t& sent);
 
         Receiver& mReceiver;
-        MessageDeadline const& mDeadline;
+        MessageDeadline& mDeadline;
         int mDescriptor;
         int mError;
     };

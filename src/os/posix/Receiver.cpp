@@ -4,6 +4,7 @@
 #include "os/posix/Kernel.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <poll.h>
 
@@ -16,14 +17,15 @@ namespace QzOs::Posix
         constexpr int kMomentMilliseconds = 10;
     }
 
-    MessageDeadline::MessageDeadline() noexcept : mEnd(gCalls.mpGetMonotonicNanoseconds() + kLongestWaitNanoseconds) {}
-
-    std::int64_t MessageDeadline::GetNanosecondsLeft() const noexcept
+    std::int64_t MessageDeadline::GetNanosecondsLeft() noexcept
     {
-        return std::max<std::int64_t>(mEnd - gCalls.mpGetMonotonicNanoseconds(), 0);
+        std::int64_t const now = gCalls.mpGetMonotonicNanoseconds();
+        if (!std::exchange(mHasBegun, true))
+            mEnd = now + kLongestWaitNanoseconds;
+        return std::max<std::int64_t>(mEnd - now, 0);
     }
 
-    int Receiver::GetMillisecondsLeft(MessageDeadline const& deadline) const noexcept
+    int Receiver::GetMillisecondsLeft(MessageDeadline& deadline) const noexcept
     {
         if (mStandsStill.load(std::memory_order_relaxed))
             return 0;
@@ -37,7 +39,7 @@ namespace QzOs::Posix
         return false;
     }
 
-    bool Receiver::WaitForRoom(int descriptor, MessageDeadline const& deadline) noexcept
+    bool Receiver::WaitForRoom(int descriptor, MessageDeadline& deadline) noexcept
     {
         for (;;)
         {
@@ -52,7 +54,7 @@ namespace QzOs::Posix
         }
     }
 
-    bool Receiver::WaitAMoment(MessageDeadline const& deadline) noexcept
+    bool Receiver::WaitAMoment(MessageDeadline& deadline) noexcept
     {
         int const left = GetMillisecondsLeft(deadline);
         if (left == 0)

@@ -44,7 +44,7 @@ namespace QzOs::Posix
         }
     }
 
-    void SendToSyslog(Event const& event, MessageDeadline const& deadline)
+    void SendToSyslog(Event const& event, MessageDeadline& deadline)
     {
         std::string const head = '<' + std::to_string(LOG_USER | event.mPriority) + '>' + GetSyslogTime() + ' ' +
                                  event.mSource + '[' + std::to_string(::getpid()) + "]: ";
