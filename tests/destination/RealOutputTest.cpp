@@ -182,11 +182,12 @@ namespace
     {
         auto const body = []
         {
-            gKernel.mpFstat = [](int descriptor, struct stat* status)
+            static auto const writeAtOnce = gKernel.mpWriteAtOnce;
+            gKernel.mpWriteAtOnce = [](int descriptor, void const* data, size_t size)
             {
-                gKernel.mpFstat = fstat;
+                gKernel.mpWriteAtOnce = writeAtOnce;
                 std::thread([] { Write("given up\n"); }).join();
-                return fstat(descriptor, status);
+                return writeAtOnce(descriptor, data, size);
             };
             Write("taken\n");
         };

@@ -17,6 +17,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace QzOs::Posix
@@ -47,14 +48,15 @@ namespace QzOs::Posix
         public:
             StandardError() noexcept
             {
-                struct stat status;
-                if (gKernel.mpFstat(STDERR_FILENO, &status) != 0)
+                // Of the kind alone: asking a file for its times makes the next write to it dearer.
+                struct statx status;
+                if (::statx(STDERR_FILENO, "", AT_EMPTY_PATH, STATX_TYPE, &status) != 0)
                     return;
-                if (S_ISSOCK(status.st_mode))
+                if (S_ISSOCK(status.stx_mode))
                     mWay = Way::Socket;
-                else if (S_ISFIFO(status.st_mode))
+                else if (S_ISFIFO(status.stx_mode))
                     mWay = Way::AtOnce;
-                else if (S_ISCHR(status.st_mode) && ::isatty(STDERR_FILENO) == 1)
+                else if (S_ISCHR(status.stx_mode) && ::isatty(STDERR_FILENO) == 1)
                     OpenAnew();
             }
 
