@@ -35,6 +35,8 @@ namespace
     /// Runs `body` in a child process, with `standardError` as its own unless that is negative; returns how it ended.
     int RunInChild(int standardError, void (*body)())
     {
+        // What is left in the buffer could meet the child's limit of file sizes.
+        std::fflush(stdout);
         return ::RunInChild(
             [=]
             {
