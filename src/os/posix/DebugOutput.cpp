@@ -40,6 +40,14 @@ namespace QzOs::Posix
             pthread_atfork([] { gLock.lock(); }, [] { gLock.unlock(); }, [] { gLock.unlock(); });
         }
 
+        /// By the clock that can be set, since the thread sanitizer knows no other lock with an end. To set it back
+        /// does no harm: whoever holds the lock gives it up after a second.
+        bool LockUntil(std::unique_lock<std::timed_mutex>& hold, MessageDeadline& deadline)
+        {
+            auto const left = std::chrono::nanoseconds(deadline.GetNanosecondsLeft());
+            return hold.try_lock_until(std::chrono::system_clock::now() + left);
+        }
+
         /// Standard error as it is at this moment, for one message. Whether its writes wait for a reader is a matter of
         /// the open file, which other programs share, so that it is not changed. A system that cannot write to a pipe
         /// or terminal without a wait otherwise, opens it anew.
@@ -149,7 +157,7 @@ namespace QzOs::Posix
         AppendUTF8(narrow, text, std::char_traits<unsigned short>::length(text), Malformed::Replace);
         MessageDeadline deadline;
         std::unique_lock hold(gLock, std::try_to_lock);
-        if (hold || hold.try_lock_for(std::chrono::nanoseconds(deadline.GetNanosecondsLeft())))
+        if (hold || LockUntil(hold, deadline))
         {
             std::string_view const output = std::string_view(narrow).substr(gIsWithinLine ? 0 : kLineEnd.size());
             std::size_t const done = Write(output, deadline);
