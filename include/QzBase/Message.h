@@ -45,6 +45,8 @@ namespace QzBase
 
         Message(Message const& other);
         Message(Message&& other) noexcept;
+        /// `other` may be one of this message's own lower levels, which a cursor gives. When memory fails the message
+        /// stays as it was.
         Message& operator=(Message const& other);
         Message& operator=(Message&& other) noexcept;
         virtual ~Message();

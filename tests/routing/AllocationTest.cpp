@@ -100,6 +100,30 @@ TEST(AllocationTest, RoutersKnowTheirDestinationsWhenMemoryFails)
     EXPECT_TRUE(dispatcher->HasDestinations());
 }
 
+TEST(AllocationTest, AMessageThatCannotBeAssignedStaysAsItWas)
+{
+    QzBase::Message const source = QzBase::Message(QzBase::MESSAGE_DOMAIN_SERVER, 1, "a text that needs memory")
+                                       .WrapBy(QzBase::MESSAGE_DOMAIN_SERVER, 2, "and one that has a cause");
+    QzBase::Message message(QzBase::MESSAGE_DOMAIN_SERVER, 3, "old");
+    bool isAssigned = false;
+    for (std::size_t spare = 0; !isAssigned; ++spare)
+    {
+        EXPECT_EQ(message.GetID(), 3);
+        EXPECT_STREQ(FormatMessage(message, 9).c_str(), "old");
+        tLimit = tAllocations + spare;
+        try
+        {
+            message = source;
+            isAssigned = true;
+        }
+        catch (std::bad_alloc const&)
+        {
+        }
+        tLimit = kNoLimit;
+    }
+    EXPECT_STREQ(FormatMessage(message, 9).c_str(), FormatMessage(source, 9).c_str());
+}
+
 TEST(AllocationTest, AModuleThatFindsNoMemoryLeavesTheNextOneRoom)
 {
     std::optional<Initializer> initializer;

@@ -25,8 +25,27 @@ namespace QzBase
 
     Message::Message(Message const& other) = default;
     Message::Message(Message&& other) noexcept = default;
-    Message& Message::operator=(Message const& other) = default;
-    Message& Message::operator=(Message&& other) noexcept = default;
+
+    Message& Message::operator=(Message const& other)
+    {
+        return *this = Message(other);
+    }
+
+    /// What comes may be one of this message's own causes, which go with what the message held: it is taken out
+    /// before anything is replaced.
+    Message& Message::operator=(Message&& other) noexcept
+    {
+        Message taken(std::move(other));
+        mDomain = taken.mDomain;
+        mID = taken.mID;
+        mTemplate.swap(taken.mTemplate);
+        mText.swap(taken.mText);
+        mArguments.swap(taken.mArguments);
+        mLocalizedTexts.swap(taken.mLocalizedTexts);
+        mLowerLevels.swap(taken.mLowerLevels);
+        return *this;
+    }
+
     Message::~Message() = default;
 
     Message::Localizer::~Localizer() = default;

@@ -54,6 +54,23 @@ namespace
             "new front\r\nfront\r\ncause of it\r\nnew front\r\nfront\r\ncause of it");
     }
 
+    TEST(MessageTest, TakesTheValueOfOneOfItsOwnCauses)
+    {
+        // A cause with two of its own, and another one beside it.
+        Message message = Make(3, "the second cause of the first cause");
+        message.PrependBy(Make(2, "2").WrapBy(MESSAGE_DOMAIN_SERVER, 1, "1"));
+        message.WrapBy(MESSAGE_DOMAIN_SERVER, 0, "0");
+        message.PrependBy(message);
+        Message moved = message;
+        MessageCursor cursor(message);
+        MessageCursor cursorOfMoved(moved);
+        EXPECT_TRUE(cursor.GoToLowerLevelMessage(false) && cursorOfMoved.GoToLowerLevelMessage(false));
+        message = cursor.GetCurrentMessage();
+        moved = std::move(cursorOfMoved.GetCurrentMessage());
+        EXPECT_STREQ(FormatMessage(message, 9).c_str(), "1\r\n2\r\nthe second cause of the first cause");
+        EXPECT_STREQ(FormatMessage(moved, 9).c_str(), FormatMessage(message, 9).c_str());
+    }
+
     struct FakeLocalizer : Message::Localizer
     {
         char const* FindText(unsigned short languageID, unsigned short, int id) override
