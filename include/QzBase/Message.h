@@ -95,6 +95,7 @@ namespace QzBase
         friend class MessageCursor;
         friend class MessageWriter;
 
+        friend class MessageMemory;
         void UpdateText();
         bool IsEmpty() const;
 

@@ -81,6 +81,11 @@ namespace QzResource
         ///          until 16 more texts have been formatted on the thread.
         char const* Format(MessageTemplate const& messageTemplate);
 
+        /// Gives back the memory of the text that Format returned if it is long, above 64 KB: the text then is no
+        /// longer valid. The log functions do so with the texts that they have formatted; who calls Format may do so
+        /// behind the last use of the text.
+        void GiveBackLongText() noexcept;
+
         /// How many values have been inserted since the formatter was empty.
         std::size_t GetValueCount() const noexcept { return mEnds.size(); }
 

@@ -1,5 +1,9 @@
 #include "message/MessageBody_Impl.h"
 
+#include "support/base/KeptMemory.h"
+#include "support/base/MessageMemory.h"
+#include "support/base/MessageText.h"
+
 namespace QzLog
 {
     MessageBody::~MessageBody() = default;
@@ -8,7 +12,19 @@ namespace QzLog
 
     void MessageBody_Impl::SetMessage(QzBase::Message const& message)
     {
-        mMessage = message;
+        QzBase::MessageMemory::Assign(mMessage, message);
+        mTexts.clear();
+        mLocalizedCopies.clear();
+    }
+
+    void MessageBody_Impl::GiveBackLongMessage() noexcept
+    {
+        std::size_t textBytes = 0;
+        for (auto const& [languageID, text] : mTexts)
+            textBytes += text.capacity();
+        if (textBytes <= QzBase::kKeptBytes && !QzBase::MessageMemory::IsLong(mMessage))
+            return;
+        mMessage = QzBase::Message();
         mTexts.clear();
         mLocalizedCopies.clear();
     }
@@ -23,12 +39,12 @@ namespace QzLog
 
         if (mMessage.GetLocalizedText(languageID))
         {
-            text = QzBase::FormatMessage(mMessage, languageID).c_str();
+            text = QzBase::MakeMessageText(mMessage, languageID);
         }
         else
         {
             QzBase::Message& copy = mLocalizedCopies[languageID];
-            text = QzBase::FormatMessage(mMessage, copy, languageID, *mpLocalizer).c_str();
+            text = QzBase::MakeMessageText(mMessage, copy, languageID, *mpLocalizer);
         }
         return text.c_str();
     }

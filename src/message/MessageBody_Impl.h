@@ -19,6 +19,9 @@ namespace QzLog
         QzBase::Message& GetMessage() override;
         char const* GetMessageText(unsigned short languageID) override;
 
+        /// Empties a body whose message was long. To be called when the message has been delivered.
+        void GiveBackLongMessage() noexcept;
+
     private:
         void MergeLocalizedCopies();
 

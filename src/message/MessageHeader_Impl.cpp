@@ -2,6 +2,7 @@
 
 #include "message/TimestampText.h"
 #include "support/base/Ascii.h"
+#include "support/base/KeptMemory.h"
 
 #include <QzBase/Conversions.h>
 
@@ -11,12 +12,14 @@ namespace QzLog
 {
     namespace
     {
+        /// Most of what a message sets is what the message before has set.
         void Assign(std::string& field, char const* text)
         {
-            if (text)
-                field.assign(text);
-            else
-                field.clear();
+            std::string_view const value(text ? text : "");
+            if (field == value)
+                return;
+            field.assign(value);
+            QzBase::GiveBackSpareMemory(field);
         }
 
         char const* BuildDecimal(std::string& cache, unsigned int id)
@@ -44,8 +47,8 @@ namespace QzLog
 
     void MessageHeader_Impl::ClearRenderedForms() noexcept
     {
-        mHeaderText.clear();
-        mHeaderJSON.clear();
+        QzBase::EmptyAndKeepMemory(mHeaderText);
+        QzBase::EmptyAndKeepMemory(mHeaderJSON);
     }
 
     void MessageHeader_Impl::SetHostName(char const* name)
@@ -63,7 +66,7 @@ namespace QzLog
         if (id == mProcessID)
             return;
         mProcessID = id;
-        mProcessIDText.clear();
+        QzBase::EmptyAndKeepMemory(mProcessIDText);
         mProcessIDHexText.clear();
         ClearRenderedForms();
     }
@@ -95,7 +98,7 @@ namespace QzLog
         if (id == mThreadID)
             return;
         mThreadID = id;
-        mThreadIDText.clear();
+        QzBase::EmptyAndKeepMemory(mThreadIDText);
         mThreadIDHexText.clear();
         ClearRenderedForms();
     }
@@ -125,14 +128,14 @@ namespace QzLog
     void MessageHeader_Impl::SetTimestamp(Timestamp const& timestamp)
     {
         mTimestamp = timestamp;
-        mTimestampText.clear();
+        QzBase::EmptyAndKeepMemory(mTimestampText);
         ClearRenderedForms();
     }
 
     void MessageHeader_Impl::SetTimestampToNow()
     {
         mTimestamp.SetToNowLocal();
-        mTimestampText.clear();
+        QzBase::EmptyAndKeepMemory(mTimestampText);
         ClearRenderedForms();
     }
 

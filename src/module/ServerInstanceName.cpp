@@ -1,5 +1,7 @@
 #include "module/ServerInstanceName.h"
 
+#include "support/base/KeptMemory.h"
+
 #include <QzBase/Conversions.h>
 
 namespace QzLog
@@ -33,6 +35,7 @@ namespace QzLog
             return;
         QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
         copy.mText = mUTF8;
+        QzBase::GiveBackSpareMemory(copy.mText);
         copy.mChange = mChange.load(std::memory_order_relaxed);
     }
 }

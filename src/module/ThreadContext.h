@@ -6,7 +6,7 @@
 
 namespace QzLog
 {
-    class MessageBody;
+    class MessageBody_Impl;
     class MessageHeader;
 
     /// What one thread keeps for its messages. Touched by that thread only, so nothing here is locked. What
@@ -15,7 +15,7 @@ namespace QzLog
     {
     public:
         virtual MessageHeader* GetMessageHeader() = 0;
-        virtual MessageBody* GetMessageBody() = 0;
+        virtual MessageBody_Impl* GetMessageBody() = 0;
         virtual std::uint64_t& EpisodeNumber() = 0;
         virtual void SetParentThreadID(std::uint64_t threadID) = 0;
         virtual std::uint64_t GetParentThreadID() = 0;

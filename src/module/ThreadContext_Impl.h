@@ -1,10 +1,10 @@
 #pragma once
 
+#include "message/MessageBody_Impl.h"
 #include "module/ServerInstanceName.h"
 #include "module/ThreadContext.h"
 
 #include <QzBase/CountedPtr.h>
-#include <QzLog/MessageBody.h>
 #include <QzLog/MessageHeader.h>
 
 namespace QzLog
@@ -17,7 +17,7 @@ namespace QzLog
 
         void Delete() override { delete this; }
         MessageHeader* GetMessageHeader() override { return mpHeader.get(); }
-        MessageBody* GetMessageBody() override { return mpBody.get(); }
+        MessageBody_Impl* GetMessageBody() override { return mpBody.get(); }
         std::uint64_t& EpisodeNumber() override { return mEpisodeNumber; }
         void SetParentThreadID(std::uint64_t threadID) override { mParentThreadID = threadID; }
         std::uint64_t GetParentThreadID() override { return mParentThreadID; }
@@ -31,7 +31,7 @@ namespace QzLog
 
         std::uint64_t mParentThreadID = 0;
         QzBase::CountedPtr<MessageHeader> mpHeader;
-        QzBase::CountedPtr<MessageBody> mpBody;
+        QzBase::CountedPtr<MessageBody_Impl> mpBody;
         std::uint64_t mEpisodeNumber = 0;
         ServerInstanceName const& mServerInstanceName;
         ServerInstanceName::Copy mServerName;

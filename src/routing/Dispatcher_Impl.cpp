@@ -1,12 +1,13 @@
 #include "routing/Dispatcher_Impl.h"
 
 #include "message/CallFrame.h"
+#include "message/MessageBody_Impl.h"
 #include "module/ModuleAccess.h"
 #include "module/ModuleMain.h"
 #include "module/ThreadContext.h"
 #include "routing/ErrnoGuard.h"
+#include "support/base/MessageMemory.h"
 
-#include <QzLog/MessageBody.h>
 #include <QzLog/MessageHeader.h>
 
 namespace QzLog
@@ -42,12 +43,23 @@ namespace QzLog
             return {static_cast<unsigned int>(message.GetID()), nullptr, nullptr, 0};
         }
 
-        MessageBody& FillBody(ThreadContext& context, QzBase::Message const& message)
+        /// The thread's body with one message, for as long as that is delivered.
+        class FilledBody
         {
-            MessageBody& body = *context.GetMessageBody();
-            body.SetMessage(message);
-            return body;
-        }
+        public:
+            FilledBody(ThreadContext& context, QzBase::Message const& message) : mBody(*context.GetMessageBody())
+            {
+                mBody.SetMessage(message);
+            }
+            ~FilledBody() { mBody.GiveBackLongMessage(); }
+            FilledBody(FilledBody const&) = delete;
+            FilledBody& operator=(FilledBody const&) = delete;
+
+            MessageBody& operator*() const noexcept { return mBody; }
+
+        private:
+            MessageBody_Impl& mBody;
+        };
     }
 
     Dispatcher_Impl::DestinationList::DestinationList(DestinationCollection& collection)
@@ -127,9 +139,9 @@ namespace QzLog
             return;
         ThreadContext& context = *module->GetThreadContext();
         MessageHeader& header = StampHeader(context, logger, *this, StampOf(message));
-        MessageBody& body = FillBody(context, message);
+        FilledBody const body(context, message);
         for (QzBase::CountedPtr<Destination> const& destination : list->mDestinations)
-            destination->WriteMessage(header, body);
+            destination->WriteMessage(header, *body);
     }
 
     QZLOG_CALL_FRAME void Dispatcher_Impl::LogAndUpdateMessage(Logger& logger, QzBase::Message& message)
@@ -141,10 +153,10 @@ namespace QzLog
             return;
         ThreadContext& context = *module->GetThreadContext();
         MessageHeader& header = StampHeader(context, logger, *this, StampOf(message));
-        MessageBody& body = FillBody(context, message);
+        FilledBody const body(context, message);
         for (QzBase::CountedPtr<Destination> const& destination : list->mDestinations)
-            destination->WriteMessage(header, body);
-        message = body.GetMessage();
+            destination->WriteMessage(header, *body);
+        QzBase::MessageMemory::Assign(message, (*body).GetMessage());
     }
 
     void Dispatcher_Impl::FormatHeaderJson(Logger& logger, char const*, unsigned int messageID, char const* fileName,

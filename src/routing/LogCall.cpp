@@ -1,5 +1,7 @@
 #include "routing/LogCall.h"
 
+#include "support/resource/ThreadRings.h"
+
 #include <QzResource/Localizer.h>
 
 #include <algorithm>
@@ -23,15 +25,19 @@ namespace QzLog
 
     [[gnu::noinline]] TextCall::TextCall(
         Router& router, char const* templateText, QzResource::MessageFormatter& formatter, SourcePlace const& place)
-        : mRouter(router), mPlace(place)
+        : mRouter(router), mPlace(place), mFormatter(&formatter)
     {
         ErrnoGuard const keepErrno;
-        mpText = formatter.Format(QzResource::GetMessageTemplate(templateText));
+        mpText = QzResource::FormatOnce(formatter, templateText);
     }
 
     [[gnu::noinline]] IDCall::IDCall(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
         char const* catalogContext, SourcePlace const& place)
-        : mRouter(router), mPlace(place), mMessageID(messageID), mpCatalog(router.GetMessageCatalog())
+        : mRouter(router),
+          mPlace(place),
+          mMessageID(messageID),
+          mFormatter(&formatter),
+          mpCatalog(router.GetMessageCatalog())
     {
         if (mpCatalog)
         {
@@ -42,7 +48,7 @@ namespace QzLog
         std::string text = NameOfID(messageID);
         for (std::size_t number = 1; number <= std::min(formatter.GetValueCount(), kMostValues); ++number)
             text += " %" + std::to_string(number);
-        mpText = formatter.Format(QzResource::GetMessageTemplate(text.c_str()));
+        mpText = QzResource::FormatOnce(formatter, text.c_str());
     }
 
     [[gnu::noinline]] IDCall::IDCall(

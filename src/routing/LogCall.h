@@ -23,6 +23,23 @@ namespace QzLog
         int mLineNumber;
     };
 
+    /// The formatter of a log call until the call is over: a long text does not stay with the thread. Null allowed.
+    class FormatterOfCall
+    {
+    public:
+        explicit FormatterOfCall(QzResource::MessageFormatter* formatter = nullptr) noexcept : mpFormatter(formatter) {}
+        ~FormatterOfCall()
+        {
+            if (mpFormatter)
+                mpFormatter->GiveBackLongText();
+        }
+        FormatterOfCall(FormatterOfCall const&) = delete;
+        FormatterOfCall& operator=(FormatterOfCall const&) = delete;
+
+    private:
+        QzResource::MessageFormatter* const mpFormatter;
+    };
+
     // A log call with its text made. Everything that goes to the router stands in here, and the functions are not
     // inlined, so that a function of the front end has nothing to keep in registers while the text is made, and so
     // nothing to save before it has seen whether the router is enabled at all.
@@ -35,6 +52,7 @@ namespace QzLog
 
         Router& mRouter;
         SourcePlace mPlace;
+        FormatterOfCall const mFormatter;
         char const* mpText;
     };
 
@@ -57,6 +75,7 @@ namespace QzLog
         Router& mRouter;
         SourcePlace mPlace;
         unsigned int mMessageID;
+        FormatterOfCall const mFormatter;
         QzBase::ReturnPtrI<MessageCatalog> mpCatalog;
         QzBase::ReturnString mString;
         char const* mpText;

@@ -21,6 +21,7 @@ namespace QzLog
             {
                 QzResource::MessageTemplate const& messageTemplate = QzResource::GetMessageTemplate(templateText);
                 QzResource::MessageFormatter& formatter = QzResource::GetMessageFormatter();
+                FormatterOfCall const formatterOfCall(&formatter);
                 insert(formatter);
                 router.LogText(formatter.Format(messageTemplate), 0, nullptr, nullptr, 0);
             }

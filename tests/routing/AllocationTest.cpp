@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdlib>
+#include <functional>
 #include <new>
+
+#include <malloc.h>
 
 // The operators of this whole program, which count for the thread that asks for memory. Never inlined: compilers
 // take a free() that they see behind a new for a mistake.
@@ -13,22 +17,25 @@ namespace
     constexpr std::size_t kNoLimit = ~std::size_t{0};
     constinit thread_local std::size_t tAllocations = 0;
     constinit thread_local std::size_t tLimit = kNoLimit; // from here on memory is refused
+    constinit thread_local std::ptrdiff_t tBytes = 0;     // asked for and not given back
 }
 
 [[gnu::noinline]] void* operator new(std::size_t size)
 {
     void* const memory = tAllocations++ < tLimit ? std::malloc(size) : nullptr;
+    tBytes += static_cast<std::ptrdiff_t>(malloc_usable_size(memory));
     return memory ? memory : throw std::bad_alloc();
 }
 
 [[gnu::noinline]] void operator delete(void* memory) noexcept
 {
+    tBytes -= static_cast<std::ptrdiff_t>(malloc_usable_size(memory));
     std::free(memory);
 }
 
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept
 {
-    std::free(memory);
+    operator delete(memory);
 }
 
 using namespace Road;
@@ -56,6 +63,44 @@ TEST(AllocationTest, AnEnabledTextCallAllocatesNothingInTheSteadyState)
     std::size_t const before = tAllocations;
     logAll();
     EXPECT_EQ(tAllocations, before);
+}
+
+TEST(AllocationTest, ALongMessageLeavesNoMemoryWithItsThread)
+{
+    Module const module;
+    Router& router = module.mRouter;
+    module.mDestination.mForgets = true;
+    std::string const text(1 << 20, 'x');
+    QzBase::WideString const wide(1 << 20, 'x');
+    char const* const file = text.c_str();
+    std::function<void()> const calls[] = {[&]
+        { router.LogBaseMessage(QzBase::Message(1, 1, "short").WrapBy(1, 2, text.c_str())); },
+        [&] { QzLog::Log(router, "%1", text); }, [&] { QzLog::Log(router, 7, text); },
+        [&] { QzLog::Log(router, QzLog::RunTimeTemplate(text), 1); }, [&] { ScopeGuard(router, file, file, 1); },
+        [&]
+        {
+            QzResource::MessageFormatter& formatter = GetMessageFormatter();
+            for (int i = 0; i < 100'000; ++i)
+                formatter << 'x';
+            LogMessage(router, "of many values", formatter, nullptr, nullptr, nullptr, 0);
+        },
+        [&] { LogString(router, "with a long place", nullptr, file, file, 1); },
+        [&]
+        {
+            SetUserIDToThreadContext(wide.c_str());
+            std::string json;
+            router.FormatHeaderJson("", 0, "", "", 0, json);
+            QzLog::Log(router, "of a user with a long name");
+            SetUserIDToThreadContext(u""_w);
+        }};
+    for (std::size_t row = 0; row < std::size(calls); ++row)
+    {
+        std::ptrdiff_t const before = tBytes;
+        for (int i = 0; i < 20; ++i)
+            calls[row]();
+        QzLog::Log(router, "%1", "short");
+        EXPECT_LT(tBytes - before, 64 * 1024) << row;
+    }
 }
 
 TEST(AllocationTest, AFormatterThatFailsIsEmptyAfterwards)

@@ -1,6 +1,8 @@
 #include <QzBase/Message.h>
 
 #include "os/Unicode.h"
+#include "support/base/MessageMemory.h"
+#include "support/base/MessageText.h"
 #include "support/base/ProcessLanguage.h"
 #include "support/base/TemplateText.h"
 
@@ -58,20 +60,35 @@ namespace QzBase
         }
     };
 
-    ReturnString FormatMessage(Message const& message, unsigned short languageID)
+    std::string MakeMessageText(Message const& message, unsigned short languageID)
     {
         std::string text;
         MessageWriter::Append(text, message, ResolveLanguage(languageID));
-        return ReturnString(std::move(text));
+        return text;
+    }
+
+    std::string MakeMessageText(
+        Message const& message, Message& localizedCopy, unsigned short languageID, Message::Localizer& localizer)
+    {
+        // Resolved once, so that a change of the process language meanwhile does not split the levels.
+        unsigned short const language = ResolveLanguage(languageID);
+        MessageMemory::Assign(localizedCopy, message);
+        MessageWriter::Localize(localizedCopy, language, localizer);
+        return MakeMessageText(localizedCopy, language);
+    }
+
+    ReturnString FormatMessage(Message const& message, unsigned short languageID)
+    {
+        return ReturnString(MakeMessageText(message, languageID));
     }
 
     ReturnString FormatMessage(
         Message const& message, Message& localizedCopy, unsigned short languageID, Message::Localizer& localizer)
     {
-        // Resolved once, so that a change of the process language meanwhile does not split the levels.
-        unsigned short const language = ResolveLanguage(languageID);
-        localizedCopy = message;
-        MessageWriter::Localize(localizedCopy, language, localizer);
-        return FormatMessage(localizedCopy, language);
+        // The two may be parts of each other.
+        Message copy;
+        ReturnString text(MakeMessageText(message, copy, languageID, localizer));
+        localizedCopy = std::move(copy);
+        return text;
     }
 }

@@ -2,9 +2,9 @@
 
 #include "os/Unicode.h"
 #include "support/base/Ascii.h"
+#include "support/base/KeptMemory.h"
 #include "support/base/TemplateText.h"
 #include "support/resource/FormatterRing.h"
-#include "support/resource/KeptMemory.h"
 
 #include <charconv>
 #include <climits>
@@ -21,13 +21,6 @@ namespace QzResource
         constexpr unsigned int BitsOf(Integer)
         {
             return sizeof(Integer) * CHAR_BIT;
-        }
-
-        void EmptyAndKeepMemory(std::string& text) noexcept
-        {
-            if (text.capacity() > kKeptBytes)
-                std::string().swap(text);
-            text.clear();
         }
     }
 
@@ -138,7 +131,7 @@ namespace QzResource
             }
         } const clearAtEnd{*this};
 
-        EmptyAndKeepMemory(mResult);
+        QzBase::EmptyAndKeepMemory(mResult);
         std::string const& text = messageTemplate.GetText();
         QzBase::ExpandTemplate(
             text.data(), text.size(),
@@ -148,10 +141,16 @@ namespace QzResource
         return mResult.c_str();
     }
 
+    void MessageFormatter::GiveBackLongText() noexcept
+    {
+        if (mResult.capacity() > QzBase::kKeptBytes)
+            QzBase::EmptyAndKeepMemory(mResult);
+    }
+
     void MessageFormatter::Clear() noexcept
     {
-        EmptyAndKeepMemory(mValues);
-        mEnds.clear();
+        QzBase::EmptyAndKeepMemory(mValues);
+        QzBase::EmptyAndKeepMemory(mEnds);
         mNumberForm = NumberForm::Decimal;
     }
 

@@ -1,6 +1,6 @@
 #include <QzResource/MessageFormatter.h>
 
-#include "support/resource/KeptMemory.h"
+#include "support/base/KeptMemory.h"
 
 namespace QzResource
 {
@@ -10,7 +10,6 @@ namespace QzResource
     {
         // The new text may be a piece of the old one, so memory is given back behind the assignment.
         mText.assign(utf8Text ? utf8Text : "");
-        if (mText.capacity() > kKeptBytes && mText.size() <= kKeptBytes)
-            mText.shrink_to_fit();
+        QzBase::GiveBackSpareMemory(mText);
     }
 }

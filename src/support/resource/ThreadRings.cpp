@@ -1,6 +1,7 @@
 #include <QzResource/MessageFormatter.h>
 #include <QzSynch/ThreadLocalStorage.h>
 
+#include "support/base/KeptMemory.h"
 #include "support/resource/FormatterRing.h"
 #include "support/resource/ThreadRings.h"
 
@@ -70,5 +71,16 @@ namespace QzResource
         MessageTemplate& messageTemplate = GetThreadRings().mTemplates.GetNext();
         messageTemplate.SetText(utf8Text);
         return messageTemplate;
+    }
+
+    char const* FormatOnce(MessageFormatter& formatter, char const* utf8Template)
+    {
+        // Copied like any other: it may be a text that this formatter has made.
+        MessageTemplate& messageTemplate = GetThreadRings().mTemplates.GetNext();
+        messageTemplate.SetText(utf8Template);
+        char const* const text = formatter.Format(messageTemplate);
+        if (messageTemplate.GetText().capacity() > QzBase::kKeptBytes)
+            messageTemplate.SetText(nullptr);
+        return text;
     }
 }
