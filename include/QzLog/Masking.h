@@ -7,6 +7,9 @@
 // decides, for each text. All of it works without an Initializer, in static objects too, and may be called
 // from any thread; it takes no lock. The cost grows with the length of the text, not with the number of values in it.
 //
+// It is a best effort for texts that the program itself has made in the form that is masked, and no parser. Never rely
+// on it for a text that a user controls: who writes the text can write it so that the secret survives.
+//
 // A text that breaks its form is no error: what was found up to there is masked and the rest stays as it
 // is, so a value without its closing quote, which may be the secret itself, remains readable.
 //
@@ -32,6 +35,15 @@ namespace QzLog
     /// QzResource::REST_TAG_PASSWORD. A quote directly behind a backslash does not end it, even if that
     /// backslash is escaped itself. What stands between tag, colon and value is not looked at: if the
     /// value is no string, the next quoted text is masked in its place. Bytes are compared, so case counts.
+    ///
+    /// Among what survives:
+    ///
+    ///     {"grant_type":"password","n":1,"password":"secret"}    the tag as a value takes the mask to the next name
+    ///     {"password":{"value":"secret"}}                        so does an object, or a list of objects
+    ///     {"password":1234}                                      a number
+    ///     {"pass\u0077ord":"secret"}, {"Password":"secret"}      a name that is spelled in another way
+    ///     {"password":"secret\\"}                                a last value with a backslash at its end
+    ///
     /// \param text  UTF-8, well-formed or not. Null counts as empty.
     QZLOG_API QzBase::ReturnString ReplaceSensitiveMessageInHTTP(char const* text);
 

@@ -44,9 +44,10 @@ namespace QzLog
         /// Reads the text form at the start of `text`; in place of date and time it takes whatever
         /// QzDataType::DateTime::FromString takes. The numbers of the offset may have any count of digits: "+5:3" is
         /// five hours and three minutes ahead.
-        /// \return  how many characters it took. 0 when the text does not begin with a time stamp (which then becomes
-        ///          the empty date and time), when a sign follows the time and is not followed by an offset from 00:00
-        ///          to 14:59 (the time stamp then stays as it was), and for null (likewise).
+        /// A text that begins with an offset is that offset of the empty date and time.
+        /// \return  how many characters it took, or 0. A text that begins neither with a date and time nor with a sign
+        ///          makes this time stamp the empty date and time, at UTC. For a sign, there or at the start, without
+        ///          an offset from 00:00 to 14:59 behind it, and for null, it stays as it was.
         unsigned int FromISO8601String(char const* text);
 
     private:

@@ -69,6 +69,8 @@ TEST(Masking, PasswordsInHTTP)
         {R"("password":"x"password":"y")", R"("password":"***"password":"y")"},
         {R"({"key":"password","v":"x"})", R"({"key":"password","v":"***"})"},
         {R"({"password":null,"name":"bob"})", R"({"password":null,"***":"bob"})"}, {R"({"Password":"x","a":"b"})", ""},
+        {R"({"grant_type":"password","n":1,"password":"x"})", R"({"grant_type":"password","n":1,"***":"x"})"},
+        {R"({"password":{"v":"x"}})", R"({"password":{"***":"x"}})"}, {R"({"pass\u0077ord":"x","password":1})", ""},
         {R"({"password":"a\\"})", ""}, {R"("password")", ""}, {R"("password":)", ""}, {R"("password":")", ""},
         {R"("password":"\)", ""}, {"", ""}};
     for (auto const& [text, expected] : rows)
