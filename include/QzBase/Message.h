@@ -3,7 +3,9 @@
 #include <QzBase/Export.h>
 #include <QzBase/ReturnString.h>
 
+#include <atomic>
 #include <cstddef>
+#include <exception>
 #include <map>
 #include <memory>
 #include <string>
@@ -25,7 +27,7 @@ namespace QzBase
     /// std::bad_alloc.
     ///
     /// Apart from std::bad_alloc everything thrown by this library is a Message or derives from it; catch
-    /// `QzBase::Message&`.
+    /// `QzBase::Message&`, before std::exception where both are caught: see ExceptionImpl.
     ///
     /// Copying, formatting and destroying go down the tree by recursion: each level takes about 150 bytes of the
     /// calling thread's stack in an optimised build of the library. Plan 256, which is 4,000 levels for each MiB
@@ -93,9 +95,9 @@ namespace QzBase
     private:
         friend class ConstMessageCursor;
         friend class MessageCursor;
+        friend class MessageMemory;
         friend class MessageWriter;
 
-        friend class MessageMemory;
         void UpdateText();
         bool IsEmpty() const;
 
@@ -188,14 +190,40 @@ namespace QzBase
         using ConstMessageCursor::LowerLevelMessageIsUnvisited;
     };
 
-    /// What is thrown where the exact type matters: caught as `T&` or as any base of T.
+    /// The text of an exception: makes it when it is asked for, and keeps it. A copy begins anew.
+    class QZLOG_API ExceptionText
+    {
+    public:
+        ExceptionText() noexcept = default;
+        ExceptionText(ExceptionText const&) noexcept {}
+        ExceptionText& operator=(ExceptionText const&) noexcept { return *this; }
+        ~ExceptionText();
+
+        char const* Get(Message const& message) const noexcept;
+
+    private:
+        struct Text;
+
+        mutable std::atomic<Text const*> mpFirst{nullptr};
+    };
+
+    /// What is thrown where the exact type matters: caught as `T&` or as any base of T (T is a Message or derives from
+    /// it), and as std::exception, so that the system's last words about an exception that nobody catches show its
+    /// text.
     template <class T>
-    class ExceptionImpl : public T
+    class ExceptionImpl : public T, public std::exception
     {
     public:
         using T::T;
         explicit ExceptionImpl(T const& message) : T(message) {}
         explicit ExceptionImpl(T&& message) : T(std::move(message)) {}
+
+        /// The text with those of its causes, UTF-8, in the process language; see FormatMessage. Valid as long as this
+        /// object, also when the message is changed. Several threads may ask for it at once.
+        char const* what() const noexcept override { return mText.Get(*this); }
+
+    private:
+        ExceptionText mText;
     };
 
     extern template class QZLOG_API ExceptionImpl<Message>;

@@ -107,6 +107,8 @@ namespace
         Free<CallStack*(Buffer*)>{&CreateCallStack}, &UNICODE_BYTE_ORDER_MARK,
         Free<ReturnString(Message const&, unsigned short)>{&FormatMessage},
         Free<ReturnString(Message const&, Message&, unsigned short, Message::Localizer&)>{&FormatMessage},
+        Member<Narrow() const noexcept>(&ExceptionImpl<Message>::what),
+        Member<Narrow() const noexcept>(&ExceptionImpl<Exception>::what),
         Member<void(unsigned short, int)>(&Message::SetDomainAndID), Member<void(Wide)>(&Message::SetMessage),
         Member<Wide() const>(&Message::GetMessage), Member<int() const>(&Message::GetID),
         Member<Message&(Wide)>(&Message::operator<<), Member<Message&(unsigned long)>(&Message::operator<<),
