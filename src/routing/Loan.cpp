@@ -14,14 +14,14 @@ namespace QzLog
         /// The places of one thread; more threads than records share them.
         struct alignas(64) Record
         {
-            std::array<std::atomic<void const*>, kPlaces> mPlaces{};
+            std::array<std::atomic<void*>, kPlaces> mPlaces{};
         };
 
         constinit std::array<Record, kRecords> gRecords{};
         constinit std::atomic<std::size_t> gNextRecord{0};
 
         // Stands in a place in lieu of the object once there is a reference for it.
-        constexpr char kHandedOver = 0;
+        constinit char gHandedOver = 0;
 
         [[gnu::tls_model("initial-exec")]] constinit thread_local Record* gRecordOfThread = nullptr;
 
@@ -37,9 +37,9 @@ namespace QzLog
     {
         if (!object)
             return;
-        for (std::atomic<void const*>& place : GetRecord().mPlaces)
+        for (std::atomic<void*>& place : GetRecord().mPlaces)
         {
-            void const* free = nullptr;
+            void* free = nullptr;
             if (place.load(std::memory_order_relaxed) == nullptr && place.compare_exchange_strong(free, object))
             {
                 mpPlace = &place;
@@ -53,7 +53,7 @@ namespace QzLog
     {
         if (!mpObject)
             return;
-        if (!mpPlace || mpPlace->exchange(nullptr) == &kHandedOver)
+        if (!mpPlace || mpPlace->exchange(nullptr) == &gHandedOver)
             mpObject->Release();
     }
 
@@ -61,14 +61,14 @@ namespace QzLog
     {
         for (Record& record : gRecords)
         {
-            for (std::atomic<void const*>& place : record.mPlaces)
+            for (std::atomic<void*>& place : record.mPlaces)
             {
-                void const* lent = &object;
+                void* lent = &object;
                 if (place.load() != lent)
                     continue;
                 // First the reference, then the word that it is there: the loan can end at once.
                 object.AddRef();
-                if (!place.compare_exchange_strong(lent, &kHandedOver))
+                if (!place.compare_exchange_strong(lent, &gHandedOver))
                     object.Release();
             }
         }
@@ -78,10 +78,17 @@ namespace QzLog
     {
         for (Record& record : gRecords)
         {
-            if (&record == gRecordOfThread)
-                continue;
-            for (std::atomic<void const*>& place : record.mPlaces)
-                place.store(nullptr, std::memory_order_relaxed);
+            // What stands in this thread's own record may be its own, which will end.
+            void* const left = &record == gRecordOfThread ? &gHandedOver : nullptr;
+            for (std::atomic<void*>& place : record.mPlaces)
+            {
+                void* const lent = place.load();
+                if (!lent)
+                    continue;
+                if (lent != &gHandedOver)
+                    static_cast<QzBase::ReferenceCounted*>(lent)->AddRef();
+                place.store(left);
+            }
         }
     }
 }

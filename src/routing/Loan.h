@@ -19,7 +19,8 @@ namespace QzLog
         /// ending, before its own reference goes: the loans that are open become references. No lock need be held.
         static void HandOver(QzBase::ReferenceCounted& object);
 
-        /// In the child of a fork: the loans of threads that exist in the parent only are no loans any more.
+        /// In the child of a fork: the loans become references. Threads that exist in the parent only never give
+        /// theirs back, so what they were inside is never destroyed: it may have a lock that one of them had taken.
         static void ForgetOtherThreads() noexcept;
 
     protected:
@@ -30,7 +31,7 @@ namespace QzLog
     private:
         QzBase::ReferenceCounted* const mpObject;
         /// Null when no place was free: the object is counted then.
-        std::atomic<void const*>* mpPlace = nullptr;
+        std::atomic<void*>* mpPlace = nullptr;
     };
 
     /// A loan of a T, or of nothing. Ends on the thread that made it.

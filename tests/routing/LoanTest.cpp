@@ -1,4 +1,5 @@
 #include "routing/Loan.h"
+#include "support/ForkedChild.h"
 
 #include <QzBase/CountedPtr.h>
 #include <QzSynch/ReferenceCountedImpl.h>
@@ -6,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <latch>
 #include <mutex>
 #include <optional>
 #include <shared_mutex>
@@ -99,4 +101,40 @@ TEST(Loan, OutlivesNoObjectThatIsReplacedAgainAndAgain)
     object.reset();
     EXPECT_EQ(faults, 0);
     EXPECT_EQ(gAlive, 0);
+}
+
+TEST(Loan, OfAnotherThreadKeepsItsObjectForEverInAForkedChild)
+{
+    ObjectPtr object(new Object);
+    std::optional<Loan<Object>> own(std::in_place, object.get());
+    std::latch lent(1);
+    std::latch leave(1);
+    for (bool const isLentToAnother : {false, true})
+    {
+        std::jthread const other(
+            [&]
+            {
+                std::optional<Loan<Object>> loan;
+                if (isLentToAnother)
+                {
+                    loan.emplace(object.get());
+                    lent.count_down();
+                    leave.wait();
+                }
+            });
+        if (isLentToAnother)
+            lent.wait();
+        ExpectInChild(
+            [&]
+            {
+                LoanBase::ForgetOtherThreads();
+                LoanBase::HandOver(*object);
+                object.reset();
+                bool const isHeld = gAlive == 1;
+                own.reset();
+                return isHeld && gAlive == isLentToAnother;
+            });
+        if (isLentToAnother)
+            leave.count_down();
+    }
 }
