@@ -1,6 +1,7 @@
 #include "destination/Destination_DebugOutput_Impl.h"
 
 #include "os/Calls.h"
+#include "os/ProcessCopy.h"
 
 #include <QzBase/Conversions.h>
 #include <QzLog/MessageHeader.h>
@@ -13,6 +14,8 @@ namespace QzLog
     {
         void Write(char const* text)
         {
+            if (QzOs::IsCopyingProcess())
+                return;
             QzOs::gCalls.mpWriteDebugOutput(QzBase::UTF8ToWideChar(text, true).c_str());
         }
     }

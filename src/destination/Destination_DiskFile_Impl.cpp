@@ -6,6 +6,7 @@
 #include "filesystem/FileQueries.h"
 #include "filesystem/Paths.h"
 #include "os/Cancellation.h"
+#include "os/ProcessCopy.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
@@ -116,6 +117,8 @@ namespace QzLog
 
     QZLOG_CALL_FRAME void Destination_DiskFile_Impl::WriteMessage(char const* bodyText, MessageHeader& header)
     {
+        if (QzOs::IsCopyingProcess())
+            return;
         QzBase::ReturnString const text =
             FormatMultiLineMessageText(header.GetMessageID(), header.GetHeaderText(), bodyText, true);
 

@@ -4,6 +4,7 @@
 #include "destination/LossAccount.h"
 #include "module/ModuleAccess.h"
 #include "module/ModuleMain.h"
+#include "os/ProcessCopy.h"
 #include "support/kafka/Client.h"
 #include "support/kafka/TopicLosses.h"
 
@@ -112,6 +113,8 @@ namespace QzLog
 
     QZLOG_CALL_FRAME void Destination_KafkaLog_Impl::WriteMessage(char const* bodyText, MessageHeader& header)
     {
+        if (QzOs::IsCopyingProcess())
+            return;
         if (mpDiskFile)
             TellLosses(*mpDiskFile, header.GetHostName(), header.GetServerName());
         if (FeatureIsEnabled() && KafkaIsToBeTried())

@@ -2,6 +2,7 @@
 
 #include "os/Calls.h"
 #include "os/EventType.h"
+#include "os/ProcessCopy.h"
 
 #include <QzBase/Conversions.h>
 #include <QzLog/MessageHeader.h>
@@ -74,6 +75,8 @@ namespace QzLog
 
     void Destination_SystemLog_Impl::ReportEvent(char const* text, unsigned int severity, unsigned short eventID)
     {
+        if (QzOs::IsCopyingProcess())
+            return;
         EventSource const eventSource = GetEventSource();
         QzOs::gCalls.mpReportEvent(
             eventSource.get(), GetEventType(severity), eventID, QzBase::UTF8ToWideChar(text, true).c_str());

@@ -3,7 +3,7 @@
 #include "module/ModuleAccess.h"
 #include "module/ModuleMain_Impl.h"
 #include "os/Cancellation.h"
-#include "os/ThreadKey.h"
+#include "os/ProcessCopy.h"
 #include "routing/Loan.h"
 
 #include <QzBase/Message.h>

@@ -20,8 +20,4 @@ namespace QzOs
 
     /// Sets the calling thread's pointer. Returns false, and changes nothing, when there is no memory for it.
     bool SetThreadPointer(ThreadKey key, void* pointer) noexcept;
-
-    /// Has the three functions called whenever the process is copied, on the thread that asks for the copy
-    /// and that is the only one which goes on in it. Returns false when there is no memory for that.
-    bool CallAroundProcessCopy(void (*before)(), void (*afterInOriginal)(), void (*afterInCopy)()) noexcept;
 }

@@ -5,6 +5,7 @@
 #include "module/ModuleAccess.h"
 #include "module/ModuleMain.h"
 #include "module/ThreadContext.h"
+#include "os/ProcessCopy.h"
 #include "routing/ErrnoGuard.h"
 #include "support/base/MessageMemory.h"
 
@@ -114,11 +115,14 @@ namespace QzLog
 
     // In the three deliveries the pin is taken first and given back last, so that a destination whose last
     // reference goes with the list still meets a living module. They call the destinations themselves, without
-    // a helper in between: a call stack begins with a fixed number of the library's own frames.
+    // a helper in between: a call stack begins with a fixed number of the library's own frames. Amid a fork they do
+    // nothing: in a child that is not quite one yet a record would go out under the parent's name.
 
     QZLOG_CALL_FRAME void Dispatcher_Impl::LogText(Logger& logger, char const* text, unsigned int messageID,
         char const* fileName, char const* functionName, int lineNumber)
     {
+        if (QzOs::IsCopyingProcess())
+            return;
         ErrnoGuard const keepErrno;
         ModulePin const module;
         Loan<DestinationList> const list = BorrowList();
@@ -132,6 +136,8 @@ namespace QzLog
 
     QZLOG_CALL_FRAME void Dispatcher_Impl::LogBaseMessage(Logger& logger, QzBase::Message const& message)
     {
+        if (QzOs::IsCopyingProcess())
+            return;
         ErrnoGuard const keepErrno;
         ModulePin const module;
         Loan<DestinationList> const list = BorrowList();
@@ -146,6 +152,8 @@ namespace QzLog
 
     QZLOG_CALL_FRAME void Dispatcher_Impl::LogAndUpdateMessage(Logger& logger, QzBase::Message& message)
     {
+        if (QzOs::IsCopyingProcess())
+            return;
         ErrnoGuard const keepErrno;
         ModulePin const module;
         Loan<DestinationList> const list = BorrowList();

@@ -1,12 +1,12 @@
 #include "os/Calls.h"
 
+#include "os/ProcessCopy.h"
 #include "os/posix/Output.h"
 
 #include <cerrno>
 #include <ctime>
 #include <mutex>
 
-#include <pthread.h>
 #include <sched.h>
 
 namespace QzOs
@@ -22,13 +22,14 @@ namespace QzOs
 
         // Held around a fork. The C library's own lock in localtime_r is not: a child that was forked while a thread
         // of the parent was in there would wait for it for ever.
-        constinit std::mutex gZoneLock;
+        constinit ProcessCopyMutex gZoneLock;
 
-        // When the library is loaded, before all static objects and so before the locks of the layers above: handlers
-        // that came first run last before a fork, and this lock is taken under those.
+        // When the library is loaded, before all static objects and so before the locks of the layers above: who came
+        // first is called last before a fork, and this lock is taken under those.
         [[gnu::constructor(101)]] void HoldZoneLockAroundForks()
         {
-            pthread_atfork([] { gZoneLock.lock(); }, [] { gZoneLock.unlock(); }, [] { gZoneLock.unlock(); });
+            auto const unlock = [] { gZoneLock.UnlockAfterCopy(); };
+            CallAroundProcessCopy([] { gZoneLock.LockBeforeCopy(); }, unlock, unlock);
         }
 
         int GetZoneMinutes(std::int64_t utcSeconds)

@@ -1,6 +1,7 @@
 #include "os/posix/Output.h"
 
 #include "os/Cancellation.h"
+#include "os/ProcessCopy.h"
 #include "os/Unicode.h"
 #include "os/posix/Kernel.h"
 #include "os/posix/Receiver.h"
@@ -15,7 +16,6 @@
 #include <string_view>
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,11 +33,11 @@ namespace QzOs::Posix
         // Under the lock: the last message was given up within a line.
         constinit bool gIsWithinLine = false;
 
-        // When the library is loaded. Handlers that came first run last before a fork: this lock is taken before the
+        // When the library is loaded. Who came first is called last before a fork: this lock is taken before the
         // one of StandardDescriptors.cpp.
         [[gnu::constructor(102)]] void HoldLockAroundForks()
         {
-            pthread_atfork([] { gLock.lock(); }, [] { gLock.unlock(); }, [] { gLock.unlock(); });
+            CallAroundProcessCopy([] { gLock.lock(); }, [] { gLock.unlock(); }, [] { gLock.unlock(); });
         }
 
         /// By the clock that can be set, since the thread sanitizer knows no other lock with an end. To set it back

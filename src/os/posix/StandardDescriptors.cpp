@@ -1,11 +1,11 @@
 #include "os/posix/StandardDescriptors.h"
 
 #include "os/Cancellation.h"
+#include "os/ProcessCopy.h"
 
 #include <mutex>
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <unistd.h>
 
 namespace QzOs::Posix
@@ -14,7 +14,7 @@ namespace QzOs::Posix
     {
         constexpr int kFirstOther = STDERR_FILENO + 1;
 
-        constinit std::mutex gLock;
+        constinit ProcessCopyMutex gLock;
 
         // Both under the lock.
         constinit int gHolds = 0;
@@ -55,13 +55,13 @@ namespace QzOs::Posix
             // Only the thread that forked is here, and it opens nothing.
             gHolds = 0;
             GiveBack();
-            gLock.unlock();
+            gLock.UnlockAfterCopy();
         }
 
-        // When the library is loaded. Handlers that came first run last before a fork, and this lock is the innermost.
+        // When the library is loaded. Who came first is called last before a fork, and this lock is the innermost.
         [[gnu::constructor(101)]] void HoldLockAroundForks()
         {
-            pthread_atfork([] { gLock.lock(); }, [] { gLock.unlock(); }, GoOnInChild);
+            CallAroundProcessCopy([] { gLock.LockBeforeCopy(); }, [] { gLock.UnlockAfterCopy(); }, GoOnInChild);
         }
     }
 

@@ -1,10 +1,11 @@
 #include "os/System.h"
 
+#include "os/ProcessCopy.h"
+
 #include <atomic>
 #include <cerrno>
 
 #include <locale.h>
-#include <pthread.h>
 #include <string.h>
 #include <unistd.h>
 #include <uuid/uuid.h>
@@ -31,10 +32,10 @@ namespace QzOs
         }
 
         // When the library is loaded, so that no fork is missed; and before all static objects, since what the layers
-        // above do in a child goes by the new generation, and handlers that came first run first there.
+        // above do in a child goes by the new generation, and who came first is called first there.
         [[gnu::constructor(101)]] void WatchForks()
         {
-            pthread_atfork(nullptr, nullptr, EnterForkedChild);
+            CallAroundProcessCopy(nullptr, nullptr, EnterForkedChild);
         }
     }
 

@@ -22,9 +22,4 @@ namespace QzOs
     {
         return pthread_setspecific(key, pointer) == 0;
     }
-
-    bool CallAroundProcessCopy(void (*before)(), void (*afterInOriginal)(), void (*afterInCopy)()) noexcept
-    {
-        return pthread_atfork(before, afterInOriginal, afterInCopy) == 0;
-    }
 }

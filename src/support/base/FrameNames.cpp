@@ -1,6 +1,6 @@
 #include "support/base/FrameNames.h"
 
-#include "os/ThreadKey.h"
+#include "os/ProcessCopy.h"
 
 #include <atomic>
 #include <charconv>
@@ -21,15 +21,15 @@ namespace QzBase
 
         // Makes threads look names up one after the other, and keeps a process from being copied amid that: the
         // copy would find the lock taken for ever.
-        constinit std::mutex gMutex;
+        constinit QzOs::ProcessCopyMutex gMutex;
 
         void LockBeforeCopy()
         {
-            gMutex.lock();
+            gMutex.LockBeforeCopy();
         }
         void UnlockAfterCopy()
         {
-            gMutex.unlock();
+            gMutex.UnlockAfterCopy();
         }
 
         // What goes wrong shows as a name that is missing.

@@ -1,9 +1,10 @@
 #include "support/synch/ForkHold.h"
 
-#include "os/ThreadKey.h"
+#include "os/ProcessCopy.h"
 #include "support/synch/RWLockAtFork.h"
 
 #include <mutex>
+#include <utility>
 
 namespace QzSynch
 {
@@ -11,7 +12,7 @@ namespace QzSynch
     {
         // Guards the list; taken before the locks of its members, and held while the process forks. Neither has a
         // destructor, since the process may fork to its very end.
-        constinit std::mutex gListLock;
+        constinit QzOs::ProcessCopyMutex gListLock;
         constinit ForkHold* gpFirst = nullptr;
     }
 
@@ -32,6 +33,7 @@ namespace QzSynch
         if (mpNext)
             mpNext->mpPrevious = mpPrevious;
         (mpPrevious ? mpPrevious->mpNext : gpFirst) = mpNext;
+        GiveBack(LeaveAfterForkInParent);
     }
 
     void ForkHold::Enlist()
@@ -54,10 +56,14 @@ namespace QzSynch
             EnterBeforeFork(*mpRWLock);
         else
             mHold.emplace(*mpCriticalSection);
+        mIsTaken = true;
     }
 
     void ForkHold::GiveBack(void (*leave)(RWLock&))
     {
+        // One that was made amid the fork has not been taken.
+        if (!std::exchange(mIsTaken, false))
+            return;
         if (mpRWLock)
             leave(*mpRWLock);
         mHold.reset();
@@ -65,7 +71,7 @@ namespace QzSynch
 
     void ForkHold::BeforeFork()
     {
-        gListLock.lock();
+        gListLock.LockBeforeCopy();
         for (ForkHold* hold = gpFirst; hold; hold = hold->mpNext)
             hold->Take();
     }
@@ -83,7 +89,7 @@ namespace QzSynch
     {
         for (ForkHold* hold = GetLast(); hold; hold = hold->mpPrevious)
             hold->GiveBack(leave);
-        gListLock.unlock();
+        gListLock.UnlockAfterCopy();
     }
 
     void ForkHold::AfterForkInParent()

@@ -10,6 +10,9 @@ namespace QzSynch
     /// only, nor finds what it guards in the middle of a change. The fork waits for whoever is inside.
     ///
     /// For locks under which nothing forks, and no ForkHold is made or ends. The lock outlives this object.
+    ///
+    /// A thread that forks can come by such locks amid the fork, in functions that the host program registered for that
+    /// before this library was loaded. They are open to it.
     class ForkHold
     {
     public:
@@ -58,6 +61,7 @@ namespace QzSynch
         Rank const mRank;
         Client* const mpClient;
         std::optional<CriticalSection::SmartLock> mHold;
+        bool mIsTaken = false;
         ForkHold* mpNext = nullptr;
         ForkHold* mpPrevious = nullptr;
     };

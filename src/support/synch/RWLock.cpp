@@ -1,5 +1,6 @@
 #include <QzSynch/Locks.h>
 
+#include "os/ProcessCopy.h"
 #include "support/synch/RWLockAtFork.h"
 
 #include <array>
@@ -43,10 +44,12 @@ namespace QzSynch
             {
                 EnterWrite();
                 mGate.lock();
+                mIsHeldForFork = true;
             }
 
             void LeaveAfterForkInParent()
             {
+                mIsHeldForFork = false;
                 mGate.unlock();
                 LeaveWrite();
             }
@@ -83,6 +86,8 @@ namespace QzSynch
 
             void EnterWrite() override
             {
+                if (IsOpenToThisThread())
+                    return;
                 mWriters.lock();
                 {
                     std::lock_guard const gate(mGate);
@@ -95,6 +100,8 @@ namespace QzSynch
 
             void LeaveWrite() override
             {
+                if (IsOpenToThisThread())
+                    return;
                 if (LetWaitingReadersIn())
                     mTurn.notify_all();
                 mWriters.unlock();
@@ -108,8 +115,13 @@ namespace QzSynch
                     slot.mReaders.notify_one();
             }
 
+            /// Whether the calling thread is the writer already, since it is amid a fork.
+            bool IsOpenToThisThread() const noexcept { return QzOs::IsCopyingProcess() && mIsHeldForFork; }
+
             void WaitForWriter(Slot& slot)
             {
+                if (IsOpenToThisThread())
+                    return;
                 int turn = 0;
                 {
                     std::lock_guard const gate(mGate);
@@ -153,6 +165,7 @@ namespace QzSynch
             alignas(kCacheLine) std::mutex mWriters; // held for as long as a writer waits or is inside
             std::mutex mGate;                        // held for a few instructions
             std::atomic<int> mTurn{0};               // goes up whenever a writer leaves
+            bool mIsHeldForFork = false;             // read and written by threads amid a fork, one at a time
         };
     }
 

@@ -1,5 +1,6 @@
 #include <QzSynch/ThreadLocalStorage.h>
 
+#include "os/ProcessCopy.h"
 #include "os/ThreadKey.h"
 #include "support/synch/ThreadLocalStorage_Impl.h"
 
@@ -93,8 +94,8 @@ namespace QzSynch
             }
 
             // A copy of the process must not inherit a lock that a thread of the original holds.
-            void BeforeProcessCopy() { mLock.lock(); }
-            void AfterProcessCopyInOriginal() { mLock.unlock(); }
+            void BeforeProcessCopy() { mLock.LockBeforeCopy(); }
+            void AfterProcessCopyInOriginal() { mLock.UnlockAfterCopy(); }
 
             // Threads other than `own`'s are not in the copy, and may have been changing their values when it
             // was made: these values are never touched again, but stay reachable for leak checkers.
@@ -113,11 +114,11 @@ namespace QzSynch
                 }
                 if (own)
                     own->mpPrevious = nullptr;
-                mLock.unlock();
+                mLock.UnlockAfterCopy();
             }
 
         private:
-            std::mutex mLock;
+            QzOs::ProcessCopyMutex mLock;
             ThreadValues* mpFirst = nullptr;
             ThreadValues* mpAbandoned = nullptr;
         };
