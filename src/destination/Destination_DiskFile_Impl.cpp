@@ -192,9 +192,22 @@ namespace QzLog
             mpFile->Write(record.data(), record.size());
     }
 
+    void Destination_DiskFile_Impl::ReopenAfterFork()
+    {
+        try
+        {
+            mpFile->ReopenAfterFork();
+        }
+        catch (QzBase::Message&)
+        {
+            // What the path leads to is the log now, where that is another file. Nothing was lost.
+            mpFile = Open(mFilePath);
+        }
+    }
+
     void Destination_DiskFile_Impl::WriteRecord(std::string_view record)
     {
-        mpFile->ReopenAfterFork();
+        ReopenAfterFork();
         for (int pass = 0; pass < kWritePasses; ++pass)
         {
             QzFileSystem::FileWriteLock const lock(*mpFile, mSection);
@@ -232,7 +245,7 @@ namespace QzLog
         {
             // At once and not with the next message: while the child has the parent's open file, a lock of a parent
             // that was killed would live on.
-            mpFile->ReopenAfterFork();
+            ReopenAfterFork();
         }
         catch (QzBase::Message&)
         {

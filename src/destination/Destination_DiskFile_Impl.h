@@ -53,6 +53,9 @@ namespace QzLog
         /// Opens the file and tells in it what was lost. Throws QzBase::Message.
         void ReopenFile();
 
+        /// Gives a forked child an open file of its own, if it still has its parent's. Throws QzBase::Message.
+        void ReopenAfterFork();
+
         /// Writes a record at the end of the file, under the lock on the file. Throws QzBase::Message.
         void WriteRecord(std::string_view record);
 

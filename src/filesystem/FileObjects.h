@@ -136,7 +136,8 @@ namespace QzFileSystem
         virtual bool WriteLockSoon() = 0;
 
         /// For an object that came into this process by a fork: gives it an open file of its own at the same
-        /// position, since the inherited one shares its position and its lock with the parent. Does nothing
+        /// position, since the inherited one shares its position and its lock with the parent. Fails where the system
+        /// opens files by their path only (without /proc, or for another user), if another one is there. Does nothing
         /// in the process that opened the file, and then costs no system call.
         virtual void ReopenAfterFork() = 0;
 

@@ -247,7 +247,7 @@ namespace QzFileSystem
         // Kept until the next message, the lock would hold up all others. It belongs to what is open, and goes with it.
         QzOs::NoCancellation const noCancellation;
         QzOs::FileHandle own = QzOs::kNoFile;
-        QzOs::OpenAgain(mHandle, mAccess, own);
+        QzOs::OpenAgain(mHandle, mPath.c_str(), mAccess, own);
         QzOs::CloseFile(std::exchange(mHandle, own));
     }
 
@@ -257,7 +257,7 @@ namespace QzFileSystem
         if (mForkGeneration == generation || mHandle == QzOs::kNoFile)
             return;
         QzOs::FileHandle own = QzOs::kNoFile;
-        QzOs::Error const error = QzOs::OpenAgain(mHandle, mAccess, own);
+        QzOs::Error const error = QzOs::OpenAgain(mHandle, mPath.c_str(), mAccess, own);
         if (error != 0)
             ThrowOpenFailure(error);
         // The parent's open file, and the lock on it, live on in the parent.

@@ -62,8 +62,9 @@ namespace QzOs
 
     /// Opens what is open under `handle` once more, at the same position but as an open file of its own, also
     /// when it has no name any more. A handle that a forked child inherits shares position and locks with
-    /// the parent's.
-    Error OpenAgain(FileHandle handle, Access access, FileHandle& own);
+    /// the parent's. Where the system does not open files by their handles to this process, it is opened by `path`;
+    /// that fails when another file is there, or none.
+    Error OpenAgain(FileHandle handle, unsigned short const* path, Access access, FileHandle& own);
 
     /// The handle is closed afterwards, whatever the result. No point of cancellation, so that destructors can call it.
     Error CloseFile(FileHandle handle);

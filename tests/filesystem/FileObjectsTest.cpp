@@ -122,6 +122,23 @@ TEST_F(FileObjects, LocksExcludeObjectsAndProcesses)
             return CountOpenDescriptors() == descriptors && !file->WriteLock(true);
         };
         ExpectInChild(opensItsOwn);
+        auto& open = QzOs::Posix::gKernel.mpOpen;
+        auto const previous = std::exchange(open, OpenWithoutProc);
+        ExpectInChild(opensItsOwn);
+        for (bool const isReplaced : {false, true})
+        {
+            ExpectInChild(
+                [&]
+                {
+                    std::filesystem::rename(In("file"), In("moved"));
+                    if (isReplaced)
+                        Open();
+                    bool const fails = !Catch([&] { file->ReopenAfterFork(); }).empty();
+                    std::filesystem::rename(In("moved"), In("file"));
+                    return fails;
+                });
+        }
+        open = previous;
         lock.Unlock();
         EXPECT_TRUE(!lock.HoldsLock() && FileTryWriteLock(*other).HoldsLock());
         EXPECT_TRUE(file->WriteLock(true));

@@ -1,6 +1,7 @@
 #include "os/Files.h"
 
 #include "os/Cancellation.h"
+#include "os/FilesByPath.h"
 #include "os/Patience.h"
 #include "os/posix/FilesNames.h"
 #include "os/posix/FilesSizeLimit.h"
@@ -149,17 +150,47 @@ namespace QzOs
         return error;
     }
 
-    Error OpenAgain(FileHandle handle, Access access, FileHandle& own)
+    namespace
+    {
+        /// Opens a path that leads to what is open under `handle`.
+        Error OpenSame(FileHandle handle, unsigned short const* path, Access access, FileHandle& own)
+        {
+            KernelPath const kernelPath(path);
+            FileIdentity expected{};
+            FileIdentity found{};
+            Error error = kernelPath.GetError();
+            if (error == 0)
+                error = GetFileIdentity(handle, expected);
+            // Asked before, since opening what is no plain file can take for ever, and afterwards for certain.
+            if (error == 0)
+                error = GetFileIdentity(path, found);
+            if (error == 0)
+                error = found == expected ? Open(kernelPath.Get(), ToFlags(access), own) : ESTALE;
+            if (error != 0)
+                return error;
+            error = GetFileIdentity(own, found);
+            if (error == 0 && found != expected)
+                error = ESTALE;
+            if (error != 0)
+                CloseFile(std::exchange(own, kNoFile));
+            return error;
+        }
+    }
+
+    Error OpenAgain(FileHandle handle, unsigned short const* path, Access access, FileHandle& own)
     {
         own = kNoFile;
         std::int64_t position = 0;
         Error error = SeekFile(handle, 0, Origin::Position, position);
         if (error != 0)
             return error;
-        // Opening this name makes a new open file of the same file, whatever has become of its path.
-        char path[32];
-        std::snprintf(path, sizeof(path), "/proc/self/fd/%d", ToDescriptor(handle));
-        error = Open(path, ToFlags(access), own);
+        // Opening this name makes a new open file of the same file, whatever has become of its path. There is no such
+        // name in a root directory without /proc, and it is not for a process that has changed its user.
+        char name[32];
+        std::snprintf(name, sizeof(name), "/proc/self/fd/%d", ToDescriptor(handle));
+        error = Open(name, ToFlags(access), own);
+        if (error != 0)
+            error = OpenSame(handle, path, access, own);
         if (error == 0)
         {
             error = SeekFile(own, position, Origin::Start, position);
