@@ -102,10 +102,6 @@ namespace QzFileSystem
         /// Writes `count` bytes of the text, or all of it up to its terminator if `count` is 0.
         virtual void WriteText(char const* text, std::uint64_t count) = 0;
 
-        /// Writes both texts as Write does, with the first one and the beginning of the second in one system call.
-        /// \param first  less than 1 MiB.
-        virtual void WriteTexts(std::string_view first, std::string_view second) = 0;
-
         /// Writes four bytes, least significant first.
         virtual void WriteUInt32(unsigned int const& value) = 0;
 
@@ -135,15 +131,18 @@ namespace QzFileSystem
         /// Like WriteLock, but waits for some milliseconds at most. Returns false when it has not got the lock.
         virtual bool WriteLockSoon() = 0;
 
+        /// Writes both texts as Write does, with the first one and the beginning of the second in one system call.
+        /// \param first  less than 1 MiB.
+        virtual void WriteTexts(std::string_view first, std::string_view second) = 0;
+
         /// For an object that came into this process by a fork: gives it an open file of its own at the same
         /// position, since the inherited one shares its position and its lock with the parent. Fails where the system
         /// opens files by their path only (without /proc, or for another user), if another one is there. Does nothing
         /// in the process that opened the file, and then costs no system call.
         virtual void ReopenAfterFork() = 0;
 
-        /// Creates a file at another path for a copy of this one, in the place of what stands there: that is deleted
-        /// and never opened, be it a link or a pipe; a directory fails. The new file gets owner, group and permissions
-        /// of this one as far as the process may give them, and is never open to more users.
+        /// Creates a file at another path for a copy of this one, as QzOs::ReplaceFile does: for the same users, and
+        /// never through a link or a pipe that stands there. A directory at the path fails.
         /// \return  a descriptor for writing, as of File::OpenDescriptor, whose failure this one has too.
         virtual int OpenDescriptorOfCopy(unsigned short const* path) = 0;
     };
