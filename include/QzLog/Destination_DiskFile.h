@@ -21,37 +21,43 @@ namespace QzLog
     /// exceed the maximum by one message. A roll-over that fails, on a full disk for instance, leaves the log as it
     /// was; the message is lost, the earlier back-ups have moved up, and the new one may be incomplete.
     ///
-    /// The new back-up is a file of its own: what stood at its name, a link or a pipe perhaps, is deleted and not used.
-    /// It has the log's permissions, and its owner and group as far as the process may give them. The name of a file
-    /// has 255 bytes at most: a log whose own name has more than 249 cannot be rolled over and, once it is full, loses
-    /// every message. One of exactly 249 comes to that when it needs back-up number 100.
+    /// A back-up has the permissions and the access control list of its log, and its owner and group as far as the
+    /// process may set them. What stood at its name, a link or a pipe perhaps, is deleted and never written to. Where the
+    /// process may not delete files in the directory, a file at that name is emptied and used if owner, group and
+    /// permissions are those of the log; any other makes the roll-over fail.
+    ///
+    /// A file name has at most 255 bytes. A log whose own name exceeds 249 bytes cannot be rolled over: once it is full,
+    /// it loses every message. With exactly 249 bytes the same happens when back-up number 100 is needed.
     ///
     /// Nothing that happens to the file reaches the logging call. A message that cannot be written is lost and counted.
-    /// 300 seconds after the last failure or failed attempt the next message opens the file again, and a line in
-    /// the log tells how many were lost, since when and why:
+    /// The first message that comes 300 seconds or more after the last failure or failed attempt opens the file again.
+    /// A line in the log then says how many were lost, since when and why:
     ///
     ///     <header> Missed 17 messages since 2026-11-18 03:02:07.123-05:00 due to: Failed to lock file '/x.log'.
     ///
-    /// When the file is deleted, renamed or replaced by a directory, the next message finds that out and makes a new
-    /// one, if the last failure is 300 seconds old or there was none. Its directory is not made again. Seconds are
-    /// those of the system's clock: when that is set back, the wait is as much longer. The line above puts the logger
-    /// "Log", the dispatcher "Error" and no message ID on the header of the calling thread, which destinations behind
-    /// this one in a dispatcher's list see. A count that is still open when a new base path moves the destination to a
-    /// file that can be opened is told there, but only once that file is lost in its turn.
+    /// The line is stamped with logger "Log", dispatcher "Error" and no message ID, in the header of the calling thread.
+    /// Later destinations in the same dispatcher's list see that header.
+    ///
+    /// When the file has been deleted, renamed or replaced by a directory, the next message creates it anew, if the last
+    /// failure is 300 seconds old or there was none. The directory is not created again. The 300 seconds are measured by
+    /// the system's clock: setting it back prolongs the wait by as much.
     ///
     /// The line leaves out:
-    /// - what goes into a file that is no longer the one at its path, since somebody replaced it, or deleted it and
-    ///   another writer made it anew. That is noticed when the file is full: the message is lost and counted, and the
-    ///   file at the path is opened 300 seconds later.
-    /// - a count that still waits when a write fails once more, or when the destination ends. A count waits for those
-    ///   300 seconds; if its line cannot be written then, as on a disk that is still full, until the file is lost again
-    ///   and opened again.
-    /// - when and why, if the file vanished and could not be made again: the line then has time and reason of the last
-    ///   failure before, or none.
+    /// - Messages written to a file that is no longer the one at the path: somebody replaced it, or deleted it and
+    ///   another writer created a new one. The writer notices this when its file is full. That message is lost and
+    ///   counted, and the file at the path is opened 300 seconds later.
+    /// - An unreported count, when a write fails again or the destination is destroyed. A count is reported when the file
+    ///   is reopened. If that line cannot be written, on a disk that is still full for instance, the count waits until
+    ///   the file fails and is reopened once more.
+    /// - Time and reason, if the file vanished and could not be created again: the line then has those of the previous
+    ///   failure, or none.
+    ///
+    /// If SetBasePath moves a destination with unreported losses, they are reported in the new file only after that file
+    /// fails and is reopened.
     ///
     /// After a fork the child goes on in the same log, with an open file and a count of its own. A fork waits for a
-    /// record that is being written and for a roll-over, but not for a message that waits for the lock on the file. The
-    /// child does not have that message.
+    /// record that is being written and for a roll-over. It does not wait for a message that waits for the lock on the
+    /// file for more than some milliseconds; the child does not have that message.
     ///
     /// All operations may be called from any thread at any time, and throw std::bad_alloc and nothing of the file's.
     class QZLOG_API Destination_DiskFile : public virtual Destination

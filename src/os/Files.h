@@ -56,8 +56,10 @@ namespace QzOs
     Error OpenFile(unsigned short const* path, Access access, Creation creation, FileHandle& handle);
 
     /// Creates a file for writing in the place of what stands at the path, which is deleted first and never opened; a
-    /// directory fails. The new file gets owner, group and permissions of the open file `model` as far as the process
-    /// may give them, and is at no moment open to anybody to whom that one is not.
+    /// directory fails. The new file gets owner, group, permissions and access control list of the open file `model` as
+    /// far as the process may give them, and is at no moment open to anybody to whom that one is not. Where the process
+    /// may not delete what stands there, a plain file with a single name and with owner, group and permissions of
+    /// `model` is emptied and used.
     Error ReplaceFile(unsigned short const* path, FileHandle model, FileHandle& handle);
 
     /// Opens what is open under `handle` once more, at the same position but as an open file of its own, also

@@ -72,15 +72,53 @@ namespace QzOs
             return handle == kNoFile ? errno : 0;
         }
 
-        /// What cannot be given stays away: the file then is open to fewer.
-        void CopyOwnership(struct stat const& model, int to)
+        constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
+        constexpr char const* kAccessList = "system.posix_acl_access";
+
+        /// An owner may give a file to a group of his, and only root to another user.
+        bool CopyGroup(struct stat const& model, int to)
         {
-            mode_t mode = model.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
-            // An owner may give a file to a group of his, and only root to another user.
-            if (gKernel.mpFchown(to, model.st_uid, model.st_gid) != 0 &&
-                gKernel.mpFchown(to, static_cast<uid_t>(-1), model.st_gid) != 0)
+            return gKernel.mpFchown(to, model.st_uid, model.st_gid) == 0 ||
+                   gKernel.mpFchown(to, static_cast<uid_t>(-1), model.st_gid) == 0;
+        }
+
+        /// Copies owner, group, permissions and access control list. What cannot be copied is left out, so that the
+        /// file is open to fewer.
+        void CopyAccess(int model, struct stat const& status, int to)
+        {
+            bool const hasGroup = CopyGroup(status, to);
+            mode_t mode = status.st_mode & kPermissions;
+            char list[4096];
+            ssize_t const size = gKernel.mpFgetxattr(model, kAccessList, list, sizeof(list));
+            bool const hasList = size >= 0 || errno == ERANGE;
+            if (size >= 0 && hasGroup && gKernel.mpFsetxattr(to, kAccessList, list, static_cast<size_t>(size), 0) == 0)
+                return;
+            if (hasList)
+                mode &= S_IRWXU; // the bits of the group are the limit of the list, and not what the group may do
+            else if (!hasGroup)
                 mode &= ~mode_t{S_IRWXG} | (mode & S_IRWXO) << 3;
+            // A folder may give its files a list of its own.
+            gKernel.mpFremovexattr(to, kAccessList);
             gKernel.mpFchmod(to, mode);
+        }
+
+        /// Opens and empties a plain file that has one name and the owner, the group and the permissions of another.
+        Error OpenEquivalent(char const* path, struct stat const& model, FileHandle& handle)
+        {
+            Error error = Open(path, O_WRONLY | O_NOFOLLOW | O_NONBLOCK, handle);
+            if (error != 0)
+                return error;
+            struct stat status;
+            if (gKernel.mpFstat(ToDescriptor(handle), &status) != 0)
+                error = errno;
+            else if (status.st_mode != model.st_mode || !S_ISREG(status.st_mode) || status.st_nlink != 1 ||
+                     status.st_uid != model.st_uid || status.st_gid != model.st_gid)
+                error = EACCES;
+            else
+                error = SetFileSize(handle, 0);
+            if (error != 0)
+                CloseFile(std::exchange(handle, kNoFile));
+            return error;
         }
 
         Error FinishWrite(ssize_t result, Posix::SizeLimitGuard& guard, std::uint64_t& done)
@@ -141,12 +179,16 @@ namespace QzOs
         struct stat status;
         if (gKernel.mpFstat(ToDescriptor(model), &status) != 0)
             return errno;
-        if (gKernel.mpUnlink(kernelPath.Get()) != 0 && errno != ENOENT)
-            return errno;
         Posix::PrepareForSizeLimit();
+        if (gKernel.mpUnlink(kernelPath.Get()) != 0 && errno != ENOENT)
+        {
+            Error const error = errno;
+            bool const isForbidden = error == EACCES || error == EPERM;
+            return isForbidden && OpenEquivalent(kernelPath.Get(), status, handle) == 0 ? 0 : error;
+        }
         Error const error = Open(kernelPath.Get(), O_WRONLY | O_CREAT | O_EXCL, handle, kOwnerOnly);
         if (error == 0)
-            CopyOwnership(status, ToDescriptor(handle));
+            CopyAccess(ToDescriptor(model), status, ToDescriptor(handle));
         return error;
     }
 

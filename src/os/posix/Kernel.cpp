@@ -6,6 +6,7 @@
 #include <pthread.h>
 #include <sys/file.h>
 #include <sys/uio.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace QzOs::Posix
@@ -49,6 +50,9 @@ namespace QzOs::Posix
         .mpFchmod = ::fchmod,
         .mpFchown = ::fchown,
         .mpFutimens = ::futimens,
+        .mpFgetxattr = ::fgetxattr,
+        .mpFsetxattr = ::fsetxattr,
+        .mpFremovexattr = ::fremovexattr,
 
         .mpRename = ::rename,
         .mpUnlink = ::unlink,

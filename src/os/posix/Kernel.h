@@ -45,6 +45,9 @@ namespace QzOs::Posix
         int (*mpFchmod)(int descriptor, mode_t mode);
         int (*mpFchown)(int descriptor, uid_t user, gid_t group);
         int (*mpFutimens)(int descriptor, timespec const* times);
+        ssize_t (*mpFgetxattr)(int descriptor, char const* name, void* value, size_t size);
+        int (*mpFsetxattr)(int descriptor, char const* name, void const* value, size_t size, int flags);
+        int (*mpFremovexattr)(int descriptor, char const* name);
 
         int (*mpRename)(char const* from, char const* to);
         int (*mpUnlink)(char const* path);

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "destination/Destination_DiskFile_Impl.h"
+#include "filesystem/KernelFaults.h"
+#include "filesystem/Paths.h"
+#include "filesystem/TemporaryFolder.h"
+#include "os/Calls.h"
+
+#include <QzLog/MessageHeader.h>
+
+namespace QzTest
+{
+    inline std::string const kHead = "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n";
+
+    /// UTC in milliseconds since 1970.
+    inline std::int64_t gNow = 0;
+
+    constexpr std::int64_t kStart = 1'800'000'000'000; // 2027-01-15 08:00
+
+    /// A disk file in a folder of its own, with a clock that stands still at gNow.
+    class DiskFileTest : public TemporaryFolder
+    {
+    protected:
+        DiskFileTest()
+        {
+            gNow = kStart;
+            QzOs::gCalls.mpGetUTCMilliseconds = [] { return gNow; };
+            QzOs::gCalls.mpGetZoneMinutes = [](std::int64_t) { return 0; };
+        }
+
+        ~DiskFileTest() override
+        {
+            mpDestination.reset();
+            QzOs::gCalls = mCalls;
+        }
+
+        /// The path as messages show it.
+        std::string Path(std::string const& name) const
+        {
+            return Narrow(QzFileSystem::CombinePaths(WideIn(name), Wide("")));
+        }
+
+        void Make(std::string const& name) { mpDestination = new QzLog::Destination_DiskFile_Impl(Wide(Path(name))); }
+
+        void Write(std::string const& text) { mpDestination->WriteMessage(text.c_str(), *mpHeader); }
+
+        std::string Record(std::string const& text) const { return mpHeader->GetHeaderText() + (' ' + text) + "\r\n"; }
+
+        /// The line about losses in a log, without its header; empty when there is none.
+        std::string GetLossLine(std::string const& name) const
+        {
+            std::string const text = Get(name);
+            std::size_t const start = text.find(" Missed ");
+            return start == text.npos ? "" : text.substr(start + 1, text.find("\r\n", start) - start - 1);
+        }
+
+        QzOs::Calls const mCalls = QzOs::gCalls;
+        QzBase::CountedPtr<QzLog::MessageHeader> mpHeader{QzLog::CreateMessageHeader()};
+        QzBase::CountedPtr<QzLog::Destination_DiskFile_Impl> mpDestination;
+    };
+}
