@@ -22,12 +22,12 @@ namespace QzLog
     /// was; the message is lost, the earlier back-ups have moved up, and the new one may be incomplete.
     ///
     /// A back-up has the permissions and the access control list of its log, and its owner and group as far as the
-    /// process may set them. What stood at its name, a link or a pipe perhaps, is deleted and never written to. Where the
-    /// process may not delete files in the directory, a file at that name is emptied and used if owner, group and
+    /// process may set them. What stood at its name, a link or a pipe perhaps, is deleted and never written to. Where
+    /// the process may not delete files in the directory, a file at that name is emptied and used if owner, group and
     /// permissions are those of the log; any other makes the roll-over fail.
     ///
-    /// A file name has at most 255 bytes. A log whose own name exceeds 249 bytes cannot be rolled over: once it is full,
-    /// it loses every message. With exactly 249 bytes the same happens when back-up number 100 is needed.
+    /// A file name has at most 255 bytes. A log whose own name exceeds 249 bytes cannot be rolled over: once it is
+    /// full, it loses every message. With exactly 249 bytes the same happens when back-up number 100 is needed.
     ///
     /// Nothing that happens to the file reaches the logging call. A message that cannot be written is lost and counted.
     /// The first message that comes 300 seconds or more after the last failure or failed attempt opens the file again.
@@ -35,25 +35,26 @@ namespace QzLog
     ///
     ///     <header> Missed 17 messages since 2026-11-18 03:02:07.123-05:00 due to: Failed to lock file '/x.log'.
     ///
-    /// The line is stamped with logger "Log", dispatcher "Error" and no message ID, in the header of the calling thread.
-    /// Later destinations in the same dispatcher's list see that header.
+    /// The line is stamped with logger "Log", dispatcher "Error" and no message ID, in the header of the calling
+    /// thread. Later destinations in the same dispatcher's list see that header.
     ///
-    /// When the file has been deleted, renamed or replaced by a directory, the next message creates it anew, if the last
-    /// failure is 300 seconds old or there was none. The directory is not created again. The 300 seconds are measured by
-    /// the system's clock: setting it back prolongs the wait by as much.
+    /// When the file has been deleted, renamed or replaced by a directory, the next message creates it anew, if the
+    /// last failure is 300 seconds old or there was none. The directory is not created again. The 300 seconds are
+    /// measured by the system's clock: setting it back prolongs the wait by as much.
     ///
     /// The line leaves out:
     /// - Messages written to a file that is no longer the one at the path: somebody replaced it, or deleted it and
     ///   another writer created a new one. The writer notices this when its file is full. That message is lost and
     ///   counted, and the file at the path is opened 300 seconds later.
-    /// - An unreported count, when a write fails again or the destination is destroyed. A count is reported when the file
+    /// - An unreported count, when a write fails again or the destination is destroyed. A count is reported when the
+    /// file
     ///   is reopened. If that line cannot be written, on a disk that is still full for instance, the count waits until
     ///   the file fails and is reopened once more.
     /// - Time and reason, if the file vanished and could not be created again: the line then has those of the previous
     ///   failure, or none.
     ///
-    /// If SetBasePath moves a destination with unreported losses, they are reported in the new file only after that file
-    /// fails and is reopened.
+    /// If SetBasePath moves a destination with unreported losses, they are reported in the new file only after that
+    /// file fails and is reopened.
     ///
     /// After a fork the child goes on in the same log, with an open file and a count of its own. A fork waits for a
     /// record that is being written and for a roll-over. It does not wait for a message that waits for the lock on the
