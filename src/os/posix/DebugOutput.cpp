@@ -30,6 +30,10 @@ namespace QzOs::Posix
 
         // One message at a time: a pipe mixes what is larger than PIPE_BUF.
         constinit std::timed_mutex gLock;
+        // Held by the one that takes the lock next. A thread that writes one message after the other would have the
+        // lock again before those that wait for it have woken up: their messages would be given up, and a fork would
+        // wait without an end.
+        constinit std::timed_mutex gTurn;
         // Under the lock: the last message was given up within a line.
         constinit bool gIsWithinLine = false;
 
@@ -37,15 +41,37 @@ namespace QzOs::Posix
         // one of StandardDescriptors.cpp.
         [[gnu::constructor(102)]] void HoldLockAroundForks()
         {
-            CallAroundProcessCopy([] { gLock.lock(); }, [] { gLock.unlock(); }, [] { gLock.unlock(); });
+            auto const lock = []
+            {
+                gTurn.lock();
+                gLock.lock();
+            };
+            auto const unlock = []
+            {
+                gLock.unlock();
+                gTurn.unlock();
+            };
+            CallAroundProcessCopy(lock, unlock, unlock);
         }
 
         /// By the clock that can be set, since the thread sanitizer knows no other lock with an end. To set it back
         /// does no harm: whoever holds the lock gives it up after a second.
-        bool LockUntil(std::unique_lock<std::timed_mutex>& hold, MessageDeadline& deadline)
+        std::unique_lock<std::timed_mutex> Lock(std::timed_mutex& mutex, MessageDeadline& deadline)
         {
-            auto const left = std::chrono::nanoseconds(deadline.GetNanosecondsLeft());
-            return hold.try_lock_until(std::chrono::system_clock::now() + left);
+            std::unique_lock hold(mutex, std::try_to_lock);
+            if (!hold)
+            {
+                auto const left = std::chrono::nanoseconds(deadline.GetNanosecondsLeft());
+                static_cast<void>(hold.try_lock_until(std::chrono::system_clock::now() + left));
+            }
+            return hold;
+        }
+
+        /// Owns the lock when it is this message's turn before its deadline.
+        std::unique_lock<std::timed_mutex> LockInTurn(MessageDeadline& deadline)
+        {
+            auto const turn = Lock(gTurn, deadline);
+            return turn ? Lock(gLock, deadline) : std::unique_lock<std::timed_mutex>();
         }
 
         /// Standard error as it is at this moment, for one message. Whether its writes wait for a reader is a matter of
@@ -156,8 +182,7 @@ namespace QzOs::Posix
         std::string narrow(kLineEnd);
         AppendUTF8(narrow, text, std::char_traits<unsigned short>::length(text), Malformed::Replace);
         MessageDeadline deadline;
-        std::unique_lock hold(gLock, std::try_to_lock);
-        if (hold || LockUntil(hold, deadline))
+        if (auto const hold = LockInTurn(deadline))
         {
             std::string_view const output = std::string_view(narrow).substr(gIsWithinLine ? 0 : kLineEnd.size());
             std::size_t const done = Write(output, deadline);
