@@ -15,9 +15,6 @@ namespace QzOs
     ///                     a few times at most. Not called for the thread that ends the process.
     bool CreateThreadKey(ThreadKey& key, void (*atThreadEnd)(void* pointer)) noexcept;
 
-    /// The calling thread's pointer.
-    void* GetThreadPointer(ThreadKey key) noexcept;
-
     /// Sets the calling thread's pointer. Returns false, and changes nothing, when there is no memory for it.
     bool SetThreadPointer(ThreadKey key, void* pointer) noexcept;
 }

@@ -13,11 +13,6 @@ namespace QzOs
         return pthread_key_create(&key, atThreadEnd) == 0;
     }
 
-    void* GetThreadPointer(ThreadKey key) noexcept
-    {
-        return pthread_getspecific(key);
-    }
-
     bool SetThreadPointer(ThreadKey key, void* pointer) noexcept
     {
         return pthread_setspecific(key, pointer) == 0;

@@ -127,9 +127,13 @@ namespace QzSynch
         constinit Registry gRegistry;
         constinit std::atomic<std::uint64_t> gLastStorage{0};
 
+        // What the key holds. Reached directly and not through a call of the system's: a message comes by here.
+        [[gnu::tls_model("initial-exec")]] constinit thread_local ThreadValues* gpValuesOfThread = nullptr;
+
         void DeleteValuesOfThread(void* pointer)
         {
             std::unique_ptr<ThreadValues> const values(static_cast<ThreadValues*>(pointer));
+            gpValuesOfThread = nullptr;
             gRegistry.Remove(*values);
             for (Value const& value : values->mValues)
                 if (value.mpContext)
@@ -150,7 +154,7 @@ namespace QzSynch
 
         void AfterProcessCopyInCopy()
         {
-            gRegistry.AfterProcessCopyInCopy(static_cast<ThreadValues*>(QzOs::GetThreadPointer(GetKey())));
+            gRegistry.AfterProcessCopyInCopy(gpValuesOfThread);
         }
 
         // Apart from GetKey, so that a failure of the one does not repeat the other.
@@ -175,7 +179,7 @@ namespace QzSynch
 
             void SetValue(ThreadContext* context) override
             {
-                ThreadValues* values = GetValuesOfThread();
+                ThreadValues* values = gpValuesOfThread;
                 if (!values)
                 {
                     if (!context)
@@ -189,7 +193,7 @@ namespace QzSynch
 
             ThreadContext* GetValue() const override
             {
-                if (ThreadValues const* const values = GetValuesOfThread())
+                if (ThreadValues const* const values = gpValuesOfThread)
                     for (Value const& value : values->mValues)
                         if (value.mStorage == mNumber)
                             return value.mpContext;
@@ -208,18 +212,14 @@ namespace QzSynch
             }
 
         private:
-            ThreadValues* GetValuesOfThread() const noexcept
-            {
-                return static_cast<ThreadValues*>(QzOs::GetThreadPointer(mKey));
-            }
-
             ThreadValues& AddValuesOfThread() const
             {
                 auto values = std::make_unique<ThreadValues>();
                 if (!QzOs::SetThreadPointer(mKey, values.get()))
                     throw std::bad_alloc();
                 gRegistry.Add(*values);
-                return *values.release();
+                gpValuesOfThread = values.release();
+                return *gpValuesOfThread;
             }
 
             QzOs::ThreadKey const mKey;
