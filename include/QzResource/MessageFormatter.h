@@ -131,11 +131,11 @@ namespace QzResource
         static void WideHex(MessageFormatter& formatter);
     };
 
-    /// An empty formatter of the calling thread, which is its caller's own until it is formatted: code that logs
-    /// while the caller's arguments are evaluated, however much, gets others, and values left behind by a call that
-    /// logged nothing never reach a later message. Only when 16 others have been taken since and not been formatted
-    /// is it cleared and handed out again. It lives as long as the thread and must not be handed to another. Throws
-    /// std::bad_alloc on a thread's first use.
+    /// An empty formatter of the calling thread. It belongs to the caller until it is formatted: code that logs while
+    /// the caller's arguments are evaluated gets others, and values left behind by a call that logged nothing never
+    /// reach a later message. A thread can have 16 formatters that it has taken and not yet formatted. Whoever takes
+    /// one more may get the oldest of them, cleared. A formatter lives as long as its thread and must not be handed to
+    /// another. Throws std::bad_alloc on a thread's first use.
     QZLOG_API MessageFormatter& GetMessageFormatter();
 
     /// The template for a UTF-8 text (copied; null counts as empty), out of a ring of 16 of the calling
