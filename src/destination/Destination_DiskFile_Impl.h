@@ -72,10 +72,10 @@ namespace QzLog
         unsigned int mBackupCount = 1;
         unsigned int mMaxFileSize = 2'000'000;
         LossAccount mLosses;
-        /// Guards all members and every use of the file. Taken before the lock on the file, and had through a whole
-        /// delivery: a writer of another process that keeps the file's lock stalls the threads here. That wait alone is
-        /// a gap, in which nothing of the delivery has been done but to open the file.
-        // The last member, so that a fork never meets one of the others that is not there.
+        /// Guards all members and every use of the file. Taken before the lock on the file and held through a whole
+        /// delivery, so a process that keeps the file's lock stalls the threads here. The wait for that lock is the
+        /// only gap. At that moment the delivery has opened the file at most.
+        // The last member: a fork takes it, and must find all others constructed.
         QzSynch::ForkableSection mSection;
     };
 }

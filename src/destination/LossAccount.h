@@ -34,7 +34,7 @@ namespace QzLog
         /// The same, by an attempt that failed: the interval begins anew.
         void AddFailedAttempt(unsigned int count);
 
-        /// What was lost up to now is told by somebody else; when and why the file failed stay.
+        /// For a forked child: the parent reports what was lost up to now. Time and reason of the failure stay.
         void ForgetCount() noexcept { mMissedCount = 0; }
 
         bool HasLosses() const noexcept { return mMissedCount != 0; }

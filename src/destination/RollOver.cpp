@@ -41,8 +41,8 @@ namespace QzLog
             if (number == backupCount && number != 0)
             {
                 --number;
-                // In its place, which nobody can read who may not read the log. Should this fail, the move onto the
-                // name replaces what is there.
+                // Deleted where it stands, since in another folder others might read it. If that fails, the move onto
+                // its name replaces it.
                 QzOs::DeleteFile(MakeBackupName(path, number).c_str());
             }
             // From the oldest on, so that no name is overwritten before it has been moved.

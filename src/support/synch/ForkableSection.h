@@ -9,21 +9,20 @@
 
 namespace QzSynch
 {
-    /// A critical section whose holder may have to wait for somebody outside the process, without an end in sight. It
-    /// waits in a gap of the section: other holders stay out for as long as before, but a fork passes, and so does
-    /// whoever only looks. What the section guards is fit for use in a gap, since a forked child goes on with it as it
-    /// is.
+    /// A critical section whose holder may have to wait for another process, without a time-out. The holder waits in a
+    /// gap of the section. During a gap other holders still wait, but forks and those who only look (Look) do not.
+    /// What the section guards must be consistent in a gap, since a forked child goes on with it as it is.
     ///
-    /// Forks wait for the holder outside a gap. A thread does not take the section again while it has it.
+    /// Forks wait for a holder that is not in a gap. A thread must not take the section while it holds it.
     class ForkableSection final : private ForkHold::Client
     {
     public:
         class Client
         {
         public:
-            /// Called in a forked child by its only thread, which has the section, with all locks that are held around
-            /// forks still held; those that they are taken behind have been served.
-            /// \param wasGap  whether some thread was in a gap. That thread is in the parent only.
+            /// Called in a forked child by its only thread, while this thread holds the section and all other locks
+            /// that are held around forks. Sections that are taken after this one have been called before.
+            /// \param wasGap  whether a thread of the parent was in a gap. The child does not have that thread.
             virtual void GoOnInForkedChild(bool wasGap) noexcept = 0;
 
         protected:
@@ -35,7 +34,7 @@ namespace QzSynch
 
         class Gap;
 
-        /// Has the section for its life.
+        /// Holds the section for its life.
         class Hold
         {
         public:
@@ -65,8 +64,7 @@ namespace QzSynch
             Hold& mHold;
         };
 
-        /// For its life nobody is inside, though somebody may be in a gap: to read or set a value that a holder reads
-        /// but once, behind its gaps.
+        /// For its life nobody else is in the section, except in a gap. What it sets changes for a holder in its gap.
         class Look : private CriticalSection::SmartLock
         {
         public:
@@ -77,7 +75,7 @@ namespace QzSynch
         void GoOnInForkedChild() noexcept override;
 
         CriticalSectionPtr const mpLock;
-        /// The holder, also in its gap; under mpLock. Others who find it here wait for the next turn.
+        /// The holder, also in its gap; guarded by mpLock. Other threads that find one wait until mTurn changes.
         Hold* mpHolder = nullptr;
         /// Goes up when a holder that had a gap leaves.
         std::atomic<int> mTurn{0};
