@@ -2,10 +2,12 @@
 
 #include "os/Cancellation.h"
 #include "os/ProcessCopy.h"
+#include "os/Sockets.h"
 
 #include <mutex>
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace QzOs::Posix
@@ -93,5 +95,13 @@ namespace QzOs::Posix
         ::close(descriptor);
         errno = error;
         return moved;
+    }
+}
+
+namespace QzOs
+{
+    int OpenSocket(int domain, int type, int protocol)
+    {
+        return Posix::OpenAboveStandard([=] { return ::socket(domain, type | SOCK_CLOEXEC, protocol); });
     }
 }

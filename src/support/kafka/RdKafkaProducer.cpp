@@ -5,6 +5,7 @@
 
 #include "os/Calls.h"
 #include "os/Cancellation.h"
+#include "os/Sockets.h"
 #include "os/System.h"
 #include "support/kafka/RdKafkaCounts.h"
 #include "support/kafka/TopicLosses.h"
@@ -58,6 +59,12 @@ namespace KafkaClient
                     return true;
             }
             return false;
+        }
+
+        /// A connection that became descriptor 2 would get what the program and the debug output write there.
+        int OpenSocket(int domain, int type, int protocol, void* /*opaque*/)
+        {
+            return QzOs::OpenSocket(domain, type, protocol);
         }
 
         /// What librdkafka has to say, and would write to the standard error by itself.
@@ -183,6 +190,7 @@ namespace KafkaClient
         QzOs::NoCancellation const noCancellation;
         Conf conf = MakeConf(properties);
         rd_kafka_conf_set_log_cb(conf.get(), TakeLogLine);
+        rd_kafka_conf_set_socket_cb(conf.get(), OpenSocket);
         rd_kafka_conf_set_opaque(conf.get(), &mStatus);
         rd_kafka_conf_set_events(conf.get(), RD_KAFKA_EVENT_DR | RD_KAFKA_EVENT_ERROR | RD_KAFKA_EVENT_STATS);
         rd_kafka_conf_set_background_event_cb(conf.get(), TakeEvent);
