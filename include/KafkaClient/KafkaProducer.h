@@ -70,9 +70,10 @@ namespace KafkaClient
         /// "queue.buffering.max.messages" and "queue.buffering.max.kbytes" limit what waits for the broker, and so what
         /// an outage or a crash can lose; "message.timeout.ms" is how long a record waits before it counts as failed.
         ///
-        /// Takes effect at once when an Initializer lives, else when one comes; an earlier producer then ends as told
-        /// above. An empty map ends the producer. A forked child gets a producer of its own by it, unless a thread of
-        /// its parent was waiting for the threads of a producer to end at the moment of the fork.
+        /// Takes effect at once when an Initializer lives, else when one comes; an earlier producer then ends as
+        /// described at Initializer. An empty map ends the producer. In a forked child, Configure starts a producer of
+        /// the child's own. It throws there if a thread of the parent was waiting for the threads of a producer to end
+        /// at the moment of the fork.
         ///
         /// Throws QzBase::Message with a text that names the property when one is unknown or its value
         /// bad; the producer in force then stays as it was. While no Initializer lives, each property is looked at by
@@ -87,8 +88,8 @@ namespace KafkaClient
             std::uint64_t mAccepted;
             /// A broker has acknowledged it.
             std::uint64_t mDelivered;
-            /// Given up after it was accepted. Such losses are also told on the debug output, at most once in
-            /// ten seconds, and once more when the producer ends; those of log records also in a log, see
+            /// Given up after it was accepted. Such losses are also reported on the debug output, at most once in
+            /// ten seconds and when the producer ends. Those of log records are also reported in a log file, see
             /// QzLog::Destination_KafkaLog.
             std::uint64_t mFailed;
         };

@@ -10,17 +10,17 @@ namespace QzLog
     /// Publishes records to a Kafka topic, and has a disk file behind it. A record goes either to Kafka or
     /// to the file, once: to the file while the feature "KS/SLMS" is off (QzBase::SetFeatureEnabled), until
     /// SetServerInstanceName has given the topic its name, while no broker is connected, and when the client
-    /// does not take it. While no broker is connected, one record in ten seconds tries Kafka all the same. So it is
-    /// while the broker does not take the topic (no right, no such topic, record too large): from the first record on
-    /// that was taken and failed, until one is delivered.
+    /// does not take it. While no broker is connected, one record in ten seconds tries Kafka all the same. The same
+    /// holds while the broker refuses the topic (no right, no such topic, record too large): from the first accepted
+    /// record that failed until one is delivered.
     ///
-    /// What the client took and could not deliver is lost to the stream, and is counted. The next message that goes
-    /// through the destination writes the count into the file first, as the line that Destination_DiskFile describes:
-    /// with the client's reason for the first of them, under the process and thread that write it, and for no user.
-    /// What is given up when the module ends stands there too. Each count is told once; several destinations share one
-    /// topic and one count. While the file cannot be written the count waits. It is lost when the process ends without
-    /// the module's end, by exit() for instance, and so is what the client still has in its queue.
-    /// KafkaClient::KafkaProducer::Configure names the properties that limit the queue.
+    /// A record that the client accepted and could not deliver is lost to the stream, and is counted. The next message
+    /// through the destination first reports the count in the file, in the line that Destination_DiskFile describes.
+    /// The line gives the client's reason for the first loss, and the process and thread that write it; it names no
+    /// user. What is given up when the module ends is reported there too. Each loss is reported once: all Kafka
+    /// destinations share one topic and one count. While the file cannot be written, the count waits. A process that
+    /// ends without the module's end, by exit() for instance, loses the count and all that the client still has in its
+    /// queue. KafkaClient::KafkaProducer::Configure names the properties that limit the queue.
     ///
     /// The topic is "Kvel.ReportingEngine.Diag.<computer>.<server instance name>"; the first complete pair of
     /// names wins and stays. The value of a record is its text as a log file would hold it, without the final
