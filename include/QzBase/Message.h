@@ -207,8 +207,8 @@ namespace QzBase
         mutable std::atomic<Text const*> mpFirst{nullptr};
     };
 
-    /// What is thrown where the exact type matters: caught as `T&` or as any base of T (T is a Message or derives from
-    /// it), and as std::exception, so that the system's last words about an exception that nobody catches show its
+    /// What is thrown where the exact type matters. T is a Message or derives from it. It is caught as `T&`, as any
+    /// base of T, or as std::exception. If nobody catches it, the message with which the process terminates shows its
     /// text.
     template <class T>
     class ExceptionImpl : public T, public std::exception

@@ -26,10 +26,10 @@ namespace QzLog
 
         /// \param dispatcher  the dispatcher, to be given its destinations; or put another one in its place.
         ///                    It must not be left null. A new one does not stand in the logger's list yet.
-        ///                    The other one should bear the same name, which is what routers look for: they
-        ///                    never find one of another name, so that each new router of the name asked for
-        ///                    makes one more dispatcher, up to the 65,536 that a logger can have, and calls
-        ///                    the hook once more. Messages show the name of the one that stands there.
+        ///                    Give a substitute the name of the dispatcher that it replaces. Dispatchers are
+        ///                    looked up by name: if the names differ, each new router makes one more
+        ///                    dispatcher and calls the hook again, until the logger has its 65,536.
+        ///                    Messages show the name of the substitute.
         /// \param logger      the logger that owns it or will own it.
         virtual void ConfigureDispatcher(QzBase::CountedPtr<Dispatcher>& dispatcher, Logger* logger) = 0;
     };

@@ -31,8 +31,8 @@
 //     float, double, long double                              the shortest that reads back as the same, no locale
 //     enumerations                                            the number, as integers
 //     pointers, nullptr                                       "0x" and hexadecimal digits
-//     functions without parameters (lambdas)                  what they return, called for an enabled call only, in
-//                                                             their order, before a value is inserted; they may log
+//     functions without parameters (lambdas)                  what they return; called in their order, before any value
+//                                                             is inserted, and only by an enabled call; they may log
 //     a type with an operator<< for the formatter             what that inserts; see QzLog/CallValues.h
 //
 // Other types do not compile.

@@ -7,8 +7,8 @@
 // decides, for each text. All of it works without an Initializer, in static objects too, and may be called
 // from any thread; it takes no lock. The cost grows with the length of the text, not with the number of values in it.
 //
-// It is a best effort for texts that the program itself has made in the form that is masked, and no parser. Never rely
-// on it for a text that a user controls: who writes the text can write it so that the secret survives.
+// Masking is a best effort and no parser. It is meant for texts that the program itself has made. Never rely on it for
+// a text that a user controls: whoever writes the text can write it so that the secret remains.
 //
 // A text that breaks its form is no error: what was found up to there is masked and the rest stays as it
 // is, so a value without its closing quote, which may be the secret itself, remains readable.
@@ -36,13 +36,13 @@ namespace QzLog
     /// backslash is escaped itself. What stands between tag, colon and value is not looked at: if the
     /// value is no string, the next quoted text is masked in its place. Bytes are compared, so case counts.
     ///
-    /// Among what survives:
+    /// The secret remains readable in these texts, among others:
     ///
-    ///     {"grant_type":"password","n":1,"password":"secret"}    the tag as a value takes the mask to the next name
-    ///     {"password":{"value":"secret"}}                        so does an object, or a list of objects
+    ///     {"grant_type":"password","n":1,"password":"secret"}    the tag stands as a value; the next name is masked
+    ///     {"password":{"value":"secret"}}                        an object, or a list of objects; its name is masked
     ///     {"password":1234}                                      a number
-    ///     {"pass\u0077ord":"secret"}, {"Password":"secret"}      a name that is spelled in another way
-    ///     {"password":"secret\\"}                                a last value with a backslash at its end
+    ///     {"pass\u0077ord":"secret"}, {"Password":"secret"}      another spelling of the tag
+    ///     {"password":"secret\\"}                                the last value ends in a backslash
     ///
     /// \param text  UTF-8, well-formed or not. Null counts as empty.
     QZLOG_API QzBase::ReturnString ReplaceSensitiveMessageInHTTP(char const* text);

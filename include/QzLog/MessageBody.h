@@ -8,8 +8,8 @@
 namespace QzLog
 {
     /// The content of a structured message: gives its text in each language that a destination asks for, and formats
-    /// it once per language. Each thread has one, which it uses again for each message; what a message of more than
-    /// 64 KB took goes when that is delivered. Used by one thread at a time. Operations throw std::bad_alloc.
+    /// it once per language. Each thread has one, which it uses again for each message. After the delivery of a message
+    /// that took more than 64 KB its memory is freed. Used by one thread at a time. Operations throw std::bad_alloc.
     class QZLOG_API MessageBody : public virtual QzBase::ReferenceCounted
     {
     public:

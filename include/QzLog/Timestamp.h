@@ -44,10 +44,12 @@ namespace QzLog
         /// Reads the text form at the start of `text`; in place of date and time it takes whatever
         /// QzDataType::DateTime::FromString takes. The numbers of the offset may have any count of digits: "+5:3" is
         /// five hours and three minutes ahead.
-        /// A text that begins with an offset is that offset of the empty date and time.
-        /// \return  how many characters it took, or 0. A text that begins neither with a date and time nor with a sign
-        ///          makes this time stamp the empty date and time, at UTC. For a sign, there or at the start, without
-        ///          an offset from 00:00 to 14:59 behind it, and for null, it stays as it was.
+        /// Date and time may be missing: an offset alone gives the empty date and time with that offset.
+        /// \return  how many characters it took, or 0 in these cases:
+        ///          - the text begins with neither a date and time nor a sign: this time stamp becomes the empty date
+        ///            and time, at UTC;
+        ///          - a sign is not followed by an offset from 00:00 to 14:59: this time stamp stays as it was;
+        ///          - null: likewise.
         unsigned int FromISO8601String(char const* text);
 
     private:

@@ -81,9 +81,9 @@ namespace QzResource
         ///          until 16 more texts have been formatted on the thread.
         char const* Format(MessageTemplate const& messageTemplate);
 
-        /// Gives back the memory of the text that Format returned if it is long, above 64 KB: the text then is no
-        /// longer valid. The log functions do so with the texts that they have formatted; who calls Format may do so
-        /// behind the last use of the text.
+        /// Frees the text that Format returned if it takes more than 64 KB; it then is no longer valid. The log
+        /// functions do this with the texts that they have formatted. Whoever calls Format may do it after the last
+        /// use of the text.
         void GiveBackLongText() noexcept;
 
         /// How many values have been inserted since the formatter was empty.

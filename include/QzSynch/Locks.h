@@ -47,9 +47,9 @@ namespace QzSynch
     /// A readers-writer lock. A writer that waits goes before readers that come later, so a steady
     /// stream of readers never starves it; readers that have waited for one writer go before the next, so
     /// writers do not starve readers. A thread must not take the lock, in either way, while it holds it
-    /// in either way: it would wait for a writer that waits for it. Readers are counted in eight places, a
-    /// cache line each, over which the threads are spread in the order of their first lock: those that read at
-    /// the same time slow each other down only where they share a place.
+    /// in either way: it would wait for a writer that waits for it. Readers are counted in eight counters,
+    /// each on a cache line of its own. Threads are assigned to the counters in the order of their first lock.
+    /// Threads that read at the same time slow each other down only if they share a counter.
     class QZLOG_API RWLock
     {
     public:
