@@ -5,12 +5,12 @@
 #include "os/Unicode.h"
 #include "os/posix/Events.h"
 
-#include <QzBase/WideString.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <new>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <syslog.h>
 
@@ -24,10 +24,12 @@ namespace QzOs::Posix
         /// What RegisterEventSource gives out: the name in UTF-8.
         using Source = std::string;
 
-        std::string ToUTF8(unsigned short const* text)
+        using WideView = std::basic_string_view<unsigned short>;
+
+        std::string ToUTF8(WideView text)
         {
             std::string narrow;
-            AppendUTF8(narrow, text, std::char_traits<unsigned short>::length(text), Malformed::Replace);
+            AppendUTF8(narrow, text.data(), text.size(), Malformed::Replace);
             return narrow;
         }
 
@@ -67,9 +69,10 @@ namespace QzOs::Posix
     void* RegisterEventSource(unsigned short const* sourceName)
     {
         // A line end in it would begin a line that looks like another program's.
-        QzBase::WideString name(sourceName);
+        WideView const given(sourceName);
+        std::vector<unsigned short> name(given.begin(), given.end());
         std::replace_if(name.begin(), name.end(), IsControl, static_cast<unsigned short>('?'));
-        return new (std::nothrow) Source(ToUTF8(name.c_str()));
+        return new (std::nothrow) Source(ToUTF8({name.data(), name.size()}));
     }
 
     void ReportEvent(void* source, unsigned short type, unsigned int eventID, unsigned short const* text)
