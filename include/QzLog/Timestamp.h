@@ -45,11 +45,9 @@ namespace QzLog
         /// QzDataType::DateTime::FromString takes. The numbers of the offset may have any count of digits: "+5:3" is
         /// five hours and three minutes ahead.
         /// Date and time may be missing: an offset alone gives the empty date and time with that offset.
-        /// \return  how many characters it took, or 0 in these cases:
-        ///          - the text begins with neither a date and time nor a sign: this time stamp becomes the empty date
-        ///            and time, at UTC;
-        ///          - a sign is not followed by an offset from 00:00 to 14:59: this time stamp stays as it was;
-        ///          - null: likewise.
+        /// \return  how many characters it took, or 0. Without a date and time or a sign at its start a text makes this
+        ///          time stamp the empty date and time, at UTC. With a sign that no offset from 00:00 to 14:59 follows,
+        ///          and with null, this time stamp stays as it was.
         unsigned int FromISO8601String(char const* text);
 
     private:
