@@ -111,19 +111,18 @@ TEST(Loan, OfAnotherThreadKeepsItsObjectForEverInAForkedChild)
     std::latch leave(1);
     for (bool const isLentToAnother : {false, true})
     {
-        std::jthread const other(
-            [&]
-            {
-                std::optional<Loan<Object>> loan;
-                if (isLentToAnother)
+        std::jthread other;
+        if (isLentToAnother)
+        {
+            other = std::jthread(
+                [&]
                 {
-                    loan.emplace(object.get());
+                    Loan<Object> const loan(object.get());
                     lent.count_down();
                     leave.wait();
-                }
-            });
-        if (isLentToAnother)
+                });
             lent.wait();
+        }
         ExpectInChild(
             [&]
             {
