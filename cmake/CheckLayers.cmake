@@ -3,33 +3,19 @@ cmake_minimum_required(VERSION 3.25)
 
 # Dependencies point down only, so a file of src/ may include from its own layer and from those before it
 # in this list.
-set(layers os support filesystem message module-root destination routing module)
+set(layers os support filesystem message root destination routing module)
 
 # These stand apart: below them is support/, and nobody but the module uses them.
 set(layers_apart masking trace)
-
-# The abstract root that destinations and routing see of the module.
-set(root_headers "module/ModuleMain\\.h" "module/ModuleAccess\\.(h|cpp)" "module/ThreadContext\\.h")
 
 # Headers of the system, which only the operating-system and support layers may use.
 set(system_header "^(fcntl|unistd|pthread|signal|syslog|dirent|errno|sys/.*|uuid/.*|netinet/.*|arpa/.*)(\\.h)?$")
 
 set(faults "")
 
-function(layer_of path out)
-    foreach(header IN LISTS root_headers)
-        if(path MATCHES "^${header}$")
-            set(${out} module-root PARENT_SCOPE)
-            return()
-        endif()
-    endforeach()
-    string(REGEX MATCH "^[^/]+" folder "${path}")
-    set(${out} "${folder}" PARENT_SCOPE)
-endfunction()
-
 function(check_include file include)
-    layer_of("${file}" from)
-    layer_of("${include}" to)
+    string(REGEX MATCH "^[^/]+" from "${file}")
+    string(REGEX MATCH "^[^/]+" to "${include}")
     list(FIND layers "${from}" from_rank)
     list(FIND layers "${to}" to_rank)
     list(FIND layers support support_rank)

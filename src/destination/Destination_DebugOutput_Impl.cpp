@@ -1,7 +1,7 @@
 #include "destination/Destination_DebugOutput_Impl.h"
 
 #include "os/Calls.h"
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 
 #include <QzBase/Conversions.h>
 #include <QzLog/MessageHeader.h>

@@ -6,7 +6,7 @@
 #include "filesystem/FileQueries.h"
 #include "filesystem/Paths.h"
 #include "os/Cancellation.h"
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>

@@ -2,9 +2,9 @@
 
 #include "destination/Destination_DiskFile_Impl.h"
 #include "destination/LossAccount.h"
-#include "module/ModuleAccess.h"
-#include "module/ModuleMain.h"
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
+#include "root/ModuleAccess.h"
+#include "root/ModuleMain.h"
 #include "support/kafka/Client.h"
 #include "support/kafka/TopicLosses.h"
 

@@ -1,8 +1,7 @@
 #include "destination/Destination_SystemLog_Impl.h"
 
 #include "os/Calls.h"
-#include "os/EventType.h"
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 
 #include <QzBase/Conversions.h>
 #include <QzLog/MessageHeader.h>

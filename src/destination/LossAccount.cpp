@@ -1,8 +1,8 @@
 #include "destination/LossAccount.h"
 
-#include "module/ModuleAccess.h"
-#include "module/ModuleMain.h"
-#include "module/ThreadContext.h"
+#include "root/ModuleAccess.h"
+#include "root/ModuleMain.h"
+#include "root/ThreadContext.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/CountedPtr.h>

@@ -1,8 +1,8 @@
 #include "destination/RollOver.h"
 
-#include "filesystem/File.h"
-#include "filesystem/FileGuards.h"
 #include "filesystem/FileQueries.h"
+#include "filesystem/stdio/File.h"
+#include "filesystem/stdio/FileGuards.h"
 #include "os/Cancellation.h"
 #include "os/FilesByPath.h"
 

@@ -2,11 +2,11 @@
 
 #include "filesystem/Directories.h"
 #include "filesystem/Failures.h"
-#include "filesystem/File.h"
 #include "filesystem/FileQueries.h"
+#include "filesystem/stdio/File.h"
 #include "os/Cancellation.h"
 #include "os/FilesByPath.h"
-#include "os/System.h"
+#include "os/Fork.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,9 +1,9 @@
 #include <QzLog/Module.h>
 
-#include "module/ModuleAccess.h"
 #include "module/ModuleMain_Impl.h"
 #include "os/Cancellation.h"
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
+#include "root/ModuleAccess.h"
 #include "routing/Loan.h"
 
 #include <QzBase/Message.h>

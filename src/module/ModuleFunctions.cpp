@@ -1,6 +1,6 @@
-#include "module/ModuleAccess.h"
-#include "module/ModuleMain.h"
-#include "module/ThreadContext.h"
+#include "root/ModuleAccess.h"
+#include "root/ModuleMain.h"
+#include "root/ThreadContext.h"
 
 #include <QzLog/ConfigurationHook.h>
 #include <QzLog/Destination_DebugOutput.h>

@@ -4,8 +4,8 @@
 #include "destination/Destination_KafkaLog_Impl.h"
 #include "destination/Destination_SystemLog_Impl.h"
 #include "filesystem/Paths.h"
-#include "module/ModuleAccess.h"
 #include "module/ThreadContext_Impl.h"
+#include "root/ModuleAccess.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>

@@ -2,8 +2,8 @@
 
 #include "filesystem/Initializer.h"
 #include "module/DiskFileRegistry.h"
-#include "module/ModuleMain.h"
 #include "module/ServerInstanceName.h"
+#include "root/ModuleMain.h"
 #include "routing/Logger_Impl.h"
 #include "support/synch/ForkHold.h"
 

@@ -1,6 +1,6 @@
 #include "module/ThreadContext_Impl.h"
 
-#include "os/System.h"
+#include "os/Fork.h"
 
 #include <QzBase/System.h>
 

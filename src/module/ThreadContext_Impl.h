@@ -2,7 +2,7 @@
 
 #include "message/MessageBody_Impl.h"
 #include "module/ServerInstanceName.h"
-#include "module/ThreadContext.h"
+#include "root/ThreadContext.h"
 
 #include <QzBase/CountedPtr.h>
 #include <QzLog/MessageHeader.h>

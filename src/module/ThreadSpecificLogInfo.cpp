@@ -1,8 +1,8 @@
 #include <QzLog/ThreadSpecificLogInfo.h>
 
-#include "module/ModuleAccess.h"
-#include "module/ModuleMain.h"
-#include "module/ThreadContext.h"
+#include "root/ModuleAccess.h"
+#include "root/ModuleMain.h"
+#include "root/ThreadContext.h"
 
 #include <QzBase/Conversions.h>
 #include <QzLog/MessageHeader.h>

@@ -7,6 +7,15 @@
 
 namespace QzOs
 {
+    /// What kind of event mpReportEvent reports.
+    enum EventType : unsigned short
+    {
+        kEventSuccess = 0,
+        kEventError = 1,
+        kEventWarning = 2,
+        kEventInformation = 4
+    };
+
     struct Calls
     {
         /// Milliseconds since 1970-01-01 00:00 UTC.
@@ -28,7 +37,7 @@ namespace QzOs
         /// Opens the system's event log under a source name (UTF-16). Null when that fails.
         void* (*mpRegisterEventSource)(unsigned short const* sourceName);
 
-        /// Reports one event. `type` is 4 information, 2 warning, 1 error, 0 success. Failures are silent.
+        /// Reports one event of an EventType. Failures are silent.
         void (*mpReportEvent)(void* source, unsigned short type, unsigned int eventID, unsigned short const* text);
 
         void (*mpDeregisterEventSource)(void* source);

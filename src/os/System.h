@@ -13,11 +13,6 @@ namespace QzOs
     /// The number of the calling thread, also in a forked child. Costs a memory read.
     std::uint32_t GetThreadID();
 
-    /// Grows by one in a forked child, before the child's first own call: a value that was kept from before
-    /// tells that this is another process now, with one thread and with open files that it shares with its
-    /// parent. Costs a memory read.
-    std::uint32_t GetForkGeneration();
-
     /// The name of this machine, bytes as the system has them.
     std::string GetComputerName();
 

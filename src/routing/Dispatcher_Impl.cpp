@@ -2,10 +2,10 @@
 
 #include "message/CallFrame.h"
 #include "message/MessageBody_Impl.h"
-#include "module/ModuleAccess.h"
-#include "module/ModuleMain.h"
-#include "module/ThreadContext.h"
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
+#include "root/ModuleAccess.h"
+#include "root/ModuleMain.h"
+#include "root/ThreadContext.h"
 #include "routing/ErrnoGuard.h"
 #include "support/base/MessageMemory.h"
 

@@ -1,8 +1,8 @@
 #include "routing/Logger_Impl.h"
 
 #include "message/CallFrame.h"
-#include "module/ModuleAccess.h"
-#include "module/ModuleMain.h"
+#include "root/ModuleAccess.h"
+#include "root/ModuleMain.h"
 #include "routing/ErrnoGuard.h"
 #include "routing/HandleCallback.h"
 

@@ -1,5 +1,5 @@
 #include "destination/DiskFileTest.h"
-#include "filesystem/FileGuards.h"
+#include "filesystem/stdio/FileGuards.h"
 #include "support/ForkedChild.h"
 
 #include <QzLog/Module.h>

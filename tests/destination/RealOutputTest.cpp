@@ -2,7 +2,6 @@
 // places of the system's logs, which a child process has to itself.
 
 #include "os/Calls.h"
-#include "os/EventType.h"
 #include "os/posix/Kernel.h"
 #include "support/ForkedChild.h"
 

@@ -1,8 +1,8 @@
 #include "filesystem/TemporaryFolder.h"
 
-#include "filesystem/CopyFile.h"
-#include "filesystem/File.h"
-#include "filesystem/FileGuards.h"
+#include "filesystem/stdio/CopyFile.h"
+#include "filesystem/stdio/File.h"
+#include "filesystem/stdio/FileGuards.h"
 
 using namespace QzBase::Literals;
 using namespace QzFileSystem;

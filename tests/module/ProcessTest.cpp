@@ -1,6 +1,6 @@
-#include "module/ModuleAccess.h"
 #include "os/Calls.h"
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
+#include "root/ModuleAccess.h"
 #include "routing/Road.h"
 #include "support/ForkedChild.h"
 

@@ -1,6 +1,6 @@
-#include "module/ThreadContext.h"
-#include "module/ModuleAccess.h"
-#include "module/ModuleMain.h"
+#include "root/ThreadContext.h"
+#include "root/ModuleAccess.h"
+#include "root/ModuleMain.h"
 #include "routing/Road.h"
 
 #include <QzSynch/ThreadSpecificLogInfo.h>

@@ -1,4 +1,5 @@
 #include "os/System.h"
+#include "os/Fork.h"
 #include "support/ForkedChild.h"
 
 namespace

@@ -1,6 +1,6 @@
 #include "os/Calls.h"
 
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 #include "os/posix/Output.h"
 
 #include <cerrno>

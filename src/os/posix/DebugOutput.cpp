@@ -1,7 +1,7 @@
 #include "os/posix/Output.h"
 
 #include "os/Cancellation.h"
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 #include "os/Unicode.h"
 #include "os/posix/Kernel.h"
 #include "os/posix/Receiver.h"

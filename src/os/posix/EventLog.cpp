@@ -1,7 +1,7 @@
 #include "os/posix/Output.h"
 
+#include "os/Calls.h"
 #include "os/Cancellation.h"
-#include "os/EventType.h"
 #include "os/Unicode.h"
 #include "os/posix/Events.h"
 

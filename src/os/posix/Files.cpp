@@ -1,11 +1,11 @@
 #include "os/Files.h"
 
+#include "os/Backoff.h"
 #include "os/Cancellation.h"
 #include "os/FilesByPath.h"
-#include "os/Patience.h"
-#include "os/posix/FilesNames.h"
 #include "os/posix/FilesSizeLimit.h"
 #include "os/posix/Kernel.h"
+#include "os/posix/KernelPath.h"
 #include "os/posix/StandardDescriptors.h"
 
 #include <cerrno>
@@ -322,7 +322,7 @@ namespace QzOs
         { return ToError(RetryOnSignal([&] { return gKernel.mpFlock(ToDescriptor(handle), operation | waiting); })); };
         Error error = lock(LOCK_NB);
         // Whoever sleeps for the lock is woken with its next release, on the time of who writes.
-        for (Patience patience; wait != LockWait::None && error == EWOULDBLOCK && patience.Wait();)
+        for (Backoff backoff; wait != LockWait::None && error == EWOULDBLOCK && backoff.Wait();)
             error = lock(LOCK_NB);
         if (error != EWOULDBLOCK)
             return error;

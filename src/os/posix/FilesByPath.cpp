@@ -1,7 +1,7 @@
 #include "os/FilesByPath.h"
 
-#include "os/posix/FilesNames.h"
 #include "os/posix/Kernel.h"
+#include "os/posix/KernelPath.h"
 #include "os/posix/StandardDescriptors.h"
 
 #include <cerrno>

@@ -1,8 +1,8 @@
 #include "os/FilesDirectories.h"
 
 #include "os/Cancellation.h"
-#include "os/posix/FilesNames.h"
 #include "os/posix/Kernel.h"
+#include "os/posix/KernelPath.h"
 #include "os/posix/StandardDescriptors.h"
 
 #include <cerrno>

@@ -1,7 +1,7 @@
 #include "os/posix/StandardDescriptors.h"
 
 #include "os/Cancellation.h"
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 #include "os/Sockets.h"
 
 #include <mutex>

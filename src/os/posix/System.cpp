@@ -1,6 +1,6 @@
 #include "os/System.h"
 
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 
 #include <atomic>
 #include <cerrno>
@@ -14,7 +14,6 @@ namespace QzOs
 {
     namespace
     {
-        constinit std::atomic<std::uint32_t> gForkGeneration{0};
         constinit std::atomic<std::uint32_t> gProcessID{0};
 
         struct ThreadNumber
@@ -27,12 +26,10 @@ namespace QzOs
 
         void EnterForkedChild()
         {
-            gForkGeneration.fetch_add(1, std::memory_order_relaxed);
             gProcessID.store(static_cast<std::uint32_t>(getpid()), std::memory_order_relaxed);
         }
 
-        // When the library is loaded, so that no fork is missed; and before all static objects, since what the layers
-        // above do in a child goes by the new generation, and who came first is called first there.
+        // When the library is loaded, so that no fork is missed.
         [[gnu::constructor(101)]] void WatchForks()
         {
             CallAroundProcessCopy(nullptr, nullptr, EnterForkedChild);
@@ -53,15 +50,10 @@ namespace QzOs
     std::uint32_t GetThreadID()
     {
         ThreadNumber& own = tThreadNumber;
-        std::uint32_t const generation = gForkGeneration.load(std::memory_order_relaxed);
+        std::uint32_t const generation = GetForkGeneration();
         if (own.mNumber == 0 || own.mGeneration != generation)
             own = {generation, static_cast<std::uint32_t>(gettid())};
         return own.mNumber;
-    }
-
-    std::uint32_t GetForkGeneration()
-    {
-        return gForkGeneration.load(std::memory_order_relaxed);
     }
 
     std::string GetComputerName()

@@ -1,6 +1,6 @@
 #include "support/base/FrameNames.h"
 
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 
 #include <atomic>
 #include <charconv>

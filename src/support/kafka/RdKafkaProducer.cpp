@@ -5,8 +5,8 @@
 
 #include "os/Calls.h"
 #include "os/Cancellation.h"
+#include "os/Fork.h"
 #include "os/Sockets.h"
-#include "os/System.h"
 #include "support/kafka/RdKafkaCounts.h"
 #include "support/kafka/TopicLosses.h"
 

@@ -1,7 +1,7 @@
 #include "support/synch/ConvoyFreeMutex.h"
 
-#include "os/Patience.h"
-#include "os/System.h"
+#include "os/Backoff.h"
+#include "os/Fork.h"
 
 // Nobody is left asleep in the manner of Dekker: a thread stops trying and then looks at the state, a release frees the
 // state and then looks whether somebody tries, so at least one of them sees the other. That holds only in the single
@@ -39,13 +39,13 @@ namespace QzSynch
         if (!isMarked && !beside)
             return false;
         bool isTaken = false;
-        QzOs::Patience patience;
+        QzOs::Backoff backoff;
         do
         {
             int state = mState.load(std::memory_order_relaxed);
             // Others may sleep, and who wakes one of them has cleared the mark.
             isTaken = (state & kLocked) == 0 && mState.compare_exchange_strong(state, kLocked | kSleepers);
-        } while (!isTaken && patience.Wait());
+        } while (!isTaken && backoff.Wait());
         if (isMarked)
             mTrying.store(0);
         return isTaken;

@@ -1,6 +1,6 @@
 #include "support/synch/ForkHold.h"
 
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 #include "support/synch/RWLockAtFork.h"
 
 #include <mutex>

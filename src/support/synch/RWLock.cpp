@@ -1,6 +1,6 @@
 #include <QzSynch/Locks.h>
 
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 #include "support/synch/RWLockAtFork.h"
 
 #include <array>

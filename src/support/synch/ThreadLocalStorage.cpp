@@ -1,6 +1,6 @@
 #include <QzSynch/ThreadLocalStorage.h>
 
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 #include "os/ThreadKey.h"
 #include "support/synch/ThreadLocalStorage_Impl.h"
 

@@ -1,6 +1,7 @@
-#include "os/ProcessCopy.h"
+#include "os/Fork.h"
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 
 #include <pthread.h>
@@ -9,6 +10,8 @@ namespace QzOs
 {
     namespace
     {
+        constinit std::atomic<std::uint32_t> gForkGeneration{0};
+
         struct Functions
         {
             void (*mpBefore)();
@@ -41,9 +44,21 @@ namespace QzOs
             gLock.unlock();
             tIsCopyingProcess = false;
         }
+
+        // When the library is loaded, so that no fork is missed; and before all static objects, since what the layers
+        // above do in a child goes by the new generation, and who came first is called first there.
+        [[gnu::constructor(101)]] void WatchForks()
+        {
+            CallAroundProcessCopy(nullptr, nullptr, [] { gForkGeneration.fetch_add(1, std::memory_order_relaxed); });
+        }
     }
 
     constinit thread_local bool tIsCopyingProcess = false;
+
+    std::uint32_t GetForkGeneration()
+    {
+        return gForkGeneration.load(std::memory_order_relaxed);
+    }
 
     bool CallAroundProcessCopy(void (*before)(), void (*afterInOriginal)(), void (*afterInCopy)()) noexcept
     {

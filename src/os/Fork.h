@@ -1,11 +1,17 @@
 #pragma once
 
+#include <cstdint>
 #include <mutex>
 
 // A thread can ask for a copy of the process. The copy has that thread alone.
 
 namespace QzOs
 {
+    /// Grows by one in a forked child, before the child's first own call: a value that was kept from before
+    /// tells that this is another process now, with one thread and with open files that it shares with its
+    /// parent. Costs a memory read.
+    std::uint32_t GetForkGeneration();
+
     /// Has the three functions called whenever the process is copied, on the thread that asks for the copy
     /// and that is the only one which goes on in it. Each may be null. Who comes here later is called earlier before a
     /// copy, and later after it. Returns false when there is no room for that. Not to be called by such a function.

@@ -1,7 +1,7 @@
-#include "filesystem/CopyFile.h"
+#include "filesystem/stdio/CopyFile.h"
 
-#include "filesystem/File.h"
-#include "filesystem/FileGuards.h"
+#include "filesystem/stdio/File.h"
+#include "filesystem/stdio/FileGuards.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/OpenModes.h"
+#include "filesystem/stdio/OpenModes.h"
 
 #include <QzDataType/Binary.h>
 

@@ -1,4 +1,4 @@
-#include "os/Patience.h"
+#include "os/Backoff.h"
 
 #include "os/Cancellation.h"
 
@@ -55,7 +55,7 @@ namespace QzOs
         }
     }
 
-    bool Patience::Wait() noexcept
+    bool Backoff::Wait() noexcept
     {
         if (mWaits == kWaits)
             return false;

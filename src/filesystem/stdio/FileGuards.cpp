@@ -1,6 +1,6 @@
-#include "filesystem/FileGuards.h"
+#include "filesystem/stdio/FileGuards.h"
 
-#include "filesystem/File.h"
+#include "filesystem/stdio/File.h"
 #include "os/FilesStreams.h"
 
 namespace QzFileSystem::File

@@ -6,7 +6,7 @@ namespace QzOs
     /// to wake, costs more than writing a record takes, and whoever is woken mostly comes too late. So the first wait
     /// is as long as a record or two, spent awake; the ones behind it are short naps, rare enough that a thread at
     /// work goes on undisturbed meanwhile.
-    class Patience
+    class Backoff
     {
     public:
         /// Waits for the next look. False, and no wait, when there have been enough. No point of cancellation.

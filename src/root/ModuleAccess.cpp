@@ -1,4 +1,4 @@
-#include "module/ModuleAccess.h"
+#include "root/ModuleAccess.h"
 
 #include <QzBase/Message.h>
 

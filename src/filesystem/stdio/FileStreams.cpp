@@ -1,7 +1,7 @@
-#include "filesystem/File.h"
+#include "filesystem/stdio/File.h"
 
 #include "filesystem/Failures.h"
-#include "filesystem/FileGuards.h"
+#include "filesystem/stdio/FileGuards.h"
 #include "os/FilesStreams.h"
 
 #include <cstring>

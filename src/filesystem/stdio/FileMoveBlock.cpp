@@ -1,4 +1,4 @@
-#include "filesystem/File.h"
+#include "filesystem/stdio/File.h"
 
 #include "filesystem/Failures.h"
 #include "os/FilesStreams.h"

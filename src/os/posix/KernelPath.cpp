@@ -1,4 +1,4 @@
-#include "os/posix/FilesNames.h"
+#include "os/posix/KernelPath.h"
 
 #include "os/Unicode.h"
 
