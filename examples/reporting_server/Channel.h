@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QzLog/Log.h>
+#include <QzLog/LogFunctions.h>
 
 namespace ReportingServer
 {

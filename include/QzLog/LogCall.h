@@ -2,7 +2,7 @@
 
 #include <QzLog/CallText.h>
 #include <QzLog/CallValues.h>
-#include <QzLog/Log.h>
+#include <QzLog/LogFunctions.h>
 
 // The comfortable way to log: the place of the call and the values are taken care of.
 //
@@ -12,7 +12,7 @@
 //     QzLog::Log(*router, QzLog::RunTimeTemplate(text), user);        // a template that is not known before
 //     QzLog::Log(*router, message);                                   // a QzBase::Message, in each one's language
 //
-// It is the front end of QzLog/Log.h in other clothes: any thread, wholly on the calling thread, errno stays, and what
+// It is the front end of QzLog/LogFunctions.h in other clothes: any thread, wholly on the calling thread, errno stays, and what
 // a catalog, a destination or a value's own operator<< throws comes out. Compiled into the caller, at every level of
 // optimisation: a call on a disabled router is the test of mEnabled and touches no value. Arguments that are
 // expressions are still evaluated, as the language has it; hand over a function where that is dear:

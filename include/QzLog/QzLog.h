@@ -13,8 +13,8 @@
 #include <QzLog/Dispatcher.h>
 #include <QzLog/Exception.h>
 #include <QzLog/Format.h>
-#include <QzLog/Log.h>
 #include <QzLog/LogCall.h>
+#include <QzLog/LogFunctions.h>
 #include <QzLog/LogTrace.h>
 #include <QzLog/Logger.h>
 #include <QzLog/Masking.h>

@@ -1,4 +1,4 @@
-#include <QzLog/Log.h>
+#include <QzLog/LogFunctions.h>
 
 #include "message/CallFrame.h"
 #include "routing/LogCall.h"
