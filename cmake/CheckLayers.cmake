@@ -55,7 +55,7 @@ file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}/include" "${SOURCE_DIR}/include/
 foreach(file IN LISTS files)
     file(STRINGS "${SOURCE_DIR}/include/${file}" lines REGEX "^[ \t]*#[ \t]*include")
     foreach(line IN LISTS lines)
-        if(NOT line MATCHES "<((Qz(Log|Base|Synch|DataType|Resource)|KafkaClient)/[A-Za-z_0-9]+\\.h|[a-z_]+)>")
+        if(NOT line MATCHES "<((Qz(Log|Base|Synch|DataType|Resource)|KafkaClient)/(details/)?[A-Za-z_0-9]+\\.h|[a-z_]+)>")
             list(APPEND faults "include/${file}: ${line}")
         endif()
     endforeach()

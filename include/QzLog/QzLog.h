@@ -13,7 +13,7 @@
 #include <QzLog/Dispatcher.h>
 #include <QzLog/Exception.h>
 #include <QzLog/Format.h>
-#include <QzLog/LogCall.h>
+#include <QzLog/Log.h>
 #include <QzLog/LogFunctions.h>
 #include <QzLog/LogTrace.h>
 #include <QzLog/Logger.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QzBase/TemplateText.h>
+#include <QzBase/details/TemplateText.h>
 
 #include <cstddef>
 

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <type_traits>
 
-// How the values of a QzLog::Log call become text; the table is in QzLog/LogCall.h. Users meet this header through
+// How the values of a QzLog::Log call become text; the table is in QzLog/Log.h. Users meet this header through
 // their own types: an operator<< beside the type, found by the type's namespace, that inserts exactly one value:
 //
 //     QzResource::MessageFormatter& operator<<(QzResource::MessageFormatter& formatter, Money const& money)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QzBase/Export.h>
-#include <QzBase/TemplateText.h>
+#include <QzBase/details/TemplateText.h>
 
 #include <concepts>
 #include <cstddef>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QzLog/CallText.h>
-#include <QzLog/CallValues.h>
 #include <QzLog/LogFunctions.h>
+#include <QzLog/details/CallText.h>
+#include <QzLog/details/CallValues.h>
 
 // The comfortable way to log: the place of the call and the values are taken care of.
 //
@@ -12,9 +12,9 @@
 //     QzLog::Log(*router, QzLog::RunTimeTemplate(text), user);        // a template that is not known before
 //     QzLog::Log(*router, message);                                   // a QzBase::Message, in each one's language
 //
-// It is the front end of QzLog/LogFunctions.h in other clothes: any thread, wholly on the calling thread, errno stays, and what
-// a catalog, a destination or a value's own operator<< throws comes out. Compiled into the caller, at every level of
-// optimisation: a call on a disabled router is the test of mEnabled and touches no value. Arguments that are
+// It is the front end of QzLog/LogFunctions.h in other clothes: any thread, wholly on the calling thread, errno stays,
+// and what a catalog, a destination or a value's own operator<< throws comes out. Compiled into the caller, at every
+// level of optimisation: a call on a disabled router is the test of mEnabled and touches no value. Arguments that are
 // expressions are still evaluated, as the language has it; hand over a function where that is dear:
 //
 //     QzLog::Log(*trace, "Query %1", [&] { return query.Describe(); });
@@ -33,7 +33,7 @@
 //     pointers, nullptr                                       "0x" and hexadecimal digits
 //     functions without parameters (lambdas)                  what they return; called in their order, before any value
 //                                                             is inserted, and only by an enabled call; they may log
-//     a type with an operator<< for the formatter             what that inserts; see QzLog/CallValues.h
+//     a type with an operator<< for the formatter             what that inserts; see QzLog/details/CallValues.h
 //
 // Other types do not compile.
 
