@@ -35,7 +35,7 @@ TEST_F(DiskFileTest, ARecordIsFiveCallsOfTheKernel)
 {
     Make("x.log");
     Watch<&Kernel::mpWritev> const writev; // of the head and the first record
-    Watch<&Kernel::mpStat> const stat;
+    Watch<&Kernel::mpStatx> const statx;
     Watch<&Kernel::mpFlock> const flock;
     Watch<&Kernel::mpLseek> const lseek;
     Watch<&Kernel::mpWrite> const write;
@@ -47,7 +47,7 @@ TEST_F(DiskFileTest, ARecordIsFiveCallsOfTheKernel)
     Write(large);
     Write("second");
     EXPECT_EQ(Get("x.log"), kHead + Record(large) + Record("second"));
-    EXPECT_EQ((std::vector{stat.GetCount(), flock.GetCount(), lseek.GetCount(), writev.GetCount(), write.GetCount()}),
+    EXPECT_EQ((std::vector{statx.GetCount(), flock.GetCount(), lseek.GetCount(), writev.GetCount(), write.GetCount()}),
         (std::vector{2, 4, 2, 1, 2}));
     EXPECT_EQ(fstat.GetCount() + open.GetCount() + sigmask.GetCount() + getrlimit.GetCount(), 0);
 }

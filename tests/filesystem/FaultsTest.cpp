@@ -38,7 +38,7 @@ namespace
     std::vector<Entry> const kEntries = {Make<&K::mpOpen>("Open"), Make<&K::mpClose>("Close"), Make<&K::mpRead>("Read"),
         Make<&K::mpWrite>("Write"), Make<&K::mpWritev>("Writev"), Make<&K::mpFlock>("Flock"),
         Make<&K::mpFtruncate>("Ftruncate"), Make<&K::mpFsync>("Fsync"), Make<&K::mpFdatasync>("Fdatasync"),
-        Make<&K::mpLseek>("Lseek"), Make<&K::mpStat>("Stat"), Make<&K::mpLstat>("Lstat"), Make<&K::mpFstat>("Fstat"),
+        Make<&K::mpLseek>("Lseek"), Make<&K::mpStatx>("Statx"), Make<&K::mpLstat>("Lstat"), Make<&K::mpFstat>("Fstat"),
         Make<&K::mpFchmod>("Fchmod"), Make<&K::mpFchown>("Fchown"), Make<&K::mpFutimens>("Futimens"),
         Make<&K::mpRename>("Rename"), Make<&K::mpUnlink>("Unlink"), Make<&K::mpMkostemp>("Mkostemp"),
         Make<&K::mpMkdir>("Mkdir"), Make<&K::mpGetrlimit>("Getrlimit"), Make<&K::mpSigaction>("Sigaction")};
@@ -104,13 +104,13 @@ namespace
                 "Failed to write 4 bytes to file 'file'.", "Failed to write 7 bytes to file 'file'.",
                 "Failed to read 4 bytes from file 'file'.", "Failed to truncate file 'file'.",
                 "Failed to flush file 'file'.", "Failed to close handle of file 'file'."},
-            true, {"Stat"}},
+            true, {"Statx"}},
         {"move", [] { MoveFile(u"file"_w, u"new"_w); }, {"Failed to move file 'file' to 'new'."}},
         {"move across", MoveAcross, {"Failed to move file 'file' to 'other'."}},
         {"delete", [] { ThrowReport([](auto* err) { return DeleteFile(u"file"_w, err); }); },
             {"Failed to delete file 'GUID'."}, true, {"Lstat", "Rename"}},
         {"create", [] { CreateDirectory(u"a/b"_w, true); },
-            {"Failed to create directory 'a'.", "Failed to create directory 'a/b'."}, false, {"Stat"}}};
+            {"Failed to create directory 'a'.", "Failed to create directory 'a/b'."}, false, {"Statx"}}};
 
     class Faults : public TemporaryFolder
     {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include <fcntl.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace QzOs
@@ -21,34 +22,56 @@ namespace QzOs
         constexpr mode_t kAnyoneMayWrite = S_IWUSR | S_IWGRP | S_IWOTH;
         constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
 
-        Error GetStatus(unsigned short const* path, Links links, struct stat& status)
+        /// Asks for what the mask names (STATX_...).
+        Error Query(unsigned short const* path, Links links, unsigned int mask, struct statx& status)
         {
-            auto const ask = links == Links::Follow ? gKernel.mpStat : gKernel.mpLstat;
-            return CallOnPath(path, [&](char const* kernelPath) { return ask(kernelPath, &status); });
+            // Like stat, which mounts nothing that it finds waiting for it.
+            int const flags = AT_NO_AUTOMOUNT | (links == Links::Follow ? 0 : AT_SYMLINK_NOFOLLOW);
+            return CallOnPath(path,
+                [&](char const* kernelPath) { return gKernel.mpStatx(AT_FDCWD, kernelPath, flags, mask, &status); });
+        }
+
+        FileKind ToKind(struct statx const& status)
+        {
+            return S_ISDIR(status.stx_mode) ? FileKind::Directory : FileKind::File;
+        }
+
+        /// Equal to what fstat tells of the open file.
+        FileIdentity ToIdentity(struct statx const& status)
+        {
+            return {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino};
         }
     }
 
     FileKind GetFileKind(unsigned short const* path, Links links)
     {
-        struct stat status;
-        if (GetStatus(path, links, status) != 0)
+        struct statx status;
+        return Query(path, links, STATX_TYPE, status) == 0 ? ToKind(status) : FileKind::None;
+    }
+
+    FileKind GetFileKind(unsigned short const* path, FileIdentity& identity)
+    {
+        struct statx status;
+        if (Query(path, Links::Follow, STATX_TYPE | STATX_INO, status) != 0)
             return FileKind::None;
-        return S_ISDIR(status.st_mode) ? FileKind::Directory : FileKind::File;
+        identity = ToIdentity(status);
+        return ToKind(status);
     }
 
     Error GetFileIdentity(unsigned short const* path, FileIdentity& identity)
     {
-        struct stat status;
-        Error const error = GetStatus(path, Links::Follow, status);
+        struct statx status;
+        Error const error = Query(path, Links::Follow, STATX_INO, status);
         if (error == 0)
-            identity = {status.st_dev, status.st_ino};
+            identity = ToIdentity(status);
         return error;
     }
 
     Error GetFileInformation(unsigned short const* path, FileInformation& information)
     {
         struct stat status;
-        Error const error = GetStatus(path, Links::Follow, status);
+        Error const error =
+            CallOnPath(path, [&status](char const* kernelPath) { return gKernel.mpStat(kernelPath, &status); });
         if (error != 0)
             return error;
         information.mSize = static_cast<std::uint64_t>(status.st_size);

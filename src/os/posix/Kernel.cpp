@@ -42,6 +42,7 @@ namespace QzOs::Posix
         .mpFsync = ::fsync,
         .mpFdatasync = ::fdatasync,
 
+        .mpStatx = ::statx,
         .mpStat = ::stat,
         .mpLstat = ::lstat,
         .mpFstat = ::fstat,

@@ -37,6 +37,7 @@ namespace QzOs::Posix
         int (*mpFsync)(int descriptor);
         int (*mpFdatasync)(int descriptor);
 
+        int (*mpStatx)(int directory, char const* path, int flags, unsigned int mask, struct statx* status);
         int (*mpStat)(char const* path, struct stat* status);
         int (*mpLstat)(char const* path, struct stat* status);
         int (*mpFstat)(int descriptor, struct stat* status);
