@@ -1,10 +1,11 @@
 #pragma once
 
 #include <QzLog/LogFunctions.h>
+#include <QzLog/SourceLocation.h>
 #include <QzLog/details/CallText.h>
 #include <QzLog/details/CallValues.h>
 
-// The comfortable way to log: the place of the call and the values are taken care of.
+// The comfortable way to log: the source location of the call and the values are taken care of.
 //
 //     QzLog::Log(*router, "User %1 ran %2 in %3 ms", user, command, milliseconds);
 //     QzLog::Log(*router, kReportDone, user, milliseconds);           // a message ID in place of the template
@@ -57,12 +58,13 @@ namespace QzLog
     {
         if (!router.mEnabled.load(std::memory_order_relaxed)) [[likely]]
             return;
-        CallPlace const& place = text.GetPlace();
+        SourceLocation const& location = text.GetLocation();
         if (sizeof...(Values) == 0 && text.IsPlain())
-            LogString(router, text.GetText(), nullptr, place.mpFileName, place.mpFunctionName, place.mLineNumber);
+            LogString(
+                router, text.GetText(), nullptr, location.mpFileName, location.mpFunctionName, location.mLineNumber);
         else
             LogMessage(router, text.GetText(), CallDetails::Collect<CallDetails::Passed<Values>...>(values...), nullptr,
-                place.mpFileName, place.mpFunctionName, place.mLineNumber);
+                location.mpFileName, location.mpFunctionName, location.mLineNumber);
         CallDetails::KeepFrame();
     }
 
@@ -73,14 +75,14 @@ namespace QzLog
     {
         if (!router.mEnabled.load(std::memory_order_relaxed)) [[likely]]
             return;
-        CallPlace const& place = id.GetPlace();
+        SourceLocation const& location = id.GetLocation();
         LogMessage(router, id.GetID(), CallDetails::Collect<CallDetails::Passed<Values>...>(values...),
-            id.GetCatalogContext(), place.mpFileName, place.mpFunctionName, place.mLineNumber);
+            id.GetCatalogContext(), location.mpFileName, location.mpFunctionName, location.mLineNumber);
         CallDetails::KeepFrame();
     }
 
-    /// Logs a structured message, under its own ID and without a place: each destination takes the text in its own
-    /// language.
+    /// Logs a structured message, under its own ID and without a source location: each destination takes the text in
+    /// its own language.
     [[gnu::always_inline]] inline void Log(Router& router, QzBase::Message const& message)
     {
         if (!router.mEnabled.load(std::memory_order_relaxed)) [[likely]]
@@ -89,7 +91,7 @@ namespace QzLog
         CallDetails::KeepFrame();
     }
 
-    /// Builds the text whether the router is enabled or not, logs it (without a place), and throws it as
+    /// Builds the text whether the router is enabled or not, logs it (without a source location), and throws it as
     /// QzBase::ExceptionImpl<QzBase::Message> with the ID -1. See LogMessageAndThrowBaseException.
     template <class... Values>
     [[noreturn, gnu::always_inline]] inline void LogAndThrow(

@@ -24,7 +24,7 @@
 //                   It is empty afterwards, but keeps its values where the router is disabled
 //   catalogContext  handed to the catalog with an ID, and not read with a text; may be null
 //   fileName, functionName, lineNumber
-//                   the place of the call; file and function may be null
+//                   the source location of the call; file and function may be null
 
 namespace QzLog
 {

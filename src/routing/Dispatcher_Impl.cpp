@@ -10,38 +10,34 @@
 #include "support/base/MessageMemory.h"
 
 #include <QzLog/MessageHeader.h>
+#include <QzLog/SourceLocation.h>
 
 namespace QzLog
 {
     namespace
     {
-        /// What the header of one message gets besides the time and the names.
-        struct Stamp
-        {
-            unsigned int mMessageID;
-            char const* mpFileName;
-            char const* mpFunctionName;
-            int mLineNumber;
-        };
-
         /// The time goes first: it is what makes the header build its texts anew.
-        MessageHeader& StampHeader(ThreadContext& context, Logger& logger, Dispatcher& dispatcher, Stamp const& stamp)
+        MessageHeader& StampHeader(ThreadContext& context, Logger& logger, Dispatcher& dispatcher,
+            unsigned int messageID, SourceLocation const& location)
         {
             MessageHeader& header = *context.GetMessageHeader();
             header.SetTimestampToNow();
             header.SetLoggerName(logger.GetName());
             header.SetDispatcherName(dispatcher.GetName());
-            header.SetSourceFile(stamp.mpFileName);
-            header.SetSourceFunction(stamp.mpFunctionName);
-            header.SetSourceLine(stamp.mLineNumber);
-            header.SetMessageID(stamp.mMessageID);
+            header.SetSourceFile(location.mpFileName);
+            header.SetSourceFunction(location.mpFunctionName);
+            header.SetSourceLine(location.mLineNumber);
+            header.SetMessageID(messageID);
             header.SetServerName(context.GetServerName());
             return header;
         }
 
-        Stamp StampOf(QzBase::Message const& message)
+        /// A structured message comes without a source location.
+        MessageHeader& StampHeader(
+            ThreadContext& context, Logger& logger, Dispatcher& dispatcher, QzBase::Message const& message)
         {
-            return {static_cast<unsigned int>(message.GetID()), nullptr, nullptr, 0};
+            return StampHeader(
+                context, logger, dispatcher, static_cast<unsigned int>(message.GetID()), {nullptr, nullptr, 0});
         }
 
         /// The thread's body with one message, for as long as that is delivered.
@@ -129,7 +125,7 @@ namespace QzLog
         if (!list || !module || HasOutlivedItsModule(logger))
             return;
         MessageHeader& header =
-            StampHeader(*module->GetThreadContext(), logger, *this, {messageID, fileName, functionName, lineNumber});
+            StampHeader(*module->GetThreadContext(), logger, *this, messageID, {fileName, functionName, lineNumber});
         for (QzBase::CountedPtr<Destination> const& destination : list->mDestinations)
             destination->WriteMessage(text, header);
     }
@@ -144,7 +140,7 @@ namespace QzLog
         if (!list || !module || HasOutlivedItsModule(logger))
             return;
         ThreadContext& context = *module->GetThreadContext();
-        MessageHeader& header = StampHeader(context, logger, *this, StampOf(message));
+        MessageHeader& header = StampHeader(context, logger, *this, message);
         FilledBody const body(context, message);
         for (QzBase::CountedPtr<Destination> const& destination : list->mDestinations)
             destination->WriteMessage(header, *body);
@@ -160,7 +156,7 @@ namespace QzLog
         if (!list || !module || HasOutlivedItsModule(logger))
             return;
         ThreadContext& context = *module->GetThreadContext();
-        MessageHeader& header = StampHeader(context, logger, *this, StampOf(message));
+        MessageHeader& header = StampHeader(context, logger, *this, message);
         FilledBody const body(context, message);
         for (QzBase::CountedPtr<Destination> const& destination : list->mDestinations)
             destination->WriteMessage(header, *body);
@@ -175,7 +171,7 @@ namespace QzLog
         if (!module || HasOutlivedItsModule(logger))
             return;
         MessageHeader& header =
-            StampHeader(*module->GetThreadContext(), logger, *this, {messageID, fileName, functionName, lineNumber});
+            StampHeader(*module->GetThreadContext(), logger, *this, messageID, {fileName, functionName, lineNumber});
         headerJson = header.GetHeaderJSON();
     }
 

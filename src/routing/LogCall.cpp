@@ -23,18 +23,18 @@ namespace QzLog
         }
     }
 
-    [[gnu::noinline]] TextCall::TextCall(
-        Router& router, char const* templateText, QzResource::MessageFormatter& formatter, SourcePlace const& place)
-        : mRouter(router), mPlace(place), mFormatter(&formatter)
+    [[gnu::noinline]] TextCall::TextCall(Router& router, char const* templateText,
+        QzResource::MessageFormatter& formatter, SourceLocation const& location)
+        : mRouter(router), mLocation(location), mFormatter(&formatter)
     {
         ErrnoGuard const keepErrno;
         mpText = QzResource::FormatOnce(formatter, templateText);
     }
 
     [[gnu::noinline]] IDCall::IDCall(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
-        char const* catalogContext, SourcePlace const& place)
+        char const* catalogContext, SourceLocation const& location)
         : mRouter(router),
-          mPlace(place),
+          mLocation(location),
           mMessageID(messageID),
           mFormatter(&formatter),
           mpCatalog(router.GetMessageCatalog())
@@ -52,8 +52,8 @@ namespace QzLog
     }
 
     [[gnu::noinline]] IDCall::IDCall(
-        Router& router, unsigned int messageID, char const* catalogContext, SourcePlace const& place)
-        : mRouter(router), mPlace(place), mMessageID(messageID), mpCatalog(router.GetMessageCatalog())
+        Router& router, unsigned int messageID, char const* catalogContext, SourceLocation const& location)
+        : mRouter(router), mLocation(location), mMessageID(messageID), mpCatalog(router.GetMessageCatalog())
     {
         mString = mpCatalog ? mpCatalog->GetMessageString(messageID, QzResource::GetProcessLanguageID(), catalogContext)
                             : QzBase::ReturnString(NameOfID(messageID));

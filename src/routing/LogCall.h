@@ -6,6 +6,7 @@
 #include <QzBase/ReturnString.h>
 #include <QzLog/MessageCatalog.h>
 #include <QzLog/Router.h>
+#include <QzLog/SourceLocation.h>
 #include <QzResource/MessageFormatter.h>
 
 namespace QzLog
@@ -14,14 +15,6 @@ namespace QzLog
     {
         return router.mEnabled.load(std::memory_order_relaxed);
     }
-
-    /// The place of a log call in its source.
-    struct SourcePlace
-    {
-        char const* mpFileName;
-        char const* mpFunctionName;
-        int mLineNumber;
-    };
 
     /// The formatter of a log call until the call is over: a long text does not stay with the thread. Null allowed.
     class FormatterOfCall
@@ -48,10 +41,10 @@ namespace QzLog
     struct TextCall
     {
         TextCall(Router& router, char const* templateText, QzResource::MessageFormatter& formatter,
-            SourcePlace const& place);
+            SourceLocation const& location);
 
         Router& mRouter;
-        SourcePlace mPlace;
+        SourceLocation mLocation;
         FormatterOfCall const mFormatter;
         char const* mpText;
     };
@@ -62,10 +55,10 @@ namespace QzLog
     {
         /// A text with the formatter's values.
         IDCall(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
-            char const* catalogContext, SourcePlace const& place);
+            char const* catalogContext, SourceLocation const& location);
 
         /// A text as it stands.
-        IDCall(Router& router, unsigned int messageID, char const* catalogContext, SourcePlace const& place);
+        IDCall(Router& router, unsigned int messageID, char const* catalogContext, SourceLocation const& location);
 
         ~IDCall();
         IDCall(IDCall const&) = delete;
@@ -73,7 +66,7 @@ namespace QzLog
 
         ErrnoGuard const mKeepErrno;
         Router& mRouter;
-        SourcePlace mPlace;
+        SourceLocation mLocation;
         unsigned int mMessageID;
         FormatterOfCall const mFormatter;
         QzBase::ReturnPtrI<MessageCatalog> mpCatalog;

@@ -31,7 +31,7 @@ namespace QzLog
             return;
         TextCall const call(router, templateText, formatter, {fileName, functionName, lineNumber});
         call.mRouter.LogText(
-            call.mpText, 0, call.mPlace.mpFileName, call.mPlace.mpFunctionName, call.mPlace.mLineNumber);
+            call.mpText, 0, call.mLocation.mpFileName, call.mLocation.mpFunctionName, call.mLocation.mLineNumber);
     }
 
     QZLOG_CALL_FRAME void LogMessage(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
@@ -40,8 +40,8 @@ namespace QzLog
         if (!IsEnabled(router))
             return;
         IDCall const call(router, messageID, formatter, catalogContext, {fileName, functionName, lineNumber});
-        call.mRouter.LogText(
-            call.mpText, call.mMessageID, call.mPlace.mpFileName, call.mPlace.mpFunctionName, call.mPlace.mLineNumber);
+        call.mRouter.LogText(call.mpText, call.mMessageID, call.mLocation.mpFileName, call.mLocation.mpFunctionName,
+            call.mLocation.mLineNumber);
     }
 
     QZLOG_CALL_FRAME void LogString(
@@ -58,8 +58,8 @@ namespace QzLog
         if (!IsEnabled(router))
             return;
         IDCall const call(router, messageID, catalogContext, {fileName, functionName, lineNumber});
-        call.mRouter.LogText(
-            call.mpText, call.mMessageID, call.mPlace.mpFileName, call.mPlace.mpFunctionName, call.mPlace.mLineNumber);
+        call.mRouter.LogText(call.mpText, call.mMessageID, call.mLocation.mpFileName, call.mLocation.mpFunctionName,
+            call.mLocation.mLineNumber);
     }
 
     QZLOG_CALL_FRAME void LogMessage4NP(Router& router, char const* text, QzResource::MessageFormatter&, char const*,
@@ -76,8 +76,8 @@ namespace QzLog
         if (!IsEnabled(router))
             return;
         IDCall const call(router, messageID, formatter, catalogContext, {fileName, functionName, lineNumber});
-        call.mRouter.LogText(
-            call.mpText, call.mMessageID, call.mPlace.mpFileName, call.mPlace.mpFunctionName, call.mPlace.mLineNumber);
+        call.mRouter.LogText(call.mpText, call.mMessageID, call.mLocation.mpFileName, call.mLocation.mpFunctionName,
+            call.mLocation.mLineNumber);
     }
 
     // The texts are copied before they are logged: they are still to be thrown, and a destination may use the

@@ -2,6 +2,7 @@
 
 #include <QzBase/Export.h>
 #include <QzBase/details/TemplateText.h>
+#include <QzLog/SourceLocation.h>
 
 #include <concepts>
 #include <cstddef>
@@ -10,19 +11,11 @@
 #include <type_traits>
 
 // What can stand behind the router in a call of QzLog::Log: a template as a literal, a RunTimeTemplate, or a message
-// ID. All three note the place of the call, which is why a call needs no macro: write them inside the call, where
-// literals and IDs become these types by themselves. The texts are not copied.
+// ID. All three note the source location of the call, so that a call needs no macro: write them inside the call,
+// where literals and IDs become these types by themselves. The texts are not copied.
 
 namespace QzLog
 {
-    /// Where a call stands in its source.
-    struct CallPlace
-    {
-        char const* mpFileName;
-        char const* mpFunctionName;
-        int mLineNumber;
-    };
-
     /// A template that is known only when the program runs, so that nothing checks its numbers: one without a value
     /// stays as it stands. For a text that is no template write Log(router, "%1", text).
     class RunTimeTemplate
@@ -86,7 +79,7 @@ namespace QzLog
         consteval CallTemplate(Text const& text, char const* fileName = __builtin_FILE(),
             char const* functionName = __builtin_FUNCTION(), int lineNumber = __builtin_LINE())
             : mpText(text),
-              mPlace{fileName, functionName, lineNumber},
+              mLocation{fileName, functionName, lineNumber},
               mIsPlain(std::string_view(mpText).find('%') == std::string_view::npos)
         {
             CallDetails::TemplateFault const fault = CallDetails::FindFault(mpText, valueCount);
@@ -98,19 +91,19 @@ namespace QzLog
 
         CallTemplate(RunTimeTemplate text, char const* fileName = __builtin_FILE(),
             char const* functionName = __builtin_FUNCTION(), int lineNumber = __builtin_LINE()) noexcept
-            : mpText(text.GetText()), mPlace{fileName, functionName, lineNumber}, mIsPlain(false)
+            : mpText(text.GetText()), mLocation{fileName, functionName, lineNumber}, mIsPlain(false)
         {
         }
 
         constexpr char const* GetText() const noexcept { return mpText; }
-        constexpr CallPlace const& GetPlace() const noexcept { return mPlace; }
+        constexpr SourceLocation const& GetLocation() const noexcept { return mLocation; }
 
         /// Whether the text is known to have no "%" at all, so that it is the finished text too.
         constexpr bool IsPlain() const noexcept { return mIsPlain; }
 
     private:
         char const* mpText;
-        CallPlace mPlace;
+        SourceLocation mLocation;
         bool mIsPlain;
     };
 
@@ -125,17 +118,17 @@ namespace QzLog
             char const* functionName = __builtin_FUNCTION(), int lineNumber = __builtin_LINE()) noexcept
             : mID(static_cast<unsigned int>(id)),
               mpCatalogContext(catalogContext),
-              mPlace{fileName, functionName, lineNumber}
+              mLocation{fileName, functionName, lineNumber}
         {
         }
 
         constexpr unsigned int GetID() const noexcept { return mID; }
         constexpr char const* GetCatalogContext() const noexcept { return mpCatalogContext; }
-        constexpr CallPlace const& GetPlace() const noexcept { return mPlace; }
+        constexpr SourceLocation const& GetLocation() const noexcept { return mLocation; }
 
     private:
         unsigned int mID;
         char const* mpCatalogContext;
-        CallPlace mPlace;
+        SourceLocation mLocation;
     };
 }
