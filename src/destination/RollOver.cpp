@@ -1,7 +1,7 @@
 #include "destination/RollOver.h"
 
 #include "filesystem/FileQueries.h"
-#include "filesystem/stdio/File.h"
+#include "filesystem/stdio/FileDescriptors.h"
 #include "filesystem/stdio/FileGuards.h"
 #include "os/Cancellation.h"
 #include "os/FilesByPath.h"

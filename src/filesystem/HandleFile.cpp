@@ -3,7 +3,7 @@
 #include "filesystem/Directories.h"
 #include "filesystem/Failures.h"
 #include "filesystem/FileQueries.h"
-#include "filesystem/stdio/File.h"
+#include "filesystem/stdio/FileDescriptors.h"
 #include "os/Cancellation.h"
 #include "os/FilesByPath.h"
 #include "os/Fork.h"

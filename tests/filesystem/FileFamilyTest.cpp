@@ -1,7 +1,7 @@
 #include "filesystem/TemporaryFolder.h"
 
 #include "filesystem/stdio/CopyFile.h"
-#include "filesystem/stdio/File.h"
+#include "filesystem/stdio/FileDescriptors.h"
 #include "filesystem/stdio/FileGuards.h"
 
 using namespace QzBase::Literals;

@@ -1,6 +1,6 @@
 #include "filesystem/stdio/CopyFile.h"
 
-#include "filesystem/stdio/File.h"
+#include "filesystem/stdio/FileDescriptors.h"
 #include "filesystem/stdio/FileGuards.h"
 
 #include <memory>

@@ -1,4 +1,4 @@
-#include "filesystem/stdio/File.h"
+#include "filesystem/stdio/FileDescriptors.h"
 
 #include "filesystem/Failures.h"
 #include "filesystem/stdio/FileGuards.h"

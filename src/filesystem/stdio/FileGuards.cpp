@@ -1,6 +1,6 @@
 #include "filesystem/stdio/FileGuards.h"
 
-#include "filesystem/stdio/File.h"
+#include "filesystem/stdio/FileDescriptors.h"
 #include "os/FilesStreams.h"
 
 namespace QzFileSystem::File

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <utility>
 
-// Scoped guards for the descriptors and streams of File.h.
+// Scoped guards for the descriptors and streams of FileDescriptors.h.
 
 namespace QzFileSystem::File
 {
