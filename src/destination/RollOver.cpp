@@ -1,5 +1,6 @@
 #include "destination/RollOver.h"
 
+#include "filesystem/FileChanges.h"
 #include "filesystem/FileQueries.h"
 #include "filesystem/stdio/FileDescriptors.h"
 #include "filesystem/stdio/FileGuards.h"

@@ -3,10 +3,8 @@
 #include "filesystem/Paths.h"
 
 #include <QzBase/Message.h>
-#include <QzDataType/StringCollection.h>
 
-// Directories: the process's own two, listing, creation and removal. Threads, paths and failures as in
-// FileQueries.h.
+// Directories: the process's own two, creation and removal. Threads, paths and failures as in FileQueries.h.
 
 namespace QzFileSystem
 {
@@ -23,17 +21,9 @@ namespace QzFileSystem
     /// Empty when it has 260 or more code units. Never fails.
     QzBase::ReturnWString GetTemporaryDirectory();
 
-    /// The paths that match a pattern, in the order of the file system. "*" and "?" count in its last
-    /// component only. No match is an empty list, a missing directory a failure. The caller deletes the list.
-    QzDataType::StringCollection* FindFiles(unsigned short const* pattern);
-
     /// Creates a directory, with `recursive` also its missing ancestors. Fails when it is there already.
     void CreateDirectory(unsigned short const* path, bool recursive);
 
     /// Removes an empty directory.
     bool RemoveDirectory(unsigned short const* path, QzBase::Message* err);
-
-    /// Removes a directory and all below it. Symbolic links below it are removed and not followed; one
-    /// at the path itself fails, and so does the empty path. What cannot be removed does not stop the rest.
-    bool RemoveDirectoryTree(unsigned short const* path, QzBase::Message* err);
 }

@@ -1,7 +1,8 @@
-#include "filesystem/Directories.h"
+#include "filesystem/DirectoryWalk.h"
 
+#include "filesystem/Directories.h"
 #include "filesystem/Failures.h"
-#include "filesystem/FileQueries.h"
+#include "filesystem/FileChanges.h"
 #include "filesystem/PathComponents.h"
 #include "os/FilesDirectories.h"
 

@@ -1,4 +1,4 @@
-#include "filesystem/FileQueries.h"
+#include "filesystem/FileChanges.h"
 
 #include "filesystem/Directories.h"
 #include "filesystem/Failures.h"

@@ -5,11 +5,11 @@
 
 #include <cstdint>
 
-// Questions to the file system about a path, and changes of a single file by its path. All may be called
-// from any thread; relative paths depend on the process's current directory. An answer is a snapshot: it may
-// be out of date when the caller acts on it. Paths are wide text, never null unless a line says so. What
-// throws, throws QzBase::Message. Operations with a `QzBase::Message*` put their failures in front of what
-// that message holds and answer false; with null they stay silent.
+// Questions to the file system about a path. All may be called from any thread; relative paths depend on the
+// process's current directory. An answer is a snapshot: it may be out of date when the caller acts on it. Paths are
+// wide text, never null unless a line says so. What throws, throws QzBase::Message. Operations with a
+// `QzBase::Message*` put their failures in front of what that message holds and answer false; with null they stay
+// silent. The library itself uses IsFile and IsDirectory; the rest makes the family complete.
 
 namespace QzFileSystem
 {
@@ -42,17 +42,4 @@ namespace QzFileSystem
     /// Gives the bytes that the caller may still use and all bytes of the file system that holds the path.
     /// A null path gives 0 for both.
     void GetDiskFreeSpace(unsigned short const* path, std::uint64_t& freeBytes, std::uint64_t& totalBytes);
-
-    /// Moves a file to another name, which it replaces; a directory there is a failure. Inside one file
-    /// system the change is atomic. Between two, the content is on disk under the new name before the old
-    /// one goes. If both are names of one file, the old name goes.
-    void MoveFile(unsigned short const* from, unsigned short const* to);
-
-    /// Deletes a file. It is first moved to the directory for temporary files, so that its name is free at
-    /// once; where that directory lies on another file system, it is deleted in place. Throws nothing.
-    bool DeleteFile(unsigned short const* path, QzBase::Message* err);
-
-    /// Creates an empty file in the directory for temporary files, with a name that begins with `prefix`,
-    /// and returns its path; the empty text when the directory's path has 260 or more code units.
-    QzBase::ReturnWString CreateTemporaryFile(unsigned short const* prefix);
 }

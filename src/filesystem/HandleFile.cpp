@@ -2,7 +2,7 @@
 
 #include "filesystem/Directories.h"
 #include "filesystem/Failures.h"
-#include "filesystem/FileQueries.h"
+#include "filesystem/FileChanges.h"
 #include "filesystem/stdio/FileDescriptors.h"
 #include "os/Cancellation.h"
 #include "os/FilesByPath.h"

@@ -2,6 +2,8 @@
 #include "filesystem/TemporaryFolder.h"
 
 #include "filesystem/Directories.h"
+#include "filesystem/DirectoryWalk.h"
+#include "filesystem/FileChanges.h"
 #include "filesystem/FileLocks.h"
 #include "filesystem/FileObjects.h"
 #include "filesystem/FileQueries.h"

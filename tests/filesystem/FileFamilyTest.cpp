@@ -3,6 +3,8 @@
 #include "filesystem/stdio/CopyFile.h"
 #include "filesystem/stdio/FileDescriptors.h"
 #include "filesystem/stdio/FileGuards.h"
+#include "filesystem/stdio/FileMoveBlock.h"
+#include "filesystem/stdio/FileStreams.h"
 
 using namespace QzBase::Literals;
 using namespace QzFileSystem;

@@ -1,6 +1,8 @@
 #include "filesystem/TemporaryFolder.h"
 
 #include "filesystem/Directories.h"
+#include "filesystem/DirectoryWalk.h"
+#include "filesystem/FileChanges.h"
 #include "filesystem/FileQueries.h"
 
 using namespace QzBase::Literals;

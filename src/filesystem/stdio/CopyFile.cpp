@@ -2,6 +2,7 @@
 
 #include "filesystem/stdio/FileDescriptors.h"
 #include "filesystem/stdio/FileGuards.h"
+#include "filesystem/stdio/FileStreams.h"
 
 #include <memory>
 

@@ -1,6 +1,7 @@
 #include "filesystem/stdio/FileGuards.h"
 
 #include "filesystem/stdio/FileDescriptors.h"
+#include "filesystem/stdio/FileStreams.h"
 #include "os/FilesStreams.h"
 
 namespace QzFileSystem::File

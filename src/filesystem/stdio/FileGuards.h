@@ -3,7 +3,8 @@
 #include <cstdio>
 #include <utility>
 
-// Scoped guards for the descriptors and streams of FileDescriptors.h.
+// Scoped guards for the descriptors of FileDescriptors.h and the streams of FileStreams.h. The library itself uses
+// ScopedDescriptor alone.
 
 namespace QzFileSystem::File
 {

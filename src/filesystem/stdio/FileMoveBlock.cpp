@@ -1,6 +1,8 @@
-#include "filesystem/stdio/FileDescriptors.h"
+#include "filesystem/stdio/FileMoveBlock.h"
 
 #include "filesystem/Failures.h"
+#include "filesystem/stdio/FileDescriptors.h"
+#include "filesystem/stdio/FileStreams.h"
 #include "os/FilesStreams.h"
 
 namespace QzFileSystem::File

@@ -1,6 +1,7 @@
-#include "filesystem/stdio/FileDescriptors.h"
+#include "filesystem/stdio/FileStreams.h"
 
 #include "filesystem/Failures.h"
+#include "filesystem/stdio/FileDescriptors.h"
 #include "filesystem/stdio/FileGuards.h"
 #include "os/FilesStreams.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// The numbers that say how the functions of FileDescriptors.h open a file.
+// The numbers that say how the functions of FileDescriptors.h and FileStreams.h open a file.
 
 namespace QzFileSystem
 {
