@@ -12,7 +12,9 @@
 #include <atomic>
 #include <optional>
 
+#include <arpa/inet.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <netdb.h>
 #include <pthread.h>
 
@@ -126,6 +128,33 @@ TEST_F(KafkaProducerTest, StatusFollowsTheConnectionAndTheEndDelivers)
     }
     EXPECT_EQ(KafkaProducer::GetKafkaProducerStatus(), KafkaProducer::kStatusUnusable) << "ended";
     EXPECT_TRUE(GetAccepted() == 2 && GetDelivered() == 2);
+}
+
+// As descriptor 2 it would get what the program and the debug output write there. What the broker has accepted, which
+// is in this process too, may stand there: it has the broker's port on its own side.
+TEST_F(KafkaProducerTest, NoConnectionBecomesAStandardStream)
+{
+    auto const isConnected = [this](int descriptor)
+    {
+        sockaddr_in peer = {};
+        socklen_t size = sizeof(peer);
+        void* const place = &peer;
+        return getpeername(descriptor, static_cast<sockaddr*>(place), &size) == 0 &&
+               mBroker.GetAddress().ends_with(':' + std::to_string(ntohs(peer.sin_port)));
+    };
+    mBroker.GoDown();
+    KafkaProducer::Configure(mProperties);
+    KafkaClient::Initializer const client;
+    EXPECT_TRUE(StatusBecomes(KafkaProducer::kStatusDown));
+    int const kept[] = {fcntl(0, F_DUPFD_CLOEXEC, 3), fcntl(1, F_DUPFD_CLOEXEC, 3), fcntl(2, F_DUPFD_CLOEXEC, 3)};
+    close(0), close(1), close(2);
+    mBroker.ComeUp();
+    bool const isUp = StatusBecomes(KafkaProducer::kStatusUp);
+    bool const isStandard = isConnected(0) || isConnected(1) || isConnected(2);
+    for (int descriptor : {0, 1, 2})
+        dup2(kept[descriptor], descriptor), close(kept[descriptor]);
+    EXPECT_TRUE(isUp);
+    EXPECT_FALSE(isStandard);
 }
 
 TEST_F(KafkaProducerTest, RefusedPropertiesAreNamedAndChangeNothing)
