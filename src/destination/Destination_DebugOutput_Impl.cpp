@@ -14,7 +14,7 @@ namespace QzLog
     {
         void Write(char const* text)
         {
-            if (QzOs::IsCopyingProcess())
+            if (QzOs::IsForking())
                 return;
             QzOs::gCalls.mpWriteDebugOutput(QzBase::UTF8ToWideChar(text, true).c_str());
         }

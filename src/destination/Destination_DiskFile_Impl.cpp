@@ -117,7 +117,7 @@ namespace QzLog
 
     QZLOG_CALL_FRAME void Destination_DiskFile_Impl::WriteMessage(char const* bodyText, MessageHeader& header)
     {
-        if (QzOs::IsCopyingProcess())
+        if (QzOs::IsForking())
             return;
         QzBase::ReturnString const text =
             FormatMultiLineMessageText(header.GetMessageID(), header.GetHeaderText(), bodyText, true);

@@ -113,7 +113,7 @@ namespace QzLog
 
     QZLOG_CALL_FRAME void Destination_KafkaLog_Impl::WriteMessage(char const* bodyText, MessageHeader& header)
     {
-        if (QzOs::IsCopyingProcess())
+        if (QzOs::IsForking())
             return;
         if (mpDiskFile)
             TellLosses(*mpDiskFile, header.GetHostName(), header.GetServerName());

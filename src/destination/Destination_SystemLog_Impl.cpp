@@ -74,7 +74,7 @@ namespace QzLog
 
     void Destination_SystemLog_Impl::ReportEvent(char const* text, unsigned int severity, unsigned short eventID)
     {
-        if (QzOs::IsCopyingProcess())
+        if (QzOs::IsForking())
             return;
         EventSource const eventSource = GetEventSource();
         QzOs::gCalls.mpReportEvent(

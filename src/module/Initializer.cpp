@@ -90,7 +90,7 @@ namespace QzLog
 
         bool WatchForks() noexcept
         {
-            static bool const areWatched = QzOs::CallAroundProcessCopy(nullptr, nullptr, ForgetOtherThreads);
+            static bool const areWatched = QzOs::CallAroundFork(nullptr, nullptr, ForgetOtherThreads);
             return areWatched;
         }
 

@@ -3,7 +3,8 @@
 #include <cstdint>
 #include <mutex>
 
-// A thread can ask for a copy of the process. The copy has that thread alone.
+// What a fork means for this process. The child has one thread, a copy of the one that forked. On a system without fork
+// the generation stays 0, nothing is called around one, and no thread is ever forking.
 
 namespace QzOs
 {
@@ -12,42 +13,41 @@ namespace QzOs
     /// parent. Costs a memory read.
     std::uint32_t GetForkGeneration();
 
-    /// Has the three functions called whenever the process is copied, on the thread that asks for the copy
-    /// and that is the only one which goes on in it. Each may be null. Who comes here later is called earlier before a
-    /// copy, and later after it. Returns false when there is no room for that. Not to be called by such a function.
-    bool CallAroundProcessCopy(void (*before)(), void (*afterInOriginal)(), void (*afterInCopy)()) noexcept;
+    /// Has the three functions called around every fork, on the thread that forks. Each may be null. Who comes here
+    /// later is called earlier before a fork, and later after it. Returns false when there is no room for that. Not to
+    /// be called by such a function.
+    bool CallAroundFork(void (*before)(), void (*inParent)(), void (*inChild)()) noexcept;
 
     // Reached directly and not through a call of the dynamic linker: a message comes by here.
-    [[gnu::tls_model("initial-exec")]] extern constinit thread_local bool tIsCopyingProcess;
+    [[gnu::tls_model("initial-exec")]] extern constinit thread_local bool tIsForking;
 
-    /// Whether the calling thread is copying the process: from before the first of those functions to behind the last
-    /// one, in the original and in the copy. Then all locks that are held around a copy are this thread's. The host
-    /// program's own functions can be called in between, if it registered them before this library was loaded. Costs a
-    /// memory read.
-    inline bool IsCopyingProcess() noexcept
+    /// Whether the calling thread is forking: from before the first of those functions until after the last one, in the
+    /// parent and in the child. Then all locks that are held around a fork are this thread's. The host program's own
+    /// functions can be called in between, if it registered them before this library was loaded. Costs a memory read.
+    inline bool IsForking() noexcept
     {
-        return tIsCopyingProcess;
+        return tIsForking;
     }
 
-    /// A mutex that is held around copies of the process, and open meanwhile to the thread that makes the copy.
-    class ProcessCopyMutex
+    /// A mutex that is held around forks, and open meanwhile to the thread that forks.
+    class ForkMutex
     {
     public:
         void lock()
         {
-            if (!IsCopyingProcess())
+            if (!IsForking())
                 mMutex.lock();
         }
 
         void unlock()
         {
-            if (!IsCopyingProcess())
+            if (!IsForking())
                 mMutex.unlock();
         }
 
-        // For the functions that are called around a copy.
-        void LockBeforeCopy() { mMutex.lock(); }
-        void UnlockAfterCopy() { mMutex.unlock(); }
+        // For the functions that are called around a fork.
+        void LockBeforeFork() { mMutex.lock(); }
+        void UnlockAfterFork() { mMutex.unlock(); }
 
     private:
         std::mutex mMutex;

@@ -117,7 +117,7 @@ namespace QzLog
     QZLOG_CALL_FRAME void Dispatcher_Impl::LogText(Logger& logger, char const* text, unsigned int messageID,
         char const* fileName, char const* functionName, int lineNumber)
     {
-        if (QzOs::IsCopyingProcess())
+        if (QzOs::IsForking())
             return;
         ErrnoGuard const keepErrno;
         ModulePin const module;
@@ -132,7 +132,7 @@ namespace QzLog
 
     QZLOG_CALL_FRAME void Dispatcher_Impl::LogBaseMessage(Logger& logger, QzBase::Message const& message)
     {
-        if (QzOs::IsCopyingProcess())
+        if (QzOs::IsForking())
             return;
         ErrnoGuard const keepErrno;
         ModulePin const module;
@@ -148,7 +148,7 @@ namespace QzLog
 
     QZLOG_CALL_FRAME void Dispatcher_Impl::LogAndUpdateMessage(Logger& logger, QzBase::Message& message)
     {
-        if (QzOs::IsCopyingProcess())
+        if (QzOs::IsForking())
             return;
         ErrnoGuard const keepErrno;
         ModulePin const module;

@@ -117,7 +117,7 @@ TEST_F(ProcessTest, LogCallsInAHandlerOfTheHostDoNothingAmidAFork)
     int calledAmid = 0;
     std::function<void()> handler = [&]
     {
-        calledAmid += QzOs::IsCopyingProcess();
+        calledAmid += QzOs::IsForking();
         Log(mRouter);
         LogMessage(mRouter, 7, GetMessageFormatter() << "x", "context", nullptr, nullptr, 0);
         ScopeGuard const guard(mRouter, "S", "f", 1);

@@ -51,7 +51,7 @@ namespace QzOs::Posix
                 gLock.unlock();
                 gTurn.unlock();
             };
-            CallAroundProcessCopy(lock, unlock, unlock);
+            CallAroundFork(lock, unlock, unlock);
         }
 
         /// By the clock that can be set, since the thread sanitizer knows no other lock with an end. To set it back

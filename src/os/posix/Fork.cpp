@@ -15,21 +15,21 @@ namespace QzOs
         struct Functions
         {
             void (*mpBefore)();
-            void (*mpAfterInOriginal)();
-            void (*mpAfterInCopy)();
+            void (*mpInParent)();
+            void (*mpInChild)();
         };
 
         // All are registered with the system as one, so that they are called without the host program's in between.
-        // Nothing here has a destructor, since the process may be copied to its very end.
+        // Nothing here has a destructor, since the process may fork to its very end.
         constinit std::array<Functions, 16> gFunctions{};
         constinit std::size_t gCount = 0;
         constinit bool gIsRegistered = false;
-        // Guards these, and is held around copies.
+        // Guards these, and is held around forks.
         constinit std::mutex gLock;
 
         void Before()
         {
-            tIsCopyingProcess = true;
+            tIsForking = true;
             gLock.lock();
             for (std::size_t index = gCount; index-- != 0;)
                 if (gFunctions[index].mpBefore)
@@ -42,36 +42,36 @@ namespace QzOs
                 if (gFunctions[index].*function)
                     (gFunctions[index].*function)();
             gLock.unlock();
-            tIsCopyingProcess = false;
+            tIsForking = false;
         }
 
         // When the library is loaded, so that no fork is missed; and before all static objects, since what the layers
         // above do in a child goes by the new generation, and who came first is called first there.
         [[gnu::constructor(101)]] void WatchForks()
         {
-            CallAroundProcessCopy(nullptr, nullptr, [] { gForkGeneration.fetch_add(1, std::memory_order_relaxed); });
+            CallAroundFork(nullptr, nullptr, [] { gForkGeneration.fetch_add(1, std::memory_order_relaxed); });
         }
     }
 
-    constinit thread_local bool tIsCopyingProcess = false;
+    constinit thread_local bool tIsForking = false;
 
     std::uint32_t GetForkGeneration()
     {
         return gForkGeneration.load(std::memory_order_relaxed);
     }
 
-    bool CallAroundProcessCopy(void (*before)(), void (*afterInOriginal)(), void (*afterInCopy)()) noexcept
+    bool CallAroundFork(void (*before)(), void (*inParent)(), void (*inChild)()) noexcept
     {
         std::lock_guard const hold(gLock);
         if (!gIsRegistered)
         {
-            gIsRegistered = pthread_atfork(
-                                Before, [] { After(&Functions::mpAfterInOriginal); },
-                                [] { After(&Functions::mpAfterInCopy); }) == 0;
+            gIsRegistered =
+                pthread_atfork(
+                    Before, [] { After(&Functions::mpInParent); }, [] { After(&Functions::mpInChild); }) == 0;
         }
         if (!gIsRegistered || gCount == gFunctions.size())
             return false;
-        gFunctions[gCount++] = {before, afterInOriginal, afterInCopy};
+        gFunctions[gCount++] = {before, inParent, inChild};
         return true;
     }
 }

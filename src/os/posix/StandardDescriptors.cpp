@@ -16,7 +16,7 @@ namespace QzOs::Posix
     {
         constexpr int kFirstOther = STDERR_FILENO + 1;
 
-        constinit ProcessCopyMutex gLock;
+        constinit ForkMutex gLock;
 
         // Both under the lock.
         constinit int gHolds = 0;
@@ -57,13 +57,13 @@ namespace QzOs::Posix
             // Only the thread that forked is here, and it opens nothing.
             gHolds = 0;
             GiveBack();
-            gLock.UnlockAfterCopy();
+            gLock.UnlockAfterFork();
         }
 
         // When the library is loaded. Who came first is called last before a fork, and this lock is the innermost.
         [[gnu::constructor(101)]] void HoldLockAroundForks()
         {
-            CallAroundProcessCopy([] { gLock.LockBeforeCopy(); }, [] { gLock.UnlockAfterCopy(); }, GoOnInChild);
+            CallAroundFork([] { gLock.LockBeforeFork(); }, [] { gLock.UnlockAfterFork(); }, GoOnInChild);
         }
     }
 

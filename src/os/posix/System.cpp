@@ -32,7 +32,7 @@ namespace QzOs
         // When the library is loaded, so that no fork is missed.
         [[gnu::constructor(101)]] void WatchForks()
         {
-            CallAroundProcessCopy(nullptr, nullptr, EnterForkedChild);
+            CallAroundFork(nullptr, nullptr, EnterForkedChild);
         }
     }
 

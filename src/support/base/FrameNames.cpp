@@ -19,17 +19,17 @@ namespace QzBase
         // One state for the process: it keeps the debug information that it has read, some 20 MB, for ever.
         constinit std::atomic<backtrace_state*> gState{nullptr};
 
-        // Makes threads look names up one after the other, and keeps a process from being copied amid that: the
-        // copy would find the lock taken for ever.
-        constinit QzOs::ProcessCopyMutex gMutex;
+        // Makes threads look names up one after the other, and keeps a process from being forked amid that: the
+        // child would find the lock taken for ever.
+        constinit QzOs::ForkMutex gMutex;
 
-        void LockBeforeCopy()
+        void LockBeforeFork()
         {
-            gMutex.LockBeforeCopy();
+            gMutex.LockBeforeFork();
         }
-        void UnlockAfterCopy()
+        void UnlockAfterFork()
         {
-            gMutex.UnlockAfterCopy();
+            gMutex.UnlockAfterFork();
         }
 
         // What goes wrong shows as a name that is missing.
@@ -46,7 +46,7 @@ namespace QzBase
             {
                 state = backtrace_create_state(nullptr, 1, IgnoreError, nullptr);
                 if (state)
-                    QzOs::CallAroundProcessCopy(LockBeforeCopy, UnlockAfterCopy, UnlockAfterCopy);
+                    QzOs::CallAroundFork(LockBeforeFork, UnlockAfterFork, UnlockAfterFork);
                 gState.store(state, std::memory_order_release);
             }
             return state;

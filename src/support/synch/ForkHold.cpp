@@ -12,7 +12,7 @@ namespace QzSynch
     {
         // Guards the list; taken before the locks of its members, and held while the process forks. Neither has a
         // destructor, since the process may fork to its very end.
-        constinit QzOs::ProcessCopyMutex gListLock;
+        constinit QzOs::ForkMutex gListLock;
         constinit ForkHold* gpFirst = nullptr;
     }
 
@@ -39,7 +39,7 @@ namespace QzSynch
     void ForkHold::Enlist()
     {
         [[maybe_unused]] static bool const watched =
-            QzOs::CallAroundProcessCopy(BeforeFork, AfterForkInParent, AfterForkInChild);
+            QzOs::CallAroundFork(BeforeFork, AfterForkInParent, AfterForkInChild);
         std::lock_guard const hold(gListLock);
         ForkHold** link = &gpFirst;
         for (; *link && (*link)->mRank < mRank; link = &(*link)->mpNext)
@@ -71,7 +71,7 @@ namespace QzSynch
 
     void ForkHold::BeforeFork()
     {
-        gListLock.LockBeforeCopy();
+        gListLock.LockBeforeFork();
         for (ForkHold* hold = gpFirst; hold; hold = hold->mpNext)
             hold->Take();
     }
@@ -89,7 +89,7 @@ namespace QzSynch
     {
         for (ForkHold* hold = GetLast(); hold; hold = hold->mpPrevious)
             hold->GiveBack(leave);
-        gListLock.UnlockAfterCopy();
+        gListLock.UnlockAfterFork();
     }
 
     void ForkHold::AfterForkInParent()

@@ -116,7 +116,7 @@ namespace QzSynch
             }
 
             /// Whether the calling thread is the writer already, since it is amid a fork.
-            bool IsOpenToThisThread() const noexcept { return QzOs::IsCopyingProcess() && mIsHeldForFork; }
+            bool IsOpenToThisThread() const noexcept { return QzOs::IsForking() && mIsHeldForFork; }
 
             void WaitForWriter(Slot& slot)
             {

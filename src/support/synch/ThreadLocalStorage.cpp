@@ -93,13 +93,13 @@ namespace QzSynch
                 return count;
             }
 
-            // A copy of the process must not inherit a lock that a thread of the original holds.
-            void BeforeProcessCopy() { mLock.LockBeforeCopy(); }
-            void AfterProcessCopyInOriginal() { mLock.UnlockAfterCopy(); }
+            // A forked child must not inherit a lock that another thread of its parent holds.
+            void BeforeFork() { mLock.LockBeforeFork(); }
+            void AfterForkInParent() { mLock.UnlockAfterFork(); }
 
-            // Threads other than `own`'s are not in the copy, and may have been changing their values when it
-            // was made: these values are never touched again, but stay reachable for leak checkers.
-            void AfterProcessCopyInCopy(ThreadValues* own)
+            // Threads other than `own`'s are not in the child, and may have been changing their values at the
+            // fork: these values are never touched again, but stay reachable for leak checkers.
+            void AfterForkInChild(ThreadValues* own)
             {
                 for (ThreadValues** link = &mpFirst; *link;)
                 {
@@ -114,11 +114,11 @@ namespace QzSynch
                 }
                 if (own)
                     own->mpPrevious = nullptr;
-                mLock.UnlockAfterCopy();
+                mLock.UnlockAfterFork();
             }
 
         private:
-            QzOs::ProcessCopyMutex mLock;
+            QzOs::ForkMutex mLock;
             ThreadValues* mpFirst = nullptr;
             ThreadValues* mpAbandoned = nullptr;
         };
@@ -152,18 +152,18 @@ namespace QzSynch
             return key;
         }
 
-        void AfterProcessCopyInCopy()
+        void AfterForkInChild()
         {
-            gRegistry.AfterProcessCopyInCopy(gpValuesOfThread);
+            gRegistry.AfterForkInChild(gpValuesOfThread);
         }
 
         // Apart from GetKey, so that a failure of the one does not repeat the other.
-        void PrepareForProcessCopies()
+        void PrepareForForks()
         {
             [[maybe_unused]] static bool const prepared = []
             {
-                if (!QzOs::CallAroundProcessCopy([] { gRegistry.BeforeProcessCopy(); },
-                        [] { gRegistry.AfterProcessCopyInOriginal(); }, &AfterProcessCopyInCopy))
+                if (!QzOs::CallAroundFork(
+                        [] { gRegistry.BeforeFork(); }, [] { gRegistry.AfterForkInParent(); }, &AfterForkInChild))
                     throw std::bad_alloc();
                 return true;
             }();
@@ -235,7 +235,7 @@ namespace QzSynch
         try
         {
             GetKey();
-            PrepareForProcessCopies();
+            PrepareForForks();
             return true;
         }
         catch (std::bad_alloc const&)
