@@ -1,5 +1,5 @@
 // One record into a log file, on up to four threads and in up to four processes, and the roll-over of a file of
-// 2,000,000 bytes. Beside each the floor: the bare system calls that the same guarantee takes (is the path a file,
+// 2,000,000 bytes. Beside each the baseline: the bare system calls that the same guarantee takes (is the path a file,
 // lock, seek to the end, write, unlock; for the roll-over copy and truncate). Peers: log4cplus with a lock file
 // gives the same guarantee; log4cplus and spdlog rotating with a flush per record give a weaker one (one process),
 // and say so in their names.
@@ -165,12 +165,12 @@ namespace
             writer.Write(text);
     }
 
-    void RecordFloor(benchmark::State& state)
+    void RecordBaseline(benchmark::State& state)
     {
         // One open file for each thread: that is what whole-file locks order.
-        BareFile file(GetPath("floor.log"));
+        BareFile file(GetPath("baseline.log"));
         if (state.thread_index() == 0)
-            Empty(GetPath("floor.log"));
+            Empty(GetPath("baseline.log"));
         std::string const record = MakeText(state) + std::string(MeasureHeader(), 'h');
         for (auto _ : state)
             file.Write(record);
@@ -254,9 +254,9 @@ namespace
         MeasureProcesses(state, [&] { writer.Write(text); });
     }
 
-    void RecordFloorInProcesses(benchmark::State& state)
+    void RecordBaselineInProcesses(benchmark::State& state)
     {
-        std::string const path = GetPath("floor2.log");
+        std::string const path = GetPath("baseline2.log");
         Empty(path);
         std::string const record = MakeText(state) + std::string(MeasureHeader(), 'h');
         // Each process opens the file itself: an inherited one shares its lock with the parent.
@@ -292,16 +292,16 @@ namespace
         }
     }
 
-    void RollOverFloor(benchmark::State& state)
+    void RollOverBaseline(benchmark::State& state)
     {
-        std::string const path = GetPath("rollfloor.log");
+        std::string const path = GetPath("rollbaseline.log");
         BareFile file(path);
         for (auto _ : state)
         {
             state.PauseTiming();
             FillTo(path, kRollOverSize);
             state.ResumeTiming();
-            file.RollOver(GetPath("rollfloor.log.bak00"));
+            file.RollOver(GetPath("rollbaseline.log.bak00"));
             file.Write("next");
         }
     }
@@ -317,11 +317,11 @@ namespace
     }
 
     BENCHMARK(RecordOwn)->Name("Record/QzLog")->Apply(Sizes);
-    BENCHMARK(RecordFloor)->Name("Record/Floor")->Apply(Sizes);
+    BENCHMARK(RecordBaseline)->Name("Record/Baseline")->Apply(Sizes);
     BENCHMARK(RecordOwnInProcesses)->Name("RecordInProcesses/QzLog")->Apply(SizesAndProcesses);
-    BENCHMARK(RecordFloorInProcesses)->Name("RecordInProcesses/Floor")->Apply(SizesAndProcesses);
+    BENCHMARK(RecordBaselineInProcesses)->Name("RecordInProcesses/Baseline")->Apply(SizesAndProcesses);
     BENCHMARK(RollOverOwn)->Name("RollOver/QzLog")->UseRealTime();
-    BENCHMARK(RollOverFloor)->Name("RollOver/Floor")->UseRealTime();
+    BENCHMARK(RollOverBaseline)->Name("RollOver/Baseline")->UseRealTime();
 
 #ifdef QZLOG_BENCH_LOG4CPLUS
     log4cplus::Logger MakeLog4cplus(char const* name, bool withLockFile)

@@ -124,7 +124,7 @@ namespace
 
         rd_kafka_vu_t parts[3];
         parts[0].vtype = RD_KAFKA_VTYPE_TOPIC;
-        parts[0].u.cstr = "floor";
+        parts[0].u.cstr = "baseline";
         parts[1].vtype = RD_KAFKA_VTYPE_VALUE;
         parts[1].u.mem = {record.data(), record.size()};
         parts[2].vtype = RD_KAFKA_VTYPE_MSGFLAGS;

@@ -1,4 +1,4 @@
-// Masking of texts of three lengths, without a value and with many, beside the floor (one memmem pass and
+// Masking of texts of three lengths, without a value and with many, beside the baseline (one memmem pass and
 // one copy of the same text) and beside RE2 doing the same replacement.
 
 #include <QzLog/Masking.h>
@@ -95,7 +95,7 @@ namespace
         return count;
     }
 
-    void RunFloor(benchmark::State& state, Form const& form)
+    void RunBaseline(benchmark::State& state, Form const& form)
     {
         std::string const& text = GetText(form, state);
         for ([[maybe_unused]] auto _ : state)
@@ -135,8 +135,8 @@ namespace
 
     BENCHMARK(RunAttribute)->Name("MaskAttribute/QzLog")->Apply(SetSizes);
     BENCHMARK(RunHTTP)->Name("MaskHTTP/QzLog")->Apply(SetSizes);
-    BENCHMARK_CAPTURE(RunFloor, Attribute, gAttribute)->Name("MaskAttribute/Floor")->Apply(SetSizes);
-    BENCHMARK_CAPTURE(RunFloor, HTTP, gHTTP)->Name("MaskHTTP/Floor")->Apply(SetSizes);
+    BENCHMARK_CAPTURE(RunBaseline, Attribute, gAttribute)->Name("MaskAttribute/Baseline")->Apply(SetSizes);
+    BENCHMARK_CAPTURE(RunBaseline, HTTP, gHTTP)->Name("MaskHTTP/Baseline")->Apply(SetSizes);
 #ifdef QZLOG_BENCH_RE2
     BENCHMARK_CAPTURE(RunRE2, Attribute, gAttribute)->Name("MaskAttribute/RE2")->Apply(SetSizes);
     BENCHMARK_CAPTURE(RunRE2, HTTP, gHTTP)->Name("MaskHTTP/RE2")->Apply(SetSizes);

@@ -60,7 +60,7 @@ namespace
     }
 
     BENCHMARK(UpdateCommand)->Name("CommandTrace/QzLog")->ThreadRange(1, 2)->UseRealTime();
-    BENCHMARK(UpdateMap)->Name("CommandTrace/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(UpdateMap)->Name("CommandTrace/Baseline")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(UpdateMessage)->Name("MessageTrace/QzLog")->ThreadRange(1, 2)->UseRealTime();
-    BENCHMARK(UpdateMap)->Name("MessageTrace/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(UpdateMap)->Name("MessageTrace/Baseline")->ThreadRange(1, 2)->UseRealTime();
 }

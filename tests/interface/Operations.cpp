@@ -42,7 +42,7 @@ namespace
         return operation;
     }
 
-    [[gnu::used]] std::tuple const gRoad(
+    [[gnu::used]] std::tuple const gCallPath(
         Free<void(Router&, Narrow, MessageFormatter&, Narrow, Narrow, Narrow, int)>{&LogMessage, &LogMessage4NP},
         Free<void(Router&, unsigned int, MessageFormatter&, Narrow, Narrow, Narrow, int)>{&LogMessage, &LogMessage4NP},
         Free<void(Router&, Narrow, Narrow, Narrow, Narrow, int)>{&LogString},

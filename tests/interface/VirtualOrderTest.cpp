@@ -83,7 +83,7 @@ TEST(VirtualOrder, Support)
         SLOT(Delete, void()));
 }
 
-TEST(VirtualOrder, Road)
+TEST(VirtualOrder, CallPath)
 {
     EXPECT_SLOTS(Router, kCountedSlots, SLOT(GetLogger, Logger * ()), SLOT(GetDispatcher, ReturnPtrI<Dispatcher>()),
         SLOT(GetMessageCatalog, ReturnPtrI<MessageCatalog>()), SLOT(LogAndUpdateMessage, void(Message&)),

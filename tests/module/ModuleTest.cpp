@@ -1,5 +1,5 @@
 #include "root/ModuleAccess.h"
-#include "routing/Road.h"
+#include "routing/CallPath.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <optional>
 #include <thread>
 
-using namespace Road;
+using namespace CallPath;
 
 namespace
 {
@@ -26,7 +26,7 @@ TEST_F(ModuleTest, LivesWhileAnyInitializerDoes)
 {
     std::optional<Initializer> copy(*mInitializer);
     mInitializer.reset();
-    EXPECT_EQ(Road::GetLogger().get(), mRouter.GetLogger());
+    EXPECT_EQ(CallPath::GetLogger().get(), mRouter.GetLogger());
     copy.reset();
     void (*const functions[])() = {[] { MakeRouter(); }, [] { RefreshConfiguration(); }, [] { SetEpisodeNumber(1); },
         [] { SetUserIDToThreadContext(nullptr); }, [] { ClearThreadSpecificLogInfo(); },
@@ -34,7 +34,7 @@ TEST_F(ModuleTest, LivesWhileAnyInitializerDoes)
     for (auto const function : functions)
         EXPECT_THROW(function(), QzBase::Message);
     Initializer const again;
-    EXPECT_NE(Road::GetLogger().get(), mRouter.GetLogger());
+    EXPECT_NE(CallPath::GetLogger().get(), mRouter.GetLogger());
 }
 
 TEST_F(ModuleTest, ARefreshOffersEverythingInOrder)
@@ -131,7 +131,7 @@ TEST_F(ModuleTest, ItsEndWaitsForTheCallsInFlight)
         }
         EXPECT_EQ(ModuleIsLive(), isKept);
         mInitializer.emplace();
-        EXPECT_EQ(Road::GetLogger().get() == router->GetLogger(), isKept);
+        EXPECT_EQ(CallPath::GetLogger().get() == router->GetLogger(), isKept);
         EXPECT_EQ(mDestination.TakeTexts(), "text ");
     }
 }

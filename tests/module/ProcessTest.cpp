@@ -1,7 +1,7 @@
 #include "os/Calls.h"
 #include "os/Fork.h"
 #include "root/ModuleAccess.h"
-#include "routing/Road.h"
+#include "routing/CallPath.h"
 #include "support/ForkedChild.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 
 #include <pthread.h>
 
-using namespace Road;
+using namespace CallPath;
 
 namespace
 {

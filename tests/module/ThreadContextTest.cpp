@@ -1,7 +1,7 @@
 #include "root/ThreadContext.h"
 #include "root/ModuleAccess.h"
 #include "root/ModuleMain.h"
-#include "routing/Road.h"
+#include "routing/CallPath.h"
 
 #include <QzSynch/ThreadSpecificLogInfo.h>
 
@@ -10,7 +10,7 @@
 #include <optional>
 #include <thread>
 
-using namespace Road;
+using namespace CallPath;
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include "routing/Road.h"
+#include "routing/CallPath.h"
 
 #include <gtest/gtest.h>
 
@@ -38,7 +38,7 @@ namespace
     operator delete(memory);
 }
 
-using namespace Road;
+using namespace CallPath;
 
 TEST(AllocationTest, AnEnabledTextCallAllocatesNothingInTheSteadyState)
 {

@@ -1,4 +1,4 @@
-#include "routing/Road.h"
+#include "routing/CallPath.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ namespace User
     }
 }
 
-using namespace Road;
+using namespace CallPath;
 using QzLog::CallDetails::FindFault;
 using QzLog::CallDetails::TemplateFault;
 

@@ -1,4 +1,4 @@
-#include "routing/Road.h"
+#include "routing/CallPath.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-using namespace Road;
+using namespace CallPath;
 
 namespace
 {

@@ -1,10 +1,10 @@
-#include "routing/Road.h"
+#include "routing/CallPath.h"
 
 #include <gmock/gmock.h>
 
 #include <utility>
 
-using namespace Road;
+using namespace CallPath;
 using testing::ElementsAre;
 
 namespace
@@ -21,8 +21,8 @@ namespace
 TEST_F(RoutingTest, NamesAreExactAndHandlesCountInOrderOfCreation)
 {
     EXPECT_EQ(GetLogger("L", static_cast<QzSynch::EnumHvnLockStackCategory>(17)).get(), &mLogger);
-    EXPECT_NE(Road::GetLogger("l").get(), &mLogger);
-    EXPECT_STREQ(Road::GetLogger(nullptr)->GetName(), "");
+    EXPECT_NE(CallPath::GetLogger("l").get(), &mLogger);
+    EXPECT_STREQ(CallPath::GetLogger(nullptr)->GetName(), "");
     unsigned short handle = 0xDAFF;
     for (char const* const name : {"D", "d", "D "})
         EXPECT_EQ(mDispatchers.GetDispatcherHandle(name), handle--);
@@ -135,7 +135,7 @@ TEST_F(RoutingTest, AHookThatFailsLeavesNothingBehind)
         throw 7;
     };
     for (int i = 0; i < 2; ++i)
-        EXPECT_THROW(Road::GetLogger("dropped"), int);
+        EXPECT_THROW(CallPath::GetLogger("dropped"), int);
     SetDestinations(*kept, {mpDestination.get()});
 }
 
@@ -150,9 +150,9 @@ TEST_F(RoutingTest, OneNameIsOneObjectWhenTwoCreateItAtOnce)
         hook.mOnLogger = [&, isInside = false](Logger&) mutable
         {
             if (!std::exchange(isInside, true))
-                inner = Road::GetLogger(name);
+                inner = CallPath::GetLogger(name);
         };
-        CountedPtr<Logger> const logger = Road::GetLogger(name);
+        CountedPtr<Logger> const logger = CallPath::GetLogger(name);
         EXPECT_EQ(logger.get(), inner.get());
 
         DispatcherPtr const shared = CreateDispatcher(name);

@@ -1,12 +1,12 @@
+#include "routing/CallPath.h"
 #include "routing/Dispatcher_Impl.h"
-#include "routing/Road.h"
 
 #include <gtest/gtest.h>
 
 #include <thread>
 #include <utility>
 
-using namespace Road;
+using namespace CallPath;
 
 namespace
 {
@@ -174,5 +174,5 @@ TEST_F(RoutingThreadsTest, RoutersAgreeWithTheirDispatchersInTheEnd)
     }
     for (CountedPtr<Router> const& router : routers)
         EXPECT_EQ(router->mEnabled, router->GetDispatcher()->HasDestinations());
-    EXPECT_EQ(Road::GetLogger()->GetDispatcherCollection()->GetDispatcherHandle("new"), (203 ^ 0xDAFF));
+    EXPECT_EQ(CallPath::GetLogger()->GetDispatcherCollection()->GetDispatcherHandle("new"), (203 ^ 0xDAFF));
 }

@@ -1,4 +1,5 @@
-// The whole road to Kafka: router, destination, real client, real protocol, and a consumer that knows nothing of them.
+// The whole log path to Kafka: router, destination, real client, real protocol, and a consumer that knows nothing of
+// them.
 
 #include "filesystem/TemporaryFolder.h"
 #include "os/Calls.h"

@@ -1,4 +1,4 @@
-#include "RoadFloor.h"
+#include "CallPathBaseline.h"
 
 #include <cstring>
 #include <ctime>
@@ -6,7 +6,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-namespace Floor
+namespace Baseline
 {
     namespace
     {

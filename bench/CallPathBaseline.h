@@ -3,10 +3,10 @@
 #include <atomic>
 #include <cstddef>
 
-// The least hand-written code that does what the road of a message does. In a translation unit of its own,
+// The least hand-written code that does what the log path of a message does. In a translation unit of its own,
 // so that each call is a real call, as a call into a library is.
 
-namespace Floor
+namespace Baseline
 {
     struct Switch
     {

@@ -1,8 +1,8 @@
-// The road of a message without its end: a disabled call, an enabled call whose destination takes the header
+// The log path without a real destination: a disabled call, an enabled call whose destination takes the header
 // text and the body and drops them, both with their values in the call, the header text alone, a scope guard. Beside
-// each the floor and spdlog with the same header content in its pattern and a sink that formats and drops.
+// each the baseline and spdlog with the same header content in its pattern and a sink that formats and drops.
 
-#include "RoadFloor.h"
+#include "CallPathBaseline.h"
 
 #include <QzLog/QzLog.h>
 
@@ -37,9 +37,9 @@ namespace
     };
 
     /// The module with one router that is off and one that reaches a dropping destination.
-    struct Road
+    struct CallPath
     {
-        Road()
+        CallPath()
         {
             using namespace QzBase::Literals;
             QzLog::SetServerInstanceName(u"Engine"_w);
@@ -54,36 +54,36 @@ namespace
             QzLog::CreateRouter("Kernel", "Info", QzSynch::kLockStackCategoryDefault)};
     };
 
-    Road& GetRoad()
+    CallPath& GetCallPath()
     {
-        static Road road;
-        return road;
+        static CallPath callPath;
+        return callPath;
     }
 
     void DisabledCall(benchmark::State& state)
     {
-        QzLog::Router& router = *GetRoad().mpDisabled;
+        QzLog::Router& router = *GetCallPath().mpDisabled;
         for (auto _ : state)
             QzLog::LogString(router, kText, nullptr, __FILE__, __func__, __LINE__);
     }
 
-    void DisabledFloor(benchmark::State& state)
+    void DisabledBaseline(benchmark::State& state)
     {
-        static Floor::Switch switchedOff;
+        static Baseline::Switch switchedOff;
         for (auto _ : state)
-            Floor::LogDisabled(switchedOff, kText, __FILE__, __func__, __LINE__);
+            Baseline::LogDisabled(switchedOff, kText, __FILE__, __func__, __LINE__);
     }
 
     void EnabledCall(benchmark::State& state)
     {
-        QzLog::Router& router = *GetRoad().mpEnabled;
+        QzLog::Router& router = *GetCallPath().mpEnabled;
         for (auto _ : state)
             QzLog::LogString(router, kText, nullptr, __FILE__, __func__, __LINE__);
     }
 
     void FormattedCall(benchmark::State& state)
     {
-        QzLog::Router& router = *GetRoad().mpEnabled;
+        QzLog::Router& router = *GetCallPath().mpEnabled;
         for (auto _ : state)
         {
             QzResource::MessageFormatter& formatter = QzLog::GetMessageFormatter();
@@ -118,15 +118,15 @@ namespace
 
     void DisabledLog(benchmark::State& state)
     {
-        LogWithValues(state, *GetRoad().mpDisabled);
+        LogWithValues(state, *GetCallPath().mpDisabled);
     }
 
     void EnabledLog(benchmark::State& state)
     {
-        LogWithValues(state, *GetRoad().mpEnabled);
+        LogWithValues(state, *GetCallPath().mpEnabled);
     }
 
-    class FloorSink : public Floor::Sink
+    class BaselineSink : public Baseline::Sink
     {
     public:
         void Write(char const* header, std::size_t headerLength, char const* body) override
@@ -137,12 +137,12 @@ namespace
         }
     };
 
-    void EnabledFloor(benchmark::State& state)
+    void EnabledBaseline(benchmark::State& state)
     {
-        static Floor::Switch switchedOn{true};
-        FloorSink sink;
+        static Baseline::Switch switchedOn{true};
+        BaselineSink sink;
         for (auto _ : state)
-            Floor::LogEnabled(switchedOn, sink, kText);
+            Baseline::LogEnabled(switchedOn, sink, kText);
     }
 
     void HeaderText(benchmark::State& state)
@@ -161,66 +161,66 @@ namespace
         }
     }
 
-    void HeaderFloor(benchmark::State& state)
+    void HeaderBaseline(benchmark::State& state)
     {
         char header[512];
         for (auto _ : state)
         {
-            benchmark::DoNotOptimize(Floor::FormatHeader(header));
+            benchmark::DoNotOptimize(Baseline::FormatHeader(header));
             benchmark::ClobberMemory();
         }
     }
 
     void GuardOff(benchmark::State& state)
     {
-        QzLog::Router& router = *GetRoad().mpDisabled;
+        QzLog::Router& router = *GetCallPath().mpDisabled;
         for (auto _ : state)
             QzLog::ScopeGuard const guard(router, "Writer::Flush", __FILE__, 42);
     }
 
     void GuardOn(benchmark::State& state)
     {
-        QzLog::Router& router = *GetRoad().mpEnabled;
+        QzLog::Router& router = *GetCallPath().mpEnabled;
         for (auto _ : state)
             QzLog::ScopeGuard const guard(router, "Writer::Flush", __FILE__, 42);
     }
 
-    void GuardOffFloor(benchmark::State& state)
+    void GuardOffBaseline(benchmark::State& state)
     {
-        static Floor::Switch switchedOff;
+        static Baseline::Switch switchedOff;
         for (auto _ : state)
         {
-            Floor::LogDisabled(switchedOff, "Enter", __FILE__, __func__, __LINE__);
-            Floor::LogDisabled(switchedOff, "Leave", __FILE__, __func__, __LINE__);
+            Baseline::LogDisabled(switchedOff, "Enter", __FILE__, __func__, __LINE__);
+            Baseline::LogDisabled(switchedOff, "Leave", __FILE__, __func__, __LINE__);
         }
     }
 
-    void GuardOnFloor(benchmark::State& state)
+    void GuardOnBaseline(benchmark::State& state)
     {
-        static Floor::Switch switchedOn{true};
-        FloorSink sink;
+        static Baseline::Switch switchedOn{true};
+        BaselineSink sink;
         for (auto _ : state)
         {
-            Floor::LogEnabled(switchedOn, sink, "Enter 'Writer::Flush' near RoadBenchmark.cpp(42)");
-            Floor::LogEnabled(switchedOn, sink, "Leave 'Writer::Flush' near RoadBenchmark.cpp(42)");
+            Baseline::LogEnabled(switchedOn, sink, "Enter 'Writer::Flush' near CallPathBenchmark.cpp(42)");
+            Baseline::LogEnabled(switchedOn, sink, "Leave 'Writer::Flush' near CallPathBenchmark.cpp(42)");
         }
     }
 
     BENCHMARK(DisabledCall)->Name("Disabled/QzLog")->ThreadRange(1, 2)->UseRealTime();
-    BENCHMARK(DisabledFloor)->Name("Disabled/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(DisabledBaseline)->Name("Disabled/Baseline")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(EnabledCall)->Name("Enabled/QzLog")->ThreadRange(1, 2)->UseRealTime();
-    BENCHMARK(EnabledFloor)->Name("Enabled/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(EnabledBaseline)->Name("Enabled/Baseline")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(FormattedCall)->Name("Formatted/QzLog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(DisabledLog)->Name("DisabledLog/QzLog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(DisabledCall)->Name("DisabledLog/LogString")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(EnabledLog)->Name("EnabledLog/QzLog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(FormattedCall)->Name("EnabledLog/LogMessage")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(HeaderText)->Name("HeaderText/QzLog")->ThreadRange(1, 2)->UseRealTime();
-    BENCHMARK(HeaderFloor)->Name("HeaderText/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(HeaderBaseline)->Name("HeaderText/Baseline")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(GuardOff)->Name("GuardOff/QzLog")->ThreadRange(1, 2)->UseRealTime();
-    BENCHMARK(GuardOffFloor)->Name("GuardOff/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(GuardOffBaseline)->Name("GuardOff/Baseline")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(GuardOn)->Name("GuardOn/QzLog")->ThreadRange(1, 2)->UseRealTime();
-    BENCHMARK(GuardOnFloor)->Name("GuardOn/Floor")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(GuardOnBaseline)->Name("GuardOn/Baseline")->ThreadRange(1, 2)->UseRealTime();
 
 #ifdef QZLOG_BENCH_SPDLOG
     constexpr char const* kSpdlogPattern =

@@ -8,9 +8,10 @@
 #include <string>
 #include <vector>
 
-// What the tests of the road put at its ends: a destination that remembers, and a user's hook, catalog and listener.
+// What the tests put at the two ends of the log path: a destination that records, and a hook, a catalog and a listener
+// of the user's.
 
-namespace Road
+namespace CallPath
 {
     using namespace QzLog;
     using namespace QzBase::Literals;
