@@ -5,20 +5,33 @@
 #include <QzLog/details/CallText.h>
 #include <QzLog/details/CallValues.h>
 
-// The comfortable way to log: the source location of the call and the values are taken care of.
+// The call that logs. It records its own source location and turns values of any type into text.
 //
 //     QzLog::Log(*router, "User %1 ran %2 in %3 ms", user, command, milliseconds);
 //     QzLog::Log(*router, kReportDone, user, milliseconds);           // a message ID in place of the template
-//     QzLog::Log(*router, "Error %1", QzLog::Format::WideHex, code);  // a manipulator, for the numbers behind it
-//     QzLog::Log(*router, QzLog::RunTimeTemplate(text), user);        // a template that is not known before
+//     QzLog::Log(*router, "Error %1", QzLog::Format::WideHex, code);  // a manipulator, for the numbers after it
 //     QzLog::Log(*router, message);                                   // a QzBase::Message, in each one's language
 //
-// It is the front end of QzLog/LogFunctions.h in other clothes: any thread, wholly on the calling thread, errno stays,
-// and what a catalog, a destination or a value's own operator<< throws comes out. Compiled into the caller, at every
-// level of optimisation: a call on a disabled router is the test of mEnabled and touches no value. Arguments that are
-// expressions are still evaluated, as the language has it; hand over a function where that is dear:
+// A convenience layer over the functions of QzLog/LogFunctions.h, with the same guarantees: any thread, wholly on the
+// calling thread, errno is preserved. What a catalog, a destination or a value's own operator<< throws reaches the
+// caller. The call is compiled into the caller at every level of optimisation: on a disabled router it is the test of
+// mEnabled, and no value is touched. Arguments that are expressions are still evaluated, as the language has it. Pass a
+// function where that is expensive:
 //
 //     QzLog::Log(*trace, "Query %1", [&] { return query.Describe(); });
+//
+// After the router comes one of these. They are written inside the call, which is how it knows its source location.
+//
+//     a literal, or a constant char const*    a template, checked against the values while compiling: "%1" to "%99"
+//                                             stand for the values, "%%" for "%". Each number must have a value, and
+//                                             each value a number
+//     RunTimeTemplate(text)                   a template that is known only at run time, char const* or std::string. A
+//                                             number without a value stays as it stands. For a text that is no
+//                                             template write Log(router, "%1", text)
+//     an integer or enumeration               a message ID of at most 32 bits: the text is that of the logger's catalog
+//     CallID(id, context)                     a message ID, and a context for the catalog (char const*)
+//     a QzBase::Message                       a structured message under its own ID, without a source location: each
+//                                             destination takes the text in its own language. No values
 //
 // Values and their text:
 //
@@ -34,9 +47,15 @@
 //     pointers, nullptr                                       "0x" and hexadecimal digits
 //     functions without parameters (lambdas)                  what they return; called in their order, before any value
 //                                                             is inserted, and only by an enabled call; they may log
-//     a type with an operator<< for the formatter             what that inserts; see QzLog/details/CallValues.h
+//     a type with an operator<< for the formatter             what that inserts
 //
-// Other types do not compile.
+// Other types do not compile. A type of your own becomes a value by an operator in its namespace, which inserts exactly
+// one value:
+//
+//     QzResource::MessageFormatter& operator<<(QzResource::MessageFormatter& formatter, Money const& money)
+//     {
+//         return formatter << ToText(money);
+//     }
 
 namespace QzLog
 {
@@ -51,7 +70,7 @@ namespace QzLog
     }
 
     /// Logs a template with its values, without a message ID.
-    /// \param text  a literal, checked while compiling against the values, or a RunTimeTemplate.
+    /// \param text  a literal, a constant or a RunTimeTemplate. It is not copied.
     template <class... Values>
     [[gnu::always_inline]] inline void Log(
         Router& router, CallTemplate<CallDetails::kValueCount<Values...>> text, Values const&... values)
@@ -81,8 +100,8 @@ namespace QzLog
         CallDetails::KeepFrame();
     }
 
-    /// Logs a structured message, under its own ID and without a source location: each destination takes the text in
-    /// its own language.
+    /// Logs a structured message under its own ID, without a source location. Each destination takes the text in its
+    /// own language.
     [[gnu::always_inline]] inline void Log(Router& router, QzBase::Message const& message)
     {
         if (!router.mEnabled.load(std::memory_order_relaxed)) [[likely]]
@@ -91,7 +110,7 @@ namespace QzLog
         CallDetails::KeepFrame();
     }
 
-    /// Builds the text whether the router is enabled or not, logs it (without a source location), and throws it as
+    /// Builds the text whether the router is enabled or not, logs it without a source location, and throws it as
     /// QzBase::ExceptionImpl<QzBase::Message> with the ID -1. See LogMessageAndThrowBaseException.
     template <class... Values>
     [[noreturn, gnu::always_inline]] inline void LogAndThrow(

@@ -5,8 +5,9 @@
 #include <QzLog/Router.h>
 #include <QzResource/MessageFormatter.h>
 
-// The functions through which a program logs. They run wholly on the calling thread and return when every
-// destination has returned. Any thread may call them at any time; they leave errno as they found it.
+// What QzLog::Log (QzLog/Log.h) calls: the functions that take values and source location as arguments. They run wholly
+// on the calling thread and return when every destination has returned. Any thread may call them at any time; they
+// leave errno as they found it.
 //
 // The plain functions test router.mEnabled first and cost one byte read when it is false: nothing is looked up
 // or formatted. They throw only what a catalog, a formatter or a destination throws.
@@ -14,7 +15,7 @@
 // The second argument chooses between a text and a message ID:
 //   - A text is UTF-8, of any length, and is logged with the message ID 0.
 //   - An ID stands for a text of the logger's MessageCatalog in the process language, and travels with the
-//     message. On a logger without a catalog the text is "Message 0x%08X" with the ID in it, and behind it the
+//     message. On a logger without a catalog the text is "Message 0x%08X" with the ID in it, followed by the
 //     inserted values.
 //
 // Arguments in common:

@@ -10,9 +10,9 @@
 #include <string_view>
 #include <type_traits>
 
-// What can stand behind the router in a call of QzLog::Log: a template as a literal, a RunTimeTemplate, or a message
-// ID. All three note the source location of the call, so that a call needs no macro: write them inside the call,
-// where literals and IDs become these types by themselves. The texts are not copied.
+// What can stand after the router in a call of QzLog::Log: a template as a literal, a RunTimeTemplate, or a message ID.
+// Each of them records the source location of the call, which is why a call needs no macro: literals and IDs become
+// these types inside the call. The texts are not copied. QzLog/Log.h says how they are used.
 
 namespace QzLog
 {
@@ -61,6 +61,9 @@ namespace QzLog
                     return TemplateFault::ValueWithoutNumber;
             return TemplateFault::None;
         }
+
+        template <class T>
+        concept IsMessageID = sizeof(T) <= sizeof(unsigned int) && (std::is_integral_v<T> || std::is_enum_v<T>);
 
         // Declared only: a compiler that meets one in a constant expression shows its name.
         void ANumberInTheTemplateHasNoValue();
@@ -113,8 +116,8 @@ namespace QzLog
     {
     public:
         template <class ID>
-        requires((std::integral<ID> || std::is_enum_v<ID>)&&sizeof(ID) <= sizeof(unsigned int)) constexpr CallID(ID id,
-            char const* catalogContext = nullptr, char const* fileName = __builtin_FILE(),
+        requires CallDetails::IsMessageID<ID>
+        constexpr CallID(ID id, char const* catalogContext = nullptr, char const* fileName = __builtin_FILE(),
             char const* functionName = __builtin_FUNCTION(), int lineNumber = __builtin_LINE()) noexcept
             : mID(static_cast<unsigned int>(id)),
               mpCatalogContext(catalogContext),

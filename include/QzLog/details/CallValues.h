@@ -13,13 +13,7 @@
 #include <string_view>
 #include <type_traits>
 
-// How the values of a QzLog::Log call become text; the table is in QzLog/Log.h. Users meet this header through
-// their own types: an operator<< beside the type, found by the type's namespace, that inserts exactly one value:
-//
-//     QzResource::MessageFormatter& operator<<(QzResource::MessageFormatter& formatter, Money const& money)
-//     {
-//         return formatter << ToText(money);
-//     }
+// How the values of a QzLog::Log call become text. QzLog/Log.h has the table, and what a type of the user's needs.
 
 namespace QzLog::CallDetails
 {
@@ -44,13 +38,11 @@ namespace QzLog::CallDetails
     };
 
     template <class T, class... Others>
-    concept IsOneOf = (std::same_as<T, Others> || ...);
+    inline constexpr bool kIsOneOf = (std::is_same_v<T, Others> || ...);
 
     /// Characters whose texts are none of the library's: they would otherwise come out as numbers and addresses.
     template <class T>
-    concept IsForeignCharacter = IsOneOf < std::remove_cv_t<T>,
-            wchar_t,
-    char8_t, char16_t, char32_t > ;
+    inline constexpr bool kIsForeignCharacter = kIsOneOf<std::remove_cv_t<T>, wchar_t, char8_t, char16_t, char32_t>;
 
     template <class T>
     concept IsManipulator = std::same_as<std::decay_t<T>, Format::Manipulator>;
@@ -102,7 +94,7 @@ namespace QzLog::CallDetails
             formatter << static_cast<unsigned short const*>(pointer);
         else
         {
-            static_assert(!IsForeignCharacter<T>, "Wide text is unsigned short const* here (u\"text\"_w)");
+            static_assert(!kIsForeignCharacter<T>, "Wide text is unsigned short const* here (u\"text\"_w)");
             InsertAddress(formatter, std::bit_cast<std::uintptr_t>(pointer));
         }
     }
@@ -133,7 +125,7 @@ namespace QzLog::CallDetails
             formatter << +static_cast<std::underlying_type_t<T>>(value);
         else if constexpr (std::is_floating_point_v<T>)
             InsertFloating(formatter, value);
-        else if constexpr (IsManipulator<T> || (std::is_arithmetic_v<T> && !IsForeignCharacter<T>))
+        else if constexpr (IsManipulator<T> || (std::is_arithmetic_v<T> && !kIsForeignCharacter<T>))
             formatter << value;
         else
             InsertObject(formatter, value);
