@@ -20,8 +20,7 @@ namespace
 {
     constexpr char const* kText = "Report 4711 of user alice finished after 128 ms";
 
-    class DroppingDestination : public QzLog::Destination_Impl,
-                                public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class DroppingDestination : public QzSynch::Counted<QzLog::Destination_Impl>
     {
     public:
         void WriteMessage(QzLog::MessageHeader& header, QzLog::MessageBody& body) override
@@ -48,10 +47,8 @@ namespace
         }
 
         QzLog::Initializer mModule;
-        QzBase::CountedPtr<QzLog::Router> mpDisabled{
-            QzLog::CreateRouter("Kernel", "Off", QzSynch::kLockStackCategoryDefault)};
-        QzBase::CountedPtr<QzLog::Router> mpEnabled{
-            QzLog::CreateRouter("Kernel", "Info", QzSynch::kLockStackCategoryDefault)};
+        QzBase::CountedPtr<QzLog::Router> mpDisabled{QzLog::CreateRouter("Kernel", "Off")};
+        QzBase::CountedPtr<QzLog::Router> mpEnabled{QzLog::CreateRouter("Kernel", "Info")};
     };
 
     CallPath& GetCallPath()

@@ -12,7 +12,7 @@ namespace
 
     RouterPtr MakeRouter(char const* dispatcher, QzLog::Destination& destination)
     {
-        RouterPtr router(QzLog::CreateRouter("Orders", dispatcher, QzSynch::kLockStackCategoryDefault));
+        RouterPtr router(QzLog::CreateRouter("Orders", dispatcher));
         router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({&destination}));
         return router;
     }

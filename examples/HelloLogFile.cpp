@@ -7,8 +7,7 @@ int main()
     QzLog::Initializer const module;
 
     QzBase::CountedPtr<QzLog::Destination> const file(QzLog::GetDestination_DiskFile(u"hello.log"_w));
-    QzBase::CountedPtr<QzLog::Router> const router(
-        QzLog::CreateRouter("Kernel", "Info", QzSynch::kLockStackCategoryDefault));
+    QzBase::CountedPtr<QzLog::Router> const router(QzLog::CreateRouter("Kernel", "Info"));
     router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({file.get()}));
 
     QzLog::Log(*router, "User %1 waited %2 ms.", "alice", 12.8);

@@ -8,7 +8,7 @@
 
 namespace
 {
-    class Hook final : public QzLog::ConfigurationHook, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Hook final : public QzSynch::Counted<QzLog::ConfigurationHook>
     {
     public:
         void ConfigureLogger(QzLog::Logger*) override {}
@@ -31,9 +31,9 @@ namespace
 
     int Divide(QzLog::Router& trace, int dividend, int divisor)
     {
-        QZLOG_SCOPE(trace);
+        QzLog::ScopeGuard guard(trace);
         QzLog::Log(trace, "%1 / %2", dividend, divisor);
-        return QZLOG_RETURN_CODE(dividend / divisor);
+        return guard.SetReturnCode(dividend / divisor);
     }
 }
 
@@ -43,10 +43,8 @@ int main()
     QzBase::CountedPtr<Hook> const hook(new Hook);
     QzLog::SetConfigurationHook(hook.get());
 
-    QzBase::CountedPtr<QzLog::Router> const info(
-        QzLog::CreateRouter("Engine", "Info", QzSynch::kLockStackCategoryDefault));
-    QzBase::CountedPtr<QzLog::Router> const trace(
-        QzLog::CreateRouter("Engine", "Trace", QzSynch::kLockStackCategoryDefault));
+    QzBase::CountedPtr<QzLog::Router> const info(QzLog::CreateRouter("Engine", "Info"));
+    QzBase::CountedPtr<QzLog::Router> const trace(QzLog::CreateRouter("Engine", "Trace"));
 
     QzLog::Log(*info, "Quiet: %1", Divide(*trace, 12, 4));
     hook->mIsVerbose = true;

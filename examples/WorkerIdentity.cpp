@@ -27,8 +27,7 @@ namespace
 int main()
 {
     QzLog::Initializer const module;
-    QzBase::CountedPtr<QzLog::Router> const router(
-        QzLog::CreateRouter("Reports", "Info", QzSynch::kLockStackCategoryDefault));
+    QzBase::CountedPtr<QzLog::Router> const router(QzLog::CreateRouter("Reports", "Info"));
     QzBase::CountedPtr<QzLog::Destination> const terminal(QzLog::GetDestination_DebugOutput());
     router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({terminal.get()}));
 

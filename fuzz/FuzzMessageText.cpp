@@ -9,7 +9,7 @@
 
 namespace
 {
-    class Formatter final : public QzLog::Destination_Impl, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Formatter final : public QzSynch::Counted<QzLog::Destination_Impl>
     {
     public:
         void WriteMessage(QzLog::MessageHeader&, QzLog::MessageBody&) override {}

@@ -10,7 +10,7 @@ namespace ReportingServer
 {
     /// Serves the log calls that name a message by its ID. The templates are made once and never change, so
     /// any number of threads may ask.
-    class Catalog : public QzLog::MessageCatalog, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Catalog : public QzSynch::Counted<QzLog::MessageCatalog>
     {
     public:
         Catalog();

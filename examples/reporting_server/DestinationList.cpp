@@ -17,8 +17,7 @@ namespace ReportingServer
     {
         using DestinationPtr = QzBase::CountedPtr<QzLog::Destination>;
 
-        class DestinationList : public QzLog::DestinationCollection,
-                                public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+        class DestinationList : public QzSynch::Counted<QzLog::DestinationCollection>
         {
         public:
             explicit DestinationList(std::vector<DestinationPtr> destinations) : mDestinations(std::move(destinations))

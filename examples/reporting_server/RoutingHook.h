@@ -17,7 +17,7 @@ namespace ReportingServer
 {
     /// The one place that says which dispatcher goes where. The library calls it for each new logger and dispatcher
     /// and for all of them in RefreshConfiguration, from any thread.
-    class RoutingHook : public QzLog::ConfigurationHook, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class RoutingHook : public QzSynch::Counted<QzLog::ConfigurationHook>
     {
     public:
         explicit RoutingHook(QzBase::CountedPtr<QzLog::MessageCatalog> catalog);

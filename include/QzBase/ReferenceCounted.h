@@ -6,7 +6,7 @@ namespace QzBase
 {
     /// Virtual base of every object that is shared by counted references. An object is made with the
     /// count 0; whoever keeps it takes a reference, and the release of the last one deletes it.
-    /// The standard implementation is QzSynch::ReferenceCountedImpl. Holders use CountedPtr and never
+    /// To implement one, derive from QzSynch::Counted<Interface>. Holders use CountedPtr and never
     /// call these operations by hand. Both may be called from any thread at any time.
     class QZLOG_API ReferenceCounted
     {

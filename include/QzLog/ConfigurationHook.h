@@ -10,7 +10,13 @@ namespace QzLog
     class Logger;
 
     /// Sets loggers and dispatchers up. Implemented by the library's user and installed with
-    /// SetConfigurationHook; the library reads no settings of its own.
+    /// SetConfigurationHook; the library reads no settings of its own. A hook that sends everything to one
+    /// file, and how it is installed:
+    ///
+    ///     dispatcher->SetDestinations(QzLog::CreateDestinationCollection({mpFile.get()})); // its ConfigureDispatcher
+    ///     ...
+    ///     QzBase::CountedPtr<Hook> const hook(new Hook); // class Hook : public QzSynch::Counted<ConfigurationHook>
+    ///     QzLog::SetConfigurationHook(hook.get());
     ///
     /// Called on any thread that creates a logger or a dispatcher or runs RefreshConfiguration, and several
     /// calls can overlap. No lock of the library is held meanwhile, so a hook may call everything. What it

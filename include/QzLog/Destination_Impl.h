@@ -9,9 +9,17 @@
 
 namespace QzLog
 {
-    /// What all destinations share, and the base of those that users write: derive from it and from
-    /// QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>, implement both forms of WriteMessage, and give the object
-    /// to a dispatcher. WriteMessage(header, body) is best WriteMessage(body.GetMessageText(GetLanguageID()), header).
+    /// What all destinations share, and the base of those that users write: derive from it, implement both forms of
+    /// WriteMessage, and give the object to a dispatcher.
+    ///
+    ///     class Lines final : public QzSynch::Counted<QzLog::Destination_Impl>
+    ///     {
+    ///         void WriteMessage(char const* text, QzLog::MessageHeader&) override { std::puts(text ? text : ""); }
+    ///         void WriteMessage(QzLog::MessageHeader& header, QzLog::MessageBody& body) override
+    ///         {
+    ///             WriteMessage(body.GetMessageText(GetLanguageID()), header);
+    ///         }
+    ///     };
     ///
     /// A copy has the language and the IDs of the original. Copying throws std::bad_alloc.
     class QZLOG_API Destination_Impl : public virtual Destination

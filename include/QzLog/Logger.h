@@ -107,5 +107,6 @@ namespace QzLog
     /// \param category  for the logger's lock; ignored when the logger exists.
     /// Throws QzBase::Message when no Initializer is alive, and whatever the hook throws; the logger then does
     /// not come into being, and the next call starts afresh.
-    QZLOG_API QzBase::ReturnPtrI<Logger> GetLogger(char const* name, QzSynch::EnumHvnLockStackCategory category);
+    QZLOG_API QzBase::ReturnPtrI<Logger> GetLogger(
+        char const* name, QzSynch::EnumHvnLockStackCategory category = QzSynch::kLockStackCategoryDefault);
 }

@@ -18,6 +18,10 @@ namespace QzLog
     /// What a piece of code keeps in order to log: one logger and one dispatcher of that logger, bound
     /// together by their names. Made by CreateRouter; lives as long as its holders keep it.
     ///
+    ///     QzBase::CountedPtr<QzLog::Router> const info(QzLog::CreateRouter("Kernel", "Info")); // once, and kept
+    ///     info->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({file.get()})); // or by a hook
+    ///     QzLog::Log(*info, "User %1 has signed in.", user);
+    ///
     /// All operations may be called from any thread at any time. They catch nothing: what a destination
     /// throws reaches the caller. The log operations do nothing while the dispatcher has no destinations, and
     /// for good once the module that made the router has ended. Texts are UTF-8.
@@ -70,6 +74,6 @@ namespace QzLog
     /// \param category  for the lock of the logger, if this call is what creates it.
     /// Throws QzBase::Message when no Initializer is alive, whatever the hook throws, and as
     /// Logger::DispatcherCollection::GetDispatcherHandle.
-    QZLOG_API QzBase::ReturnPtrI<Router> CreateRouter(
-        char const* loggerName, char const* dispatcherName, QzSynch::EnumHvnLockStackCategory category);
+    QZLOG_API QzBase::ReturnPtrI<Router> CreateRouter(char const* loggerName, char const* dispatcherName,
+        QzSynch::EnumHvnLockStackCategory category = QzSynch::kLockStackCategoryDefault);
 }

@@ -5,8 +5,8 @@
 
 namespace QzSynch
 {
-    /// The standard implementation of QzBase::ReferenceCounted. An implementation class derives from its
-    /// interface and from this class, which share the one virtual base. The count starts at 0.
+    /// The standard implementation of QzBase::ReferenceCounted. It shares its virtual base with the interface that a
+    /// class implements; see Counted below. The count starts at 0.
     template <class Counter>
     class QZLOG_API ReferenceCountedImpl : public virtual QzBase::ReferenceCounted
     {
@@ -51,4 +51,15 @@ namespace QzSynch
 
     // One instance in the library, so that there is one type information in the process.
     extern template class QZLOG_API ReferenceCountedImpl<AtomicLong>;
+
+    /// An interface with its references counted: what a class derives from that implements it.
+    ///
+    ///     class Hook : public QzSynch::Counted<QzLog::ConfigurationHook> { ... };
+    ///     QzBase::CountedPtr<Hook> const hook(new Hook);
+    template <class Interface>
+    class Counted : public Interface, public ReferenceCountedImpl<AtomicLong>
+    {
+    public:
+        using Interface::Interface;
+    };
 }

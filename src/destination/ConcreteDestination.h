@@ -11,9 +11,7 @@ namespace QzLog
     /// What the library's own destinations are made of, with the form of WriteMessage that is the same in all of
     /// them. `Interface` derives virtually from Destination; an object has one Destination and one reference count.
     template <class Interface>
-    class ConcreteDestination : public Interface,
-                                public Destination_Impl,
-                                public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class ConcreteDestination : public QzSynch::Counted<Interface>, public Destination_Impl
     {
     public:
         using Destination::WriteMessage;

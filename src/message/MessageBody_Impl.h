@@ -10,7 +10,7 @@
 
 namespace QzLog
 {
-    class MessageBody_Impl final : public MessageBody, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class MessageBody_Impl final : public QzSynch::Counted<MessageBody>
     {
     public:
         MessageBody_Impl();

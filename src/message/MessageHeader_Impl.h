@@ -37,9 +37,7 @@ namespace QzLog
     };
 
     /// The texts are read through the header's own getters. The class is final, so that costs no virtual call.
-    class MessageHeader_Impl final : public MessageHeader,
-                                     public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>,
-                                     private MessageHeaderFields
+    class MessageHeader_Impl final : public QzSynch::Counted<MessageHeader>, private MessageHeaderFields
     {
     public:
         char const* GetHostName() override { return mHostName.c_str(); }

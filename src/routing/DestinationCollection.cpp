@@ -8,8 +8,7 @@ namespace QzLog
 {
     namespace
     {
-        class DestinationCollection_Impl final : public DestinationCollection,
-                                                 public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+        class DestinationCollection_Impl final : public QzSynch::Counted<DestinationCollection>
         {
         public:
             explicit DestinationCollection_Impl(std::initializer_list<Destination*> destinations)

@@ -14,7 +14,7 @@
 
 namespace QzLog
 {
-    class Dispatcher_Impl : public Dispatcher, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Dispatcher_Impl : public QzSynch::Counted<Dispatcher>
     {
     public:
         explicit Dispatcher_Impl(char const* name);

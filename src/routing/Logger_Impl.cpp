@@ -42,9 +42,8 @@ namespace QzLog
 
     /// The logger's listener at its dispatchers. They hold it by counted reference, and it holds the logger by
     /// a bare pointer, so that no cycle arises.
-    class Logger_Impl::CallbackProxy final : public Dispatcher::Callback,
-                                             public QzSynch::CallbackProxyImpl<Logger_Impl>,
-                                             public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Logger_Impl::CallbackProxy final : public QzSynch::Counted<Dispatcher::Callback>,
+                                             public QzSynch::CallbackProxyImpl<Logger_Impl>
     {
     public:
         void OnDestinationsChanged(Dispatcher& dispatcher) override

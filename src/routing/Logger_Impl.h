@@ -16,9 +16,7 @@
 
 namespace QzLog
 {
-    class Logger_Impl final : public Logger,
-                              public Logger::DispatcherCollection,
-                              public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Logger_Impl final : public QzSynch::Counted<Logger>, public Logger::DispatcherCollection
     {
     public:
         /// A new logger that no registry knows yet.

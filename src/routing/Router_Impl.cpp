@@ -10,9 +10,8 @@ namespace QzLog
 {
     /// The router's listener at its logger, which holds it by counted reference; the bare pointer back leaves no
     /// cycle.
-    class Router_Impl::CallbackProxy final : public HandleCallback,
-                                             public QzSynch::CallbackProxyImpl<Router_Impl>,
-                                             public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Router_Impl::CallbackProxy final : public QzSynch::Counted<HandleCallback>,
+                                             public QzSynch::CallbackProxyImpl<Router_Impl>
     {
     public:
         void OnDispatcherChanged(unsigned short handle) override

@@ -7,7 +7,7 @@
 
 namespace QzLog
 {
-    class Router_Impl final : public Router, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Router_Impl final : public QzSynch::Counted<Router>
     {
     public:
         static QzBase::CountedPtr<Router_Impl> Create(

@@ -129,8 +129,7 @@ namespace
         QzLog::Initializer const initializer;
         QzBase::CountedPtr<PlainDestination> const destination(new PlainDestination);
         destination->SetCallstackMessageIDs(&kID, 1);
-        QzBase::CountedPtr<QzLog::Router> const router(
-            QzLog::CreateRouter("Kernel", "Stack", QzSynch::kLockStackCategoryDefault));
+        QzBase::CountedPtr<QzLog::Router> const router(QzLog::CreateRouter("Kernel", "Stack"));
         router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({destination.get()}));
         char number = '0';
         for (auto const call : {CallOfTheUser1, CallOfTheUser2, CallOfTheUser3, CallOfTheUser4})

@@ -16,11 +16,7 @@ namespace CallPath
     using namespace QzLog;
     using namespace QzBase::Literals;
     using QzBase::CountedPtr;
-
-    template <class Interface>
-    class Counted : public Interface, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
-    {
-    };
+    using QzSynch::Counted;
 
     /// A member that tells when its object ends.
     struct AtEnd : std::function<void()>
@@ -138,12 +134,12 @@ namespace CallPath
 
     inline CountedPtr<Logger> GetLogger(char const* name = "L")
     {
-        return QzLog::GetLogger(name, QzSynch::kLockStackCategoryDefault);
+        return QzLog::GetLogger(name);
     }
 
     inline CountedPtr<Router> MakeRouter(char const* dispatcher = "D", char const* logger = "L")
     {
-        return CreateRouter(logger, dispatcher, QzSynch::kLockStackCategoryDefault);
+        return CreateRouter(logger, dispatcher);
     }
 
     inline void SetDestinations(Dispatcher& dispatcher, std::initializer_list<Destination*> destinations)

@@ -161,21 +161,29 @@ TEST_F(LogCallTest, OnADisabledRouterNothingIsTouchedButWhatIsThrown)
     EXPECT_EQ(mDestination.TakeTexts(), "5 ct ");
 }
 
-TEST_F(LogCallTest, TheScopeMacroTracesNestedBlocks)
+TEST_F(LogCallTest, ScopesTraceNestedBlocksUnderTheirFunction)
 {
     int const line = __LINE__;
     auto const trace = [&]
     {
         QZLOG_SCOPE(mRouter);
         {
-            QZLOG_SCOPE(mRouter);
+            ScopeGuard guard(mRouter);
+            guard.SetReturnCode(7);
         }
         return QZLOG_RETURN_CODE(ID::Done);
     };
     EXPECT_EQ(trace(), ID::Done);
+    struct
+    {
+        char const* mpEvent;
+        int mDistance;
+        char const* mpCode;
+    } const lines[] = {
+        {"Enter", 3, ""}, {"Enter", 5, ""}, {"Leave", 6, "with 0x00000007 "}, {"Leave", 8, "with 0xFFFFFFFE "}};
     std::string expected;
-    for (auto const& [event, distance] : {std::pair{"Enter", 3}, {"Enter", 5}, {"Leave", 5}, {"Leave", 7}})
+    for (auto const& [event, distance, code] : lines)
         expected +=
-            event + std::string(" 'operator()' near ") + __FILE__ + "(" + std::to_string(line + distance) + ") ";
-    EXPECT_EQ(mDestination.TakeTexts(), expected + "with 0xFFFFFFFE ");
+            event + std::string(" 'operator()' near ") + __FILE__ + "(" + std::to_string(line + distance) + ") " + code;
+    EXPECT_EQ(mDestination.TakeTexts(), expected);
 }

@@ -45,8 +45,7 @@ int RunWriter(WriterSettings const& settings, unsigned int process, Ledger& ledg
     QzBase::CountedPtr<QzLog::Destination_DiskFile> const log = OpenLog(settings, process);
     log->SetMaxFileSize(settings.mLimit);
     log->SetBackupCount(kBackups);
-    QzBase::CountedPtr<QzLog::Router> const router(
-        QzLog::CreateRouter("Stress", "Info", QzSynch::kLockStackCategoryDefault));
+    QzBase::CountedPtr<QzLog::Router> const router(QzLog::CreateRouter("Stress", "Info"));
     router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({log.get()}));
 
     std::vector<std::thread> threads;

@@ -111,7 +111,7 @@ namespace QzLogTool
                 log->SetMaxFileSize(static_cast<unsigned int>(mMaxFileSize));
                 log->SetBackupCount(static_cast<unsigned int>(mBackupCount));
                 QzBase::CountedPtr<QzLog::Router> const router(
-                    QzLog::CreateRouter(mLogger.c_str(), mDispatcher.c_str(), QzSynch::kLockStackCategoryDefault));
+                    QzLog::CreateRouter(mLogger.c_str(), mDispatcher.c_str()));
                 router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({log.get()}));
 
                 CopyLines(*router);

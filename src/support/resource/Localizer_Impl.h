@@ -13,7 +13,7 @@
 
 namespace QzResource
 {
-    class Localizer_Impl final : public Localizer, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Localizer_Impl final : public QzSynch::Counted<Localizer>
     {
     public:
         Localizer_Impl();

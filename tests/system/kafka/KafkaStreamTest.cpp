@@ -70,7 +70,7 @@ namespace
             QzLog::UpdateLogRegistryStr(kSettings);
             mpKafka = QzLog::GetDestination_KafkaLog(WideIn("fall.log"));
             mpKafka->GetDiskFileDestination()->SetMaxFileSize(1'000'000'000);
-            mpRouter = QzLog::CreateRouter("Kernel", "Info", QzSynch::kLockStackCategoryDefault);
+            mpRouter = QzLog::CreateRouter("Kernel", "Info");
             mpRouter->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({mpKafka.get()}));
         }
 
