@@ -61,6 +61,16 @@ foreach(file IN LISTS files)
     endforeach()
 endforeach()
 
+# What stands in a folder named details/ is for the public headers and the library itself.
+file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/tools/*.h" "${SOURCE_DIR}/tools/*.cpp"
+    "${SOURCE_DIR}/examples/*.h" "${SOURCE_DIR}/examples/*.cpp")
+foreach(file IN LISTS files)
+    file(STRINGS "${SOURCE_DIR}/${file}" lines REGEX "^[ \t]*#[ \t]*include.*<[A-Za-z]+/details/")
+    foreach(line IN LISTS lines)
+        list(APPEND faults "${file}: ${line}")
+    endforeach()
+endforeach()
+
 # The operator's tool stands on public headers like any user, and of src/ on the scanner of headers alone.
 file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}/tools/qzlog" "${SOURCE_DIR}/tools/qzlog/*.h"
     "${SOURCE_DIR}/tools/qzlog/*.cpp")

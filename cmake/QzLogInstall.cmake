@@ -8,7 +8,8 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/QzLog)
 
 install(TARGETS QzLog2_64 EXPORT QzLogTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/ ${PROJECT_BINARY_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+    FILES_MATCHING PATTERN "*.h")
 install(EXPORT QzLogTargets NAMESPACE QzLog:: DESTINATION ${package_dir} COMPONENT development)
 if(QZLOG_BUILD_TOOLS)
     # The tool finds the library from where it stands, under any prefix; packages go where the system looks.

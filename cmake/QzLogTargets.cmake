@@ -28,7 +28,8 @@ endif()
 function(qzlog_add_layer name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;DEPENDS;LIBRARIES")
     add_library(${name} STATIC ${arg_SOURCES})
-    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
+    target_include_directories(${name} PUBLIC
+        ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/include ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE qzlog_options ${arg_LIBRARIES})
     set_target_properties(${name} PROPERTIES
         CXX_EXTENSIONS OFF

@@ -5,10 +5,16 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string_view>
+
+#ifdef PACKAGE_VERSION
+static_assert(QzLog::kVersion == std::string_view(PACKAGE_VERSION));
+#endif
+static_assert(QZLOG_VERSION >= 10000);
 
 namespace
 {
-    class Hook : public QzLog::ConfigurationHook, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Hook : public QzSynch::Counted<QzLog::ConfigurationHook>
     {
     public:
         void ConfigureLogger(QzLog::Logger*) override {}
@@ -27,8 +33,7 @@ int main()
     QzBase::CountedPtr<QzLog::ConfigurationHook> const hook(new Hook);
     QzLog::SetConfigurationHook(hook.get());
 
-    QzBase::CountedPtr<QzLog::Router> const router(
-        QzLog::CreateRouter("Consumer", "Info", QzSynch::kLockStackCategoryDefault));
+    QzBase::CountedPtr<QzLog::Router> const router(QzLog::CreateRouter("Consumer", "Info"));
     QzLog::Log(*router, "Hello from the %1, %2 calls", "installed package", 2);
 
     try

@@ -1,9 +1,12 @@
 #include "Commands.h"
 #include "Trouble.h"
 
+#include <QzLog/Version.h>
+
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <string>
 #include <vector>
 
 namespace
@@ -21,7 +24,7 @@ namespace
         CLI::App app("Reads, checks and counts the logs that QzLog writes.", "qzlog");
         app.require_subcommand(1);
         app.fallthrough(false);
-        app.set_version_flag("--version", "qzlog " QZLOG_VERSION);
+        app.set_version_flag("--version", std::string("qzlog ") + QzLog::kVersion);
         app.footer("Exit codes: 0 found or nothing wrong, 1 nothing found or something wrong, 2 trouble.");
 
         std::vector<std::unique_ptr<Command>> commands;
