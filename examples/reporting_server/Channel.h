@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QzLog/LogFunctions.h>
+#include <QzLog/Log.h>
 
 namespace ReportingServer
 {
@@ -25,37 +25,4 @@ namespace ReportingServer
         Channel mEngine{kLoggers[1]};
         Channel mNetwork{kLoggers[2]};
     };
-
-    /// Where a log call stands in the source.
-    struct Place
-    {
-        char const* mpFile;
-        char const* mpFunction;
-        int mLine;
-    };
-
-#define RS_HERE                                                                                                        \
-    ::ReportingServer::Place                                                                                           \
-    {                                                                                                                  \
-        __FILE__, __func__, __LINE__                                                                                   \
-    }
-
-    /// Logs a message of the catalog. While nobody listens it costs the test: no value is inserted.
-    template <class... Values>
-    void LogID(QzLog::Router& router, Place const& place, unsigned int messageID, Values const&... values)
-    {
-        if (!router.mEnabled)
-            return;
-        QzResource::MessageFormatter& formatter = QzLog::GetMessageFormatter();
-        (formatter << ... << values);
-        QzLog::LogMessage(router, messageID, formatter, nullptr, place.mpFile, place.mpFunction, place.mLine);
-    }
-
-    /// Logs a structured message, in the language of each destination. The router's own operation leaves the
-    /// question whether anybody listens to its caller.
-    inline void LogStructured(QzLog::Router& router, QzBase::Message const& message)
-    {
-        if (router.mEnabled)
-            router.LogBaseMessage(message);
-    }
 }

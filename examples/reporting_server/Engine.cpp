@@ -19,9 +19,9 @@ namespace ReportingServer
 
     unsigned int Engine::RunReport(Request const& request)
     {
-        QzLog::ScopeGuard guard(*mChannel.mTrace, __func__, __FILE__, __LINE__);
+        QzLog::ScopeGuard guard(*mChannel.mTrace);
         std::string const database = FindDatabase(request.mObject);
-        LogID(*mChannel.mInfo, RS_HERE, kReportStarted, request.mObject, database);
+        QzLog::Log(*mChannel.mInfo, kReportStarted, request.mObject, database);
         try
         {
             Fetch(database, request);
@@ -31,17 +31,17 @@ namespace ReportingServer
             WrapMessage(cause, kReportFailed) << request.mObject.c_str();
             throw;
         }
-        LogID(*mChannel.mInfo, RS_HERE, kReportFinished, request.mObject, request.GetAttribute("rows"),
+        QzLog::Log(*mChannel.mInfo, kReportFinished, request.mObject, request.GetAttribute("rows"),
             request.GetAttribute("format"));
-        return guard.SetReturnCode(kDone, __LINE__);
+        return guard.SetReturnCode(kDone);
     }
 
     unsigned int Engine::Search(Request const& request)
     {
-        QzLog::ScopeGuard guard(*mChannel.mTrace, __func__, __FILE__, __LINE__);
+        QzLog::ScopeGuard guard(*mChannel.mTrace);
         std::string const text = request.GetAttribute("text");
-        LogID(*mChannel.mInfo, RS_HERE, kSearchFinished, text, text.size() % 7);
-        return guard.SetReturnCode(kDone, __LINE__);
+        QzLog::Log(*mChannel.mInfo, kSearchFinished, text, text.size() % 7);
+        return guard.SetReturnCode(kDone);
     }
 
     std::string Engine::FindDatabase(std::string const& report)
@@ -49,19 +49,14 @@ namespace ReportingServer
         auto const found = gDatabases.find(report.substr(0, report.find('/')));
         if (found != gDatabases.end())
             return found->second;
-
-        QzResource::MessageFormatter& values = QzLog::GetMessageFormatter();
-        values << report;
-        QzLog::LogMessageAndThrowBaseException(*mChannel.mError, kReportUnknown, values, nullptr);
+        QzLog::LogAndThrow(*mChannel.mError, kReportUnknown, report);
     }
 
     void Engine::Fetch(std::string const& database, Request const& request)
     {
         // Details for the developer need no translation: the text stands in the call.
-        QzResource::MessageFormatter& values = QzLog::GetMessageFormatter();
-        values << database << request.GetAttribute("rows") << QzLog::Format::WideHex << request.mNumber;
-        QzLog::LogMessage(*mChannel.mTrace, "Query on %1 for at most %2 rows, cursor %3", values, nullptr, __FILE__,
-            __func__, __LINE__);
+        QzLog::Log(*mChannel.mTrace, "Query on %1 for at most %2 rows, cursor %3", database,
+            request.GetAttribute("rows"), QzLog::Format::WideHex, request.mNumber);
 
         if (database == "ARCHIVEDB")
         {

@@ -8,36 +8,36 @@ namespace ReportingServer
 {
     unsigned int Kernel::SignIn(Request const& request)
     {
-        QzLog::ScopeGuard guard(*mChannel.mTrace, __func__, __FILE__, __LINE__);
+        QzLog::ScopeGuard guard(*mChannel.mTrace);
         if (request.GetAttribute("password").empty())
         {
-            LogID(*mChannel.mError, RS_HERE, kPasswordMissing, request.mUser);
-            return guard.SetReturnCode(static_cast<unsigned int>(kPasswordMissing), __LINE__);
+            QzLog::Log(*mChannel.mError, kPasswordMissing, request.mUser);
+            return guard.SetReturnCode(static_cast<unsigned int>(kPasswordMissing));
         }
         {
             std::lock_guard const hold(mLock);
             mSessions[request.mSession] = request.mUser;
         }
-        LogID(*mChannel.mInfo, RS_HERE, kSignedIn, request.mUser, request.GetAttribute("project"));
-        return guard.SetReturnCode(kDone, __LINE__);
+        QzLog::Log(*mChannel.mInfo, kSignedIn, request.mUser, request.GetAttribute("project"));
+        return guard.SetReturnCode(kDone);
     }
 
     unsigned int Kernel::SignOut(Request const& request)
     {
-        QzLog::ScopeGuard guard(*mChannel.mTrace, __func__, __FILE__, __LINE__);
+        QzLog::ScopeGuard guard(*mChannel.mTrace);
         {
             std::lock_guard const hold(mLock);
             mSessions.erase(request.mSession);
         }
-        LogID(*mChannel.mInfo, RS_HERE, kSignedOut, request.mUser);
-        return guard.SetReturnCode(kDone, __LINE__);
+        QzLog::Log(*mChannel.mInfo, kSignedOut, request.mUser);
+        return guard.SetReturnCode(kDone);
     }
 
     unsigned int Kernel::ChangePassword(Request const& request)
     {
-        QzLog::ScopeGuard guard(*mChannel.mTrace, __func__, __FILE__, __LINE__);
-        LogID(*mChannel.mInfo, RS_HERE, kPasswordChanged, request.mUser);
-        return guard.SetReturnCode(kDone, __LINE__);
+        QzLog::ScopeGuard guard(*mChannel.mTrace);
+        QzLog::Log(*mChannel.mInfo, kPasswordChanged, request.mUser);
+        return guard.SetReturnCode(kDone);
     }
 
     unsigned int Kernel::TellStatus(Request const&)
@@ -47,7 +47,7 @@ namespace ReportingServer
             std::lock_guard const hold(mLock);
             count = mSessions.size();
         }
-        LogID(*mChannel.mInfo, RS_HERE, kStatusTold, count);
+        QzLog::Log(*mChannel.mInfo, kStatusTold, count);
         return kDone;
     }
 

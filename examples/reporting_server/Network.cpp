@@ -10,15 +10,15 @@ namespace ReportingServer
 {
     unsigned int Network::TakeBody(Request const& request)
     {
-        QzLog::ScopeGuard guard(*mChannel.mTrace, __func__, __FILE__, __LINE__);
-        LogID(*mChannel.mInfo, RS_HERE, kBodyReceived, request.GetAttribute("method"), request.GetAttribute("path"),
+        QzLog::ScopeGuard guard(*mChannel.mTrace);
+        QzLog::Log(*mChannel.mInfo, kBodyReceived, request.GetAttribute("method"), request.GetAttribute("path"),
             DescribeBody(request));
-        return guard.SetReturnCode(kDone, __LINE__);
+        return guard.SetReturnCode(kDone);
     }
 
     unsigned int Network::GreetPeer(Request const& request)
     {
-        LogID(*mChannel.mTrace, RS_HERE, kPeerAlive, request.GetAttribute("node"));
+        QzLog::Log(*mChannel.mTrace, kPeerAlive, request.GetAttribute("node"));
         return kDone;
     }
 }

@@ -44,8 +44,7 @@ namespace ReportingServer
             unsigned int const answer = Answer(request);
             if (answer != kDone)
                 ++mFailed;
-            LogID(
-                *mChannels.mNetwork.mInfo, RS_HERE, kRequestAnswered, request.mNumber, QzLog::Format::WideHex, answer);
+            QzLog::Log(*mChannels.mNetwork.mInfo, kRequestAnswered, request.mNumber, QzLog::Format::WideHex, answer);
         }
         catch (std::exception const& fault)
         {
@@ -75,26 +74,26 @@ namespace ReportingServer
 
     unsigned int RequestHandler::Serve(Request const& request)
     {
-        QzLog::ScopeGuard guard(*mChannels.mNetwork.mTrace, __func__, __FILE__, __LINE__);
+        QzLog::ScopeGuard guard(*mChannels.mNetwork.mTrace);
         auto const found = mCommands.find(request.mCommand);
         if (found == mCommands.end())
         {
-            LogID(*mChannels.mKernel.mError, RS_HERE, kNotOffered, request.mCommandName);
-            return guard.SetReturnCode(static_cast<unsigned int>(kNotOffered), __LINE__);
+            QzLog::Log(*mChannels.mKernel.mError, kNotOffered, request.mCommandName);
+            return guard.SetReturnCode(static_cast<unsigned int>(kNotOffered));
         }
         if (found->second.mNeedsSession && !mKernel.IsSignedIn(request.mSession))
         {
-            LogID(*mChannels.mKernel.mError, RS_HERE, kNotSignedIn, request.mSession);
-            return guard.SetReturnCode(static_cast<unsigned int>(kNotSignedIn), __LINE__);
+            QzLog::Log(*mChannels.mKernel.mError, kNotSignedIn, request.mSession);
+            return guard.SetReturnCode(static_cast<unsigned int>(kNotSignedIn));
         }
-        return guard.SetReturnCode(found->second.mServe(request), __LINE__);
+        return guard.SetReturnCode(found->second.mServe(request));
     }
 
     unsigned int RequestHandler::Fail(Request const& request, QzBase::Message& cause)
     {
         unsigned int const answer = static_cast<unsigned int>(cause.GetID());
         WrapMessage(cause, kRequestFailed) << request.mNumber << request.mCommandName.c_str();
-        LogStructured(*mChannels.mNetwork.mError, cause);
+        QzLog::Log(*mChannels.mNetwork.mError, cause);
         return answer;
     }
 }

@@ -50,7 +50,7 @@ namespace ReportingServer
     void Server::Run()
     {
         QzBase::ReturnString const name = QzBase::WideCharToUTF8(QzLog::GetServerInstanceName().c_str(), true);
-        LogStructured(*mChannels.mKernel.mInfo, MakeMessage(kServerStarted) << mOptions.mWorkerCount << name.c_str());
+        QzLog::Log(*mChannels.mKernel.mInfo, MakeMessage(kServerStarted) << mOptions.mWorkerCount << name.c_str());
 
         std::string line;
         for (;;)
@@ -77,7 +77,7 @@ namespace ReportingServer
             // All that can be wrong shows before the first dispatcher changes.
             ApplySettings(*mpHook, mOptions.mSettingsFile);
             QzLog::RefreshConfiguration();
-            LogStructured(*mChannels.mKernel.mInfo, MakeMessage(kSettingsRead) << mOptions.mSettingsFile.c_str());
+            QzLog::Log(*mChannels.mKernel.mInfo, MakeMessage(kSettingsRead) << mOptions.mSettingsFile.c_str());
         }
         catch (QzBase::Message const& fault)
         {
@@ -87,7 +87,7 @@ namespace ReportingServer
 
     void Server::TellRejection(QzBase::Message const& fault)
     {
-        LogStructured(*mChannels.mKernel.mError, fault);
+        QzLog::Log(*mChannels.mKernel.mError, fault);
         // It must not go unheard because the settings in force route no errors.
         if (!mChannels.mKernel.mError->mEnabled)
             QzLog::GetDestination_DebugOutput()->WriteString(QzBase::FormatMessage(fault, kEnglish).c_str());
@@ -107,21 +107,21 @@ namespace ReportingServer
                 request.mUser, request.mSession, request.mObject, QzBase::GetCurrentThreadID()};
             QzLog::ThreadSpecificLogInfoSwitchGuard const onThisThread(&identity);
             CommandOfThread const command(request.mCommand);
-            LogID(*mChannels.mNetwork.mInfo, RS_HERE, kRequestReceived, request.mNumber, request.mCommandName,
+            QzLog::Log(*mChannels.mNetwork.mInfo, kRequestReceived, request.mNumber, request.mCommandName,
                 DescribeAttributes(request));
             mWorkers.Submit(std::move(request));
         }
         catch (QzBase::Message const& fault)
         {
             ++mRejectedCount;
-            LogStructured(*mChannels.mNetwork.mError, fault);
+            QzLog::Log(*mChannels.mNetwork.mError, fault);
         }
     }
 
     void Server::Finish()
     {
         mWorkers.Finish();
-        LogStructured(*mChannels.mKernel.mInfo, MakeMessage(kServerStopped) << mRequestCount << GetFailedCount());
+        QzLog::Log(*mChannels.mKernel.mInfo, MakeMessage(kServerStopped) << mRequestCount << GetFailedCount());
         mTraces.Print(mChannels.mKernel);
     }
 }

@@ -18,7 +18,7 @@ namespace ReportingServer
                 return;
             char const* const reason =
                 result == QzLog::kTraceFileNotOpened ? "it cannot be opened" : "it cannot be written to its end";
-            LogID(*channel.mError, RS_HERE, kTraceNotPrinted, file.string(), reason);
+            QzLog::Log(*channel.mError, kTraceNotPrinted, file.string(), reason);
         }
     }
 
