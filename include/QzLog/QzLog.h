@@ -56,6 +56,7 @@
 #include <QzLog/Router.h>
 #include <QzLog/ScopeGuard.h>
 #include <QzLog/ServerCommands.h>
+#include <QzLog/SourceLocation.h>
 #include <QzLog/ThreadSpecificLogInfo.h>
 #include <QzLog/Timestamp.h>
 #include <QzLog/Version.h>
