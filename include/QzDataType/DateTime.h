@@ -77,17 +77,17 @@ namespace QzDataType
         struct OnTheWall
         {
         };
+        constexpr explicit DateTime(OnTheWall) noexcept {}
         DateTime(OnTheWall, std::int64_t milliseconds) noexcept;
         std::int64_t GetWallMilliseconds() const noexcept;
 
         // Kept apart and not as a count, because a time stamp is rendered far more often than subtracted.
-        // Years 1 to 9999.
-        std::int16_t mYear;
-        std::uint8_t mMonth;
-        std::uint8_t mDay;
-        std::uint8_t mHour;
-        std::uint8_t mMinute;
-        std::uint8_t mSecond;
-        std::int16_t mMillisecond;
+        std::int16_t mYear = 1; // to 9999
+        std::uint8_t mMonth = 1;
+        std::uint8_t mDay = 1;
+        std::uint8_t mHour = 0;
+        std::uint8_t mMinute = 0;
+        std::uint8_t mSecond = 0;
+        std::int16_t mMillisecond = 0;
     };
 }

@@ -1,5 +1,6 @@
 #include "destination/LossAccount.h"
 
+#include "message/MessageHeader_Impl.h"
 #include "root/ModuleAccess.h"
 #include "root/ModuleMain.h"
 #include "root/ThreadContext.h"

@@ -6,14 +6,12 @@
 #include <string_view>
 
 // The header as a line of text. Every message comes through here: its length is bounded first, so that the pieces
-// go into the string's memory without a look at its capacity each.
+// go into memory without a look at its capacity each. What seldom changes is kept in two pieces of several fields.
 
 namespace QzLog
 {
     namespace
     {
-        constexpr std::size_t kReservedLength = 256;
-
         /// At least the length of everything in the line that is no field, of the message ID and of the source line.
         constexpr std::size_t kFixedLength = 128;
 
@@ -41,7 +39,7 @@ namespace QzLog
                 return *this;
             }
 
-            char const* GetEnd() const noexcept { return mpOut; }
+            char* GetEnd() const noexcept { return mpOut; }
 
         private:
             char* mpOut;
@@ -62,30 +60,51 @@ namespace QzLog
         }
     }
 
+    std::string const& MessageHeader_Impl::GetOriginText()
+    {
+        if (mOriginText.empty())
+        {
+            mOriginText.append(" [HOST:").append(mHostName).append("][SERVER:").append(mServerName);
+            mOriginText.append("][PID:").append(GetProcessIDString()).append("][THR:").append(GetThreadIDString());
+            mOriginText.append("][");
+        }
+        return mOriginText;
+    }
+
+    std::string const& MessageHeader_Impl::GetIdentityText()
+    {
+        if (mIdentityText.empty())
+        {
+            mIdentityText.append("[UID:").append(OrZero(mUserID)).append("][SID:").append(OrZero(mSessionID));
+            mIdentityText.append("][OID:").append(OrZero(mObjectID)).append("]");
+        }
+        return mIdentityText;
+    }
+
     void MessageHeader_Impl::BuildHeaderText()
     {
-        GetTimestampString();
-        GetProcessIDString();
-        GetThreadIDString();
-        std::size_t const bound = kFixedLength + mTimestampText.size() + mHostName.size() + mServerName.size() +
-                                  mProcessIDText.size() + mThreadIDText.size() + mLoggerName.size() +
-                                  mDispatcherName.size() + mUserID.size() + mSessionID.size() + mObjectID.size() +
-                                  mSourceFile.size() + mSourceFunction.size();
-        std::string& text = mHeaderText;
-        text.reserve(kReservedLength);
-        text.resize(bound);
-
-        Writer writer(text.data());
-        writer << mTimestampText << " [HOST:" << mHostName << "][SERVER:" << mServerName << "][PID:" << mProcessIDText
-               << "][THR:" << mThreadIDText << "][" << mLoggerName << "][" << mDispatcherName << "]";
-        if (mMessageID != 0)
-            writer << "[0x" << GetMessageIDString() << "]";
-        writer << "[UID:" << OrZero(mUserID) << "][SID:" << OrZero(mSessionID) << "][OID:" << OrZero(mObjectID) << "]";
-        if (mIsErrorDispatcher && !mSourceFile.empty() && !mSourceFunction.empty())
+        std::string const& time = mTimestampText.Get(mTimestamp);
+        if (mHeaderText.BuildWithTime(time))
+            return;
+        std::string const& origin = GetOriginText();
+        std::string const& identity = GetIdentityText();
+        std::size_t const bound = kFixedLength + time.size() + origin.size() + mLoggerName.size() +
+                                  mDispatcherName.size() + identity.size() + mSourceFile.size() +
+                                  mSourceFunction.size();
+        auto const write = [&](char* out)
         {
-            writer << "[" << GetFileNamePart(mSourceFile) << ":" << mSourceFunction << " at line:" << mSourceLine
-                   << "]";
-        }
-        text.resize(static_cast<std::size_t>(writer.GetEnd() - text.data()));
+            Writer writer(out);
+            writer << time << origin << mLoggerName << "][" << mDispatcherName << "]";
+            if (mMessageID != 0)
+                writer << "[0x" << GetMessageIDString() << "]";
+            writer << identity;
+            if (mIsErrorDispatcher && !mSourceFile.empty() && !mSourceFunction.empty())
+            {
+                writer << "[" << GetFileNamePart(mSourceFile) << ":" << mSourceFunction << " at line:" << mSourceLine
+                       << "]";
+            }
+            return writer.GetEnd();
+        };
+        mHeaderText.Build(time.size(), bound, write);
     }
 }

@@ -6,20 +6,21 @@
 
 #include <QzBase/Conversions.h>
 
-#include <string_view>
+#include <cstring>
 
 namespace QzLog
 {
     namespace
     {
-        /// Most of what a message sets is what the message before has set.
-        void Assign(std::string& field, char const* text)
+        /// Returns whether that changes the field. Mostly it does not: a message sets what the one before has set.
+        bool Assign(std::string& field, char const* text)
         {
-            std::string_view const value(text ? text : "");
-            if (field == value)
-                return;
+            char const* const value = text ? text : "";
+            if (std::strcmp(field.c_str(), value) == 0)
+                return false;
             field.assign(value);
             QzBase::GiveBackSpareMemory(field);
+            return true;
         }
 
         char const* BuildDecimal(std::string& cache, unsigned int id)
@@ -47,18 +48,26 @@ namespace QzLog
 
     void MessageHeader_Impl::ClearRenderedForms() noexcept
     {
-        QzBase::EmptyAndKeepMemory(mHeaderText);
+        mHeaderText.Clear();
         QzBase::EmptyAndKeepMemory(mHeaderJSON);
+    }
+
+    void MessageHeader_Impl::ClearOrigin() noexcept
+    {
+        QzBase::EmptyAndKeepMemory(mOriginText);
+        mHeaderText.ForgetRest();
     }
 
     void MessageHeader_Impl::SetHostName(char const* name)
     {
-        Assign(mHostName, name);
+        if (Assign(mHostName, name))
+            ClearOrigin();
     }
 
     void MessageHeader_Impl::SetServerName(char const* name)
     {
-        Assign(mServerName, name);
+        if (Assign(mServerName, name))
+            ClearOrigin();
     }
 
     void MessageHeader_Impl::SetProcessID(unsigned int id)
@@ -68,6 +77,7 @@ namespace QzLog
         mProcessID = id;
         QzBase::EmptyAndKeepMemory(mProcessIDText);
         mProcessIDHexText.clear();
+        ClearOrigin();
         ClearRenderedForms();
     }
 
@@ -81,6 +91,7 @@ namespace QzLog
         mProcessID = static_cast<unsigned int>(QzBase::DecimalToInt(text));
         Assign(mProcessIDText, text);
         mProcessIDHexText.clear();
+        ClearOrigin();
     }
 
     char const* MessageHeader_Impl::GetProcessIDHexString()
@@ -100,6 +111,7 @@ namespace QzLog
         mThreadID = id;
         QzBase::EmptyAndKeepMemory(mThreadIDText);
         mThreadIDHexText.clear();
+        ClearOrigin();
         ClearRenderedForms();
     }
 
@@ -113,6 +125,7 @@ namespace QzLog
         mThreadID = static_cast<unsigned int>(QzBase::DecimalToInt(text));
         Assign(mThreadIDText, text);
         mThreadIDHexText.clear();
+        ClearOrigin();
     }
 
     char const* MessageHeader_Impl::GetThreadIDHexString()
@@ -128,44 +141,42 @@ namespace QzLog
     void MessageHeader_Impl::SetTimestamp(Timestamp const& timestamp)
     {
         mTimestamp = timestamp;
-        QzBase::EmptyAndKeepMemory(mTimestampText);
+        mTimestampText.Clear();
         ClearRenderedForms();
     }
 
     void MessageHeader_Impl::SetTimestampToNow()
     {
         mTimestamp.SetToNowLocal();
-        QzBase::EmptyAndKeepMemory(mTimestampText);
+        mTimestampText.Clear();
         ClearRenderedForms();
     }
 
     char const* MessageHeader_Impl::GetTimestampString()
     {
-        if (mTimestampText.empty())
-        {
-            char text[QzDataType::kMaxDateTimeText];
-            mTimestampText.assign(text, WriteTimestamp(text, mTimestamp));
-        }
-        return mTimestampText.c_str();
+        return mTimestampText.Get(mTimestamp).c_str();
     }
 
     unsigned int MessageHeader_Impl::SetTimestampString(char const* text)
     {
         unsigned int const consumed = mTimestamp.FromISO8601String(text);
         if (consumed != 0)
-            mTimestampText.assign(text, consumed);
+            mTimestampText.Assign(text, consumed);
         return consumed;
     }
 
     void MessageHeader_Impl::SetLoggerName(char const* name)
     {
-        Assign(mLoggerName, name);
+        if (Assign(mLoggerName, name))
+            mHeaderText.ForgetRest();
     }
 
     void MessageHeader_Impl::SetDispatcherName(char const* name)
     {
-        Assign(mDispatcherName, name);
-        mIsErrorDispatcher = mDispatcherName == std::string_view("Error");
+        if (!Assign(mDispatcherName, name))
+            return;
+        mIsErrorDispatcher = mDispatcherName == "Error";
+        mHeaderText.ForgetRest();
     }
 
     void MessageHeader_Impl::SetMessageID(unsigned int id)
@@ -174,6 +185,7 @@ namespace QzLog
             return;
         mMessageID = id;
         mMessageIDText.clear();
+        mHeaderText.ForgetRest();
         ClearRenderedForms();
     }
 
@@ -189,9 +201,9 @@ namespace QzLog
 
     char const* MessageHeader_Impl::GetHeaderText()
     {
-        if (mHeaderText.empty())
+        if (!mHeaderText.IsBuilt())
             BuildHeaderText();
-        return mHeaderText.c_str();
+        return mHeaderText.Get();
     }
 
     char const* MessageHeader_Impl::GetHeaderJSON()
@@ -203,27 +215,58 @@ namespace QzLog
 
     void MessageHeader_Impl::SetSourceFile(char const* fileName)
     {
-        Assign(mSourceFile, fileName);
+        if (Assign(mSourceFile, fileName) && mIsErrorDispatcher)
+            mHeaderText.ForgetRest();
     }
 
     void MessageHeader_Impl::SetSourceFunction(char const* functionName)
     {
-        Assign(mSourceFunction, functionName);
+        if (Assign(mSourceFunction, functionName) && mIsErrorDispatcher)
+            mHeaderText.ForgetRest();
+    }
+
+    void MessageHeader_Impl::SetSourceLine(int lineNumber)
+    {
+        if (lineNumber != mSourceLine && mIsErrorDispatcher)
+            mHeaderText.ForgetRest();
+        mSourceLine = lineNumber;
+    }
+
+    void MessageHeader_Impl::SetIdentity(std::string& field, char const* id)
+    {
+        if (!Assign(field, id))
+            return;
+        QzBase::EmptyAndKeepMemory(mIdentityText);
+        mHeaderText.ForgetRest();
     }
 
     void MessageHeader_Impl::SetUserID(char const* id)
     {
-        Assign(mUserID, id);
+        SetIdentity(mUserID, id);
     }
 
     void MessageHeader_Impl::SetSessionID(char const* id)
     {
-        Assign(mSessionID, id);
+        SetIdentity(mSessionID, id);
     }
 
     void MessageHeader_Impl::SetObjectID(char const* id)
     {
-        Assign(mObjectID, id);
+        SetIdentity(mObjectID, id);
+    }
+
+    /// The time goes first: it is what makes the header build its texts anew.
+    void MessageHeader_Impl::Stamp(char const* loggerName, char const* dispatcherName, SourceLocation const& location,
+        unsigned int messageID, char const* serverName)
+    {
+        SetTimestampToNow();
+        SetLoggerName(loggerName);
+        SetDispatcherName(dispatcherName);
+        SetSourceFile(location.mpFileName);
+        SetSourceFunction(location.mpFunctionName);
+        SetSourceLine(location.mLineNumber);
+        SetMessageID(messageID);
+        SetServerName(serverName);
     }
 
     QzBase::ReturnPtrI<MessageHeader> CreateMessageHeader()

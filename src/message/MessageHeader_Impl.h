@@ -1,6 +1,10 @@
 #pragma once
 
+#include "message/HeaderLine.h"
+#include "message/TimestampText.h"
+
 #include <QzLog/MessageHeader.h>
+#include <QzLog/SourceLocation.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
 #include <string>
@@ -19,13 +23,15 @@ namespace QzLog
         std::string mThreadIDText;    // cache
         std::string mThreadIDHexText; // cache
         Timestamp_Impl mTimestamp;
-        std::string mTimestampText; // cache
+        TimestampText mTimestampText;
         std::string mLoggerName;
         std::string mDispatcherName;
         unsigned int mMessageID = 0;
         std::string mMessageIDText; // cache
-        std::string mHeaderText;    // cache
-        std::string mHeaderJSON;    // cache
+        HeaderLine mHeaderText;
+        std::string mOriginText;   // cache of the part of the line from host to thread
+        std::string mIdentityText; // cache of the part of the line from user to object
+        std::string mHeaderJSON;   // cache
         std::string mSourceFile;
         std::string mSourceFunction;
         int mSourceLine = 0;
@@ -84,7 +90,7 @@ namespace QzLog
         char const* GetSourceFile() override { return mSourceFile.c_str(); }
         void SetSourceFunction(char const* functionName) override;
         char const* GetSourceFunction() override { return mSourceFunction.c_str(); }
-        void SetSourceLine(int lineNumber) override { mSourceLine = lineNumber; }
+        void SetSourceLine(int lineNumber) override;
         int GetSourceLine() override { return mSourceLine; }
 
         void SetUserID(char const* id) override;
@@ -94,8 +100,16 @@ namespace QzLog
         void SetObjectID(char const* id) override;
         char const* GetObjectID() override { return mObjectID.c_str(); }
 
+        /// Sets the present time and then, in the order of the arguments, what else changes from message to message.
+        void Stamp(char const* loggerName, char const* dispatcherName, SourceLocation const& location,
+            unsigned int messageID, char const* serverName);
+
     private:
         void ClearRenderedForms() noexcept;
+        void ClearOrigin() noexcept;
+        void SetIdentity(std::string& field, char const* id);
+        std::string const& GetOriginText();
+        std::string const& GetIdentityText();
         void BuildHeaderText();
         void BuildHeaderJSON();
     };

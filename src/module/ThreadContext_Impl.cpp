@@ -7,7 +7,7 @@
 namespace QzLog
 {
     ThreadContext_Impl::ThreadContext_Impl(char const* machineName, ServerInstanceName const& serverInstanceName)
-        : mpHeader(CreateMessageHeader()), mpBody(new MessageBody_Impl), mServerInstanceName(serverInstanceName)
+        : mpHeader(new MessageHeader_Impl), mpBody(new MessageBody_Impl), mServerInstanceName(serverInstanceName)
     {
         mpHeader->SetHostName(machineName);
         SetProcessAndThread();

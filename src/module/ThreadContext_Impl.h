@@ -1,11 +1,11 @@
 #pragma once
 
 #include "message/MessageBody_Impl.h"
+#include "message/MessageHeader_Impl.h"
 #include "module/ServerInstanceName.h"
 #include "root/ThreadContext.h"
 
 #include <QzBase/CountedPtr.h>
-#include <QzLog/MessageHeader.h>
 
 namespace QzLog
 {
@@ -16,7 +16,7 @@ namespace QzLog
         ThreadContext_Impl(char const* machineName, ServerInstanceName const& serverInstanceName);
 
         void Delete() override { delete this; }
-        MessageHeader* GetMessageHeader() override { return mpHeader.get(); }
+        MessageHeader_Impl* GetMessageHeader() override { return mpHeader.get(); }
         MessageBody_Impl* GetMessageBody() override { return mpBody.get(); }
         std::uint64_t& EpisodeNumber() override { return mEpisodeNumber; }
         void SetParentThreadID(std::uint64_t threadID) override { mParentThreadID = threadID; }
@@ -30,7 +30,7 @@ namespace QzLog
         void SetProcessAndThread();
 
         std::uint64_t mParentThreadID = 0;
-        QzBase::CountedPtr<MessageHeader> mpHeader;
+        QzBase::CountedPtr<MessageHeader_Impl> mpHeader;
         QzBase::CountedPtr<MessageBody_Impl> mpBody;
         std::uint64_t mEpisodeNumber = 0;
         ServerInstanceName const& mServerInstanceName;

@@ -1,11 +1,11 @@
 #include <QzLog/ThreadSpecificLogInfo.h>
 
+#include "message/MessageHeader_Impl.h"
 #include "root/ModuleAccess.h"
 #include "root/ModuleMain.h"
 #include "root/ThreadContext.h"
 
 #include <QzBase/Conversions.h>
-#include <QzLog/MessageHeader.h>
 
 #include <new>
 

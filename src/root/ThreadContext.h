@@ -7,14 +7,14 @@
 namespace QzLog
 {
     class MessageBody_Impl;
-    class MessageHeader;
+    class MessageHeader_Impl;
 
     /// What one thread keeps for its messages. Touched by that thread only, so nothing here is locked. What
     /// the getters return is valid for the context's life, and no reference is taken.
     class ThreadContext : public QzSynch::ThreadContext
     {
     public:
-        virtual MessageHeader* GetMessageHeader() = 0;
+        virtual MessageHeader_Impl* GetMessageHeader() = 0;
         virtual MessageBody_Impl* GetMessageBody() = 0;
         virtual std::uint64_t& EpisodeNumber() = 0;
         virtual void SetParentThreadID(std::uint64_t threadID) = 0;

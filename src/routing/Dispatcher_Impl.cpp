@@ -2,6 +2,7 @@
 
 #include "message/CallFrame.h"
 #include "message/MessageBody_Impl.h"
+#include "message/MessageHeader_Impl.h"
 #include "os/Fork.h"
 #include "root/ModuleAccess.h"
 #include "root/ModuleMain.h"
@@ -9,26 +10,15 @@
 #include "routing/ErrnoGuard.h"
 #include "support/base/MessageMemory.h"
 
-#include <QzLog/MessageHeader.h>
-#include <QzLog/SourceLocation.h>
-
 namespace QzLog
 {
     namespace
     {
-        /// The time goes first: it is what makes the header build its texts anew.
         MessageHeader& StampHeader(ThreadContext& context, Logger& logger, Dispatcher& dispatcher,
             unsigned int messageID, SourceLocation const& location)
         {
-            MessageHeader& header = *context.GetMessageHeader();
-            header.SetTimestampToNow();
-            header.SetLoggerName(logger.GetName());
-            header.SetDispatcherName(dispatcher.GetName());
-            header.SetSourceFile(location.mpFileName);
-            header.SetSourceFunction(location.mpFunctionName);
-            header.SetSourceLine(location.mLineNumber);
-            header.SetMessageID(messageID);
-            header.SetServerName(context.GetServerName());
+            MessageHeader_Impl& header = *context.GetMessageHeader();
+            header.Stamp(logger.GetName(), dispatcher.GetName(), location, messageID, context.GetServerName());
             return header;
         }
 

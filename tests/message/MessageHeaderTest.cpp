@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <climits>
+#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -72,6 +74,50 @@ namespace
         std::string const text = header->GetHeaderText();
         EXPECT_NE(text.find("[0xFFFFFFFF][UID:" + longText + "]["), text.npos);
         EXPECT_TRUE(text.ends_with('[' + longText + ':' + longText + " at line:0]"));
+    }
+
+    // What a header keeps from line to line must not show in the next one.
+    TEST(MessageHeader, IsLikeANewOneAfterManyChanges)
+    {
+        using Text = void (Header::*)(char const*);
+        using Get = char const* (Header::*)();
+        std::pair<Text, Get> const fields[] = {{&Header::SetHostName, &Header::GetHostName},
+            {&Header::SetServerName, &Header::GetServerName}, {&Header::SetLoggerName, &Header::GetLoggerName},
+            {&Header::SetDispatcherName, &Header::GetDispatcherName}, {&Header::SetUserID, &Header::GetUserID},
+            {&Header::SetSessionID, &Header::GetSessionID}, {&Header::SetObjectID, &Header::GetObjectID},
+            {&Header::SetSourceFile, &Header::GetSourceFile}, {&Header::SetSourceFunction, &Header::GetSourceFunction},
+            {&Header::SetProcessIDString, &Header::GetProcessIDString},
+            {&Header::SetThreadIDString, &Header::GetThreadIDString}};
+        std::string const longText(700, 'x');
+        char const* const values[] = {"", "1", "a/b", "Error", "Errors", longText.c_str()};
+        std::mt19937 random(4711);
+        auto const choose = [&](auto const& list) { return list[random() % std::size(list)]; };
+        HeaderPtr const header(QzLog::CreateMessageHeader());
+        for (int round = 0; round < 10'000; ++round)
+        {
+            for (auto changes = random() % 3; changes-- != 0;)
+                ((*header).*choose(fields).first)(choose(values));
+            header->SetSourceLine(static_cast<int>(random() % 2));
+            header->SetMessageID(static_cast<unsigned int>(random() % 2));
+            if (random() % 2)
+                header->GetHeaderText();
+            if (random() % 8 == 0)
+                header->SetTimestampString("2026-11-18 03:02:07.1");
+            QzLog::Timestamp_Impl time;
+            auto const milliseconds = random() % 1'000'000;
+            time.FromISO8601String(("2026-11-18 03:0" + std::to_string(milliseconds % 2) + ":07." +
+                                    std::to_string(milliseconds) + choose(std::array{"", "+05:30", "-05:30"}))
+                                       .c_str());
+            header->SetTimestamp(time);
+
+            HeaderPtr const fresh(QzLog::CreateMessageHeader());
+            for (auto const& [set, get] : fields)
+                ((*fresh).*set)(((*header).*get)());
+            fresh->SetSourceLine(header->GetSourceLine());
+            fresh->SetMessageID(header->GetMessageID());
+            fresh->SetTimestamp(time);
+            ASSERT_EQ(std::string(header->GetHeaderText()), fresh->GetHeaderText()) << "round " << round;
+        }
     }
 
     TEST(MessageHeader, RebuildsOnlyAfterTimeAndNumbers)

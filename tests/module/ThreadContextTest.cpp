@@ -1,4 +1,6 @@
 #include "root/ThreadContext.h"
+
+#include "message/MessageHeader_Impl.h"
 #include "root/ModuleAccess.h"
 #include "root/ModuleMain.h"
 #include "routing/CallPath.h"

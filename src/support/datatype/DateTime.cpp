@@ -170,10 +170,26 @@ namespace QzDataType
 
     DateTime DateTime::Now()
     {
+        // The calendar is asked once a minute, since a thread that logs asks for the time with every message.
+        struct Minute
+        {
+            std::int64_t mUTC; // milliseconds
+            DateTime mTime;
+        };
+        [[gnu::tls_model("initial-exec")]] static constinit thread_local Minute tMinute{-1, DateTime(OnTheWall())};
+
         std::int64_t const utc = QzOs::gCalls.mpGetUTCMilliseconds();
-        int const zone = GetZoneMinutes(utc);
-        DateTime now(OnTheWall(), utc + zone * kMinute);
-        now.mZoneMinutes = static_cast<std::int16_t>(zone);
+        std::int64_t const minute = DivideDown(utc, kMinute) * kMinute;
+        if (minute != tMinute.mUTC)
+        {
+            int const zone = GetZoneMinutes(utc);
+            tMinute = {minute, DateTime(OnTheWall(), minute + zone * kMinute)};
+            tMinute.mTime.mZoneMinutes = static_cast<std::int16_t>(zone);
+        }
+        DateTime now = tMinute.mTime;
+        auto const within = static_cast<unsigned int>(utc - minute);
+        now.mSecond = static_cast<std::uint8_t>(within / kSecond);
+        now.mMillisecond = static_cast<std::int16_t>(within % kSecond);
         return now;
     }
 
@@ -186,6 +202,16 @@ namespace QzDataType
     {
         return ToDays(mYear, mMonth, mDay) * kDay + mHour * kHour + mMinute * kMinute + mSecond * kSecond +
                mMillisecond;
+    }
+
+    char* WriteSeconds(char* out, DateTime const& time) noexcept
+    {
+        out = QzBase::WriteTwoDigits(out, static_cast<unsigned int>(time.GetSecond()));
+        *out++ = '.';
+        auto const millisecond = static_cast<unsigned int>(time.GetMillisecond());
+        out = QzBase::WriteTwoDigits(out, millisecond / 10);
+        *out++ = static_cast<char>('0' + millisecond % 10);
+        return out;
     }
 
     char* WriteDateTime(char* out, DateTime const& time, bool isAheadOfUTC, unsigned int offsetHours,
@@ -203,9 +229,7 @@ namespace QzDataType
         pair(time.GetDay(), ' ');
         pair(time.GetHour(), ':');
         pair(time.GetMinute(), ':');
-        pair(time.GetSecond(), '.');
-        int const millisecond = time.GetMillisecond();
-        pair(millisecond / 10, static_cast<char>('0' + millisecond % 10));
+        out = WriteSeconds(out, time);
 
         if (offsetHours != 0 || offsetMinutes != 0)
         {
