@@ -18,7 +18,8 @@ caption "A log line is a header and a text. A failure has its causes below it; h
 grep -m 2 -E '^(SignIn +jürgen +2E79|RunReport +jürgen +2E79 +Archive)' "$here/requests.txt" |
     "$here/reporting_server" --config "$here/terminal.json" 2>&1
 
-caption "Now into files. Half of the $(grep -cE '^[A-Za-z]' "$here/requests.txt") request lines, worked off on four threads, make these logs..."
+requests=$(grep -cE '^[A-Za-z]' "$here/requests.txt")
+caption "Now into files. Half of the $requests request lines, worked off on four threads, make these logs..."
 cp "$here/files.json" settings.json
 half=$(($(wc -l < "$here/requests.txt") / 2))
 lines=$(head -n "$half" "$here/requests.txt" | grep -cE '^[A-Za-z]')

@@ -1,7 +1,7 @@
+#include <QzLog/Masking.h>
+
 #include "masking/MaskedText.h"
 #include "masking/PatternFinder.h"
-
-#include <QzLog/Masking.h>
 
 #include <QzBase/Conversions.h>
 

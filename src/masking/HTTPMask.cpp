@@ -1,7 +1,7 @@
+#include <QzLog/Masking.h>
+
 #include "masking/MaskedText.h"
 #include "masking/SensitiveTags.h"
-
-#include <QzLog/Masking.h>
 
 #include <QzResource/Localizer.h>
 

@@ -1,5 +1,6 @@
-#include "message/HeaderScanner.h"
 #include "message/MessageHeader_Impl.h"
+
+#include "message/HeaderScanner.h"
 
 #include <utility>
 

@@ -1,3 +1,5 @@
+#include <QzLog/Module.h>
+
 #include "root/ModuleAccess.h"
 #include "root/ModuleMain.h"
 #include "root/ThreadContext.h"
@@ -7,7 +9,6 @@
 #include <QzLog/Destination_DiskFile.h>
 #include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Destination_SystemLog.h>
-#include <QzLog/Module.h>
 
 namespace QzLog
 {

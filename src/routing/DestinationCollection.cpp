@@ -1,5 +1,6 @@
-#include <QzLog/Destination.h>
 #include <QzLog/Dispatcher.h>
+
+#include <QzLog/Destination.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
 #include <vector>

@@ -15,5 +15,6 @@ count() { cat "$work"/logs/all.log* | grep -cE "$1"; }
 expect "records" "$(ask length)" "$(count '^2.*\[HOST:')"
 expect "users" "$(ask '[.[] | .uid // "0"] | group_by(.) | map("\(length) \(.[0])") | .[]' | sort)" \
     "$(cat "$work"/logs/all.log* | grep -oE '\[UID:[^]]*' | cut -c 6- | sort | uniq -c | sed 's/^ *//' | sort)"
-expect "errors" "$(ask 'map(select(.message_id == "0x80000304")) | length' --dispatcher Error)" "$(count '\[Error\]\[0x80000304\]')"
+expect "errors" "$(ask 'map(select(.message_id == "0x80000304")) | length' --dispatcher Error)" \
+    "$(count '\[Error\]\[0x80000304\]')"
 expect "several lines" "$(ask 'any(.message | contains("\n"))')" true

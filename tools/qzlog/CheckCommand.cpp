@@ -1,4 +1,5 @@
 #include "Commands.h"
+
 #include "LogInput.h"
 #include "check/FileChecker.h"
 #include "output/Output.h"

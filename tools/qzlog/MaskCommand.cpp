@@ -1,4 +1,5 @@
 #include "Commands.h"
+
 #include "StandardStreams.h"
 
 #include <QzLog/Masking.h>

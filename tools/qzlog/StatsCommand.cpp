@@ -1,4 +1,5 @@
 #include "Commands.h"
+
 #include "LogInput.h"
 #include "output/Output.h"
 #include "stats/StatsReport.h"

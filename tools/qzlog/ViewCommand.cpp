@@ -1,4 +1,5 @@
 #include "Commands.h"
+
 #include "GrowingInput.h"
 #include "GuardedSource.h"
 #include "LogInput.h"

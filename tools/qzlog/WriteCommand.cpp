@@ -1,4 +1,5 @@
 #include "Commands.h"
+
 #include "StandardStreams.h"
 
 #include <QzBase/Conversions.h>

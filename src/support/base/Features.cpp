@@ -1,4 +1,5 @@
 #include <QzBase/System.h>
+
 #include <QzBase/WideString.h>
 
 #include <atomic>

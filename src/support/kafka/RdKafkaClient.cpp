@@ -2,6 +2,7 @@
 // network and never sees it destroyed.
 
 #include "support/kafka/Client.h"
+
 #include "support/kafka/RdKafkaCounts.h"
 #include "support/kafka/RdKafkaProducer.h"
 #include "support/synch/ForkHold.h"

@@ -1,6 +1,7 @@
 # Faults in settings files, each with the words that tell what is wrong; and the ways in which the server ends.
 source "$(dirname "$0")/common.sh"
 
+start='{ "server": "S", "language": "en", "basePath": "logs"'
 file='"destinations": { "f": { "type": "file", "path": "f.log" } }'
 while IFS='|' read -r settings words; do
     printf '%s' "$settings" > settings.json
@@ -13,17 +14,17 @@ while IFS='|' read -r settings words; do
 done << END
 |JSON:
 { "server": "S", "server": "T" }|JSON:
-{ "server": "S", "language": "en", "basePath": "logs" }|settings.destinations: an object was expected
-{ "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "fax" } } }|the type 'fax' is none of
-{ "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "file" } } }|settings.destinations.x.path: a text was expected
-{ "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "file", "path": "f.log", "backups": 257 } } }|backups: a number from 1 to 256 was expected
-{ "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "file", "path": "f.log", "color": 1 } } }|there is no setting 'color' here
-{ "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "file", "path": "f" }, "y": { "type": "kafka", "path": "f" } } }|'x' and 'y' are the same
-{ "server": "S", "language": "en", "basePath": "logs", "destinations": { "x": { "type": "debugOutput", "callStacks": ["No"] } } }|no message is called 'No'
-{ "server": "S", "language": "en", "basePath": "logs", $file, "routes": { "Kernel/Warn": ["f"] } }|there is no logger and dispatcher 'Kernel/Warn'
-{ "server": "S", "language": "en", "basePath": "logs", $file, "routes": { "*/Info": ["g"] } }|settings.routes.*/Info: no destination is called 'g'
-{ "server": "S", "language": "en", "basePath": "logs", $file, "routes": { "*/Info": ["f:xx"] } }|the language 'xx' is neither 'en' nor 'de'
-{ "server": "S", "language": "en", "basePath": "logs", $file, "routes": {}, "kafka": { "linger.ms": 5 } }|settings.kafka: 'bootstrap.servers' is missing
+$start }|settings.destinations: an object was expected
+$start, "destinations": { "x": { "type": "fax" } } }|the type 'fax' is none of
+$start, "destinations": { "x": { "type": "file" } } }|settings.destinations.x.path: a text was expected
+$start, "destinations": { "x": { "type": "file", "path": "f.log", "backups": 257 } } }|backups: a number from 1 to 256
+$start, "destinations": { "x": { "type": "file", "path": "f.log", "color": 1 } } }|there is no setting 'color' here
+$start, "destinations": { "x": { "type": "file", "path": "f" }, "y": { "type": "kafka", "path": "f" } } }|'x' and 'y' are
+$start, "destinations": { "x": { "type": "debugOutput", "callStacks": ["No"] } } }|no message is called 'No'
+$start, $file, "routes": { "Kernel/Warn": ["f"] } }|there is no logger and dispatcher 'Kernel/Warn'
+$start, $file, "routes": { "*/Info": ["g"] } }|settings.routes.*/Info: no destination is called 'g'
+$start, $file, "routes": { "*/Info": ["f:xx"] } }|the language 'xx' is neither 'en' nor 'de'
+$start, $file, "routes": {}, "kafka": { "linger.ms": 5 } }|settings.kafka: 'bootstrap.servers' is missing
 END
 
 for missing in /nowhere/settings.json .; do

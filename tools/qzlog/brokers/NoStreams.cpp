@@ -1,5 +1,6 @@
-#include "Trouble.h"
 #include "brokers/Streams.h"
+
+#include "Trouble.h"
 
 namespace QzLogTool
 {

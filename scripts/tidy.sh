@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# The house rules that no compiler knows. Says what breaks them, and where. Needs nothing built.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+export LC_ALL=C.UTF-8
+
+folders=(.ci bench cmake docs examples fuzz include integrations packaging scripts src tests tools)
+mapfile -t files < <(find "${folders[@]}" ./*.* Makefile -type f -not -path '*/corpus/*' | sed 's|^\./||' | sort)
+of_kind() { printf '%s\n' "${files[@]}" | grep -E "$1"; }
+mapfile -t code < <(of_kind '\.(h|cpp)$')
+mapfile -t headers < <(of_kind '\.h$')
+mapfile -t text < <(of_kind '\.(h|cpp|sh|cmake|md)$|CMakeLists\.txt$|^Makefile$|^\.ci/')
+# "file:what it includes", a line each
+mapfile -t includes < <(grep -HE '^ *#include' "${code[@]}" | sed -E 's/^([^:]*):[^<"]*[<"]([^>"]*).*/\1:\2/')
+
+# A .cpp that is no program has a header of its name, or first includes the one that declares what it defines, apart from
+# the others. Exempt is the file with the destructors of all interfaces.
+without_header()
+{
+    local file stem own='^#include ("|<Qz|<KafkaClient/)[A-Za-z_/]+\.h[">]$'
+    for file in $(of_kind '^(src|tools)/.*\.cpp$|^examples/.*/.*\.cpp$' | grep -vE '/main\.cpp$|/Interfaces\.cpp$'); do
+        stem=${file%.cpp}
+        [ -e "$stem.h" ] || [ -e "${stem/\/posix\///}.h" ] || compgen -G "include/*/${stem##*/}.h" >/dev/null && continue
+        # With the next line, which $() drops if it is empty.
+        [[ $(grep -m 1 -A 1 '^#include' "$file") =~ $own ]] || echo "$file"
+    done
+}
+
+# Headers that nobody but their own .cpp includes. An implementation (_Impl) may be reached by its interface alone.
+headers_of_nobody()
+{
+    local line from to folder own path
+    local -A used
+    for line in "${includes[@]}"; do
+        from=${line%%:*} to=${line#*:}
+        own=${from/\/posix\///}
+        for folder in src include tools/qzlog tests "${from%/*}"; do
+            [ "$folder/$to" = "${own%.cpp}.h" ] || used[$folder/$to]=1
+        done
+    done
+    for path in "${headers[@]}"; do
+        [[ -n ${used[$path]:-} || $path == *_Impl.h ]] || echo "$path"
+    done
+}
+
+# A source or script stands, with or without its ending, in the CMakeLists.txt that is nearest above it; whatever is
+# not compiled may be named anywhere else.
+files_of_nobody()
+{
+    local file folder name
+    for file in $(of_kind . | grep -vE '\.h$|CMakeLists\.txt$|README\.md$|^Makefile$|^\.ci/|/consumer/main\.cpp$'); do
+        name=${file##*/} folder=${file%/*}
+        [ "$folder" = "$file" ] && folder=.
+        while [ ! -e "$folder/CMakeLists.txt" ]; do folder=$(dirname "$folder"); done
+        grep -qwF "$(sed -E 's/(_test)?\.(cpp|sh|cmake)$//' <<<"$name")" "$folder/CMakeLists.txt" && continue
+        [[ $file != *.cpp ]] && grep -lF "$name" "${files[@]}" | grep -qvxF "$file" && continue
+        echo "$file"
+    done
+}
+
+# Tables of Markdown and lines of a log cannot be broken.
+long_lines() { grep -nE '^.{126,}$' "${text[@]}" | grep -vE ':[0-9]+:(\||\.\.\. \[|[0-9]{4}-[0-9]{2}-[0-9]{2} )'; }
+
+long_files()
+{
+    local file
+    for file in "${code[@]}"; do
+        mapfile -t lines <"$file"
+        [ ${#lines[@]} -le 400 ] || echo "$file: ${#lines[@]}"
+    done
+}
+
+trailing_blanks() { grep -nE '[[:blank:]]$' "${text[@]}"; }
+
+without_pragma_once() { grep -L '^#pragma once' "${headers[@]}"; }
+
+broken=0
+for rule in without_header headers_of_nobody files_of_nobody long_lines long_files trailing_blanks without_pragma_once; do
+    breaches=$("$rule" || true)
+    [ -z "$breaches" ] && continue
+    printf '%s:\n%s\n' "${rule//_/ }" "$breaches"
+    broken=1
+done
+exit $broken
