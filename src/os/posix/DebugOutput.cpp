@@ -153,7 +153,7 @@ namespace QzOs::Posix
         /// part. Answers how much it has taken before the message was given up.
         std::size_t Write(std::string_view text, MessageDeadline& deadline)
         {
-            SignalBlock signals;
+            SignalBlock signals({SIGPIPE, SIGXFSZ});
             StandardError standardError;
             std::size_t done = 0;
             while (done < text.size())

@@ -15,14 +15,6 @@ namespace QzOs::Posix
         // Read by the signal handler, so its access must not allocate.
         [[gnu::tls_model("initial-exec")]] constinit thread_local std::sig_atomic_t volatile tIsWriting = 0;
 
-        sigset_t MakeSignalSet()
-        {
-            sigset_t set;
-            sigemptyset(&set);
-            sigaddset(&set, SIGXFSZ);
-            return set;
-        }
-
         void ReadLimit()
         {
             rlimit limit;
@@ -60,25 +52,17 @@ namespace QzOs::Posix
             gHasLimit.store(true, std::memory_order_relaxed);
     }
 
-    SizeLimitGuard::SizeLimitGuard() : mBlocks(gHasLimit.load(std::memory_order_relaxed))
+    SizeLimitGuard::SizeLimitGuard()
     {
         tIsWriting = 1;
-        if (!mBlocks)
-            return;
-        sigset_t const set = MakeSignalSet();
-        mBlocks = gKernel.mpSigmask(SIG_BLOCK, &set, &mOldMask) == 0;
-        if (!mBlocks)
-            return;
-        // A thread that blocks the signal itself may have one waiting, which is not ours to take.
-        sigset_t pending;
-        mWasPending = sigismember(&mOldMask, SIGXFSZ) == 1 && gKernel.mpSigpending(&pending) == 0 &&
-                      sigismember(&pending, SIGXFSZ) == 1;
+        if (gHasLimit.load(std::memory_order_relaxed))
+            mBlock.emplace(std::initializer_list<int>{SIGXFSZ});
     }
 
     SizeLimitGuard::~SizeLimitGuard()
     {
-        if (mBlocks)
-            gKernel.mpSigmask(SIG_SETMASK, &mOldMask, nullptr);
+        // The signals are let through while the handler still ignores them.
+        mBlock.reset();
         tIsWriting = 0;
     }
 
@@ -86,14 +70,10 @@ namespace QzOs::Posix
     {
         if (error != EFBIG)
             return error;
-        if (!mWasPending)
-        {
-            sigset_t const set = MakeSignalSet();
-            timespec const atOnce = {};
-            while (gKernel.mpSigtimedwait(&set, nullptr, &atOnce) == -1 && errno == EINTR)
-            {
-            }
-        }
+        if (mBlock)
+            mBlock->Discard();
+        else
+            DiscardSignals(MakeSignalSet({SIGXFSZ})); // of a limit that is new, if the thread itself blocks the signal
         ReadLimit();
         return error;
     }

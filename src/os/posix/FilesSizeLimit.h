@@ -1,8 +1,9 @@
 #pragma once
 
 #include "os/Files.h"
+#include "os/posix/SignalBlock.h"
 
-#include <csignal>
+#include <optional>
 
 // A write that begins at or beyond the process's limit of file sizes raises SIGXFSZ, whose default ends the
 // process. A log that has grown too large must be an error of that write and nothing else.
@@ -23,7 +24,8 @@ namespace QzOs::Posix
     /// To be called when a file is opened for writing.
     void PrepareForSizeLimit();
 
-    /// Surrounds everything that may write to a file. Guards of one thread are not nested.
+    /// Surrounds everything that may write to a file. Guards of one thread are not nested. Costs no system call where
+    /// there is no limit.
     class SizeLimitGuard
     {
     public:
@@ -36,8 +38,7 @@ namespace QzOs::Posix
         Error Finish(Error error);
 
     private:
-        bool mBlocks;
-        bool mWasPending = false;
-        sigset_t mOldMask;
+        /// Where there is a limit.
+        std::optional<SignalBlock> mBlock;
     };
 }

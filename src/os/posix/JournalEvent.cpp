@@ -45,7 +45,7 @@ namespace QzOs::Posix
         int WriteAll(int descriptor, std::string_view bytes)
         {
             // The process's limit of file sizes holds for it too.
-            SignalBlock signals;
+            SignalBlock signals({SIGPIPE, SIGXFSZ});
             while (!bytes.empty())
             {
                 ssize_t const written =

@@ -3,20 +3,33 @@
 #include "os/posix/Kernel.h"
 
 #include <ctime>
-#include <initializer_list>
 
 namespace QzOs::Posix
 {
-    SignalBlock::SignalBlock() noexcept
+    sigset_t MakeSignalSet(std::initializer_list<int> signals) noexcept
     {
-        sigemptyset(&mOurs);
-        sigaddset(&mOurs, SIGPIPE);
-        sigaddset(&mOurs, SIGXFSZ);
+        sigset_t set;
+        sigemptyset(&set);
+        for (int const signal : signals)
+            sigaddset(&set, signal);
+        return set;
+    }
+
+    void DiscardSignals(sigset_t const& signals) noexcept
+    {
+        timespec const atOnce = {};
+        while (RetryOnSignal([&] { return gKernel.mpSigtimedwait(&signals, nullptr, &atOnce); }) > 0)
+        {
+        }
+    }
+
+    SignalBlock::SignalBlock(std::initializer_list<int> signals) noexcept : mOurs(MakeSignalSet(signals))
+    {
         mIsBlocked = gKernel.mpSigmask(SIG_BLOCK, &mOurs, &mOldMask) == 0;
         if (!mIsBlocked)
             return;
         // Only a thread that blocks a signal itself can have one waiting.
-        for (int const signal : {SIGPIPE, SIGXFSZ})
+        for (int const signal : signals)
         {
             sigset_t pending;
             if (sigismember(&mOldMask, signal) == 1 && gKernel.mpSigpending(&pending) == 0 &&
@@ -33,9 +46,7 @@ namespace QzOs::Posix
 
     void SignalBlock::Discard() noexcept
     {
-        timespec const atOnce = {};
-        while (mIsBlocked && RetryOnSignal([&] { return gKernel.mpSigtimedwait(&mOurs, nullptr, &atOnce); }) > 0)
-        {
-        }
+        if (mIsBlocked)
+            DiscardSignals(mOurs);
     }
 }

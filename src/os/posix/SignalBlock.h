@@ -1,16 +1,23 @@
 #pragma once
 
 #include <csignal>
+#include <initializer_list>
+
+// What is written can raise a signal whose default ends the process: SIGPIPE, of a reader that has gone away, and
+// SIGXFSZ, of a file that may not grow any more. The program's own dispositions of them stay.
 
 namespace QzOs::Posix
 {
-    /// Keeps what is written in its life from ending the process: SIGPIPE, of a reader that has gone away, and
-    /// SIGXFSZ, of a file that may not grow any more, are blocked in the calling thread. The program's own
-    /// dispositions of them stay.
+    sigset_t MakeSignalSet(std::initializer_list<int> signals) noexcept;
+
+    /// Takes what waits of these signals in the calling thread, which blocks them.
+    void DiscardSignals(sigset_t const& signals) noexcept;
+
+    /// Blocks signals in the calling thread for its life.
     class SignalBlock
     {
     public:
-        SignalBlock() noexcept;
+        explicit SignalBlock(std::initializer_list<int> signals) noexcept;
         ~SignalBlock();
         SignalBlock(SignalBlock const&) = delete;
         SignalBlock& operator=(SignalBlock const&) = delete;
@@ -22,7 +29,7 @@ namespace QzOs::Posix
     private:
         bool mIsBlocked;
         sigset_t mOldMask;
-        /// Those of the two that are not the program's.
+        /// Those that are not the program's.
         sigset_t mOurs;
     };
 }
