@@ -103,7 +103,7 @@ namespace QzLog
     Destination_KafkaLog::~Destination_KafkaLog() = default;
 
     Destination_KafkaLog_Impl::Destination_KafkaLog_Impl(unsigned short const* path)
-        : mpDiskFile(GetDestination_DiskFile(path)),
+        : mpDiskFile(RequiredModule()->GetDestination_DiskFile(path)),
           mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
           mForkHold(*mpLock),
           mLastProbeTime(QzDataType::DateTime::NowUTC()),

@@ -41,11 +41,11 @@ namespace QzFileSystem
 
     QzBase::ReturnWString GetCurrentWorkingDirectory()
     {
-        QzBase::WideString path;
+        QzOs::PathText path;
         QzOs::Error const error = QzOs::GetCurrentDirectory(path);
         if (error != 0)
             ThrowCallFailure(error, "QzFileSystem::GetCurrentWorkingDirectory", ": ::GetCurrentDirectoryW failed.");
-        return QzBase::ReturnWString(std::move(path));
+        return QzBase::ReturnWString(path.size(), path.c_str());
     }
 
     void SetCurrentWorkingDirectory(unsigned short const* path)
@@ -70,8 +70,8 @@ namespace QzFileSystem
 
     QzBase::ReturnWString GetTemporaryDirectory()
     {
-        QzBase::WideString path = QzOs::GetTemporaryDirectory();
-        return path.size() < kTemporaryDirectoryLimit ? QzBase::ReturnWString(std::move(path))
+        QzOs::PathText const path = QzOs::GetTemporaryDirectory();
+        return path.size() < kTemporaryDirectoryLimit ? QzBase::ReturnWString(path.size(), path.c_str())
                                                       : QzBase::ReturnWString();
     }
 

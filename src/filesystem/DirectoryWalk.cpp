@@ -83,7 +83,7 @@ namespace QzFileSystem
             // What lies in the root is named from the root, and not from the current directory.
             if (directory.size() == 0)
                 directory = u"\\"_w;
-            QzBase::WideString name;
+            QzOs::PathText name;
             while ((error = listing.Read(name)) == 0)
             {
                 if (MatchesPattern(name, namePattern))

@@ -72,11 +72,11 @@ namespace QzFileSystem
         if (beginning.empty())
             return QzBase::ReturnWString();
         beginning += prefix;
-        QzBase::WideString path;
+        QzOs::PathText path;
         QzOs::Error const error = QzOs::CreateUniqueFile(beginning.c_str(), path);
         if (error != 0)
             ThrowCallFailure(
                 error, "QzFileSystem::CreateTemporaryFile", ": ::GetTempFileNameW failed for '", prefix, "'.");
-        return QzBase::ReturnWString(std::move(path));
+        return QzBase::ReturnWString(path.size(), path.c_str());
     }
 }

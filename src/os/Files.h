@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 // Open files. Any thread may call all of it; calls on one handle that use its position are ordered by who
@@ -26,6 +27,9 @@ namespace QzOs
     extern Error const kErrorLocked;
     extern Error const kErrorNoSpace;
     extern Error const kErrorOverflow;
+
+    /// A path or a name that the system gave.
+    using PathText = std::basic_string<unsigned short>;
 
     /// The system's handle of an open file.
     using FileHandle = std::intptr_t;

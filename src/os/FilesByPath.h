@@ -2,8 +2,6 @@
 
 #include "os/Files.h"
 
-#include <QzBase/WideString.h>
-
 // Files by their paths, without opening them. Threads, paths and results as in Files.h.
 
 namespace QzOs
@@ -63,7 +61,7 @@ namespace QzOs
 
     /// Creates an empty file that only its owner may use, whose name is `beginning` and something that makes
     /// it new, and gives its path.
-    Error CreateUniqueFile(unsigned short const* beginning, QzBase::WideString& path);
+    Error CreateUniqueFile(unsigned short const* beginning, PathText& path);
 
     /// Bytes of the file system that holds the path.
     Error GetDiskSpace(unsigned short const* path, std::uint64_t& freeBytes, std::uint64_t& totalBytes);

@@ -3,8 +3,6 @@
 #include "os/Files.h"
 #include "os/FilesByPath.h"
 
-#include <QzBase/WideString.h>
-
 // Directories. Threads, paths and results as in Files.h. A name that contains a character which separates in
 // our paths but not in the system's comes with a private code unit in its place, and goes back to itself when
 // it is part of a path.
@@ -17,11 +15,11 @@ namespace QzOs
     Error RemoveDirectory(unsigned short const* path);
 
     /// The process's current directory, with the system's separator.
-    Error GetCurrentDirectory(QzBase::WideString& path);
+    Error GetCurrentDirectory(PathText& path);
     Error SetCurrentDirectory(unsigned short const* path);
 
     /// The directory for temporary files, with a separator at its end. It need not be there.
-    QzBase::WideString GetTemporaryDirectory();
+    PathText GetTemporaryDirectory();
 
     /// Lists a directory. Used by one thread at a time.
     class DirectoryListing
@@ -37,7 +35,7 @@ namespace QzOs
 
         /// Gives the next name, in the system's order, without those of the directory itself and of its
         /// parent; kNoMoreFiles behind the last one.
-        Error Read(QzBase::WideString& name);
+        Error Read(PathText& name);
 
     private:
         void* mpListing = nullptr;

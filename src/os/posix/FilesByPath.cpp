@@ -114,7 +114,7 @@ namespace QzOs
         return CallOnPath(path, gKernel.mpUnlink);
     }
 
-    Error CreateUniqueFile(unsigned short const* beginning, QzBase::WideString& path)
+    Error CreateUniqueFile(unsigned short const* beginning, PathText& path)
     {
         KernelPath const kernelPath(beginning);
         if (kernelPath.GetError() != 0)

@@ -29,7 +29,7 @@ namespace QzOs
         return CallOnPath(path, gKernel.mpRmdir);
     }
 
-    Error GetCurrentDirectory(QzBase::WideString& path)
+    Error GetCurrentDirectory(PathText& path)
     {
         std::string buffer(PATH_MAX, '\0');
         while (!gKernel.mpGetcwd(buffer.data(), buffer.size()))
@@ -48,12 +48,12 @@ namespace QzOs
         return CallOnPath(path, gKernel.mpChdir);
     }
 
-    QzBase::WideString GetTemporaryDirectory()
+    PathText GetTemporaryDirectory()
     {
         char const* directory = secure_getenv("TMPDIR");
         if (!directory || !*directory)
             directory = "/tmp";
-        QzBase::WideString path;
+        PathText path;
         Posix::AppendName(path, directory);
         if (path.back() != '/')
             path.push_back('/');
@@ -84,7 +84,7 @@ namespace QzOs
         return error;
     }
 
-    Error DirectoryListing::Read(QzBase::WideString& name)
+    Error DirectoryListing::Read(PathText& name)
     {
         for (;;)
         {

@@ -67,7 +67,7 @@ namespace QzOs::Posix
             mError = ENOENT;
     }
 
-    void AppendName(QzBase::WideString& out, char const* name)
+    void AppendName(PathText& out, char const* name)
     {
         while (*name)
         {

@@ -3,8 +3,6 @@
 #include "os/Files.h"
 #include "os/posix/Kernel.h"
 
-#include <QzBase/WideString.h>
-
 #include <climits>
 #include <cstddef>
 
@@ -43,5 +41,5 @@ namespace QzOs::Posix
     }
 
     /// Appends a path or name that the kernel gave.
-    void AppendName(QzBase::WideString& out, char const* name);
+    void AppendName(PathText& out, char const* name);
 }
