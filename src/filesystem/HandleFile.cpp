@@ -45,7 +45,8 @@ namespace QzFileSystem
           mForkGeneration(QzOs::GetForkGeneration()),
           mOwnerName(ownerName)
     {
-        QzOs::Error const error = QzOs::OpenFile(path, access, QzOs::Creation::OpenAlways, mHandle);
+        QzOs::Error const error =
+            QzOs::OpenFile(path, access, QzOs::Creation::OpenAlways, QzOs::Sharing::ReadWriteDelete, mHandle);
         if (error != 0)
             ThrowOpenFailure(error);
     }

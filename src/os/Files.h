@@ -55,21 +55,31 @@ namespace QzOs
         CreateAlways
     };
 
-    /// Opens a file at position 0, shared with everybody and closed on exec, never as one of the standard streams. A
-    /// new one gets the permissions that the process gives new files. A directory fails.
-    Error OpenFile(unsigned short const* path, Access access, Creation creation, FileHandle& handle);
+    /// What others may do with a file while it is open: open it for reading, open it for writing, and delete or rename
+    /// it. A system that does not restrict openers allows all of it.
+    enum class Sharing
+    {
+        Nothing,
+        Read,
+        ReadWrite,
+        ReadWriteDelete
+    };
 
-    /// Creates a file for writing in the place of what stands at the path, which is deleted first and never opened; a
-    /// directory fails. The new file gets owner, group, permissions and access control list of the open file `model` as
-    /// far as the process may give them, and is at no moment open to anybody to whom that one is not. Where the process
-    /// may not delete what stands there, a plain file with a single name and with owner, group and permissions of
-    /// `model` is emptied and used.
+    /// Opens a file at position 0, closed on exec and never as one of the standard streams. A new one gets the
+    /// permissions that the process gives new files. A directory fails.
+    Error OpenFile(unsigned short const* path, Access access, Creation creation, Sharing sharing, FileHandle& handle);
+
+    /// Creates a file for writing, which others may read, in the place of what stands at the path. That is deleted
+    /// first and never opened; a directory fails. The new file gets owner, group, permissions and access control list
+    /// of the open file `model` as far as the process may give them, and is at no moment open to anybody to whom that
+    /// one is not. Where the process may not delete what stands there, a plain file with a single name and with owner,
+    /// group and permissions of `model` is emptied and used.
     Error ReplaceFile(unsigned short const* path, FileHandle model, FileHandle& handle);
 
     /// Opens what is open under `handle` once more, at the same position but as an open file of its own, also
-    /// when it has no name any more. A handle that a forked child inherits shares position and locks with
-    /// the parent's. Where the system does not open files by their handles to this process, it is opened by `path`;
-    /// that fails when another file is there, or none.
+    /// when it has no name any more; shared like Sharing::ReadWriteDelete. A handle that a forked child inherits shares
+    /// position and locks with the parent's. Where the system does not open files by their handles to this process, it
+    /// is opened by `path`; that fails when another file is there, or none.
     Error OpenAgain(FileHandle handle, unsigned short const* path, Access access, FileHandle& own);
 
     /// The handle is closed afterwards, whatever the result. No point of cancellation, so that destructors can call it.
@@ -128,11 +138,14 @@ namespace QzOs
     Error LockFile(FileHandle handle, bool exclusive, LockWait wait);
     Error UnlockFile(FileHandle handle);
 
-    /// The C runtime's descriptor of a handle, which goes over to it; closed by closing either.
+    /// The C runtime's descriptor of a handle, which from now on belongs to it: CloseDescriptor closes both.
     int ToDescriptor(FileHandle handle);
 
-    /// The handle behind a descriptor, or kNoFile.
+    /// The handle behind a descriptor, which keeps it, or kNoFile.
     FileHandle FromDescriptor(int descriptor);
+
+    /// Like CloseFile.
+    Error CloseDescriptor(int descriptor);
 
     /// Makes `error` the calling thread's last system error.
     void SetLastError(Error error);

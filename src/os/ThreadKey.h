@@ -1,7 +1,6 @@
 #pragma once
 
-// One pointer per thread, with a function that gets it when the thread ends. Unlike the destructors of
-// thread_local objects, which run first, it is called again for a pointer that was set meanwhile.
+// One pointer per thread, with a function that gets it when the thread ends.
 
 namespace QzOs
 {
@@ -9,10 +8,13 @@ namespace QzOs
     using ThreadKey = unsigned int;
 
     /// Makes a new key, whose pointer is null in every thread, and puts it into `key`. Returns false when
-    /// the process has no keys left.
-    /// \param atThreadEnd  gets the pointer of a thread that ends, on that thread, if it is not null; the
-    ///                     pointer is set to null before. If the function sets it again it is called again,
-    ///                     a few times at most. Not called for the thread that ends the process.
+    /// the process has no keys or no memory left.
+    /// \param atThreadEnd  gets the pointer of a thread that ends, on that thread, if it is not null; the pointer is
+    ///                     null by then. What can still set it at the end of a thread are the functions of other keys,
+    ///                     those of the host program among them, and this one: then it is called again. After a few
+    ///                     rounds over all keys (4 in glibc) the system stops, and the pointer is never handed over.
+    ///                     The destructors of thread_local objects run before the first round. A thread that is still
+    ///                     there when the process ends, or that is not in a forked child, has not ended.
     bool CreateThreadKey(ThreadKey& key, void (*atThreadEnd)(void* pointer)) noexcept;
 
     /// Sets the calling thread's pointer. Returns false, and changes nothing, when there is no memory for it.

@@ -23,12 +23,14 @@ namespace QzLog
     {
         QzOs::FileHandle handle = QzOs::kNoFile;
         if (name.empty() || !IsASCII(name) ||
-            QzOs::OpenFile(name.c_str(), QzOs::Access::Write, QzOs::Creation::CreateAlways, handle) != 0)
+            QzOs::OpenFile(
+                name.c_str(), QzOs::Access::Write, QzOs::Creation::CreateAlways, QzOs::Sharing::ReadWrite, handle) != 0)
             return;
-        if (QzOs::OpenStream(QzOs::ToDescriptor(handle), QzOs::Access::Write, mpStream) != 0)
+        int const descriptor = QzOs::ToDescriptor(handle);
+        if (QzOs::OpenStream(descriptor, QzOs::Access::Write, mpStream) != 0)
         {
             mpStream = nullptr;
-            QzOs::CloseFile(handle);
+            QzOs::CloseDescriptor(descriptor);
         }
     }
 

@@ -30,6 +30,22 @@ namespace QzFileSystem::File
             {QzOs::Access::Write, QzOs::Creation::CreateAlways},
         };
 
+        QzOs::Sharing ToSharing(OpenMode mode, ShareMode share)
+        {
+            switch (share)
+            {
+            case kShareDefault:
+                return mode == kOpenRead ? QzOs::Sharing::ReadWrite : QzOs::Sharing::Read;
+            case kShareRead:
+                return QzOs::Sharing::Read;
+            case kShareReadWrite:
+                return QzOs::Sharing::ReadWrite;
+            case kShareNothing:
+                break;
+            }
+            return QzOs::Sharing::Nothing;
+        }
+
         /// Throws what becomes of a failure: a descriptor without an open file has a text of its own.
         template <class... Pieces>
         [[noreturn]] void ThrowFailure(char const* function, int descriptor, QzOs::Error error, Pieces const&... pieces)
@@ -71,12 +87,13 @@ namespace QzFileSystem::File
         }
     }
 
-    int OpenDescriptor(unsigned short const* path, OpenMode mode, ShareMode /*share*/)
+    int OpenDescriptor(unsigned short const* path, OpenMode mode, ShareMode share)
     {
         QzOs::FileHandle handle = QzOs::kNoFile;
         QzOs::Error error = QzOs::kErrorInvalid;
         if (mode < std::size(kOpenRules))
-            error = QzOs::OpenFile(path, kOpenRules[mode].mAccess, kOpenRules[mode].mCreation, handle);
+            error = QzOs::OpenFile(
+                path, kOpenRules[mode].mAccess, kOpenRules[mode].mCreation, ToSharing(mode, share), handle);
         if (error != 0)
             ThrowOpenFailure(error, path);
         return QzOs::ToDescriptor(handle);
@@ -97,7 +114,7 @@ namespace QzFileSystem::File
 
     bool CloseDescriptor(int descriptor) noexcept
     {
-        return descriptor == -1 || QzOs::CloseFile(QzOs::FromDescriptor(descriptor)) == 0;
+        return descriptor == -1 || QzOs::CloseDescriptor(descriptor) == 0;
     }
 
     void Copy(int from, int to, QzDataType::Binary& binary)

@@ -23,8 +23,8 @@ namespace QzFileSystem
         kOpenWriteNewForUpdate = 6
     };
 
-    /// What other openers may do meanwhile. Systems with advisory locks cannot enforce it: every value then
-    /// allows everything.
+    /// What other openers may do meanwhile, on systems that restrict openers (QzOs::Sharing). Numbers outside the list
+    /// are kShareNothing.
     enum ShareMode : unsigned int
     {
         /// Read and write when the OpenMode is kOpenRead, else read.

@@ -146,12 +146,18 @@ namespace QzOs
         return descriptor < 0 ? kNoFile : FileHandle{descriptor};
     }
 
+    Error CloseDescriptor(int descriptor)
+    {
+        return CloseFile(FromDescriptor(descriptor));
+    }
+
     void SetLastError(Error error)
     {
         errno = error;
     }
 
-    Error OpenFile(unsigned short const* path, Access access, Creation creation, FileHandle& handle)
+    Error OpenFile(
+        unsigned short const* path, Access access, Creation creation, Sharing /*sharing*/, FileHandle& handle)
     {
         handle = kNoFile;
         KernelPath const kernelPath(path);
