@@ -55,7 +55,12 @@ QzLog writes rotating log files that several processes share.
 This package has the operator's tool: it merges logs and their back-ups by
 time, filters and follows them, checks them and counts what is in them.")
 
-# Each package says its licence and what changed.
+# Each package says its licence and what changed, which is the one other place where the version stands.
+file(STRINGS packaging/changelog changelog_head LIMIT_COUNT 1)
+string(FIND "${changelog_head}" "(${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})" version_in_changelog)
+if(version_in_changelog EQUAL -1)
+    message(FATAL_ERROR "packaging/changelog does not begin with ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
+endif()
 set(changelog ${PROJECT_BINARY_DIR}/changelog.Debian.gz)
 add_custom_command(OUTPUT ${changelog}
     COMMAND sh -c "${GZIP_PROGRAM} -9nc ${PROJECT_SOURCE_DIR}/packaging/changelog > ${changelog}"
