@@ -8,21 +8,21 @@
 #include <map>
 #include <string>
 
-/// The client that sends records to Kafka, on librdkafka. In a library that was built without librdkafka
-/// the producer is never to be used: its status stays 0, Send gives false and Configure throws. What librdkafka
-/// has to say goes to the debug output; its property "log_level" decides how much that is.
+/// The client that sends records to Kafka, on librdkafka. In a library that was built without librdkafka the
+/// producer is unusable: its status stays 0, Send returns false and Configure throws. The messages of librdkafka
+/// itself go to the debug output; its property "log_level" sets how many.
 namespace KafkaClient
 {
-    /// Keeps the producer running. The first one starts it if it is configured; the end of the last one waits at most
-    /// three seconds for records that are still on their way and half a second for librdkafka to give up the rest.
-    /// Then it waits for librdkafka's threads to end. That takes milliseconds, but a thread that is asking the system's
-    /// resolver for a broker's address ends no sooner than the resolver has answered or given up. Only the thread that
-    /// ends the producer waits: no sender, no fork, no other Initializer and no Configure.
+    /// Keeps the producer running. The first one starts the producer if it is configured, the last one destroys it.
+    /// That waits at most three seconds for queued records and half a second for librdkafka to give up the rest, then
+    /// for librdkafka's threads to end. That takes milliseconds, unless a thread is asking the system's resolver for a
+    /// broker's address: then it takes until the resolver has answered or given up. Only the thread that destroys the
+    /// producer waits: no sender, no fork, no other Initializer and no Configure.
     ///
-    /// A process that ends without that, by exit() while an Initializer lives for instance, loses what is queued.
+    /// A process that ends while an Initializer is alive, by exit() for instance, loses the records in the queue.
     ///
-    /// Copies count. The logging module holds one for its life. Throws QzBase::Message when librdkafka refuses now what
-    /// Configure has taken.
+    /// Copies count. The logging module holds one for its life. Throws QzBase::Message if librdkafka now refuses what
+    /// Configure accepted.
     class QZLOG_API Initializer
     {
     public:
@@ -32,22 +32,22 @@ namespace KafkaClient
         ~Initializer();
     };
 
-    /// The one producer of the process. All operations may be called from any thread. Apart from what Configure
-    /// says they throw std::bad_alloc at most.
+    /// The one producer of the process. All operations may be called from any thread. All but Configure throw
+    /// std::bad_alloc only.
     class QZLOG_API KafkaProducer
     {
     public:
         enum EnumKafkaProducerStatus : int
         {
-            /// Not configured, not started or ended: not to be used.
+            /// Not configured, not started or destroyed: unusable.
             kStatusUnusable = 0,
             /// A broker is connected.
             kStatusUp = 1,
-            /// Configured, but no broker is connected: can be tried.
+            /// Configured, but no broker is connected: Send may be tried.
             kStatusDown = 3
         };
 
-        /// Follows the real connection, as often as librdkafka gives its statistics: every half second, unless
+        /// Follows the real connection with each statistics event of librdkafka: every half second, unless
         /// Configure sets "statistics.interval.ms" (0 leaves the status at kStatusDown). Costs a shared lock.
         static EnumKafkaProducerStatus GetKafkaProducerStatus();
 
@@ -56,40 +56,40 @@ namespace KafkaClient
         /// \param options  0.
         /// \param key      the record's key, or null for none.
         /// \param value    the record's bytes: the text in UTF-8, without a terminator.
-        /// \return  true when the client took the record and will deliver it or count it as failed;
-        ///          false, and nothing will be sent, when the local queue is full, the topic's name is
-        ///          bad, the producer is not running in this process (a forked child has none), or the broker does
-        ///          not take the topic: after a record of it has failed, one record in ten seconds is taken as a
-        ///          try, until one is delivered. After some failures librdkafka takes none before it has asked the
-        ///          broker about the topic again ("topic.metadata.refresh.interval.ms").
+        /// \return  true if the client accepted the record: it will deliver it or count it as failed. False, and
+        ///          nothing will be sent, if the local queue is full, the topic's name is invalid, the producer
+        ///          is not running in this process (a forked child has none), or the broker refuses the topic.
+        ///          After a record of a topic has failed, one record in ten seconds is accepted as a trial, until
+        ///          one is delivered. After some failures librdkafka accepts none until it has asked the broker
+        ///          about the topic again ("topic.metadata.refresh.interval.ms").
         static bool Send(
             QzBase::WideString const& topic, int options, std::string const* key, QzDataType::Variant const& value);
 
-        /// Sets the producer up with librdkafka's own property names, such as "bootstrap.servers",
-        /// "security.protocol", "sasl.username" or "compression.codec"; every property passes through.
-        /// "queue.buffering.max.messages" and "queue.buffering.max.kbytes" limit what waits for the broker, and so what
-        /// an outage or a crash can lose; "message.timeout.ms" is how long a record waits before it counts as failed.
+        /// Configures the producer with librdkafka's property names, such as "bootstrap.servers", "security.protocol",
+        /// "sasl.username" or "compression.codec". Every property is passed on.
+        /// "queue.buffering.max.messages" and "queue.buffering.max.kbytes" limit the records that wait for the broker,
+        /// and so what an outage or a crash can lose. "message.timeout.ms" is how long a record waits before it fails.
         ///
-        /// Takes effect at once when an Initializer lives, else when one comes; an earlier producer then ends as
-        /// described at Initializer. An empty map ends the producer. In a forked child, Configure starts a producer of
-        /// the child's own. It throws there if a thread of the parent was waiting for the threads of a producer to end
-        /// at the moment of the fork.
+        /// Takes effect at once if an Initializer is alive, otherwise with the next one. An earlier producer is
+        /// destroyed as described at Initializer. An empty map destroys the producer. In a forked child, Configure
+        /// starts a producer of the child's own. It throws there if, at the time of the fork, a thread of the parent
+        /// was waiting for the threads of a producer to end.
         ///
-        /// Throws QzBase::Message with a text that names the property when one is unknown or its value
-        /// bad; the producer in force then stays as it was. While no Initializer lives, each property is looked at by
-        /// itself and nothing is started: whether they go together, and whether certificates and other files that they
-        /// name can be used, shows when the Initializer comes.
+        /// Throws QzBase::Message, with a text that names the property, if a property is unknown or its value invalid;
+        /// the present producer is then unchanged. While no Initializer is alive, the properties are only checked one
+        /// by one. Whether they go together, and whether certificates and other files that they name can be used, is
+        /// checked when an Initializer is constructed.
         static void Configure(std::map<std::string, std::string> const& properties);
 
         /// Records since the process started. A forked child begins at 0.
         struct Counters
         {
-            /// Send gave true, or is about to.
+            /// Send returned true, or is about to.
             std::uint64_t mAccepted;
             /// A broker has acknowledged it.
             std::uint64_t mDelivered;
-            /// Given up after it was accepted. Such losses are also reported on the debug output, at most once in
-            /// ten seconds and when the producer ends. Those of log records are also reported in a log file, see
+            /// Accepted, but not delivered. Such losses are also reported on the debug output, at most once in ten
+            /// seconds and when the producer is destroyed. Those of log records are also reported in a log file, see
             /// QzLog::Destination_KafkaLog.
             std::uint64_t mFailed;
         };

@@ -5,7 +5,7 @@
 
 namespace QzBase
 {
-    /// A recorded call stack, made by CreateCallStack and ended by Destroy. Used by one thread.
+    /// A recorded call stack, made by CreateCallStack and destroyed by Destroy. Used by one thread.
     class QZLOG_API CallStack
     {
     public:
@@ -14,9 +14,9 @@ namespace QzBase
         {
         public:
             /// "function at file:line"; "function in module+0x1234" without debug information, and
-            /// "module+0x1234" without a name, the distance being from where the module was loaded. The
-            /// name is looked up by the first call on a frame; the first look-up of a process reads the
-            /// debug information, which takes some tenths of a second. Valid as long as the call stack. Throws
+            /// "module+0x1234" without a name. The offset counts from the load address of the module.
+            /// The first call on a frame looks the name up. The first look-up of a process reads the debug
+            /// information, which takes some tenths of a second. Valid as long as the call stack. Throws
             /// std::bad_alloc.
             virtual unsigned short const* GetDescription() const = 0;
 
@@ -29,7 +29,7 @@ namespace QzBase
         /// \param index  below GetFrameCount(); 0 is the innermost frame.
         virtual Frame const& GetFrame(unsigned int index) const = 0;
 
-        /// Ends the object and frees its memory.
+        /// Destroys the object and frees its memory.
         virtual void Destroy() = 0;
 
     protected:
@@ -39,6 +39,6 @@ namespace QzBase
     /// Records the stack of the calling thread; frame 0 is the function that calls this one, at every
     /// level of optimisation, unless that function ends in a jump here. Any thread; throws std::bad_alloc.
     /// \param buffer  null.
-    /// \return        owned by the caller, who ends it with Destroy.
+    /// \return        owned by the caller, who destroys it with Destroy.
     QZLOG_API CallStack* CreateCallStack(Buffer* buffer);
 }

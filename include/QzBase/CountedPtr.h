@@ -6,9 +6,9 @@
 
 namespace QzBase
 {
-    /// What every factory returns: one counted reference on its way to a holder, or null. It can be
-    /// moved, not copied. A ReturnPtrI that still has its pointer at its end releases the reference.
-    /// A value of its own: not shared between threads.
+    /// What every factory returns: one counted reference that the caller takes over, or null. It can be
+    /// moved, not copied. A ReturnPtrI that still has its pointer when it is destroyed releases the reference.
+    /// Not shared between threads.
     template <class T>
     class ReturnPtrI
     {

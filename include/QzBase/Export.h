@@ -1,6 +1,6 @@
 #pragma once
 
-/// Marks what libQzLog2_64.so shows to its users. Everything else is hidden, so a name without this
+/// Marks what libQzLog2_64.so exports. Everything else is hidden, so a name without this
 /// mark may change from one version to the next without breaking a linked program.
 #define QZLOG_API __attribute__((visibility("default")))
 

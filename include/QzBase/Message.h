@@ -22,16 +22,16 @@ namespace QzBase
 
     /// The error and message object, and what the library throws. It holds a domain, a signed 32-bit
     /// ID, a wide text with "%1" to "%99" for its arguments, texts by language ID, and a tree of
-    /// lower-level messages, the causes. A value: copies share nothing, and one object is used by one
-    /// thread at a time (reading alone may be done by several). Whatever stores something throws
+    /// lower-level messages, the causes. A value: copies share nothing. One thread at a time may change an
+    /// object; several may read it at the same time. Operations that store something throw
     /// std::bad_alloc.
     ///
-    /// Apart from std::bad_alloc everything thrown by this library is a Message or derives from it; catch
-    /// `QzBase::Message&`, before std::exception where both are caught: see ExceptionImpl.
+    /// Apart from std::bad_alloc, everything that this library throws is a Message or derives from it. Catch
+    /// `QzBase::Message&`; if you catch std::exception as well, catch it after that. See ExceptionImpl.
     ///
-    /// Copying, formatting and destroying go down the tree by recursion: each level takes about 150 bytes of the
-    /// calling thread's stack in an optimised build of the library. Plan 256, which is 4,000 levels for each MiB
-    /// of stack; a tree that is deeper than the stack allows ends the process.
+    /// Copying, formatting and destroying are recursive: each level takes about 150 bytes of the calling
+    /// thread's stack in an optimised build of the library. Plan for 256 bytes, which is 4,000 levels per MiB
+    /// of stack. A tree that is too deep for the stack ends the process.
     class QZLOG_API Message
     {
     public:
@@ -47,8 +47,8 @@ namespace QzBase
 
         Message(Message const& other);
         Message(Message&& other) noexcept;
-        /// `other` may be one of this message's own lower levels, which a cursor gives. When memory fails the message
-        /// stays as it was.
+        /// `other` may be one of this message's own lower levels, as a cursor gives them. If it throws, the message
+        /// is unchanged.
         Message& operator=(Message const& other);
         Message& operator=(Message&& other) noexcept;
         virtual ~Message();
@@ -57,12 +57,12 @@ namespace QzBase
         unsigned short GetDomain() const;
         int GetID() const;
 
-        /// Sets this level's text; null sets the empty one. Arguments given so far stay.
+        /// Sets this level's text; null sets the empty text. Arguments that were given stay.
         void SetMessage(unsigned short const* text);
 
-        /// This level's text with its arguments filled in, in one pass: "%1" to "%99", the longest digits
-        /// first, stand for the arguments, "%%" for "%"; a number without an argument stays as it stands.
-        /// A text that no argument was given for stays exactly as it was set. Valid until the object changes.
+        /// This level's text with its arguments filled in, in one pass: "%1" to "%99" stand for the arguments
+        /// (two digits are read as one number), "%%" for "%". A number without an argument is kept as it is.
+        /// A text without any argument is returned exactly as it was set. Valid until the object changes.
         unsigned short const* GetMessage() const;
 
         /// Appends one argument for "%1", "%2" and so on of this level's text. Null text counts as empty.
@@ -85,11 +85,11 @@ namespace QzBase
         void PrependBy(Message const& message);
 
         /// The text stored at this level for a language, UTF-8, arguments not filled in, or null when
-        /// there is none. Language 0 is the process language of this moment. Valid until the object changes.
+        /// there is none. Language 0 is the present process language. Valid until the object changes.
         char const* GetLocalizedText(unsigned short languageID) const;
 
-        /// Stores a UTF-8 text for a language at this level. Language 0 is the process language of this
-        /// moment. Null counts as empty.
+        /// Stores a UTF-8 text for a language at this level. Language 0 is the present process language.
+        /// Null counts as empty.
         void SetLocalizedText(unsigned short languageID, char const* text);
 
     private:
@@ -123,8 +123,8 @@ namespace QzBase
 
     /// The text of `message` in a language, UTF-8: the level's text with its arguments filled in, and
     /// below it, one line each (CR LF between them), its causes, parents before children. A level without a
-    /// text in that language gives the text it was made with; one whose text is empty gives no line.
-    /// Language 0 is the process language. Reads the message only. Throws std::bad_alloc.
+    /// text in that language gives the text that it was created with. A level with an empty text gives no line.
+    /// Language 0 is the process language. The message is only read. Throws std::bad_alloc.
     QZLOG_API ReturnString FormatMessage(Message const& message, unsigned short languageID);
 
     /// The same, with the texts that `message` itself does not hold looked up through the localizer.
@@ -133,12 +133,12 @@ namespace QzBase
         Message const& message, Message& localizedCopy, unsigned short languageID, Message::Localizer& localizer);
 
     /// Walks the tree of a message, parents before children. The cursor points into the message, which
-    /// must outlive it and must not change its shape meanwhile. Used by one thread. Making, copying and moving on
-    /// throw std::bad_alloc.
+    /// must outlive it and must not change its shape meanwhile. Used by one thread. Constructing, copying and the
+    /// operations that go on throw std::bad_alloc.
     ///
-    /// Several cursors can walk trees of one shape in step: one leads and is asked where to go, the
-    /// others follow. A cursor that follows enters a level that its own tree lacks as an empty message of
-    /// its own, so that it never gets out of step.
+    /// Several cursors can walk trees of the same shape in step: one leads and is asked where to go, the
+    /// others follow. If the tree of a following cursor lacks a level, the cursor enters an empty message
+    /// there, so that it stays in step.
     class QZLOG_API ConstMessageCursor
     {
     public:
@@ -190,7 +190,7 @@ namespace QzBase
         using ConstMessageCursor::LowerLevelMessageIsUnvisited;
     };
 
-    /// The text of an exception: makes it when it is asked for, and keeps it. A copy begins anew.
+    /// The text of an exception, made on the first call of Get and kept. A copy makes its own.
     class QZLOG_API ExceptionText
     {
     public:
@@ -219,7 +219,7 @@ namespace QzBase
         explicit ExceptionImpl(T&& message) : T(std::move(message)) {}
 
         /// The text with those of its causes, UTF-8, in the process language; see FormatMessage. Valid as long as this
-        /// object, also when the message is changed. Several threads may ask for it at once.
+        /// object, even if the message is changed. Several threads may call it at the same time.
         char const* what() const noexcept override { return mText.Get(*this); }
 
     private:

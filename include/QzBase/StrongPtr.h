@@ -5,8 +5,8 @@
 
 namespace QzBase
 {
-    /// Deletes an object through its own virtual operation `Delete`, which is how locks and thread-local
-    /// storages go: they are freed by the library that made them.
+    /// Deletes an object through its own virtual operation `Delete`. For locks and thread-local storages,
+    /// which the library that created them must free.
     template <class T>
     struct DeleteOperatorGeneric
     {
@@ -46,7 +46,7 @@ namespace QzBase
         /// Gives the object up without deleting it.
         [[nodiscard]] T* release() noexcept { return std::exchange(mpObject, nullptr); }
 
-        /// Deletes the present object, if there is one, and owns `object` from now on.
+        /// Deletes the present object, if there is one, and becomes the owner of `object`.
         void reset(T* object = nullptr)
         {
             T* const old = std::exchange(mpObject, object);

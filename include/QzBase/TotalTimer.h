@@ -10,7 +10,7 @@ namespace QzBase
     class TotalTimer
     {
     public:
-        /// Measures one stretch: from construction to Stop, or to its end if Stop has not run.
+        /// Measures the time from construction to Stop, or to destruction if Stop was not called.
         class QZLOG_API Timer
         {
         public:

@@ -9,7 +9,7 @@
 
 namespace QzBase
 {
-    /// An arena: gives out memory that is freed all at once, when the arena ends. Not synchronised.
+    /// An arena: its memory is freed all at once, when the arena is destroyed. Not synchronised.
     class QZLOG_API Buffer
     {
     public:
@@ -19,7 +19,7 @@ namespace QzBase
         Buffer& operator=(Buffer const&) = delete;
 
         /// Returns `size` bytes aligned to `alignment` (a power of two, at most that of std::max_align_t),
-        /// valid until the arena ends. Throws std::bad_alloc.
+        /// valid until the arena is destroyed. Throws std::bad_alloc.
         void* Allocate(std::size_t size, std::size_t alignment);
 
     private:
@@ -28,8 +28,8 @@ namespace QzBase
         std::size_t mUsed = 0;
     };
 
-    /// Allocator of the library's wide strings. With no arena memory comes from the heap and is freed
-    /// block by block; with an arena it comes from there and goes with it.
+    /// Allocator of the library's wide strings. Without an arena, memory comes from the heap and is freed
+    /// block by block. With an arena, it comes from the arena and is freed with it.
     template <class T>
     class Allocator
     {
@@ -73,13 +73,13 @@ namespace QzBase
         Buffer* mpBuffer;
     };
 
-    /// UTF-16 text that owns its memory. Wide text is handed around as a zero-terminated array of code
-    /// units, `unsigned short const*`.
+    /// UTF-16 text that owns its memory. Wide text is passed as a zero-terminated array of code units,
+    /// `unsigned short const*`.
     using WideString = std::basic_string<unsigned short, std::char_traits<unsigned short>, Allocator<unsigned short>>;
 
     namespace Literals
     {
-        /// Carries a literal's code units into the program's static storage; see operator""_w.
+        /// Holds a literal's code units in static storage; see operator""_w.
         template <std::size_t size>
         struct WideLiteral
         {

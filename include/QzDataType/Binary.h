@@ -19,10 +19,10 @@ namespace QzDataType
         /// The first byte; valid as long as the object. Writable up to the full size.
         virtual unsigned char* GetData() = 0;
 
-        /// All of the full size is in use again. The bytes stay as they are.
+        /// Puts the full size in use again. The bytes are unchanged.
         virtual void Reset() = 0;
 
-        /// Takes `count` bytes at the end out of use; more than there are leaves none.
+        /// Takes `count` bytes at the end out of use, or all if there are fewer.
         virtual void Shorten(std::size_t count) = 0;
     };
 

@@ -13,7 +13,7 @@ namespace QzDataType
     public:
         explicit TimeSpan(std::int64_t milliseconds) noexcept : mMilliseconds(milliseconds) {}
 
-        /// Whole seconds, cut toward zero; beyond the ends of `int` the nearer end.
+        /// Whole seconds, truncated toward zero; the nearest `int` if they do not fit.
         int GetTotalSeconds() const noexcept;
 
         std::int64_t GetTotalMilliseconds() const noexcept { return mMilliseconds; }
@@ -22,24 +22,24 @@ namespace QzDataType
         std::int64_t mMilliseconds;
     };
 
-    /// A calendar date and time (Gregorian) with a resolution of milliseconds, and the zone that it was
-    /// read in. A value; used by one thread at a time.
+    /// A calendar date and time (Gregorian) with a resolution of milliseconds, and the offset of its time
+    /// zone. A value; used by one thread at a time.
     class QZLOG_API DateTime
     {
     public:
         /// Days and their fraction since 1899-12-30 00:00; 0.0 is the empty date and time. Values
-        /// outside the years 1 to 9999 give the nearer end. Zone UTC.
+        /// outside the years 1 to 9999 give the nearest moment in them. Zone UTC.
         explicit DateTime(double days) noexcept;
 
-        /// That moment of the calendar. The last two numbers are the zone's distance from UTC in minutes
-        /// in two parts, positive ahead of UTC. Members outside their range carry over into the next; a moment
-        /// outside the years 1 to 9999 gives the nearer end.
+        /// That date and time. The sum of the last two numbers is the zone's offset from UTC in minutes,
+        /// positive ahead of UTC. Members outside their range carry over into the next. A moment outside
+        /// the years 1 to 9999 gives the nearest moment in them.
         DateTime(int year, int month, int day, int hour, int minute, int second, int millisecond, short zoneMinutes,
             short daylightMinutes) noexcept;
 
-        /// The current time in the process's time zone, with its distance from UTC. The distance is asked of
-        /// the system once for each minute of the clock, so another zone (which takes a tzset) counts from the
-        /// next minute on.
+        /// The current time in the process's time zone, with its offset from UTC. The system is asked for the
+        /// offset once per minute of the clock, so a change of the zone (by tzset) takes effect with the next
+        /// minute.
         static DateTime Now();
 
         /// The current time in UTC.
@@ -56,24 +56,24 @@ namespace QzDataType
         /// "2026-11-18 03:02:07.123-05:00"; without the offset when it is zero. Throws std::bad_alloc.
         QzBase::ReturnString ToString() const;
 
-        /// Reads "2026-11-18 03:02:07.123" at the start of the text and returns how many characters it
-        /// took, 0 when the text is no real date and time; the object then stays as it was. Between date
-        /// and time stands a blank or "T"; the year has four digits, the other numbers two; the fraction has
-        /// 1 to 9 digits, of which three count, and may be absent together with its point. A zone offset is
-        /// not read; the zone becomes UTC. Null: 0.
+        /// Reads "2026-11-18 03:02:07.123" at the start of the text and returns the number of characters read.
+        /// Returns 0, and changes nothing, if there is no valid date and time, or for null. Between date and
+        /// time stands a blank or "T". The year has four digits, the other numbers two. The fraction has 1 to 9
+        /// digits, of which three count, and may be absent together with its point. A zone offset is not read;
+        /// the zone becomes UTC.
         unsigned int FromString(char const* text);
 
-        /// The distance of two moments, both brought to UTC.
+        /// The time from `other` to this moment, both converted to UTC.
         TimeSpan operator-(DateTime const& other) const noexcept;
 
     protected:
-        // The local zone's distance from UTC in minutes is the sum of the two.
+        // Their sum is the zone's offset from UTC in minutes, positive ahead of UTC.
         std::int16_t mZoneMinutes = 0;
         std::int16_t mDaylightMinutes = 0;
 
     private:
-        // Milliseconds since 1970-01-01 00:00 as the clock on the wall shows it. (The mark keeps a whole number
-        // of days from meaning this.)
+        // Milliseconds since 1970-01-01 00:00 in local time. (The tag distinguishes this constructor from the
+        // one that takes days.)
         struct OnTheWall
         {
         };
@@ -81,7 +81,7 @@ namespace QzDataType
         DateTime(OnTheWall, std::int64_t milliseconds) noexcept;
         std::int64_t GetWallMilliseconds() const noexcept;
 
-        // Kept apart and not as a count, because a time stamp is rendered far more often than subtracted.
+        // Fields and not a count of milliseconds, because a time stamp is rendered far more often than subtracted.
         std::int16_t mYear = 1; // to 9999
         std::uint8_t mMonth = 1;
         std::uint8_t mDay = 1;

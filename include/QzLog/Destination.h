@@ -8,9 +8,9 @@ namespace QzLog
     class MessageBody;
     class MessageHeader;
 
-    /// Where a message ends up. Dispatchers call the two forms of WriteMessage on the thread that logs, from many
-    /// threads at once and with no lock held; what they throw reaches the caller of the log function. They must not log
-    /// through a router: header and body belong to the thread, and its next message would overwrite the one in
+    /// What messages are written to. Dispatchers call the two forms of WriteMessage on the thread that logs, on many
+    /// threads at the same time and with no lock held. Their exceptions reach the caller of the log function. They must
+    /// not log through a router: header and body belong to the thread, so the new message would overwrite the one in
     /// delivery.
     ///
     /// Destinations of your own derive from Destination_Impl.
@@ -25,14 +25,14 @@ namespace QzLog
         /// Writes a finished text, UTF-8; null counts as empty.
         virtual void WriteMessage(char const* bodyText, MessageHeader& header) = 0;
 
-        /// Replaces the set of IDs whose messages get a call stack behind their text. The first call stack of a process
+        /// Replaces the set of IDs whose messages get a call stack after their text. The first call stack of a process
         /// reads its debug information, which takes some tenths of a second. May be called from any thread at any time;
-        /// messages on their way go by the old or by the new set. Throws std::bad_alloc and then changes nothing.
+        /// messages in delivery use the old or the new set. Throws std::bad_alloc and then changes nothing.
         /// \param ids    `count` IDs in any order; null is allowed when `count` is 0, which empties the set.
         virtual void SetCallstackMessageIDs(unsigned int const* ids, unsigned int count) = 0;
 
     protected:
-        /// The language of structured messages; 0, the process language, at first. Set while nobody writes.
+        /// The language of structured messages; 0, the process language, at first. Set it before messages arrive.
         virtual unsigned short GetLanguageID() const = 0;
         virtual void SetLanguageID(unsigned short languageID) = 0;
     };

@@ -6,18 +6,18 @@
 
 namespace QzLog
 {
-    /// Writes to the debug output, which is the standard error of the process: one message at a time, so that the lines
-    /// of different threads do not mix, and with one write if the system takes all of it. Other processes on the same
-    /// pipe or terminal may come between the parts of a message above 4,096 bytes. What is no UTF-8 comes out as
-    /// U+FFFD.
+    /// Writes to the debug output, which is the standard error of the process. It writes one message at a time, so the
+    /// lines of different threads do not mix, with one system call if the system takes all of it. If a message has more
+    /// than 4,096 bytes, output of other processes on the same pipe or terminal may come between its parts. Malformed
+    /// UTF-8 is written as U+FFFD.
     ///
-    /// It never fails, and a reader that has gone away does no harm. A reader that stands still (a full pipe or socket,
-    /// a stopped terminal) holds a thread for one second at most, whether or not standard error blocks; then the
-    /// message is given up. Until the reader takes something again, further messages are dropped without a wait. A
-    /// message that was given up midway ends where the reader stopped, and a line end comes before the next. A regular
-    /// file is written without a limit. If the process may not open its own standard error again (no /proc, other
-    /// rights than when it was opened), another process that fills the last room of a blocking pipe at the same moment
-    /// can make a write wait.
+    /// It never fails; if the reader is gone, the message is dropped. If the reader stalls (a full pipe or socket, a
+    /// stopped terminal), a thread waits for one second at most, whether or not standard error blocks, and drops its
+    /// message. Further messages are dropped without a wait until the reader reads again. A message that was written in
+    /// part ends there, and a line end is written before the next one. Writes to a regular file have no time limit.
+    ///
+    /// If the process may not open its own standard error again (no /proc, or other permissions than when it was
+    /// opened), a write to a blocking pipe can wait if another process fills the pipe at the same moment.
     ///
     /// All operations may be called from any thread at any time, take null as the empty text, and throw std::bad_alloc.
     class QZLOG_API Destination_DebugOutput : public virtual Destination
@@ -29,6 +29,6 @@ namespace QzLog
         virtual void WriteString(char const* text) = 0;
     };
 
-    /// The debug output of the process. Throws QzBase::Message when the module does not live.
+    /// The debug output of the process. Throws QzBase::Message while no Initializer is alive.
     QZLOG_API QzBase::ReturnPtrI<Destination_DebugOutput> GetDestination_DebugOutput();
 }

@@ -7,46 +7,46 @@
 
 namespace QzLog
 {
-    /// Publishes records to a Kafka topic, and has a disk file behind it. A record goes either to Kafka or
-    /// to the file, once: to the file while the feature "KS/SLMS" is off (QzBase::SetFeatureEnabled), until
-    /// SetServerInstanceName has given the topic its name, while no broker is connected, and when the client
-    /// does not take it. While no broker is connected, one record in ten seconds tries Kafka all the same. The same
-    /// holds while the broker refuses the topic (no right, no such topic, record too large): from the first accepted
-    /// record that failed until one is delivered.
+    /// Publishes records to a Kafka topic, with a disk file as its fallback. A record goes either to Kafka or to the
+    /// file, once. It goes to the file
+    /// - while the feature "KS/SLMS" is off (QzBase::SetFeatureEnabled);
+    /// - until SetServerInstanceName has named the topic;
+    /// - while no broker is connected;
+    /// - from the first accepted record that fails, because the broker refuses the topic (no permission, no such topic,
+    ///   record too large), until one is delivered;
+    /// - if the client does not accept it. In the two cases before this one, one record in ten seconds tries Kafka.
     ///
-    /// A record that the client accepted and could not deliver is lost to the stream, and is counted. The next message
-    /// through the destination first reports the count in the file, in the line that Destination_DiskFile describes.
-    /// The line gives the client's reason for the first loss, and the process and thread that write it; it names no
-    /// user. What is given up when the module ends is reported there too. Each loss is reported once: all Kafka
-    /// destinations share one topic and one count. While the file cannot be written, the count waits. A process that
-    /// ends without the module's end, by exit() for instance, loses the count and all that the client still has in its
-    /// queue. KafkaClient::KafkaProducer::Configure names the properties that limit the queue.
+    /// A record that the client accepted but could not deliver is lost, and counted. The next message through the
+    /// destination first reports the count in the file, in the line that Destination_DiskFile describes. The line gives
+    /// the client's reason for the first loss, and the process and thread that write it; it names no user. Losses are
+    /// also reported there when the module ends. All Kafka destinations share one topic and one count, so each loss is
+    /// reported once. While the file cannot be written, the count is kept. A process that ends without ending the
+    /// module, by exit() for instance, loses the count and all records in the client's queue. For the limits of that
+    /// queue see KafkaClient::KafkaProducer::Configure.
     ///
-    /// The topic is "Kvel.ReportingEngine.Diag.<computer>.<server instance name>"; the first complete pair of
-    /// names wins and stays. The value of a record is its text as a log file would hold it, without the final
-    /// LF. The text of UpdateLogRegistryStr goes to a topic of its own, which begins alike and ends in
-    /// ".RegtrySettings": at once, and again whenever a broker comes back.
+    /// The topic is "Kvel.ReportingEngine.Diag.<computer>.<server instance name>"; the first two names that are both
+    /// set stay for the life of the process. The value of a record is its text as in a log file, without the final LF.
+    /// The text of UpdateLogRegistryStr goes to a topic of its own, whose name begins the same way and ends in
+    /// ".RegtrySettings": at once, and again whenever a broker connects.
     ///
-    /// The language of this destination is that of all its records. Its call-stack IDs serve those for Kafka, and the
-    /// IDs of the disk file those in the file.
-    ///
-    /// All operations may be called from any thread, and throw std::bad_alloc. Brokers are set by
-    /// KafkaClient::KafkaProducer::Configure.
+    /// The language of this destination applies to all its records. Its call-stack IDs apply to records for Kafka, and
+    /// those of the disk file to records in the file. Brokers are set by KafkaClient::KafkaProducer::Configure. All
+    /// operations may be called from any thread, and throw std::bad_alloc.
     class QZLOG_API Destination_KafkaLog : public virtual Destination
     {
     public:
         ~Destination_KafkaLog() override;
 
-        /// The disk file behind this destination, with a new reference.
+        /// The disk file of this destination, with a new reference.
         virtual QzBase::ReturnPtrI<Destination_DiskFile> GetDiskFileDestination() = 0;
     };
 
     /// The Kafka destination with the disk file at `path` (UTF-16, relative to the base path unless it is
-    /// absolute) behind it; one object per normal form of the path until the module ends. Null gives null. Throws
-    /// QzBase::Message when the module does not live, and QzLog::Exception as GetDestination_DiskFile does.
+    /// absolute). There is one object per normal form of the path until the module ends. Null gives null. Throws
+    /// QzBase::Message while no Initializer is alive, and QzLog::Exception as GetDestination_DiskFile does.
     QZLOG_API QzBase::ReturnPtrI<Destination_KafkaLog> GetDestination_KafkaLog(unsigned short const* path);
 
-    /// Publishes a settings text (UTF-16; null counts as empty) as told above, and keeps a copy for the next time, for
-    /// the life of the process. Throws QzBase::Message when the module does not live.
+    /// Publishes a settings text (UTF-16; null counts as empty) as described above, and keeps a copy to publish it
+    /// again, for the life of the process. Throws QzBase::Message while no Initializer is alive.
     QZLOG_API void UpdateLogRegistryStr(unsigned short const* text);
 }

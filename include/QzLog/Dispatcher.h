@@ -13,8 +13,8 @@ namespace QzLog
     class Destination;
     class Logger;
 
-    /// A list of destinations, as Dispatcher::SetDestinations takes it. CreateDestinationCollection makes one;
-    /// a class of the user's serves as well. It is read during SetDestinations only, by that thread.
+    /// A list of destinations, as Dispatcher::SetDestinations takes it. CreateDestinationCollection creates one;
+    /// a class of the user's will do as well. It is read only during SetDestinations, by that thread.
     class QZLOG_API DestinationCollection : public virtual QzBase::ReferenceCounted
     {
     public:
@@ -32,23 +32,23 @@ namespace QzLog
     QZLOG_API QzBase::ReturnPtrI<DestinationCollection> CreateDestinationCollection(
         std::initializer_list<Destination*> destinations);
 
-    /// A named list of destinations. Here a log call becomes a message: the header of the calling thread is
-    /// stamped, once, and every destination gets it in list order, on the calling thread, with no lock held.
+    /// A named list of destinations. Each log operation stamps the header of the calling thread once and passes
+    /// it to every destination, in the order of the list, on the calling thread and with no lock held.
     ///
-    /// All operations may be called from any thread at any time. What a destination throws ends the delivery
-    /// of that message and reaches the caller; the list stays. Log operations do nothing while the list is
-    /// empty, and when the module of the logger that they are given has ended.
+    /// All operations may be called from any thread at any time. An exception of a destination ends the delivery
+    /// of that message and reaches the caller; the list is unchanged. Log operations do nothing while the list
+    /// is empty, or if the module of the logger that is passed to them has ended.
     class QZLOG_API Dispatcher : public virtual QzBase::ReferenceCounted
     {
     public:
-        /// Told when a dispatcher's destinations have been replaced.
+        /// Notified when a dispatcher's destinations have been replaced.
         class QZLOG_API Callback : public virtual QzBase::ReferenceCounted
         {
         public:
             ~Callback() override;
 
             /// Called on the thread that made the change, with no lock held. A callback may add and remove
-            /// callbacks, and can be called once more just after it has been removed.
+            /// callbacks. It can still be called once just after it has been removed.
             virtual void OnDestinationsChanged(Dispatcher& dispatcher) = 0;
         };
 
@@ -59,8 +59,8 @@ namespace QzLog
 
         virtual bool HasDestinations() = 0;
 
-        /// Delivers a structured message, then assigns it back with the localised texts that the destinations
-        /// have looked up; not when a destination throws.
+        /// Delivers a structured message, then adds to it the localised texts that the destinations have looked
+        /// up. If a destination throws, the message is unchanged.
         virtual void LogAndUpdateMessage(Logger& logger, QzBase::Message& message) = 0;
 
         /// Delivers a structured message under its own ID, without source location.
@@ -70,16 +70,16 @@ namespace QzLog
         virtual void LogText(Logger& logger, char const* text, unsigned int messageID, char const* fileName,
             char const* functionName, int lineNumber) = 0;
 
-        /// Replaces the list and tells the callbacks, also when nothing changed. A null collection is an empty
-        /// list. Messages in delivery on other threads finish on the list they began with; the old destinations
-        /// are released last. When the collection throws, or holds a null entry (QzBase::Message), the old list
-        /// stays and nobody is told. When a callback throws, the new list stays and the rest hear nothing.
+        /// Replaces the list and calls the callbacks, even if nothing changed. A null collection is an empty list.
+        /// Messages in delivery on other threads go to the list they began with; the old destinations are released
+        /// last. If the collection throws, or has a null entry (which throws QzBase::Message), the old list stays and
+        /// no callback is called. If a callback throws, the new list stays and the others are not called.
         virtual void SetDestinations(QzBase::CountedPtr<DestinationCollection> const& destinations) = 0;
 
-        /// Adds a callback, with a reference. One that is there already stays, once; null changes nothing.
+        /// Adds a callback and takes a reference. One that was added before stays there once. Null changes nothing.
         virtual void AddCallback(Callback* callback) = 0;
 
-        /// Takes a callback out, however often it was added. An unknown one changes nothing.
+        /// Removes a callback, however often it was added. An unknown one changes nothing.
         virtual void RemoveCallback(Callback* callback) = 0;
 
         /// See Router::FormatHeaderJson.
@@ -87,7 +87,7 @@ namespace QzLog
             char const* functionName, int lineNumber, std::string& headerJson) = 0;
     };
 
-    /// A new dispatcher without destinations that belongs to no logger yet: what a configuration hook puts in
-    /// place of another. Null counts as the empty name. Needs no live module.
+    /// A new dispatcher without destinations that belongs to no logger yet. A configuration hook can put it in
+    /// place of another. Null counts as the empty name. Needs no Initializer.
     QZLOG_API QzBase::ReturnPtrI<Dispatcher> CreateDispatcher(char const* name);
 }

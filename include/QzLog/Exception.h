@@ -5,8 +5,8 @@
 
 namespace QzLog
 {
-    /// What this library throws about its own objects where the type matters: a log file that cannot be made.
-    /// It is a QzBase::Message and is mostly caught as one.
+    /// What this library throws where the type matters: a log file that cannot be created.
+    /// It is a QzBase::Message, and is mostly caught as one.
     class QZLOG_API Exception : public QzBase::Message
     {
     public:

@@ -3,7 +3,7 @@
 #include <QzBase/Export.h>
 #include <QzResource/MessageFormatter.h>
 
-/// Manipulators that a caller inserts into a message formatter to choose the form of the numbers behind them:
+/// Manipulators that a caller inserts into a message formatter to choose the form of the numbers after them:
 /// `GetMessageFormatter() << Format::WideHex << code`.
 namespace QzLog::Format
 {

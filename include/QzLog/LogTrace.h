@@ -14,14 +14,14 @@ namespace QzSynch
 
 namespace QzLog
 {
-    /// Results of LogTrace::PrintAllLogTrace besides 0, in the manner of system result codes.
+    /// Results of LogTrace::PrintAllLogTrace besides 0, in the form of system result codes.
     inline constexpr long kTraceFileNotOpened = 0x80004003L;
     inline constexpr long kTraceNotWritten = 0x80004005L;
 
-    /// Base of the operation traces: figures that are counted per period beside the log, and printed to a
-    /// text file on demand. The library never reports, collects or prints by itself. Values are reported
-    /// into the open period, CollectLogTrace closes it, PrintAllLogTrace writes the closed periods and
-    /// forgets them. Each class says which operations may run at the same time.
+    /// Base of the operation traces: statistics per period, independent of the log, printed to a text file on
+    /// demand. Values are reported into the open period. CollectLogTrace closes the period. PrintAllLogTrace
+    /// writes the closed periods and removes them. The library calls none of these by itself. Each class says
+    /// which operations may run at the same time.
     class QZLOG_API LogTrace
     {
     public:
@@ -33,18 +33,18 @@ namespace QzLog
         /// Closes the open period and starts the next one. Does nothing here.
         virtual void CollectLogTrace();
 
-        /// Writes the closed periods to the file `mFileName`, in place of what the file held.
-        /// \return 0; kTraceFileNotOpened when the file cannot be opened, also when the name is empty or
-        ///         not ASCII; kTraceNotWritten when it could not be written to its end. Throws nothing. Returns 0 here.
+        /// Writes the closed periods to the file `mFileName`, replacing its content.
+        /// \return 0; kTraceFileNotOpened if the file cannot be opened, or its name is empty or not ASCII;
+        ///         kTraceNotWritten if it could not be written completely. Throws nothing. Returns 0 here.
         virtual long PrintAllLogTrace();
 
-        /// Forgets all figures. Does nothing here.
+        /// Removes all figures. Does nothing here.
         virtual void Clear();
 
         /// Sets `mFileName` (UTF-16); null sets the empty name. Not while another thread prints.
         void SetFileName(unsigned short const* fileName);
 
-        /// When the object was made, in local time.
+        /// When the object was constructed, in local time.
         QzDataType::DateTime const mStartTime;
 
     protected:
@@ -52,13 +52,13 @@ namespace QzLog
         QzSynch::RWLockPtr const mpLock;
 
     public:
-        /// The file that PrintAllLogTrace writes, with `\` or `/`, relative to the current directory or
-        /// absolute. It has to be ASCII. Empty at first. To be set, directly or by SetFileName, before
-        /// the first print.
+        /// The file that PrintAllLogTrace writes, with `\` or `/`, absolute or relative to the current directory.
+        /// It has to be ASCII. Empty at first. Set it, directly or by SetFileName, before the first call of
+        /// PrintAllLogTrace.
         QzBase::WideString mFileName;
 
     private:
-        /// So that a forked child does not inherit the lock from a thread that only its parent has.
+        /// Keeps a forked child from inheriting the lock in the hands of a thread that only the parent has.
         std::unique_ptr<QzSynch::ForkHold> const mpForkHold;
     };
 }

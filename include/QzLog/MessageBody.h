@@ -7,24 +7,24 @@
 
 namespace QzLog
 {
-    /// The content of a structured message: gives its text in each language that a destination asks for, and formats
-    /// it once per language. Each thread has one, which it uses again for each message. After the delivery of a message
-    /// that took more than 64 KB its memory is freed. Used by one thread at a time. Operations throw std::bad_alloc.
+    /// The content of a structured message. It formats the text once for each language that a destination asks for.
+    /// Each thread has one and reuses it for every message; if a message took more than 64 KB, its memory is freed
+    /// after the delivery. Used by one thread at a time. Operations throw std::bad_alloc.
     class QZLOG_API MessageBody : public virtual QzBase::ReferenceCounted
     {
     public:
         ~MessageBody() override;
 
-        /// Takes a copy of `message` and forgets the texts of the one before.
+        /// Takes a copy of `message` and drops the texts of the previous one.
         virtual void SetMessage(QzBase::Message const& message) = 0;
 
         /// The message, with the localised texts that GetMessageText has looked up stored at each of its levels.
         /// Valid until the next SetMessage.
         virtual QzBase::Message& GetMessage() = 0;
 
-        /// The text in a language (0: the process language), UTF-8, as QzBase::FormatMessage gives it; what the
-        /// message itself does not hold is looked up in the registered message texts. Formatted on the first call for
-        /// that language; when that throws, later calls give the empty text. Valid until the next SetMessage.
+        /// The text in a language (0: the process language), UTF-8, as QzBase::FormatMessage gives it. Texts that the
+        /// message itself does not hold are looked up in the registered message texts. Formatted on the first call for
+        /// that language; if that throws, later calls give the empty text. Valid until the next SetMessage.
         virtual char const* GetMessageText(unsigned short languageID) = 0;
     };
 

@@ -7,9 +7,9 @@
 
 namespace QzLog
 {
-    /// Gives the texts behind message IDs. Implemented by the library's user and given to a logger with
-    /// Logger::SetMessageCatalog. Both operations are called from any thread that logs by ID, with no lock
-    /// held and several at a time; what they throw reaches the caller of the log function.
+    /// Gives the texts of message IDs. Implemented by the library's user and installed with
+    /// Logger::SetMessageCatalog. Both operations are called on the threads that log by ID, on several at the
+    /// same time and with no lock held. Their exceptions reach the caller of the log function.
     class QZLOG_API MessageCatalog : public virtual QzBase::ReferenceCounted
     {
     public:
@@ -17,11 +17,11 @@ namespace QzLog
 
         /// The finished UTF-8 text of a message.
         /// \param languageID      the process language.
-        /// \param catalogContext  what the caller of the log function gave; the library does not look at it.
+        /// \param catalogContext  passed on from the caller of the log function; the library does not read it.
         virtual QzBase::ReturnString GetMessageString(
             unsigned int messageID, unsigned short languageID, char const* catalogContext) = 0;
 
-        /// The template of a message, which must stay valid and unchanged as long as the catalog is held.
+        /// The template of a message. It must stay valid and unchanged as long as the catalog is held.
         virtual QzResource::MessageTemplate const& GetMessageTemplate(
             unsigned int messageID, unsigned short languageID, char const* catalogContext) = 0;
     };

@@ -7,16 +7,16 @@
 
 namespace QzLog
 {
-    /// Everything about a message except its text: when and where it arose, who logged it, and under which IDs. It
-    /// gives itself as one line of text, as a JSON object, and reads the line back.
+    /// Everything about a message except its text: when and where it was logged, by whom, and under which IDs. It
+    /// renders itself as one line of text and as a JSON object, and reads the line back.
     ///
     /// Texts are UTF-8 of any length, rendered as they were set; setting null sets the empty text. Returned texts
     /// belong to the header and are valid until what they show changes.
     ///
-    /// Rendered forms are kept, so that each is built once per message. They are built anew only after
-    /// SetTimestamp, SetTimestampToNow, ParseHeaderText, or another value given to SetProcessID, SetThreadID or
-    /// SetMessageID (also by way of their text forms, where told so): set the time first, then the rest, and read
-    /// last. All other setters leave a form that was already read as it is.
+    /// Set the time first, then the rest, and read last. Text and JSON are cached, so that each is built once per
+    /// message. SetTimestamp, SetTimestampToNow, ParseHeaderText and a changed process, thread or message ID drop
+    /// the cache, and so do the setters below that say they are SetProcessID, SetThreadID or SetMessageID of a text.
+    /// All other setters leave a form that was already read unchanged.
     ///
     /// Used by one thread at a time, readers included. Operations throw std::bad_alloc and nothing else.
     class QZLOG_API MessageHeader : public virtual QzBase::ReferenceCounted
@@ -36,8 +36,8 @@ namespace QzLog
         virtual void SetProcessID(unsigned int id) = 0;
         /// Decimal, or the text as it was given.
         virtual char const* GetProcessIDString() = 0;
-        /// The ID becomes the number that the text begins with (QzBase::DecimalToInt); the text is kept as given. A
-        /// rendered form stays as it is.
+        /// Sets the ID to the number that the text begins with (QzBase::DecimalToInt), and keeps the text as given. A
+        /// cached form is unchanged.
         virtual void SetProcessIDString(char const* text) = 0;
         /// Upper-case hexadecimal digits without prefix.
         virtual char const* GetProcessIDHexString() = 0;
@@ -53,22 +53,22 @@ namespace QzLog
         virtual void SetThreadIDHexString(char const* text) = 0;
 
         virtual Timestamp const& GetTimestamp() const = 0;
-        /// What is changed through this reference does not reach a rendered form; SetTimestamp does.
+        /// Changes through this reference do not drop cached forms; SetTimestamp does.
         virtual Timestamp& GetTimestamp() = 0;
         virtual void SetTimestamp(Timestamp const& timestamp) = 0;
         /// The current local time with its offset from UTC.
         virtual void SetTimestampToNow() = 0;
-        /// See Timestamp_Impl, or the text that SetTimestampString took.
+        /// As Timestamp_Impl::ToISO8601String, or the text that SetTimestampString read.
         virtual char const* GetTimestampString() = 0;
-        /// Reads the time stamp at the start of the text, and keeps the characters it took as the time text; a
-        /// rendered form stays as it is. Returns their number; 0 when there is no time stamp, and the time text is
-        /// then unchanged (the time stamp itself may not be: see Timestamp_Impl::FromISO8601String).
+        /// Reads the time stamp at the start of the text, and keeps the characters read as the time text. A cached
+        /// form is unchanged. Returns the number of characters; 0 if there is no time stamp. The time text is then
+        /// unchanged, but the time stamp itself may not be: see Timestamp_Impl::FromISO8601String.
         virtual unsigned int SetTimestampString(char const* text) = 0;
 
         virtual char const* GetLoggerName() = 0;
         virtual void SetLoggerName(char const* name) = 0;
 
-        /// With the name "Error", exactly, the header text shows the source location.
+        /// If the name is exactly "Error", the header text shows the source location.
         virtual char const* GetDispatcherName() = 0;
         virtual void SetDispatcherName(char const* name) = 0;
 
@@ -85,29 +85,29 @@ namespace QzLog
         ///     2026-11-18 03:02:07.123-05:00 [HOST:ws01][SERVER:Engine][PID:4242][THR:9876][Kernel][Error]
         ///     [0x0000002A][UID:alice][SID:0][OID:0][Writer.cpp:Flush at line:42]
         ///
-        /// (the break is not part of it). The logger's and the dispatcher's name stand in the two brackets without a
-        /// word. The message ID is there when it is not 0; "0" stands for an empty user, session or object ID; the
-        /// source location is there when the dispatcher is "Error" and both source file (shown without its folders)
-        /// and function are known.
+        /// (the break is not part of it). The two brackets without a keyword are the logger's and the dispatcher's
+        /// name. The message ID is left out if it is 0. "0" stands for an empty user, session or object ID. The source
+        /// location is shown if the dispatcher is "Error" and both source file and function are set; the file is shown
+        /// without its directories.
         virtual char const* GetHeaderText() = 0;
 
-        /// The header as a JSON object on one line with a LF behind it. Members, all of them texts: "time", "host",
-        /// "server", "pid", "thr", "logger", "dispatcher"; "message_id" ("0x0000002A") when it is not 0; "uid",
-        /// "sid", "oid" when they are not empty. Malformed UTF-8 shows as U+FFFD.
+        /// The header as a JSON object on one line, followed by LF. Members, all of them texts: "time", "host",
+        /// "server", "pid", "thr", "logger", "dispatcher"; "message_id" ("0x0000002A") if it is not 0; "uid",
+        /// "sid", "oid" if they are not empty. Malformed UTF-8 becomes U+FFFD.
         virtual char const* GetHeaderJSON() = 0;
 
-        /// Fills the header from a header text at the start of `text`; what the text does not hold becomes
+        /// Fills the header from a header text at the start of `text`. Fields that the text does not have become
         /// empty or 0. Message ID, user, session and object ID and source location may be absent; "0" in place of
-        /// an ID is taken as the text "0". A source location counts as absent when its file has more than 255
-        /// characters or a ":" in it, or its function more than 127 characters or a blank; a line number beyond `int`
-        /// becomes the nearest end of `int`.
-        /// \return  how many characters it took, 0 when the text is no header text, or null; the header is then
-        /// unchanged.
-        ///          The source location ends with the first "]" behind its start. If none follows, its values are
-        ///          taken, and the characters up to the end of the line number count as read.
+        /// an ID is read as the text "0". A source location counts as absent if its file has more than 255 characters
+        /// or contains ":", or if its function has more than 127 characters or contains a blank. A line number that
+        /// does not fit `int` becomes the nearest `int`.
+        /// \return  the number of characters read. 0 if the text is no header text, or null; the header is then
+        ///          unchanged.
+        ///          The source location ends with the first "]" after its start. If there is none, its values are
+        ///          used, and the characters up to the end of the line number count as read.
         virtual unsigned int ParseHeaderText(char const* text) = 0;
 
-        // Where in the source the message arose: the file with its folders as it was given.
+        // The source location of the log call. The file is kept with its directories, as it was given.
         virtual void SetSourceFile(char const* fileName) = 0;
         virtual char const* GetSourceFile() = 0;
         virtual void SetSourceFunction(char const* functionName) = 0;

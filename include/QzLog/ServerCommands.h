@@ -2,15 +2,15 @@
 
 #include <QzBase/Export.h>
 
-// The commands of the server, whose numbers the operation traces count and print.
+// The commands of the server. The operation traces count them and print their IDs.
 
 namespace QzLog
 {
-    /// IDs of commands are 0 to kLastServerCommand; the table's last row behind them is its end mark.
+    /// IDs of commands are 0 to kLastServerCommand. The row after them is the end mark of the table.
     inline constexpr int kLastServerCommand = 218;
     inline constexpr int kServerCommandEndMark = 219;
 
-    /// The commands by which the nodes of a cluster talk to each other, both ends inclusive.
+    /// The commands between the nodes of a cluster, both ends inclusive.
     inline constexpr int kFirstClusterCommand = 93;
     inline constexpr int kLastClusterCommand = 108;
 

@@ -6,10 +6,9 @@
 
 namespace QzLog
 {
-    /// The moment of a message: date and time as the clock on the wall showed it, and that clock's distance from
-    /// UTC. A value; used by one thread at a time. Differences, and DateTime::ToString, go by the zone of the DateTime,
-    /// which SetToNowLocal and FromISO8601String keep in step with the members below; whoever sets the members alone
-    /// changes the text form only.
+    /// The time of a message: local date and time, and their offset from UTC. A value; used by one thread at a time.
+    /// The members below are for the text form. Differences and DateTime::ToString use the zone of the DateTime
+    /// instead. SetToNowLocal and FromISO8601String set both. Setting the members alone changes only the text form.
     struct QZLOG_API Timestamp : QzDataType::DateTime
     {
         /// The empty date and time, 1899-12-30 00:00, at UTC.
@@ -17,7 +16,7 @@ namespace QzLog
 
         /// Whether the clock is ahead of UTC. False at UTC.
         bool mOffsetIsPositive = false;
-        /// Hours and minutes of the distance, 0 to 14 and 0 to 59.
+        /// Hours and minutes of the offset, 0 to 14 and 0 to 59.
         unsigned short mOffsetHours = 0;
         unsigned short mOffsetMinutes = 0;
     };
@@ -41,13 +40,14 @@ namespace QzLog
         /// The text form, ASCII: 23 characters, 29 with an offset. Throws std::bad_alloc.
         QzBase::ReturnString ToISO8601String() const;
 
-        /// Reads the text form at the start of `text`; in place of date and time it takes whatever
-        /// QzDataType::DateTime::FromString takes. The numbers of the offset may have any count of digits: "+5:3" is
-        /// five hours and three minutes ahead.
-        /// Date and time may be missing: an offset alone gives the empty date and time with that offset.
-        /// \return  how many characters it took, or 0. Without a date and time or a sign at its start a text makes this
-        ///          time stamp the empty date and time, at UTC. With a sign that no offset from 00:00 to 14:59 follows,
-        ///          and with null, this time stamp stays as it was.
+        /// Reads the text form at the start of `text`:
+        /// - the date and time, as QzDataType::DateTime::FromString reads them. If they are missing, the result is the
+        ///   empty date and time.
+        /// - an offset, if a sign follows. Its numbers may have any count of digits: "+5:3" is five hours and three
+        ///   minutes ahead. Without an offset the result is at UTC.
+        /// \return  the number of characters read. 0 if there is neither: this time stamp then becomes the empty date
+        ///          and time, at UTC. 0 also for null, and if no offset from 00:00 to 14:59 follows the sign: this time
+        ///          stamp is then unchanged.
         unsigned int FromISO8601String(char const* text);
 
     private:

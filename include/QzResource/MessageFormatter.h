@@ -9,8 +9,8 @@
 
 namespace QzResource
 {
-    /// A UTF-8 text with "%1" to "%99" for inserted values; of two digits behind a "%" both count. "%%"
-    /// stands for "%"; a "%" before anything else is an ordinary character. Constructing and SetText throw
+    /// A UTF-8 text with "%1" to "%99" for inserted values. Two digits after a "%" are read as one number. "%%"
+    /// stands for "%". A "%" before anything else is an ordinary character. Constructing and SetText throw
     /// std::bad_alloc. A const template may be read by any thread.
     class QZLOG_API MessageTemplate
     {
@@ -20,7 +20,7 @@ namespace QzResource
 
         std::string const& GetText() const noexcept { return mText; }
 
-        /// Replaces the text, and keeps the memory of texts that are not very long. Null counts as empty.
+        /// Replaces the text. Up to 64 KB of memory are kept for the next text. Null counts as empty.
         void SetText(char const* utf8Text);
 
     private:
@@ -31,7 +31,7 @@ namespace QzResource
 
     /// Takes the values for one message, in order, and puts them into a template. GetMessageFormatter
     /// gives each caller an empty one of its own. Used by one thread. Insertions throw std::bad_alloc, and
-    /// then insert nothing. A zero byte that is inserted ends the formatted text for its reader.
+    /// then insert nothing. The formatted text ends at the first zero byte that is inserted.
     class QZLOG_API MessageFormatter
     {
     public:
@@ -40,7 +40,7 @@ namespace QzResource
         MessageFormatter(MessageFormatter const&) = delete;
         MessageFormatter& operator=(MessageFormatter const&) = delete;
 
-        /// A text; null inserts nothing, and takes its place. What is malformed in wide text becomes U+FFFD.
+        /// A text; null inserts an empty value. Each malformed piece of wide text becomes U+FFFD.
         MessageFormatter& operator<<(char const* utf8Text);
         MessageFormatter& operator<<(unsigned short const* wideText);
         /// A text of `utf8Text.size()` bytes, which need not be terminated.
@@ -52,8 +52,8 @@ namespace QzResource
         /// "true" or "false".
         MessageFormatter& operator<<(bool value);
 
-        // Numbers, in the form that the last manipulator chose: decimal at first. In the hexadecimal
-        // forms a negative number shows the bits of its own width.
+        // Numbers, in the form that the last manipulator chose; decimal at first. In the hexadecimal
+        // forms, a negative number shows the bits of its own type.
         MessageFormatter& operator<<(signed char value);
         MessageFormatter& operator<<(unsigned char value);
         MessageFormatter& operator<<(short value);
@@ -68,28 +68,28 @@ namespace QzResource
         /// The shortest text that reads back as the same number, whatever the locale.
         MessageFormatter& operator<<(double value);
 
-        /// Other pointers would silently count as bool.
+        /// Other pointers would silently convert to bool.
         MessageFormatter& operator<<(void const*) = delete;
 
         /// Applies a manipulator: MessageFormat::Dec, Hex or WideHex.
         MessageFormatter& operator<<(void (*manipulator)(MessageFormatter&));
 
-        /// Puts the inserted values into the template in one pass (a value's own "%2" stays as it is; a
-        /// number without a value stays as it stands) and empties the formatter, also when it throws
+        /// Puts the inserted values into the template in one pass: a "%2" within a value is not expanded, and a
+        /// number without a value is kept as it is. The formatter is empty afterwards, also when this throws
         /// std::bad_alloc.
         /// \return  UTF-8 text, valid until the formatter is used again. GetMessageFormatter leaves it alone
         ///          until 16 more texts have been formatted on the thread.
         char const* Format(MessageTemplate const& messageTemplate);
 
-        /// Frees the text that Format returned if it takes more than 64 KB; it then is no longer valid. The log
-        /// functions do this with the texts that they have formatted. Whoever calls Format may do it after the last
-        /// use of the text.
+        /// Frees the text that Format returned if it takes more than 64 KB; it is then no longer valid. The log
+        /// functions do this with the texts that they have formatted. Code that calls Format itself may do it after
+        /// the last use of the text.
         void GiveBackLongText() noexcept;
 
         /// How many values have been inserted since the formatter was empty.
         std::size_t GetValueCount() const noexcept { return mEnds.size(); }
 
-        /// Forgets the inserted values and returns to decimal numbers.
+        /// Removes the inserted values and returns to decimal numbers.
         void Clear() noexcept;
 
     private:
@@ -103,13 +103,13 @@ namespace QzResource
             WideHexadecimal
         };
 
-        // Values stand one behind the other in mValues; mEnds holds where each of them ends. Both keep
-        // their memory, so a formatter in use does not allocate.
+        // mValues holds the values one after the other; mEnds holds where each of them ends. Both keep
+        // their memory, so a formatter that is reused does not allocate.
         std::string mValues;
         std::vector<std::size_t> mEnds;
         std::string mResult;
         NumberForm mNumberForm = NumberForm::Decimal;
-        /// Where it goes back to once it has been formatted; null for one that the user made.
+        /// The ring that gets it back after Format; null for a formatter that the user made.
         FormatterRing* mpRing = nullptr;
 
         bool IsEmpty() const noexcept { return mEnds.empty() && mNumberForm == NumberForm::Decimal; }
@@ -120,7 +120,7 @@ namespace QzResource
         bool AppendValue(std::size_t index);
     };
 
-    /// Manipulators that choose how the numbers behind them are inserted.
+    /// Manipulators that choose how the numbers after them are inserted.
     struct QZLOG_API MessageFormat
     {
         /// Decimal.
@@ -131,14 +131,14 @@ namespace QzResource
         static void WideHex(MessageFormatter& formatter);
     };
 
-    /// An empty formatter of the calling thread. It belongs to the caller until it is formatted: code that logs while
-    /// the caller's arguments are evaluated gets others, and values left behind by a call that logged nothing never
-    /// reach a later message. A thread can have 16 formatters that it has taken and not yet formatted. Whoever takes
-    /// one more may get the oldest of them, cleared. A formatter lives as long as its thread and must not be handed to
-    /// another. Throws std::bad_alloc on a thread's first use.
+    /// An empty formatter of the calling thread. It belongs to the caller until Format is called on it: code that logs
+    /// while the caller's arguments are evaluated gets other formatters, and values left in one by a call that logged
+    /// nothing never reach a later message. A thread can have 16 formatters that it has taken and not yet formatted. A
+    /// call beyond that may return the oldest of them, cleared. A formatter lives as long as its thread and must not be
+    /// passed to another thread. Throws std::bad_alloc on a thread's first use.
     QZLOG_API MessageFormatter& GetMessageFormatter();
 
-    /// The template for a UTF-8 text (copied; null counts as empty), out of a ring of 16 of the calling
-    /// thread: valid until the sixteenth call after this one. Throws std::bad_alloc.
+    /// A template for a UTF-8 text (copied; null counts as empty). The calling thread reuses 16 templates in
+    /// turn, so it is valid until the sixteenth call after this one. Throws std::bad_alloc.
     QZLOG_API MessageTemplate const& GetMessageTemplate(char const* utf8Text);
 }

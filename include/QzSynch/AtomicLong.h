@@ -19,8 +19,8 @@ namespace QzSynch
 
         operator int() const noexcept { return mValue.load(std::memory_order_acquire); }
 
-        /// Replaces `expected` by `desired`. If the value is another, `expected` becomes that value and
-        /// the result is false. May also fail without a reason: to be called in a loop.
+        /// Replaces `expected` by `desired`. If the value is another, sets `expected` to that value and
+        /// returns false. May also fail spuriously: call it in a loop.
         bool CompareExchange(int& expected, int desired) noexcept
         {
             return mValue.compare_exchange_weak(

@@ -4,10 +4,10 @@
 
 namespace QzSynch
 {
-    /// Sets up what the locks and thread-local storages need of the system. The library holds one for as
-    /// long as it is loaded; more are allowed, and copies are as good as the first. Nothing stops working
-    /// with the last one, because objects with static lifetime may still log then. What cannot be had
-    /// here is asked for again where it is first needed, and fails there.
+    /// Sets up what the locks and thread-local storages need of the system. The library holds one as long
+    /// as it is loaded. Any number may exist, copies included. Nothing stops working when the last one is
+    /// destroyed, because objects with static lifetime may still log then. What cannot be set up here is
+    /// set up at its first use, which throws if that fails too.
     class QZLOG_API Initializer
     {
     public:

@@ -5,7 +5,7 @@
 
 namespace QzSynch
 {
-    /// Tells to which group of locks a lock belongs, as a help in a debugger. Any 32-bit value is allowed.
+    /// The group that a lock belongs to, for a look at it in a debugger. Any 32-bit value is allowed.
     enum EnumHvnLockStackCategory : int
     {
         /// The category of the library's own locks.
@@ -14,8 +14,8 @@ namespace QzSynch
         kLockStackCategoryStatic = -4
     };
 
-    /// A mutual exclusion lock that the thread which holds it may take again; it is free when it has been
-    /// given up as often. Held through SmartLock.
+    /// A recursive mutex: the thread that holds it may take it again, and must then release it as often.
+    /// Held through SmartLock.
     class QZLOG_API CriticalSection
     {
     public:
@@ -32,10 +32,10 @@ namespace QzSynch
             CriticalSection& mLock;
         };
 
-        /// Ends the lock and frees its memory. No thread may hold it or be about to give it up.
+        /// Destroys the lock and frees its memory. No thread may hold it or be about to release it.
         virtual void Delete() = 0;
 
-        /// The category that the lock was made with.
+        /// The category that the lock was created with.
         virtual EnumHvnLockStackCategory GetCategory() const = 0;
 
     protected:
@@ -44,16 +44,16 @@ namespace QzSynch
         virtual void Leave() = 0;
     };
 
-    /// A readers-writer lock. A writer that waits goes before readers that come later, so a steady
-    /// stream of readers never starves it; readers that have waited for one writer go before the next, so
-    /// writers do not starve readers. A thread must not take the lock, in either way, while it holds it
-    /// in either way: it would wait for a writer that waits for it. Readers are counted in eight counters,
+    /// A readers-writer lock. A waiting writer goes before readers that come later, so a steady stream of
+    /// readers never starves it. Readers that have waited for one writer go before the next writer, so
+    /// writers do not starve readers. A thread that holds the lock, shared or exclusively, must not take it
+    /// again in either way: it could wait for a writer that waits for it. Readers are counted in eight counters,
     /// each on a cache line of its own. Threads are assigned to the counters in the order of their first lock.
     /// Threads that read at the same time slow each other down only if they share a counter.
     class QZLOG_API RWLock
     {
     public:
-        /// Shared lock for its life, or until Unlock. Made, unlocked and ended by one thread.
+        /// Holds the lock shared until Unlock or destruction. Created, unlocked and destroyed by one thread.
         class ReadSmartLock
         {
         public:
@@ -62,7 +62,7 @@ namespace QzSynch
             ReadSmartLock(ReadSmartLock const&) = delete;
             ReadSmartLock& operator=(ReadSmartLock const&) = delete;
 
-            /// Gives the lock up early; the destructor then does nothing.
+            /// Releases the lock early; the destructor then does nothing.
             void Unlock()
             {
                 if (RWLock* const lock = mpLock)
@@ -76,7 +76,7 @@ namespace QzSynch
             RWLock* mpLock;
         };
 
-        /// Exclusive lock for its life, or until Unlock. Made, unlocked and ended by one thread.
+        /// Holds the lock exclusively until Unlock or destruction. Created, unlocked and destroyed by one thread.
         class WriteSmartLock
         {
         public:
@@ -85,7 +85,7 @@ namespace QzSynch
             WriteSmartLock(WriteSmartLock const&) = delete;
             WriteSmartLock& operator=(WriteSmartLock const&) = delete;
 
-            /// Gives the lock up early; the destructor then does nothing.
+            /// Releases the lock early; the destructor then does nothing.
             void Unlock()
             {
                 if (RWLock* const lock = mpLock)
@@ -99,10 +99,10 @@ namespace QzSynch
             RWLock* mpLock;
         };
 
-        /// Ends the lock and frees its memory. No thread may hold it or be about to give it up.
+        /// Destroys the lock and frees its memory. No thread may hold it or be about to release it.
         virtual void Delete() = 0;
 
-        /// The category that the lock was made with.
+        /// The category that the lock was created with.
         virtual EnumHvnLockStackCategory GetCategory() const = 0;
 
     protected:
@@ -117,7 +117,7 @@ namespace QzSynch
     using CriticalSectionPtr = QzBase::StrongPtr<CriticalSection>;
     using RWLockPtr = QzBase::StrongPtr<RWLock>;
 
-    /// Both give a new lock, owned by the caller, and throw std::bad_alloc.
+    /// Both return a new lock that the caller owns, and throw std::bad_alloc.
     QZLOG_API CriticalSection* CreateCriticalSection(EnumHvnLockStackCategory category);
     QZLOG_API RWLock* CreateRWLock(EnumHvnLockStackCategory category);
 }

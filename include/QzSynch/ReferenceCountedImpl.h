@@ -40,9 +40,9 @@ namespace QzSynch
             }
         }
 
-        /// Called by Release with the count still at 1, so that the object is fully usable: the place to
-        /// detach it from those who point to it. Runs a second time when somebody took a reference
-        /// meanwhile and gives it back later, so it must be harmless when repeated.
+        /// Called by Release while the count is still 1, so that the object is fully usable. Override it to
+        /// detach the object from those that point to it. It is called again if somebody took a reference
+        /// meanwhile and releases it later, so it must be harmless when repeated.
         virtual void OnLastRelease() {}
 
     private:

@@ -12,11 +12,11 @@ namespace QzLog
 
 namespace QzSynch
 {
-    // The logging module registers here how a thread's log identity is read, set and cleared, so that
-    // code below it (thread pools above all) can carry an identity from one thread to another. May be
-    // called from any thread. A later registration replaces the earlier one. A call that has begun on
-    // another thread may still be running when it is replaced or taken away. An empty function counts as
-    // none. Registering throws std::bad_alloc.
+    // The logging module registers here how a thread's log identity is read, set and cleared. So code
+    // below the module, such as a thread pool, can carry an identity from one thread to another. All may be
+    // called from any thread. A later registration replaces the earlier one. A function that is replaced or
+    // deregistered may still be running on another thread. An empty function counts as none. Registering
+    // throws std::bad_alloc.
 
     QZLOG_API void RegisterThreadSpecificLogInfoGetter(
         std::function<std::shared_ptr<QzLog::ThreadSpecificLogInfo>()>&& getter);
@@ -27,8 +27,8 @@ namespace QzSynch
     QZLOG_API void DeregisterThreadSpecificLogInfoSetter();
     QZLOG_API void DeregisterThreadSpecificLogInfoUnsetter();
 
-    // What a thread pool calls: the three go to what is registered, on the calling thread, with no lock
-    // held, and do nothing (the first gives null) while nothing is. What the function throws passes.
+    // For thread pools: each calls the registered function on the calling thread, with no lock held, and lets
+    // its exceptions propagate. If none is registered, it does nothing (the first returns null).
 
     QZLOG_API std::shared_ptr<QzLog::ThreadSpecificLogInfo> CaptureThreadSpecificLogInfo();
     QZLOG_API void ApplyThreadSpecificLogInfo(QzLog::ThreadSpecificLogInfo* info);

@@ -4,12 +4,12 @@
 
 namespace QzBase
 {
-    /// The one reading of "%1" to "%99" and "%%" in a text, for narrow and wide characters, also while compiling.
-    /// Puts arguments into a template in one pass, so that what an argument brings is not read again.
+    /// Expands "%1" to "%99" and "%%" in a template, for narrow and wide characters, also at compile time. The
+    /// only code that reads templates. It works in one pass, so text that an argument brings is not expanded.
     ///
-    /// `appendText(first, last)` gets the ordinary pieces in order; `appendArgument(index)` is asked for the
-    /// 0-based argument and returns whether there is one. Of two digits behind a "%" both count. A number
-    /// without an argument stays as it stands, "%%" is "%", and "%" before anything else is itself.
+    /// `appendText(first, last)` gets the ordinary pieces in order. `appendArgument(index)` appends the 0-based
+    /// argument and returns whether there is one. Two digits after a "%" are read as one number. A number
+    /// without an argument is kept as it is, "%%" is "%", and "%" before anything else is an ordinary character.
     template <class Character, class AppendText, class AppendArgument>
     constexpr void ExpandTemplate(
         Character const* text, std::size_t length, AppendText&& appendText, AppendArgument&& appendArgument)
