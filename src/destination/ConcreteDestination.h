@@ -8,7 +8,7 @@
 
 namespace QzLog
 {
-    /// What the library's own destinations are made of, with the form of WriteMessage that is the same in all of
+    /// The base of the library's own destinations, with the form of WriteMessage that is the same in all of
     /// them. `Interface` derives virtually from Destination; an object has one Destination and one reference count.
     template <class Interface>
     class ConcreteDestination : public QzSynch::Counted<Interface>, public Destination_Impl

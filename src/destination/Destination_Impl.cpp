@@ -21,7 +21,7 @@ namespace QzLog
         constexpr std::string_view kCallStackHead = "--------- callstack ---------";
         constexpr std::string_view kCallStackFoot = "-----------------------------";
 
-        /// The road of a message, see CallFrame.h.
+        /// Those of the log path, see CallFrame.h.
         constexpr unsigned int kOwnFrames = 6;
 
         /// How many frames a call stack shows: an endless recursion has some 100,000, and megabytes of names.
@@ -45,8 +45,8 @@ namespace QzLog
             return text ? std::string_view(text) : std::string_view();
         }
 
-        /// Where a character stands next at or behind a position that only grows. What is far away, or nowhere, is
-        /// looked for once, so that a text of many lines is passed over once for each of the two.
+        /// The next position of a character, at or after a position that only grows. A position that was found is kept
+        /// until it is passed, so that a text of many lines is scanned only once for each character.
         class NextOf
         {
         public:
@@ -141,7 +141,7 @@ namespace QzLog
         }
 
     private:
-        // Guards mIDs. mIsUsed spares the messages of a destination without any the way through the lock.
+        // Guards mIDs. mIsUsed spares messages the lock while the set is empty.
         QzSynch::RWLockPtr const mpLock;
         QzSynch::ForkHold const mForkHold{*mpLock};
         std::atomic<bool> mIsUsed{false};

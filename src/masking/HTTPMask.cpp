@@ -10,15 +10,15 @@ namespace
     constexpr std::string_view kMask = "***";
     constexpr std::size_t kNotFound = std::string_view::npos;
 
-    // The next such character at or after `start`. In most bodies it is the first one, where a look is
-    // cheaper than a search.
+    // The next such character at or after `start`. In most bodies it is at `start` itself, where a comparison
+    // is cheaper than a search.
     std::size_t FindNear(std::string_view text, char character, std::size_t start)
     {
         return start < text.size() && text[start] == character ? start : text.find(character, start);
     }
 
-    // The quote that ends the JSON string whose content begins at `start`. A quote directly behind a
-    // backslash of the content is escaped. Each byte is looked at once.
+    // The quote that ends the JSON string whose content begins at `start`. A quote directly after a
+    // backslash of the content is escaped. Each byte is read once.
     std::size_t FindClosingQuote(std::string_view text, std::size_t start)
     {
         std::size_t quote = text.find('"', start);

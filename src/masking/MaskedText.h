@@ -6,15 +6,15 @@
 
 namespace QzLog
 {
-    /// Builds the masked copy of a text while the text is walked: ranges come in rising order, and each
-    /// byte is copied once. As long as no range has come nothing is allocated.
+    /// Builds the masked copy of a text while the text is scanned: ranges come in ascending order, and each
+    /// byte is copied once. Nothing is allocated before the first range.
     class MaskedText
     {
     public:
         /// Both have to outlive the object.
         MaskedText(std::string_view text, std::string_view mask) noexcept : mText(text), mMask(mask) {}
 
-        /// Puts the mask in place of [begin, end), which starts at or behind the end of the range before.
+        /// Puts the mask in place of [begin, end), which starts at or after the end of the previous range.
         void Replace(std::size_t begin, std::size_t end)
         {
             if (!mHasRange)
@@ -29,7 +29,7 @@ namespace QzLog
 
         bool HasRange() const noexcept { return mHasRange; }
 
-        /// The masked text; to be called once, last.
+        /// The masked text. Call it once, as the last operation.
         std::string Finish() &&
         {
             mResult.append(mText, mCopied);

@@ -7,8 +7,8 @@
 
 namespace QzLog
 {
-    /// Finds all occurrences of one pattern. What a search has to know of its pattern is worked out once,
-    /// and not again behind each occurrence: in a text full of values that takes longer than the search.
+    /// Finds all occurrences of one pattern. The tables for the search are built once, and not again after
+    /// each occurrence: in a text full of values that would take longer than the search.
     /// Immutable, so any number of threads may search with one object.
     class PatternFinder
     {
@@ -26,15 +26,15 @@ namespace QzLog
     private:
         std::string mPattern;
 
-        // Only the last bytes of a long pattern tell how far a search may jump, so that a place in them
-        // fits in a byte. mLastPlace is that of the last byte.
+        // Only the last bytes of a long pattern decide how far a search may jump, so that a position in them
+        // fits in a byte. mLastPlace is the position of the last byte.
         std::size_t mLastPlace;
 
-        // For each hash of two neighbouring bytes the place of the second one, where they occur last; 0
+        // For each hash of two neighbouring bytes the position of the second one in their last occurrence; 0
         // if they do not occur.
         std::array<unsigned char, 256> mPlaces{};
 
-        // How far to go on when the last two bytes fit and the others do not.
+        // How far to go on if the last two bytes match and the others do not.
         std::size_t mStepBehindCandidate;
     };
 }

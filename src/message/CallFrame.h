@@ -1,12 +1,12 @@
 #pragma once
 
-/// Stands in front of the definition of each function on the road of a message, from the front end to
+/// Precedes the definition of each function on the log path, from the front end to
 /// Destination_Impl::FormatMultiLineMessageText. A call stack in a log leaves out a fixed number of frames, the
 /// library's own, so that it begins at the caller of the library. That number must not depend on the optimiser:
-/// such a function always has one frame of its own, is never inlined, folded into an equal one or split, and its
-/// frame stands until what it called has returned. Its callees on the road are called by itself, not by a helper.
+/// such a function always has exactly one frame. It is never inlined, merged with an equal function or split, and
+/// its frame exists until its callees have returned. It calls the next function of the path itself, without a helper.
 ///
-/// The road is six functions long:
+/// The path is six functions long:
 ///     front end, Router, Logger, Dispatcher, WriteMessage, FormatMultiLineMessageText
 /// A structured message enters at the Router and passes both forms of WriteMessage.
 #if defined(__clang__)

@@ -17,7 +17,7 @@ namespace QzLog
     {
         constexpr std::size_t kReservedLength = 256;
 
-        /// The writer loses the byte behind a malformed one, so malformed text is mended before it gets there.
+        /// The writer drops the byte after a malformed one, so malformed text is repaired first.
         Json::Value ToJSON(char const* text)
         {
             std::size_t const length = std::strlen(text);
@@ -29,7 +29,7 @@ namespace QzLog
 
         std::string Write(Json::Value const& value)
         {
-            // The form that readers of the header know, one line with a LF behind it, is that of this writer.
+            // Readers of the header know the form of this writer: one line that ends in LF.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
             Json::FastWriter writer;

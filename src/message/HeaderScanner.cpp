@@ -16,7 +16,7 @@ namespace QzLog
 
         // Literals of a length that the compiler knows: their comparison takes most of the time otherwise.
 
-        /// Moves `text` behind what it begins with, if it does.
+        /// Removes `what` from the start of `text`. False if it is not there.
         template <std::size_t Size>
         bool Skip(std::string_view& text, char const (&what)[Size]) noexcept
         {
@@ -27,7 +27,7 @@ namespace QzLog
             return true;
         }
 
-        /// Takes what is before the first `end`, and moves `text` behind that. False when there is none.
+        /// Takes the text before the first `end`, and removes both from `text`. False if there is no `end`.
         template <std::size_t Size>
         bool TakeUpTo(std::string_view& text, char const (&end)[Size], std::string_view& taken) noexcept
         {
@@ -46,7 +46,7 @@ namespace QzLog
             return false;
         }
 
-        /// A bracket that may be absent. False only when it is there and does not end.
+        /// A bracket that may be absent. False only if it is there and has no end.
         template <std::size_t Size>
         bool TakeOptional(std::string_view& text, char const (&opening)[Size], std::string_view& taken) noexcept
         {
@@ -74,7 +74,7 @@ namespace QzLog
                 text.remove_prefix(1);
         }
 
-        /// A decimal number with an optional sign; beyond the ends of `int` the nearer end.
+        /// A decimal number with an optional sign; the nearest `int` if it does not fit.
         bool TakeNumber(std::string_view& text, int& number) noexcept
         {
             bool const isNegative = text.starts_with('-');
@@ -94,8 +94,8 @@ namespace QzLog
             return true;
         }
 
-        /// "[file:function at line:42", with any white space, or none, for each blank. What is too long is not cut:
-        /// it does not scan. On failure `text` is anywhere.
+        /// "[file:function at line:42", with any white space, or none, for each blank. Fails for names that are too
+        /// long. `text` is then at any position.
         bool TakeSourceLocation(std::string_view& text, HeaderFields& fields) noexcept
         {
             auto const isNoColon = [](char c) { return c != ':'; };
@@ -131,7 +131,7 @@ namespace QzLog
         std::string_view end = rest;
         if (TakeSourceLocation(rest, fields))
         {
-            // Without its bracket the location ends behind the number.
+            // Without its bracket the location ends after the number.
             std::string_view location;
             end = TakeUpTo(end, "]", location) ? end : rest;
         }

@@ -3,13 +3,13 @@
 #include <cstddef>
 #include <string_view>
 
-// The grammar of a header's text form, in the one place that all who read headers share. It needs nothing else of
-// this library, so that the operator's tool links it too.
+// The grammar of a header's text form, shared by all readers of headers. It needs nothing else of this library, so
+// that the operator's tool can link it too.
 
 namespace QzLog
 {
-    /// What a header holds behind its time stamp, as it stands there: views into the text that was scanned. A bracket
-    /// that is absent gives a view without data (null), an empty bracket an empty view with data.
+    /// The fields of a header after its time stamp, as views into the scanned text. A bracket that is absent gives a
+    /// view without data (null), an empty bracket an empty view with data.
     struct HeaderFields
     {
         std::string_view mHost;
@@ -30,8 +30,8 @@ namespace QzLog
     };
 
     /// Reads the brackets of a header in place: nothing is copied, and it depends on no locale.
-    /// \param text  begins behind the time stamp, with " [HOST:".
-    /// \param fields  is only of use when the header can be read.
-    /// \return  how many characters the header takes of the text; 0 when it cannot be read.
+    /// \param text  begins after the time stamp, with " [HOST:".
+    /// \param fields  only valid if the header can be read.
+    /// \return  the number of characters of the header; 0 if it cannot be read.
     std::size_t ScanHeader(std::string_view text, HeaderFields& fields) noexcept;
 }

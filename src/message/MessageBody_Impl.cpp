@@ -31,7 +31,7 @@ namespace QzLog
 
     char const* MessageBody_Impl::GetMessageText(unsigned short languageID)
     {
-        // The entry stands from here on: a message that cannot be formatted is not tried for each destination.
+        // The entry is made first: a message that cannot be formatted is not tried again for each destination.
         auto const [entry, isNew] = mTexts.try_emplace(languageID);
         std::string& text = entry->second;
         if (!isNew)
@@ -56,8 +56,8 @@ namespace QzLog
         return mMessage;
     }
 
-    /// Walks the message and its copies in step, parents before children: the cursor of the message leads, and asks
-    /// where there is a level to go to.
+    /// Walks the message and its copies in step, parents before children. The cursor of the message leads: where it
+    /// finds a level, the others follow.
     void MessageBody_Impl::MergeLocalizedCopies()
     {
         QzBase::MessageCursor leading(mMessage);

@@ -19,7 +19,7 @@ namespace QzLog
         QzBase::Message& GetMessage() override;
         char const* GetMessageText(unsigned short languageID) override;
 
-        /// Empties a body whose message was long. To be called when the message has been delivered.
+        /// Frees the memory of a long message. Call it when the message has been delivered.
         void GiveBackLongMessage() noexcept;
 
     private:

@@ -12,7 +12,7 @@ namespace QzLog
 {
     namespace
     {
-        /// Returns whether that changes the field. Mostly it does not: a message sets what the one before has set.
+        /// Returns whether the field has changed. Most fields of a message equal those of the previous one.
         bool Assign(std::string& field, char const* text)
         {
             char const* const value = text ? text : "";

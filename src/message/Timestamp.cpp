@@ -10,8 +10,8 @@ namespace QzLog
 {
     namespace
     {
-        /// Reads like a strtoul of 32 bits and moves `text` behind the digits; without any it stays. A minus wraps the
-        /// number round, one that is too big becomes the biggest. Only the low 16 bits are kept.
+        /// Reads like a 32-bit strtoul and moves `text` after the digits, if there are any. A minus wraps the number
+        /// around; a number that is too large becomes the largest. Only the low 16 bits are kept.
         unsigned short ReadOffsetPart(char const*& text) noexcept
         {
             char const* position = text;

@@ -73,13 +73,13 @@ namespace QzLog
                 QzBase::WideString present = Combine(mRootPath.c_str(), path);
                 if (present == full)
                 {
-                    // Another thread may have been first, with this path or another form of it: its object stands.
+                    // Another thread may have been first, with this path or another form of it: its object is used.
                     DiskFilePtr const& first = mDiskFilesByFullPath.try_emplace(std::move(full), created).first->second;
                     return mDiskFilesByGivenPath.try_emplace(given, first).first->second;
                 }
                 full.swap(present);
             }
-            // The base path has changed meanwhile, and that change has not moved an object that nobody knows yet.
+            // The base path has changed meanwhile, and that has not moved an object that is not registered yet.
             created->SetFilePath(full.c_str());
         }
     }
@@ -115,7 +115,7 @@ namespace QzLog
             }
             catch (QzBase::Message&)
             {
-                // The destination counts what it loses, and the others have to move all the same.
+                // The destination counts its losses, and the others have to move nevertheless.
             }
         }
     }
@@ -127,16 +127,16 @@ namespace QzLog
         QzOs::NoCancellation const noCancellation;
         try
         {
-            // Who was moving them does so in the parent only. Those that have arrived stay as they are.
+            // The thread that was moving them exists only in the parent. Those that were moved are unchanged.
             Move(mDiskFilesByFullPath);
         }
         catch (std::bad_alloc const&)
         {
-            // The rest goes on where it was.
+            // The others keep their old files.
         }
     }
 
-    /// What has to move, and where to. Where two paths lie at one place now, the first one has it.
+    /// The destinations to move, by their new full paths. If two paths become the same, the first has it.
     DiskFileRegistry::DiskFileMap DiskFileRegistry::ReplaceBasePath(QzBase::WideString const& path)
     {
         DiskFileMap moved;

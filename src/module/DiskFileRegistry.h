@@ -24,13 +24,13 @@ namespace QzLog
         explicit DiskFileRegistry(QzSynch::RWLock& lock);
 
         /// \param path         relative or full.
-        /// \param debugOutput  is told of a path that cannot be worked with, before QzLog::Exception is thrown.
+        /// \param debugOutput  gets the report of an unusable path, before QzLog::Exception is thrown.
         QzBase::ReturnPtrI<Destination_DiskFile> GetDestination(
             unsigned short const* path, Destination_DebugOutput& debugOutput);
 
         QzBase::ReturnWString GetBasePath() const;
 
-        /// Moves the destinations to where their paths lie under another base path; the present one does nothing.
+        /// Moves the destinations to their paths under another base path. The present base path does nothing.
         void SetBasePath(unsigned short const* path);
 
     private:
@@ -45,12 +45,12 @@ namespace QzLog
 
         QzSynch::RWLock& mLock;
         QzBase::WideString mRootPath;
-        /// By the normal form of the path as it was given, and by the full path of where that lies now.
+        /// By the normal form of the path as it was given, and by its present full path.
         DiskFileMap mDiskFilesByGivenPath;
         DiskFileMap mDiskFilesByFullPath;
-        /// Had through a whole change of the base path, before all other locks: of two changes that overlapped each
-        /// could move some of the destinations last. It has a gap while they move, since each of them may have to wait
-        /// for the lock on a file.
+        /// Held through a whole change of the base path, and taken before all other locks: if two changes overlapped,
+        /// each could move some of the destinations last. It has a gap while they move, since each of them may have
+        /// to wait for the lock on a file.
         QzSynch::ForkableSection mMoving;
     };
 }

@@ -15,7 +15,7 @@ namespace QzLog
     {
         constinit thread_local bool tHoldsLockWord = false;
 
-        /// Holds the spin word. It is no lock of QzSynch: it guards what those locks live on.
+        /// Holds the spin word. It is no lock of QzSynch, since it guards what those locks need.
         class LockWord
         {
         public:
@@ -36,7 +36,7 @@ namespace QzLog
             LockWord& operator=(LockWord const&) = delete;
         };
 
-        /// With the lock word held: ends the module if nobody needs it, and tells whether that question is settled.
+        /// With the lock word held: destroys the module if nobody needs it. Returns whether nothing is left to do.
         bool EndIfNobodyIsInside() noexcept
         {
             if (gModuleInit.useCount != 0 || !gModuleInit.pModule)
@@ -49,9 +49,9 @@ namespace QzLog
             return true;
         }
 
-        /// Ends the module unless an Initializer has come in the meantime. The calls in flight are waited for with
-        /// the lock word free: one of them may be making an Initializer. Destructors come by here, through which a
-        /// thread must not be cancelled.
+        /// Destroys the module, unless an Initializer was constructed in the meantime. Waits for calls in flight
+        /// without the lock word, since one of them may be constructing an Initializer. Called by destructors, in
+        /// which a thread must not be cancelled.
         void EndUnusedModule() noexcept
         {
             QzOs::NoCancellation const noCancellation;
@@ -71,9 +71,9 @@ namespace QzLog
             }
         }
 
-        /// In the child of a fork the other threads are gone, and whatever they were in the middle of stays as it
-        /// was: their calls never end, and a module that one of them was destroying is of no use. (One that was
-        /// being built is not known yet.)
+        /// In a forked child the other threads do not exist, and what they were doing is never finished: their calls
+        /// never return, and a module that one of them was destroying is unusable. (A module under construction is
+        /// not known yet.)
         void ForgetOtherThreads()
         {
             ModulePin::ForgetOtherThreads();
@@ -94,7 +94,7 @@ namespace QzLog
             return areWatched;
         }
 
-        // When the library is loaded, so that no fork falls into the first call.
+        // When the library is loaded, so that no fork happens during the first call.
         [[maybe_unused]] bool const gForksAreWatched = WatchForks();
     }
 

@@ -75,7 +75,7 @@ namespace QzLog
         if (QzBase::ReturnPtrI<ConfigurationHook> const hook = GetConfigurationHook())
             hook->ConfigureLogger(logger.get());
         QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
-        // Another thread may have been first; its logger stands, and this one goes when the lock is free.
+        // Another thread may have been first. Its logger is used; this one is destroyed without the lock.
         auto const entry = mRegisteredLoggers.try_emplace(std::move(name), logger).first;
         return QzBase::ReturnPtrI<Logger>(entry->second.get());
     }
@@ -116,7 +116,7 @@ namespace QzLog
         }
         QzBase::CountedPtr<Destination_KafkaLog> const destination(new Destination_KafkaLog_Impl(key.c_str()));
         QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
-        // Another thread may have been first; its destination stands, and this one goes when the lock is free.
+        // Another thread may have been first. Its destination is used; this one is destroyed without the lock.
         mKafkaAftermath.mDiskFiles.reserve(mKafkaAftermath.mDiskFiles.size() + 1);
         auto const [entry, isNew] = mKafkaDestinations.try_emplace(std::move(key), destination);
         if (isNew)
@@ -149,19 +149,19 @@ namespace QzLog
         {
             QzBase::ReturnString const serverName =
                 QzBase::WideCharToUTF8(mModule.mServerInstanceName.Get().c_str(), false);
-            // They have one topic and one account: the first file that can be written tells all of it.
+            // They share one topic and one count: the first file that can be written reports all of it.
             for (auto const& diskFile : mDiskFiles)
                 Destination_KafkaLog_Impl::TellLosses(*diskFile, mModule.mMachineName.c_str(), serverName.c_str());
         }
         catch (std::bad_alloc const&)
         {
-            // The account is kept for the next module.
+            // The count is kept for the next module.
         }
     }
 
     ModuleMain_Impl::LogInfoRegistration::LogInfoRegistration()
     {
-        // QzSynch may still be inside one of these when the module is hidden: they then do nothing.
+        // QzSynch may still be calling one of these when the module is hidden: they then do nothing.
         QzSynch::RegisterThreadSpecificLogInfoGetter(
             []
             {

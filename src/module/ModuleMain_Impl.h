@@ -48,7 +48,7 @@ namespace QzLog
         ThreadContext* GetThreadContext() override;
 
     private:
-        /// Makes the threads' log identity known to QzSynch for its life.
+        /// Registers the threads' log identity with QzSynch for its life.
         class LogInfoRegistration
         {
         public:
@@ -58,8 +58,8 @@ namespace QzLog
             LogInfoRegistration& operator=(LogInfoRegistration const&) = delete;
         };
 
-        /// Keeps the disk files behind the Kafka destinations until the Kafka client has ended, and tells there what
-        /// that has given up.
+        /// Holds the disk files of the Kafka destinations until the Kafka client has ended, and reports there the
+        /// records that the client gave up.
         class KafkaAftermath
         {
         public:
@@ -84,9 +84,9 @@ namespace QzLog
             MessageTraceUse& operator=(MessageTraceUse const&) = delete;
         };
 
-        // In the order of construction, and so in the reverse order of destruction: first nobody comes in from
-        // outside any more, then the threads' contexts go, then what messages went to, and the lock behind all
-        // that it guards.
+        // In the order of construction. Destruction is in reverse: first the registrations with others, then the
+        // threads' contexts, then the destinations and loggers, and the lock after the registries.
+        // The Kafka client ends before the disk files that its losses are reported in.
         QzResource::Initializer const mResourceInitializer;
         QzFileSystem::Initializer const mFileSystemInitializer;
         ServerInstanceName mServerInstanceName;

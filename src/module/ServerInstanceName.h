@@ -30,8 +30,8 @@ namespace QzLog
         /// \param name  UTF-16; null sets the empty name.
         void Set(unsigned short const* name);
 
-        /// Brings a copy up to date. While the name does not change this is one read of a number that nobody
-        /// writes: messages of many threads do not meet here.
+        /// Brings a copy up to date. While the name does not change, this is one read of a number that nobody
+        /// writes, so threads do not contend for it.
         void Refresh(Copy& copy) const;
 
     private:

@@ -23,7 +23,7 @@ namespace QzLog
         std::uint64_t GetParentThreadID() override { return mParentThreadID; }
         char const* GetServerName() override;
 
-        /// Puts the present process and thread on the header when the process has forked since.
+        /// Sets process and thread ID of the header if the process has forked since.
         void FollowFork();
 
     private:

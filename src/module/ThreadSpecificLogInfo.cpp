@@ -101,7 +101,7 @@ namespace QzLog
         }
         catch (std::bad_alloc const&)
         {
-            // Only the first call of a thread allocates, so this one has no identity that would stay.
+            // Only the first call of a thread allocates, so this thread has no identity to clear.
         }
     }
 }

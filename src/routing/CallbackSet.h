@@ -11,8 +11,8 @@
 
 namespace QzLog
 {
-    /// The listeners of a logger or a dispatcher, in the order of their addresses, guarded by the lock of their
-    /// owner. References are taken and dropped with the lock free, since a last one runs a destructor of the
+    /// The callbacks of a logger or a dispatcher, in the order of their addresses, guarded by the lock of their
+    /// owner. References are released only after the lock, since the last release runs a destructor of the
     /// user's.
     template <class Callback>
     class CallbackSet
@@ -41,9 +41,9 @@ namespace QzLog
                 removed = mCallbacks.extract(found);
         }
 
-        /// Calls the callbacks of this moment, in their order and with no lock held. What one throws ends the
-        /// round. It never fails by itself: without memory for a copy of the set, each callback is looked up when
-        /// its turn comes, and those that are added or removed meanwhile count.
+        /// Calls the present callbacks in their order, with no lock held. An exception of a callback ends the
+        /// round. It never fails by itself: without memory for a copy of the set, each callback is looked up in
+        /// turn, and callbacks that are added or removed meanwhile are taken into account.
         template <class Call>
         void CallEach(Call const& call) const
         {
@@ -72,7 +72,7 @@ namespace QzLog
             return false;
         }
 
-        /// The first callback, or the first one behind another, or null.
+        /// The first callback, or the first one after `callback`, or null.
         Pointer FindBehind(Callback* callback) const
         {
             QzSynch::RWLock::ReadSmartLock const hold(mLock);

@@ -30,7 +30,7 @@ namespace QzLog
                 context, logger, dispatcher, static_cast<unsigned int>(message.GetID()), {nullptr, nullptr, 0});
         }
 
-        /// The thread's body with one message, for as long as that is delivered.
+        /// The thread's body with one message, during its delivery.
         class FilledBody
         {
         public:
@@ -73,7 +73,7 @@ namespace QzLog
     {
     }
 
-    /// A destination may drop the last reference to the dispatcher that it is called by.
+    /// A destination may release the last reference to the dispatcher that calls it.
     Dispatcher_Impl::~Dispatcher_Impl()
     {
         if (mpDestinations)
@@ -86,7 +86,7 @@ namespace QzLog
         return Loan<DestinationList>(mpDestinations.get());
     }
 
-    /// A pin that sees a module sees the number that was set before it was published, too.
+    /// A pin that sees a module also sees its number, which was set before the module was published.
     inline bool Dispatcher_Impl::HasOutlivedItsModule(Logger const& logger) noexcept
     {
         return logger.mModuleNumber != gModuleInit.moduleNumber.load(std::memory_order_relaxed) &&
@@ -99,10 +99,10 @@ namespace QzLog
         return static_cast<bool>(mpDestinations);
     }
 
-    // In the three deliveries the pin is taken first and given back last, so that a destination whose last
-    // reference goes with the list still meets a living module. They call the destinations themselves, without
-    // a helper in between: a call stack begins with a fixed number of the library's own frames. Amid a fork they do
-    // nothing: in a child that is not quite one yet a record would go out under the parent's name.
+    // In the three deliveries the pin is taken first and released last, so that a destination whose last reference
+    // is released with the list still finds the module alive. They call the destinations themselves, without a
+    // helper in between: a call stack begins with a fixed number of the library's own frames. In a fork handler they
+    // do nothing: in a child whose handlers have not all run, a record would carry the parent's process ID.
 
     QZLOG_CALL_FRAME void Dispatcher_Impl::LogText(Logger& logger, char const* text, unsigned int messageID,
         char const* fileName, char const* functionName, int lineNumber)

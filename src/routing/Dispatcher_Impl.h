@@ -33,8 +33,8 @@ namespace QzLog
             char const* functionName, int lineNumber, std::string& headerJson) override;
 
     private:
-        /// The destinations as SetDestinations gave them; never changed afterwards. A message borrows it as its own
-        /// copy of the list: nothing is allocated, and nothing written that other threads write too.
+        /// The destinations as SetDestinations gave them; never changed afterwards. A message protects it
+        /// with a loan (Loan.h) instead of copying the list: it allocates nothing and writes to no shared memory.
         class DestinationList final : public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
         {
         public:

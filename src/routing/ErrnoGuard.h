@@ -4,7 +4,7 @@
 
 namespace QzLog
 {
-    /// Gives errno back as it was, on every way out: a program logs between a failed call and its look at errno.
+    /// Restores errno on every way out: a program may log between a failed call and its use of errno.
     class ErrnoGuard
     {
     public:

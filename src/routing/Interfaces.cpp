@@ -4,8 +4,8 @@
 #include <QzLog/MessageCatalog.h>
 #include <QzLog/Router.h>
 
-// Each abstract class has its one destructor, and with it its type information, here: a user's class that
-// derives from it and the library must mean the same type.
+// The destructor of each abstract class is defined here, and with it its type information: the library and a
+// user's class that derives from it must agree on the type.
 
 namespace QzLog
 {

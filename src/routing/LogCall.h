@@ -16,7 +16,7 @@ namespace QzLog
         return router.mEnabled.load(std::memory_order_relaxed);
     }
 
-    /// The formatter of a log call until the call is over: a long text does not stay with the thread. Null allowed.
+    /// Holds the formatter of a log call, and frees a long text when the call is over. Null is allowed.
     class FormatterOfCall
     {
     public:
@@ -33,9 +33,9 @@ namespace QzLog
         QzResource::MessageFormatter* const mpFormatter;
     };
 
-    // A log call with its text made. Everything that goes to the router stands in here, and the functions are not
-    // inlined, so that a function of the front end has nothing to keep in registers while the text is made, and so
-    // nothing to save before it has seen whether the router is enabled at all.
+    // A log call with its finished text. The objects hold all that is passed to the router, and their functions are
+    // not inlined. So a function of the front end keeps nothing in registers while the text is made, and need not
+    // save registers before it has tested whether the router is enabled.
 
     /// A template with the formatter's values.
     struct TextCall
@@ -50,7 +50,7 @@ namespace QzLog
     };
 
     /// A text of the logger's catalog, which is held until the call is over. Without a catalog the text is
-    /// "Message 0x%08X" with the ID, and the values stand behind it.
+    /// "Message 0x%08X" with the ID, followed by the values.
     struct IDCall
     {
         /// A text with the formatter's values.

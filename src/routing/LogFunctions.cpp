@@ -80,8 +80,8 @@ namespace QzLog
             call.mLocation.mLineNumber);
     }
 
-    // The texts are copied before they are logged: they are still to be thrown, and a destination may use the
-    // formatters meanwhile. The catalog is given back before, too.
+    // The texts are copied before they are logged: they are thrown afterwards, and a destination may use the
+    // formatters meanwhile. The catalog is released before as well.
 
     QZLOG_CALL_FRAME void LogMessageAndThrowBaseException(
         Router& router, char const* templateText, QzResource::MessageFormatter& formatter, char const*)

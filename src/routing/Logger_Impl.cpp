@@ -40,8 +40,8 @@ namespace QzLog
         }
     }
 
-    /// The logger's listener at its dispatchers. They hold it by counted reference, and it holds the logger by
-    /// a bare pointer, so that no cycle arises.
+    /// The logger's callback at its dispatchers. They hold it by counted reference, and it holds the logger by
+    /// a bare pointer, so that there is no cycle.
     class Logger_Impl::CallbackProxy final : public QzSynch::Counted<Dispatcher::Callback>,
                                              public QzSynch::CallbackProxyImpl<Logger_Impl>
     {
@@ -56,7 +56,7 @@ namespace QzLog
         QzSynch::ForkHold const mForkHold{GetLock()};
     };
 
-    /// Lets a dispatcher count as listed while it is attached and listed.
+    /// Marks a dispatcher as arriving while it gets the callback and is added to the list.
     class Logger_Impl::Arrival
     {
     public:
@@ -90,7 +90,7 @@ namespace QzLog
         mModuleNumber = gModuleInit.moduleNumber.load();
     }
 
-    /// A destination may drop the last reference to the logger that it is called by way of.
+    /// A destination may release the last reference to the logger through which it is called.
     Logger_Impl::~Logger_Impl()
     {
         for (DispatcherPtr const& dispatcher : mDispatchers)
@@ -99,8 +99,8 @@ namespace QzLog
 
     QzBase::CountedPtr<Logger_Impl> Logger_Impl::Create(char const* name, QzSynch::EnumHvnLockStackCategory category)
     {
-        // The proxy meets the logger only once somebody holds it: a reference that a notification takes on a
-        // logger without one would delete it when it is given back.
+        // The proxy gets the logger only now that somebody holds it: a notification that took the first reference
+        // would delete the logger when it releases it.
         QzBase::CountedPtr<Logger_Impl> logger(new Logger_Impl(name, category));
         logger->mpProxy->SetTarget(logger.get());
         return logger;
@@ -259,7 +259,7 @@ namespace QzLog
         }
     }
 
-    /// The new dispatcher listens before it enters the list, and the old one stops only after it has left.
+    /// The new dispatcher gets the callback before it enters the list; the old one loses it after it has left.
     void Logger_Impl::Exchange(std::size_t index, DispatcherPtr dispatcher)
     {
         {
@@ -273,11 +273,11 @@ namespace QzLog
         Notify(Places().set(index), index + 1);
     }
 
-    /// A hook may give out one dispatcher several times, so the object that leaves one place can stand at another
-    /// one, or just be on its way there on another thread. No lock is held while a dispatcher is attached or
-    /// detached; what keeps a listed dispatcher attached all the same is that whoever lists it says so before it
-    /// attaches it, and whoever detaches it looks afterwards whether it should have. What was changed in between
-    /// has told nobody, hence the notification.
+    /// A hook may give out one dispatcher several times. So a dispatcher that leaves one index can be listed at
+    /// another, or another thread may be adding it. No lock is held while the callback is added or removed. A listed
+    /// dispatcher keeps its callback nevertheless: whoever lists it marks it as arriving before adding the callback,
+    /// and whoever removes the callback then checks whether it is needed, and adds it again. A change in between
+    /// has notified nobody, hence the notification.
     void Logger_Impl::DetachUnlessListed(Dispatcher& dispatcher)
     {
         auto const isNeeded = [&]
@@ -294,8 +294,8 @@ namespace QzLog
         OnDestinationsChanged(dispatcher);
     }
 
-    /// Tells of every place at which the dispatcher stands. It is known by its name: one object can stand in the
-    /// lists of several loggers, and what calls may be another object in front of the listed one.
+    /// Notifies for every index at which the dispatcher is listed. The name counts as well as the object: the caller
+    /// may be an object that stands in for the listed one, and one object can be in the lists of several loggers.
     void Logger_Impl::OnDestinationsChanged(Dispatcher& dispatcher)
     {
         Places places;

@@ -45,7 +45,7 @@ namespace QzLog
         class CallbackProxy;
         class Arrival;
         static constexpr std::size_t kMaxDispatchers = 0x10000;
-        /// Indexes in the list. It asks for no memory: who is told must not depend on whether there is some.
+        /// Indexes in the list. It allocates nothing: a notification must not be lost for want of memory.
         using Places = std::bitset<kMaxDispatchers>;
         using DispatcherPtr = QzBase::CountedPtr<Dispatcher>;
 
@@ -77,7 +77,7 @@ namespace QzLog
         QzBase::CountedPtr<MessageCatalog> mpCatalog;
         /// In the order of creation. Grows only; an entry can be exchanged.
         std::vector<DispatcherPtr> mDispatchers;
-        /// Those on their way into the list, once for each way; guarded by the same lock.
+        /// Dispatchers that are being added to the list, once for each time; guarded by the same lock.
         std::vector<Dispatcher const*> mArriving;
         CallbackSet<Logger::Callback> mCallbacks;
     };

@@ -8,8 +8,8 @@
 
 namespace QzLog
 {
-    /// The router's listener at its logger, which holds it by counted reference; the bare pointer back leaves no
-    /// cycle.
+    /// The router's callback at its logger, which holds it by counted reference. It holds the router by a bare
+    /// pointer, so that there is no cycle.
     class Router_Impl::CallbackProxy final : public QzSynch::Counted<HandleCallback>,
                                              public QzSynch::CallbackProxyImpl<Router_Impl>
     {
@@ -40,8 +40,8 @@ namespace QzLog
         char const* loggerName, char const* dispatcherName, QzSynch::EnumHvnLockStackCategory category)
     {
         QzBase::CountedPtr<Router_Impl> router(new Router_Impl(loggerName, dispatcherName, category));
-        // Only now that the router is held: a notification takes a reference and gives it back. What fails from
-        // here on leaves through OnLastRelease.
+        // Only now that the router is held: a notification takes a reference and releases it. If this fails, the
+        // last release detaches the router again.
         router->Attach();
         return router;
     }
@@ -51,7 +51,7 @@ namespace QzLog
         mpProxy->SetHandle(mHandle);
         mpProxy->SetTarget(this);
         mpLogger->AddCallback(mpProxy.get());
-        // Behind the attachment, so that no change falls between.
+        // After the callback was added, so that no change is missed.
         UpdateEnabled();
     }
 
@@ -61,9 +61,9 @@ namespace QzLog
         mpLogger->RemoveCallback(mpProxy.get());
     }
 
-    /// Notifications overlap: one that read the list early must not store its answer over that of a later one for
-    /// good. Every store is an exchange that sees what the thread before it saw, so whoever stores last and then
-    /// still finds its answer right has the present one.
+    /// Notifications can overlap. One that read the list early must not overwrite the answer of a later one for good.
+    /// Each store is an exchange that sees what the previous one saw. So the thread that stores last, and then finds
+    /// its answer confirmed, has stored the present one.
     void Router_Impl::UpdateEnabled()
     {
         bool enabled = GetDispatcher()->HasDestinations();

@@ -33,7 +33,7 @@ namespace QzLog
             AddToCounter(sum.count, item.count);
         }
 
-        // Two digits behind the point. Not printf, which puts the locale's sign for the point.
+        // Two digits after the decimal point. Not printf, which uses the locale's decimal separator.
         void AppendShare(std::string& line, std::int64_t cluster, std::int64_t total)
         {
             double const share =

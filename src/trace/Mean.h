@@ -6,9 +6,9 @@
 
 namespace QzLog
 {
-    /// The mean of two groups of values out of their means and numbers, cut toward zero. Worked out in a
-    /// type in which nothing overflows; a result beyond the ends of Integer, which only negative numbers of
-    /// values can bring about, is the nearer end. If there are no values at all it is `mean`.
+    /// The mean of two groups of values from their means and counts, truncated toward zero. Computed in a
+    /// type that cannot overflow. A result that does not fit Integer, which only negative counts can cause,
+    /// becomes the nearest Integer. If there are no values at all, the result is `mean`.
     /// \param count, otherCount  sums of a few `int`.
     template <class Integer>
     Integer MergeMeans(Integer mean, std::int64_t count, Integer otherMean, std::int64_t otherCount) noexcept
@@ -22,7 +22,7 @@ namespace QzLog
             std::clamp<Wide>(merged, std::numeric_limits<Integer>::min(), std::numeric_limits<Integer>::max()));
     }
 
-    /// Adds to a counter, which stays at an end of `int` that it would go beyond.
+    /// Adds to a counter; a sum that does not fit `int` becomes the nearest `int`.
     inline void AddToCounter(int& counter, int added) noexcept
     {
         std::int64_t const sum = std::int64_t{counter} + added;

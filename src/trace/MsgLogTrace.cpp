@@ -136,7 +136,7 @@ namespace QzLog
 
     MsgLogTrace::~MsgLogTrace()
     {
-        // One that another thread's was faster than is not the object of the process.
+        // If another thread's was faster in getInstance, this is not the object of the process.
         MsgLogTrace* self = this;
         gMsgLogTrace.compare_exchange_strong(self, nullptr, std::memory_order_release, std::memory_order_relaxed);
     }
@@ -166,7 +166,7 @@ namespace QzLog
     int MsgLogTrace::GetDstIndex(QzBase::WideString& name)
     {
         auto const [entry, isNew] = mDstIndexes.try_emplace(name, mNextDstIndex);
-        // Unsigned, so that behind the largest index comes the smallest one.
+        // Unsigned, so that the smallest index follows the largest.
         if (isNew)
             mNextDstIndex = static_cast<int>(static_cast<unsigned int>(mNextDstIndex) + 1U);
         return entry->second;

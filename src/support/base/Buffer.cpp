@@ -14,7 +14,7 @@ namespace QzBase
         }
     }
 
-    /// Stands at the start of each block; what is given out lies behind it.
+    /// The head of each block; the memory that Allocate returns follows it.
     struct alignas(std::max_align_t) Buffer::Block
     {
         Block* mpNext;

@@ -13,8 +13,8 @@ namespace QzBase
 
     namespace
     {
-        /// Looks its name up when it is asked for it: a name costs far more than the address, and who shows a
-        /// stack leaves frames out.
+        /// Looks its name up on demand: a name costs far more than the address, and whoever shows a stack leaves
+        /// frames out.
         class FrameImpl final : public CallStack::Frame
         {
         public:

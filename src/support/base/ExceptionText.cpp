@@ -21,8 +21,8 @@ namespace QzBase
         }
     }
 
-    /// The message may have changed since the last call, and several threads may call at once: a text that was given
-    /// out stays, and another one goes in front of it.
+    /// The message may have changed since the last call, and several threads may call at the same time. So a text that
+    /// was returned is kept, and a new one is put in front of it.
     char const* ExceptionText::Get(Message const& message) const noexcept
     {
         try

@@ -9,7 +9,7 @@ namespace QzBase
 {
     namespace
     {
-        // Features are asked for with every message of some destinations, so a question takes no lock: the list
+        // Some destinations ask for a feature with every message, so a query takes no lock: the list
         // only grows, at its head, by one entry for each name that was ever set.
         struct Feature
         {
@@ -44,7 +44,7 @@ namespace QzBase
         if (!feature)
         {
             std::unique_ptr<Feature> added(new Feature{name, enabled, head});
-            // Another thread may add the same name first: each try looks at what has come in front since.
+            // Another thread may add the same name first: each attempt searches what was added since.
             while (!feature && !gFeatures.compare_exchange_weak(head, added.get(), std::memory_order_acq_rel))
             {
                 feature = Find(head, added->mpNext, name);

@@ -11,7 +11,7 @@
 
 namespace QzBase
 {
-    /// What may look into a message in order to write it.
+    /// Has access to the members of a message, to format it.
     class MessageWriter
     {
     public:

@@ -19,8 +19,8 @@ namespace QzBase
         // One state for the process: it keeps the debug information that it has read, some 20 MB, for ever.
         constinit std::atomic<backtrace_state*> gState{nullptr};
 
-        // Makes threads look names up one after the other, and keeps a process from being forked amid that: the
-        // child would find the lock taken for ever.
+        // Serialises look-ups, and keeps the process from forking during one: the child would find the lock held
+        // for ever.
         constinit QzOs::ForkMutex gMutex;
 
         void LockBeforeFork()
@@ -32,7 +32,7 @@ namespace QzBase
             gMutex.UnlockAfterFork();
         }
 
-        // What goes wrong shows as a name that is missing.
+        // An error shows as a missing name.
         void IgnoreError(void*, char const*, int) {}
 
         backtrace_state* GetState()
@@ -134,7 +134,7 @@ namespace QzBase
 
         Dl_info module = {};
         std::string place = ToHexadecimal(address);
-        // A module that was loaded after the debug information was read is known here alone.
+        // A module that was loaded after the debug information was read is known only here.
         if (dladdr(reinterpret_cast<void const*>(address), &module) != 0 && module.dli_fname)
         {
             std::uintptr_t const distance = address - reinterpret_cast<std::uintptr_t>(module.dli_fbase);

@@ -12,7 +12,7 @@ namespace QzBase
     std::vector<std::uintptr_t> CollectFrames();
 
     /// "function at file:line"; without debug information "function in module+0x1234", and without a name
-    /// "module+0x1234", the distance being from where the module was loaded. UTF-8 as far as the names are.
-    /// The first call of a process reads the debug information, which takes tens of milliseconds. Any thread.
+    /// "module+0x1234". The offset counts from the load address of the module. UTF-8 if the names are. The first
+    /// call of a process reads the debug information, which takes some tenths of a second. Any thread.
     std::string DescribeFrame(std::uintptr_t address);
 }

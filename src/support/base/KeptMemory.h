@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <string>
 
-// What a thread uses again for message after message keeps its memory, so that a message allocates nothing; but not
-// that of a long one. Long messages are rare, and every thread has many such texts.
+// Texts and vectors that a thread reuses for every message keep their memory, so that a message allocates nothing.
+// The memory of long messages is not kept: they are rare, and every thread has many such texts.
 
 namespace QzBase
 {

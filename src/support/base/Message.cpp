@@ -31,7 +31,7 @@ namespace QzBase
         return *this = Message(other);
     }
 
-    /// What comes may be one of this message's own causes, which go with what the message held: it is taken out
+    /// `other` may be one of this message's own causes, which are destroyed with the old content. So it is moved out
     /// before anything is replaced.
     Message& Message::operator=(Message&& other) noexcept
     {
@@ -146,7 +146,7 @@ namespace QzBase
         mLocalizedTexts[ResolveLanguage(languageID)] = text ? text : "";
     }
 
-    /// The text is put together when it changes and not when it is asked for: several threads may read.
+    /// The text is built when it changes and not when it is read, because several threads may read.
     void Message::UpdateText()
     {
         mText.clear();

@@ -6,7 +6,7 @@
 
 namespace QzBase
 {
-    /// What may look into a message in order to use its memory again.
+    /// Has access to the members of a message, to reuse their memory.
     class MessageMemory
     {
     public:

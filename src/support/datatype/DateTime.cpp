@@ -44,7 +44,7 @@ namespace QzDataType
         std::int64_t FromDays(double days)
         {
             double const milliseconds = days * static_cast<double>(kDay);
-            // The comparison is false for a number that is none, too.
+            // The comparison is false for NaN, too.
             if (!(std::fabs(milliseconds) < static_cast<double>(kLast - kFirst)))
                 return milliseconds > 0 ? kLast : kFirst;
             return kEmpty + std::llround(milliseconds);
@@ -73,7 +73,7 @@ namespace QzDataType
             return value < 100 ? QzBase::WriteTwoDigits(out, value) : QzBase::WriteDecimal(out, value);
         }
 
-        /// Reads the parts of a date and time one behind the other.
+        /// Reads the parts of a date and time one after the other.
         class Reader
         {
         public:

@@ -4,8 +4,8 @@
 
 #include <string_view>
 
-// What stands behind KafkaClient::KafkaProducer. One implementation talks to librdkafka, one stands in for
-// it where the library was built without; tests put a scripted one in their place.
+// The implementations of KafkaClient::KafkaProducer. One uses librdkafka, one replaces it in a library that
+// was built without; tests install a scripted one.
 
 namespace KafkaClient
 {
@@ -17,10 +17,10 @@ namespace KafkaClient
         virtual void Configure(std::map<std::string, std::string> const& properties) = 0;
         virtual KafkaProducer::Counters GetCounters() = 0;
 
-        /// An Initializer has come. If this throws there is none.
+        /// Called by the constructor of an Initializer, which throws what this throws.
         virtual void Start() = 0;
 
-        /// An Initializer has gone.
+        /// Called by the destructor of an Initializer.
         virtual void Stop() = 0;
 
     protected:
@@ -30,7 +30,7 @@ namespace KafkaClient
     /// The client that this library was built with. Never destroyed: records may come until the process ends.
     Client& GetBuiltInClient();
 
-    /// The client in force.
+    /// The present client.
     Client& GetClient();
 
     /// Puts `client` in place of the present one, null the built-in one. For tests, while nobody sends.

@@ -1,5 +1,5 @@
-// Stands in for the Kafka client where the library was built without librdkafka: never to be used, so that
-// every record goes to the disk file behind its destination.
+// Replaces the Kafka client in a library that was built without librdkafka. It is always unusable, so that
+// every record goes to the disk file of its destination.
 
 #include "support/kafka/Client.h"
 

@@ -76,7 +76,7 @@ namespace KafkaClient
         private:
             void GoOnInForkedChild() noexcept override { Producer::GoOnInForkedChild(); }
 
-            /// Senders go on with the new producer. The old one is the caller's, who lets it end behind all locks: that
+            /// Senders go on with the new producer. The caller gets the old one, and destroys it without any lock: that
             /// takes seconds, and a fork must not wait for it.
             void Exchange(std::unique_ptr<Producer>& producer)
             {
@@ -106,7 +106,7 @@ namespace KafkaClient
 
     namespace
     {
-        // Made when the library is loaded, so that no fork falls into its making.
+        // Created when the library is loaded, so that no fork happens during its construction.
         [[maybe_unused]] Client& gClient = GetBuiltInClient();
     }
 }

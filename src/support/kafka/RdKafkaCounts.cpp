@@ -12,8 +12,8 @@ namespace KafkaClient
     {
         constexpr std::int64_t kReportIntervalNanoseconds = 10'000'000'000;
 
-        /// What has been told of lost records. Under its lock: a producer that ends and the one that replaces it have
-        /// event threads of their own.
+        /// What has been reported of lost records. Guarded by its lock: a producer that is being destroyed and the one
+        /// that replaces it have event threads of their own.
         struct Told final : private QzSynch::ForkHold::Client
         {
             QzSynch::CriticalSectionPtr mpLock{QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
@@ -40,7 +40,7 @@ namespace KafkaClient
             return told;
         }
 
-        // Made when the library is loaded, so that no fork falls into its making.
+        // Created when the library is loaded, so that no fork happens during its construction.
         [[maybe_unused]] Told& gTold = GetTold();
     }
 

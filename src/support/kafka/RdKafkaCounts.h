@@ -10,8 +10,8 @@
 
 namespace KafkaClient
 {
-    /// How many records went which way: of all producers of the process, which may overlap while one replaces another.
-    /// A forked child begins at 0.
+    /// Counts the records of all producers of the process; two of them exist while one replaces the other. A forked
+    /// child begins at 0.
     struct RecordCounts
     {
         std::atomic<std::uint64_t> mAccepted{0};
@@ -28,6 +28,6 @@ namespace KafkaClient
     /// Writes a line (UTF-8) to the debug output.
     void Tell(std::string const& text);
 
-    /// Tells how many records were lost since the last time: at most once in ten seconds, unless it is forced.
+    /// Reports how many records were lost since the last report, at most once in ten seconds unless it is forced.
     void TellFailures(bool isForced);
 }

@@ -1,5 +1,5 @@
 // librdkafka runs threads of its own: one serves the events of a producer (delivery reports, errors, statistics),
-// which is where counts, status and refusals come from.
+// from which counts, status and refusals come.
 
 #include "support/kafka/RdKafkaProducer.h"
 
@@ -25,7 +25,7 @@ namespace KafkaClient
         constexpr int kPurgeMilliseconds = 500;
         constexpr std::int64_t kTryIntervalNanoseconds = 10'000'000'000;
 
-        // How often librdkafka tells the state of its connections, unless the user asks for another interval.
+        // How often librdkafka reports the state of its connections, unless the user sets another interval.
         constexpr char const* kStatisticsProperty = "statistics.interval.ms";
         constexpr char const* kStatisticsInterval = "500";
 
@@ -67,18 +67,18 @@ namespace KafkaClient
             return QzOs::OpenSocket(domain, type, protocol);
         }
 
-        /// What librdkafka has to say, and would write to the standard error by itself.
+        /// A log line of librdkafka, which would otherwise write it to standard error itself.
         void TakeLogLine(rd_kafka_t const*, int, char const* facility, char const* text)
         {
             Tell(std::string(facility) + ": " + text);
         }
 
-        /// Whether the broker still takes a topic. Reports come from the event thread of the producer, questions from
+        /// Whether the broker still accepts a topic. Reports come from the event thread of the producer, queries from
         /// any thread.
         class Gate
         {
         public:
-            /// While it is shut, true once in the interval: a try.
+            /// Whether a record may pass. While the gate is shut, one per interval may, as a trial.
             bool LetsThrough() noexcept
             {
                 std::int64_t nextTry = mNextTry.load(std::memory_order_relaxed);
@@ -95,7 +95,7 @@ namespace KafkaClient
                     mNextTry.store(kOpen, std::memory_order_relaxed);
             }
 
-            /// The interval of a gate that is shut already goes on: many failures in a row do not put off the try.
+            /// A gate that is already shut keeps its interval: many failures in a row do not delay the trial.
             void Shut() noexcept
             {
                 if (mNextTry.load(std::memory_order_relaxed) == kOpen)
@@ -142,7 +142,7 @@ namespace KafkaClient
             AddLosses(1, error);
         }
 
-        /// Called when there is no event thread any more.
+        /// Called when the event thread has ended.
         void GiveUpTheRest()
         {
             std::uint64_t const accepted = mAccepted.load(std::memory_order_relaxed);
@@ -156,7 +156,7 @@ namespace KafkaClient
             void operator()(rd_kafka_topic_t* handle) const { rd_kafka_topic_destroy(handle); }
         };
 
-        /// Given back before the producer ends.
+        /// Released before the producer is destroyed.
         std::unique_ptr<rd_kafka_topic_t, HandleDelete> mpHandle;
         Gate mGate;
         std::atomic<std::uint64_t> mAccepted{0};
@@ -164,13 +164,13 @@ namespace KafkaClient
     private:
         void AddLosses(std::uint64_t count, rd_kafka_resp_err_t error)
         {
-            // Here first: whoever sees the count finds the losses.
+            // Added here first, so that whoever sees the count finds the losses.
             GetTopicLosses(mName).Add(count, rd_kafka_err2str(error));
             gRecordCounts.AddFailed(count, error);
         }
 
         QzBase::WideString const mName;
-        // Apart from what senders write.
+        // On another cache line than what senders write.
         alignas(64) std::atomic<std::uint64_t> mReported{0};
     };
 
@@ -206,7 +206,7 @@ namespace KafkaClient
 
     Producer::~Producer()
     {
-        // librdkafka's threads did not come along into a forked child: nothing can be ended there.
+        // librdkafka's threads do not exist in a forked child: nothing can be shut down there.
         if (!IsOfThisProcess())
             return;
         QzOs::NoCancellation const noCancellation;
@@ -306,7 +306,7 @@ namespace KafkaClient
             char const* const statistics = rd_kafka_event_stats(event);
             bool const isUp = ShowsConnectedBroker(statistics, std::char_traits<char>::length(statistics));
             status = isUp ? KafkaProducer::kStatusUp : KafkaProducer::kStatusDown;
-            // Those that came when none was due.
+            // Failures that came when no report was due.
             TellFailures(false);
             break;
         }

@@ -27,8 +27,8 @@ namespace KafkaClient
     /// property that librdkafka does not know, and for a value that is none of that property.
     Conf MakeConf(Properties const& properties);
 
-    /// One running producer. No thread is cancelled inside librdkafka: it would leave locks behind that nobody gives
-    /// up. Any thread may call all operations but MakeTopic, which nobody else may overlap.
+    /// One running producer. No thread is cancelled inside librdkafka, where it would leave locks held for ever. Any
+    /// thread may call all operations at any time, but MakeTopic must not overlap any of them.
     class Producer
     {
     public:
@@ -39,14 +39,14 @@ namespace KafkaClient
         Producer(Producer const&) = delete;
         Producer& operator=(Producer const&) = delete;
 
-        /// Delivers what was accepted, in bounded time, and gives up the rest. Then waits for librdkafka's threads: one
-        /// that waits for the resolver ends when that has answered.
+        /// Delivers what was accepted, in bounded time, and gives up the rest. Then waits for librdkafka's threads; one
+        /// that waits for the resolver ends only when the resolver has answered.
         ~Producer();
 
         /// For the child of a fork.
         static void GoOnInForkedChild() noexcept;
 
-        /// False in a forked child: the producer is the parent's, and good for nothing.
+        /// False in a forked child: the producer is the parent's, and unusable there.
         bool IsOfThisProcess() const noexcept;
 
         KafkaProducer::EnumKafkaProducerStatus GetStatus() const noexcept;

@@ -33,7 +33,7 @@ namespace KafkaClient
             return book;
         }
 
-        // Made when the library is loaded, so that no fork falls into its making.
+        // Created when the library is loaded, so that no fork happens during its construction.
         [[maybe_unused]] Book& gBook = GetBook();
     }
 
@@ -60,7 +60,7 @@ namespace KafkaClient
     void TopicLosses::PutBack(Losses&& losses) noexcept
     {
         QzSynch::CriticalSection::SmartLock const hold(*GetBook().mpLock);
-        // They are the older ones: time and reason are theirs.
+        // They are older, so time and reason are theirs.
         losses.mCount += mLosses.mCount;
         mLosses = std::move(losses);
         mExist.store(true, std::memory_order_release);

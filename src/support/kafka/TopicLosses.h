@@ -19,7 +19,7 @@ namespace KafkaClient
         std::string mReason;
     };
 
-    /// The losses of one topic that nobody has told yet. They are taken by whoever tells them, so that each is told
+    /// The unreported losses of one topic. Whoever reports them takes them, so that each is reported
     /// once. All operations may be called from any thread. A forked child begins without any.
     class TopicLosses
     {
@@ -32,7 +32,7 @@ namespace KafkaClient
         /// Empty when another thread was first.
         Losses Take();
 
-        /// For what was taken and could not be told.
+        /// For losses that were taken and could not be reported.
         void PutBack(Losses&& losses) noexcept;
 
         /// For the child of a fork.
@@ -44,6 +44,6 @@ namespace KafkaClient
         Losses mLosses;
     };
 
-    /// The account of the topic with that name (UTF-16), which is made on first need and lives as long as the process.
+    /// The losses of the topic with that name (UTF-16). Created on first use; lives as long as the process.
     TopicLosses& GetTopicLosses(QzBase::WideString const& topic);
 }

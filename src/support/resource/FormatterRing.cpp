@@ -19,7 +19,7 @@ namespace QzResource
         return item;
     }
 
-    /// A user may have filled a formatter again after it was formatted. It then is in use after all.
+    /// A user may have filled a formatter again after it was formatted. Then it is in use again.
     FormatterRing::Item* FormatterRing::FindFree() noexcept
     {
         while (mFreeItems > kKeptTexts)

@@ -7,8 +7,8 @@
 
 namespace QzResource
 {
-    /// The formatters of one thread. Those in use have been handed out and not been formatted since; the free ones
-    /// were formatted, and their texts may still be on their way to a destination. Both queue up, the oldest first.
+    /// The formatters of one thread. A formatter is in use from Take until it is formatted. Then it is free, but its
+    /// text may still be in delivery. Both kinds are in a queue, the oldest first.
     class FormatterRing
     {
     public:
@@ -16,8 +16,8 @@ namespace QzResource
         FormatterRing(FormatterRing const&) = delete;
         FormatterRing& operator=(FormatterRing const&) = delete;
 
-        /// An empty formatter: a free one whose text is the oldest, or the one that has been in use for the longest
-        /// time when too many are.
+        /// An empty formatter: the free one with the oldest text, or, if too many are in use, the one that has been in
+        /// use for the longest time.
         MessageFormatter& Take() noexcept;
 
         /// For a formatter of this ring that has just been formatted.
@@ -26,7 +26,7 @@ namespace QzResource
     private:
         /// How many formatters of a thread can be in use at once.
         static constexpr std::size_t kMostInUse = 16;
-        /// How many texts stay valid behind the newest one.
+        /// How many texts stay valid besides the newest one.
         static constexpr std::size_t kKeptTexts = 16;
 
         struct Link
@@ -40,13 +40,13 @@ namespace QzResource
             bool mIsFree = false;
         };
 
-        /// Puts the item behind all others of a queue.
+        /// Puts the item at the end of a queue.
         static void Move(Item& item, Link& queue) noexcept;
 
         Item* FindFree() noexcept;
 
         std::array<Item, kMostInUse + kKeptTexts> mItems;
-        /// How many items have ever been handed out; the others are in no queue, so that a thread's few formatters
+        /// How many items have ever been taken. The others are in no queue, so that the few formatters of a thread
         /// stay in its caches.
         std::size_t mUsedItems = 0;
         std::size_t mFreeItems = 0;

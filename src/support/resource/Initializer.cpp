@@ -14,7 +14,7 @@ namespace QzResource
         }
         catch (std::bad_alloc const&)
         {
-            // Asked for again, and reported, where it is first needed.
+            // Set up again at the first use, which reports the failure.
             return;
         }
     }

@@ -34,7 +34,7 @@ namespace QzResource
         return Key{QzBase::ResolveLanguage(languageID)} << 48 | Key{domain} << 32 | static_cast<unsigned int>(id);
     }
 
-    // Never destroyed: messages of static objects are formatted until the process is gone.
+    // Never destroyed: messages of static objects are formatted until the process ends.
     Localizer_Impl& GetLocalizer_Impl()
     {
         static Localizer_Impl& localizer = *QzBase::ReturnPtrI<Localizer_Impl>(new Localizer_Impl).release();

@@ -8,7 +8,7 @@ namespace QzResource
 
     void MessageTemplate::SetText(char const* utf8Text)
     {
-        // The new text may be a piece of the old one, so memory is given back behind the assignment.
+        // The new text may be a piece of the old one, so memory is freed after the assignment.
         mText.assign(utf8Text ? utf8Text : "");
         QzBase::GiveBackSpareMemory(mText);
     }

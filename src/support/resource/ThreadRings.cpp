@@ -33,8 +33,8 @@ namespace QzResource
         // Spares each message two searches in the storage. Only the thread itself deletes its rings.
         [[gnu::tls_model("initial-exec")]] constinit thread_local ThreadRings* gpRingsOfThread = nullptr;
 
-        // What a thread formats with. It hangs on a thread-local storage and not on thread_local, because
-        // destructors of other thread_local objects may still log; they then get new rings.
+        // The formatters of a thread. In a thread-local storage and not thread_local, because destructors of
+        // other thread_local objects may still log; they then get new rings.
         struct ThreadRings final : QzSynch::ThreadContext
         {
             ~ThreadRings() override { gpRingsOfThread = nullptr; }
@@ -45,7 +45,7 @@ namespace QzResource
             TemplateRing mTemplates;
         };
 
-        // Never ended: static objects and detached threads may log until the process is gone.
+        // Never destroyed: static objects and detached threads may log until the process ends.
         QzSynch::ThreadLocalStorage& GetStorage()
         {
             static QzSynch::ThreadLocalStorage& storage = *QzSynch::CreateThreadLocalStorage();
