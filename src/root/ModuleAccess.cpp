@@ -1,30 +1,25 @@
 #include "root/ModuleAccess.h"
 
+#include "support/synch/ThreadStripe.h"
+
 #include <QzBase/Message.h>
 
-#include <cstddef>
 #include <utility>
 
 namespace QzLog
 {
     namespace
     {
-        // Threads spread over the counters so that they seldom write to one cache line; more threads than
-        // counters share them.
-        constexpr std::size_t kPinCounters = 64;
-
-        struct alignas(64) PinCounter
+        struct PinCounter
         {
             std::atomic<unsigned int> mThreads{0};
         };
 
-        constinit PinCounter gPinCounters[kPinCounters];
-        constinit std::atomic<std::size_t> gNextPinCounter{0};
+        constinit QzSynch::ThreadStripes<PinCounter, 64> gPinCounters;
         constinit std::atomic<ModuleMain*> gPublishedModule{nullptr};
 
         struct ThisThread
         {
-            PinCounter* mpCounter;
             ModuleMain* mpModule; // what the pins hold; the thread is counted while it is not null
             void (*mpAction)();
             unsigned int mPins;
@@ -32,11 +27,6 @@ namespace QzLog
 
         // Reached directly and not through a call of the dynamic linker: a message comes by here.
         [[gnu::tls_model("initial-exec")]] constinit thread_local ThisThread tThisThread{};
-
-        PinCounter* ChooseCounter() noexcept
-        {
-            return &gPinCounters[gNextPinCounter.fetch_add(1, std::memory_order_relaxed) % kPinCounters];
-        }
     }
 
     constinit ModuleInit gModuleInit;
@@ -55,12 +45,11 @@ namespace QzLog
         ThisThread& self = tThisThread;
         if (self.mPins++ == 0 && gPublishedModule.load())
         {
-            if (!self.mpCounter)
-                self.mpCounter = ChooseCounter();
-            self.mpCounter->mThreads.fetch_add(1);
+            PinCounter& counter = gPinCounters.OfThisThread();
+            counter.mThreads.fetch_add(1);
             self.mpModule = gPublishedModule.load();
             if (!self.mpModule)
-                self.mpCounter->mThreads.fetch_sub(1);
+                counter.mThreads.fetch_sub(1);
         }
         // The inner pins see what the outer one sees: a call that began with a module ends with it.
         mpModule = self.mpModule;
@@ -72,7 +61,7 @@ namespace QzLog
         if (--self.mPins != 0)
             return;
         if (std::exchange(self.mpModule, nullptr))
-            self.mpCounter->mThreads.fetch_sub(1);
+            gPinCounters.OfThisThread().mThreads.fetch_sub(1);
         if (void (*const action)() = std::exchange(self.mpAction, nullptr))
             action();
     }
@@ -89,7 +78,7 @@ namespace QzLog
 
     bool ModulePin::NoneIsHeld() noexcept
     {
-        for (PinCounter const& counter : gPinCounters)
+        for (PinCounter& counter : gPinCounters)
         {
             if (counter.mThreads.load() != 0)
                 return false;
@@ -102,7 +91,7 @@ namespace QzLog
         for (PinCounter& counter : gPinCounters)
             counter.mThreads.store(0);
         if (tThisThread.mpModule)
-            tThisThread.mpCounter->mThreads.store(1);
+            gPinCounters.OfThisThread().mThreads.store(1);
     }
 
     RequiredModule::RequiredModule()

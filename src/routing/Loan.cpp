@@ -1,5 +1,7 @@
 #include "routing/Loan.h"
 
+#include "support/synch/ThreadStripe.h"
+
 #include <array>
 #include <cstddef>
 
@@ -7,37 +9,26 @@ namespace QzLog
 {
     namespace
     {
-        constexpr std::size_t kRecords = 64;
         // Two for a log call, and two more for one that a destination makes inside it.
         constexpr std::size_t kPlaces = 4;
 
-        /// The places of one thread; more threads than records share them.
-        struct alignas(64) Record
+        /// The places of one thread, or of some that share them.
+        struct Record
         {
             std::array<std::atomic<void*>, kPlaces> mPlaces{};
         };
 
-        constinit std::array<Record, kRecords> gRecords{};
-        constinit std::atomic<std::size_t> gNextRecord{0};
+        constinit QzSynch::ThreadStripes<Record, 64> gRecords;
 
         // Stands in a place in lieu of the object once there is a reference for it.
         constinit char gHandedOver = 0;
-
-        [[gnu::tls_model("initial-exec")]] constinit thread_local Record* gRecordOfThread = nullptr;
-
-        Record& GetRecord() noexcept
-        {
-            if (!gRecordOfThread)
-                gRecordOfThread = &gRecords[gNextRecord.fetch_add(1, std::memory_order_relaxed) % kRecords];
-            return *gRecordOfThread;
-        }
     }
 
     LoanBase::LoanBase(QzBase::ReferenceCounted* object) : mpObject(object)
     {
         if (!object)
             return;
-        for (std::atomic<void*>& place : GetRecord().mPlaces)
+        for (std::atomic<void*>& place : gRecords.OfThisThread().mPlaces)
         {
             void* free = nullptr;
             if (place.load(std::memory_order_relaxed) == nullptr && place.compare_exchange_strong(free, object))
@@ -76,10 +67,11 @@ namespace QzLog
 
     void LoanBase::ForgetOtherThreads() noexcept
     {
+        Record const& own = gRecords.OfThisThread();
         for (Record& record : gRecords)
         {
             // What stands in this thread's own record may be its own, which will end.
-            void* const left = &record == gRecordOfThread ? &gHandedOver : nullptr;
+            void* const left = &record == &own ? &gHandedOver : nullptr;
             for (std::atomic<void*>& place : record.mPlaces)
             {
                 void* const lent = place.load();

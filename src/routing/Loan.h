@@ -6,9 +6,10 @@
 
 namespace QzLog
 {
-    /// Keeps an object alive for a log call without moving its reference count, which all threads that log through
-    /// it would otherwise write to, each time, from their own processors. The thread puts the object down in a place of
-    /// its own instead; whoever takes the object out of use finds it there and leaves a reference for it.
+    /// A hazard pointer: keeps an object alive for a log call without moving its reference count, which all threads
+    /// that log through it would otherwise write to, each time, from their own processors. The thread stores the
+    /// pointer in a slot of its own instead; whoever takes the object out of use finds it there and leaves a reference
+    /// for it.
     class LoanBase
     {
     public:

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+// What many threads write to again and again, spread over cache lines: each thread writes to one of them for good.
+
+namespace QzSynch
+{
+    inline constexpr std::size_t kCacheLine = 64;
+
+    namespace ThreadStripeDetails
+    {
+        /// The highest bit tells that the calling thread has a number.
+        inline constexpr unsigned int kIsAssigned = 0x80000000;
+
+        // Reached directly and not through a call of the dynamic linker: a message comes by here.
+        [[gnu::tls_model("initial-exec")]] extern constinit thread_local unsigned int tNumberOfThread;
+
+        unsigned int AssignNumber() noexcept;
+
+        /// Threads are numbered in the order in which they come here for the first time. The number stays the thread's,
+        /// also in a forked child.
+        inline unsigned int GetNumberOfThread() noexcept
+        {
+            unsigned int const number = tNumberOfThread;
+            return (number & kIsAssigned) != 0 ? number : AssignNumber();
+        }
+    }
+
+    /// `count` objects, a power of two, each on cache lines of its own. More threads than objects share them in turn,
+    /// so an object still needs atomic members.
+    template <class T, std::size_t count>
+    class ThreadStripes
+    {
+    public:
+        static_assert((count & (count - 1)) == 0 && count < ThreadStripeDetails::kIsAssigned);
+
+        /// The calling thread's object: always the same one.
+        T& OfThisThread() noexcept { return mStripes[ThreadStripeDetails::GetNumberOfThread() % count]; }
+
+        auto begin() noexcept { return mStripes.begin(); }
+        auto end() noexcept { return mStripes.end(); }
+
+    private:
+        struct alignas(kCacheLine) Stripe : T
+        {
+        };
+
+        std::array<Stripe, count> mStripes{};
+    };
+}
