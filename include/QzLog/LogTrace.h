@@ -5,13 +5,6 @@
 #include <QzDataType/DateTime.h>
 #include <QzSynch/Locks.h>
 
-#include <memory>
-
-namespace QzSynch
-{
-    class ForkHold;
-}
-
 namespace QzLog
 {
     /// Results of LogTrace::PrintAllLogTrace besides 0, in the form of system result codes.
@@ -48,7 +41,7 @@ namespace QzLog
         QzDataType::DateTime const mStartTime;
 
     protected:
-        /// Updates hold it shared, CollectLogTrace holds it exclusively.
+        /// Updates hold it shared, CollectLogTrace holds it exclusively. Held around a fork.
         QzSynch::RWLockPtr const mpLock;
 
     public:
@@ -56,9 +49,5 @@ namespace QzLog
         /// It has to be ASCII. Empty at first. Set it, directly or by SetFileName, before the first call of
         /// PrintAllLogTrace.
         QzBase::WideString mFileName;
-
-    private:
-        /// Keeps a forked child from inheriting the lock in the hands of a thread that only the parent has.
-        std::unique_ptr<QzSynch::ForkHold> const mpForkHold;
     };
 }

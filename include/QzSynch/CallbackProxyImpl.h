@@ -12,7 +12,7 @@ namespace QzSynch
     class CallbackProxyImpl
     {
     public:
-        CallbackProxyImpl() : mpLock(CreateCriticalSection(kLockStackCategoryDefault)) {}
+        CallbackProxyImpl() : CallbackProxyImpl(CreateCriticalSection(kLockStackCategoryDefault)) {}
 
         /// Sets the owner, or null to detach it. The owner detaches while it is still usable, in its
         /// OnLastRelease; from then on GetTarget gives null.
@@ -31,10 +31,10 @@ namespace QzSynch
         }
 
     protected:
-        ~CallbackProxyImpl() = default;
+        /// \param lock  guards the pointer; owned from now on.
+        explicit CallbackProxyImpl(CriticalSection* lock) noexcept : mpLock(lock) {}
 
-        /// The lock that guards the pointer to the owner.
-        CriticalSection& GetLock() const noexcept { return *mpLock; }
+        ~CallbackProxyImpl() = default;
 
     private:
         T* mpTarget = nullptr;

@@ -1,7 +1,7 @@
 #include <QzLog/Destination_Impl.h>
 
 #include "message/CallFrame.h"
-#include "support/synch/ForkHold.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <QzBase/CallStack.h>
 #include <QzBase/Conversions.h>
@@ -117,7 +117,7 @@ namespace QzLog
     class Destination_Impl::CallstackMessageIDs
     {
     public:
-        CallstackMessageIDs() : mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)) {}
+        CallstackMessageIDs() : mpLock(QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryDefault)) {}
 
         bool Contains(unsigned int id) const
         {
@@ -143,7 +143,6 @@ namespace QzLog
     private:
         // Guards mIDs. mIsUsed spares messages the lock while the set is empty.
         QzSynch::RWLockPtr const mpLock;
-        QzSynch::ForkHold const mForkHold{*mpLock};
         std::atomic<bool> mIsUsed{false};
         std::set<unsigned int> mIDs;
     };

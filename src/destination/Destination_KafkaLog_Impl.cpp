@@ -7,6 +7,7 @@
 #include "root/ModuleMain.h"
 #include "support/kafka/Client.h"
 #include "support/kafka/TopicLosses.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
@@ -39,11 +40,10 @@ namespace QzLog
         /// What all objects share, for the life of the process.
         struct Shared
         {
-            // Guards what follows. The message topic and its losses do not change once mTopicIsConfigured is set,
-            // and are then read without the lock.
-            QzSynch::CriticalSectionPtr mpLock{QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
-            // Outermost: the module's and the client's locks are taken under it.
-            QzSynch::ForkHold const mForkHold{*mpLock, QzSynch::ForkHold::kOutermost};
+            // Guards what follows. Outermost: the module's and the client's locks are taken under it. The message topic
+            // and its losses do not change once mTopicIsConfigured is set, and are then read without the lock.
+            QzSynch::CriticalSectionPtr mpLock{
+                QzSynch::CreateForkSafeSection(QzSynch::kLockStackCategoryStatic, QzSynch::ForkHold::kOutermost)};
             std::atomic<bool> mTopicIsConfigured{false};
             QzBase::WideString mMessageTopic;
             KafkaClient::TopicLosses* mpLosses = nullptr;
@@ -104,8 +104,7 @@ namespace QzLog
 
     Destination_KafkaLog_Impl::Destination_KafkaLog_Impl(unsigned short const* path)
         : mpDiskFile(RequiredModule()->GetDestination_DiskFile(path)),
-          mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
-          mForkHold(*mpLock),
+          mpLock(QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryDefault)),
           mLastProbeTime(QzDataType::DateTime::NowUTC()),
           mLastStatus(kNoStatus)
     {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "destination/ConcreteDestination.h"
-#include "support/synch/ForkHold.h"
 
 #include <QzDataType/DateTime.h>
 #include <QzLog/Destination_KafkaLog.h>
@@ -39,7 +38,6 @@ namespace QzLog
         QzBase::CountedPtr<Destination_DiskFile> mpDiskFile;
         // Guards the last two members. Test and update are two holds: two threads may both probe.
         QzSynch::RWLockPtr mpLock;
-        QzSynch::ForkHold const mForkHold;
         QzDataType::DateTime mLastProbeTime;
         int mLastStatus;
     };

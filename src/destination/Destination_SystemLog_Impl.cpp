@@ -2,6 +2,7 @@
 
 #include "os/Calls.h"
 #include "os/Fork.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <QzBase/Conversions.h>
 #include <QzLog/MessageHeader.h>
@@ -61,7 +62,7 @@ namespace QzLog
     Destination_SystemLog::~Destination_SystemLog() = default;
 
     Destination_SystemLog_Impl::Destination_SystemLog_Impl()
-        : mpLock(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryDefault)), mForkHold(*mpLock)
+        : mpLock(QzSynch::CreateForkSafeSection(QzSynch::kLockStackCategoryDefault))
     {
     }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "destination/ConcreteDestination.h"
-#include "support/synch/ForkHold.h"
 
 #include <QzLog/Destination_SystemLog.h>
 #include <QzSynch/Locks.h>
@@ -29,10 +28,9 @@ namespace QzLog
 
         EventSource GetEventSource();
 
-        // Guards the members behind the next. Taken again by the thread that holds it; not held while an event is
+        // Guards the members behind it. Taken again by the thread that holds it; not held while an event is
         // reported.
         QzSynch::CriticalSectionPtr const mpLock;
-        QzSynch::ForkHold const mForkHold;
         std::string mSourceName;
         bool mSourceIsRegistered = false;
         EventSource mpEventSource;

@@ -6,6 +6,7 @@
 #include "filesystem/Paths.h"
 #include "module/ThreadContext_Impl.h"
 #include "root/ModuleAccess.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
@@ -18,8 +19,7 @@ namespace QzLog
 {
     ModuleMain_Impl::ModuleMain_Impl()
         : mMachineName(QzBase::WideCharToUTF8(QzBase::GetComputerName().c_str(), false).c_str()),
-          mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
-          mForkHold(*mpLock),
+          mpLock(QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryDefault)),
           mDiskFiles(*mpLock),
           mpDebugOutput(new Destination_DebugOutput_Impl),
           mpSystemLog(new Destination_SystemLog_Impl),

@@ -5,7 +5,6 @@
 #include "module/ServerInstanceName.h"
 #include "root/ModuleMain.h"
 #include "routing/Logger_Impl.h"
-#include "support/synch/ForkHold.h"
 
 #include <KafkaClient/KafkaProducer.h>
 #include <QzBase/WideString.h>
@@ -96,7 +95,6 @@ namespace QzLog
         QzBase::CountedPtr<ConfigurationHook> mpConfigurationHook;
         /// Guards the hook, the registries and the base path, for the look-up, the insertion or the copy only.
         QzSynch::RWLockPtr const mpLock;
-        QzSynch::ForkHold const mForkHold;
         std::map<std::string, QzBase::CountedPtr<Logger_Impl>> mRegisteredLoggers;
         DiskFileRegistry mDiskFiles;
         /// By the normal form of the path as the caller gave it.

@@ -1,13 +1,13 @@
 #include "module/ServerInstanceName.h"
 
 #include "support/base/KeptMemory.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <QzBase/Conversions.h>
 
 namespace QzLog
 {
-    ServerInstanceName::ServerInstanceName()
-        : mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)), mForkHold(*mpLock)
+    ServerInstanceName::ServerInstanceName() : mpLock(QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryDefault))
     {
     }
 

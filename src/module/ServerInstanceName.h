@@ -1,7 +1,5 @@
 #pragma once
 
-#include "support/synch/ForkHold.h"
-
 #include <QzBase/ReturnString.h>
 #include <QzBase/WideString.h>
 #include <QzSynch/Locks.h>
@@ -36,7 +34,6 @@ namespace QzLog
 
     private:
         QzSynch::RWLockPtr const mpLock;
-        QzSynch::ForkHold const mForkHold;
         QzBase::WideString mName;
         std::string mUTF8;
         /// How often the name was set. Written under the lock.

@@ -9,6 +9,7 @@
 #include "root/ThreadContext.h"
 #include "routing/ErrnoGuard.h"
 #include "support/base/MessageMemory.h"
+#include "support/synch/ForkSafeLocks.h"
 
 namespace QzLog
 {
@@ -66,8 +67,7 @@ namespace QzLog
     }
 
     Dispatcher_Impl::Dispatcher_Impl(char const* name)
-        : mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
-          mForkHold(*mpLock),
+        : mpLock(QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryDefault)),
           mName(name ? name : ""),
           mCallbacks(*mpLock)
     {

@@ -2,7 +2,6 @@
 
 #include "routing/CallbackSet.h"
 #include "routing/Loan.h"
-#include "support/synch/ForkHold.h"
 
 #include <QzLog/Destination.h>
 #include <QzLog/Dispatcher.h>
@@ -51,7 +50,6 @@ namespace QzLog
         Loan<DestinationList> BorrowList() const;
 
         QzSynch::RWLockPtr const mpLock;
-        QzSynch::ForkHold const mForkHold;
         std::string const mName;
         /// Null when there are no destinations.
         DestinationListPtr mpDestinations;

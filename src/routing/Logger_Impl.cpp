@@ -5,6 +5,7 @@
 #include "root/ModuleMain.h"
 #include "routing/ErrnoGuard.h"
 #include "routing/HandleCallback.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <QzLog/ConfigurationHook.h>
 
@@ -46,14 +47,13 @@ namespace QzLog
                                              public QzSynch::CallbackProxyImpl<Logger_Impl>
     {
     public:
+        CallbackProxy() : CallbackProxyImpl(QzSynch::CreateForkSafeSection(QzSynch::kLockStackCategoryDefault)) {}
+
         void OnDestinationsChanged(Dispatcher& dispatcher) override
         {
             if (QzBase::ReturnPtrI<Logger_Impl> const logger = GetTarget())
                 logger->OnDestinationsChanged(dispatcher);
         }
-
-    private:
-        QzSynch::ForkHold const mForkHold{GetLock()};
     };
 
     /// Marks a dispatcher as arriving while it gets the callback and is added to the list.
@@ -82,8 +82,7 @@ namespace QzLog
 
     Logger_Impl::Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category)
         : mpProxy(new CallbackProxy),
-          mpLock(QzSynch::CreateRWLock(category)),
-          mForkHold(*mpLock),
+          mpLock(QzSynch::CreateForkSafeRWLock(category)),
           mName(name ? name : ""),
           mCallbacks(*mpLock)
     {

@@ -2,7 +2,6 @@
 
 #include "routing/CallbackSet.h"
 #include "routing/Loan.h"
-#include "support/synch/ForkHold.h"
 
 #include <QzLog/Dispatcher.h>
 #include <QzLog/Logger.h>
@@ -72,7 +71,6 @@ namespace QzLog
 
         QzBase::CountedPtr<CallbackProxy> mpProxy;
         QzSynch::RWLockPtr const mpLock;
-        QzSynch::ForkHold const mForkHold;
         std::string const mName;
         QzBase::CountedPtr<MessageCatalog> mpCatalog;
         /// In the order of creation. Grows only; an entry can be exchanged.

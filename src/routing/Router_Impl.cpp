@@ -2,7 +2,7 @@
 
 #include "message/CallFrame.h"
 #include "routing/HandleCallback.h"
-#include "support/synch/ForkHold.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <QzLog/Dispatcher.h>
 
@@ -14,6 +14,8 @@ namespace QzLog
                                              public QzSynch::CallbackProxyImpl<Router_Impl>
     {
     public:
+        CallbackProxy() : CallbackProxyImpl(QzSynch::CreateForkSafeSection(QzSynch::kLockStackCategoryDefault)) {}
+
         void OnDispatcherChanged(unsigned short handle) override
         {
             if (handle != GetHandle())
@@ -21,9 +23,6 @@ namespace QzLog
             if (QzBase::ReturnPtrI<Router_Impl> const router = GetTarget())
                 router->UpdateEnabled();
         }
-
-    private:
-        QzSynch::ForkHold const mForkHold{GetLock()};
     };
 
     Router_Impl::Router_Impl(

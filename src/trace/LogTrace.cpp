@@ -1,13 +1,12 @@
 #include <QzLog/LogTrace.h>
 
-#include "support/synch/ForkHold.h"
+#include "support/synch/ForkSafeLocks.h"
 
 namespace QzLog
 {
     LogTrace::LogTrace()
         : mStartTime(QzDataType::DateTime::Now()),
-          mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)),
-          mpForkHold(std::make_unique<QzSynch::ForkHold>(*mpLock))
+          mpLock(QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryDefault))
     {
     }
 

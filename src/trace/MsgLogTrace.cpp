@@ -1,4 +1,4 @@
-#include "support/synch/ForkHold.h"
+#include "support/synch/ForkSafeLocks.h"
 #include "trace/Buckets.h"
 #include "trace/Mean.h"
 #include "trace/TraceFile.h"
@@ -10,7 +10,6 @@
 #include <QzBase/Message.h>
 
 #include <memory>
-#include <optional>
 
 namespace QzLog
 {
@@ -18,19 +17,13 @@ namespace QzLog
     {
         constexpr std::size_t kNameWidth = 50;
 
-        struct Making
-        {
-            QzSynch::CriticalSectionPtr mpLock;
-            std::optional<QzSynch::ForkHold> mForkHold;
-        };
-
         // Never destroyed: a static object of a user may still use the trace, or end the module, when the
         // static objects of this library are gone.
         union LockOfMaking
         {
-            constexpr LockOfMaking() noexcept : mMaking() {}
+            constexpr LockOfMaking() noexcept : mpLock() {}
             ~LockOfMaking() {}
-            Making mMaking;
+            QzSynch::CriticalSectionPtr mpLock;
         };
 
         constinit LockOfMaking gLockOfMaking;
@@ -98,19 +91,16 @@ namespace QzLog
 
     constinit std::atomic<MsgLogTrace*> MsgLogTrace::gMsgLogTrace = nullptr;
     constinit std::atomic<bool> MsgLogTrace::mEnableMsgTrace = false;
-    constinit QzSynch::CriticalSectionPtr& MsgLogTrace::mpCS = gLockOfMaking.mMaking.mpLock;
+    constinit QzSynch::CriticalSectionPtr& MsgLogTrace::mpCS = gLockOfMaking.mpLock;
     constinit int MsgLogTrace::mNextDstIndex = 0;
 
     void MsgLogTrace::Init()
     {
-        Destroy();
-        mpCS.reset(QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic));
-        gLockOfMaking.mMaking.mForkHold.emplace(*mpCS);
+        mpCS.reset(QzSynch::CreateForkSafeSection(QzSynch::kLockStackCategoryStatic));
     }
 
     void MsgLogTrace::Destroy()
     {
-        gLockOfMaking.mMaking.mForkHold.reset();
         mpCS.reset();
     }
 

@@ -5,9 +5,7 @@
 
 #include "support/kafka/RdKafkaCounts.h"
 #include "support/kafka/RdKafkaProducer.h"
-#include "support/synch/ForkHold.h"
-
-#include <QzSynch/Locks.h>
+#include "support/synch/ForkSafeLocks.h"
 
 namespace KafkaClient
 {
@@ -86,13 +84,11 @@ namespace KafkaClient
 
             // One start, stop or configuration at a time, but for the end of the earlier producer; taken before mpLock.
             // librdkafka has locks of the process, which a new producer takes: this one keeps forks away from them.
-            QzSynch::CriticalSectionPtr mpConfigurationLock{
-                QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
-            QzSynch::ForkHold const mConfigurationForkHold{*mpConfigurationLock, QzSynch::ForkHold::kOutermost, this};
+            QzSynch::CriticalSectionPtr const mpConfigurationLock{
+                QzSynch::CreateForkSafeSection(QzSynch::kLockStackCategoryStatic, QzSynch::ForkHold::kOutermost, this)};
             Properties mProperties;
             int mInitializerCount = 0;
-            QzSynch::RWLockPtr mpLock{QzSynch::CreateRWLock(QzSynch::kLockStackCategoryStatic)};
-            QzSynch::ForkHold const mForkHold{*mpLock};
+            QzSynch::RWLockPtr const mpLock{QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryStatic)};
             std::unique_ptr<Producer> mpProducer;
         };
     }

@@ -1,10 +1,9 @@
 #include "support/kafka/RdKafkaCounts.h"
 
 #include "os/Calls.h"
-#include "support/synch/ForkHold.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <QzBase/Conversions.h>
-#include <QzSynch/Locks.h>
 
 namespace KafkaClient
 {
@@ -16,11 +15,9 @@ namespace KafkaClient
         /// that replaces it have event threads of their own.
         struct Told final : private QzSynch::ForkHold::Client
         {
-            QzSynch::CriticalSectionPtr mpLock{QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
             std::uint64_t mFailed = 0;
             std::int64_t mTime = 0;
 
-        private:
             void GoOnInForkedChild() noexcept override
             {
                 mFailed = 0;
@@ -30,7 +27,8 @@ namespace KafkaClient
                 gRecordCounts.mFailed = 0;
             }
 
-            QzSynch::ForkHold const mForkHold{*mpLock, QzSynch::ForkHold::kInnermost, this};
+            QzSynch::CriticalSectionPtr const mpLock{
+                QzSynch::CreateForkSafeSection(QzSynch::kLockStackCategoryStatic, QzSynch::ForkHold::kInnermost, this)};
         };
 
         Told& GetTold()

@@ -1,8 +1,6 @@
 #include "support/kafka/TopicLosses.h"
 
-#include "support/synch/ForkHold.h"
-
-#include <QzSynch/Locks.h>
+#include "support/synch/ForkSafeLocks.h"
 
 #include <map>
 #include <utility>
@@ -13,17 +11,16 @@ namespace KafkaClient
     {
         struct Book final : private QzSynch::ForkHold::Client
         {
-            QzSynch::CriticalSectionPtr mpLock{QzSynch::CreateCriticalSection(QzSynch::kLockStackCategoryStatic)};
             std::map<QzBase::WideString, TopicLosses> mTopics;
 
-        private:
             void GoOnInForkedChild() noexcept override
             {
                 for (auto& [name, losses] : mTopics)
                     losses.Forget();
             }
 
-            QzSynch::ForkHold const mForkHold{*mpLock, QzSynch::ForkHold::kInnermost, this};
+            QzSynch::CriticalSectionPtr const mpLock{
+                QzSynch::CreateForkSafeSection(QzSynch::kLockStackCategoryStatic, QzSynch::ForkHold::kInnermost, this)};
         };
 
         Book& GetBook()

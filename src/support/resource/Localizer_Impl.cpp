@@ -1,6 +1,7 @@
 #include "support/resource/Localizer_Impl.h"
 
 #include "support/base/ProcessLanguage.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <utility>
 
@@ -10,7 +11,7 @@ namespace QzResource
 
     Localizer::~Localizer() = default;
 
-    Localizer_Impl::Localizer_Impl() : mpLock(QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)) {}
+    Localizer_Impl::Localizer_Impl() : mpLock(QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryDefault)) {}
 
     char const* Localizer_Impl::FindText(unsigned short languageID, unsigned short domain, int id)
     {

@@ -4,8 +4,6 @@
 #include <QzSynch/Locks.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
-#include "support/synch/ForkHold.h"
-
 #include <cstdint>
 #include <set>
 #include <string>
@@ -29,8 +27,7 @@ namespace QzResource
 
         static Key MakeKey(unsigned short languageID, unsigned short domain, int id) noexcept;
 
-        QzSynch::RWLockPtr mpLock; // guards the texts below
-        QzSynch::ForkHold const mForkHold{*mpLock};
+        QzSynch::RWLockPtr const mpLock; // guards the texts below
         // Each text once and for ever: readers keep pointers to texts that are registered anew later.
         std::set<std::string> mTexts;
         std::unordered_map<Key, char const*> mTextsByKey;

@@ -1,4 +1,4 @@
-#include <QzSynch/Locks.h>
+#include "support/synch/ForkSafeLocks.h"
 
 #include "support/synch/ConvoyFreeMutex.h"
 
@@ -13,7 +13,7 @@ namespace QzSynch
         // not give it up in the child.) Initial-exec keeps the access at one instruction in a shared library.
         [[gnu::tls_model("initial-exec")]] constinit thread_local char gThread = 0;
 
-        class CriticalSection_Impl final : public CriticalSection
+        class CriticalSection_Impl : public CriticalSection
         {
         public:
             explicit CriticalSection_Impl(EnumHvnLockStackCategory category) noexcept : mCategory(category) {}
@@ -21,8 +21,8 @@ namespace QzSynch
             void Delete() override { delete this; }
             EnumHvnLockStackCategory GetCategory() const override { return mCategory; }
 
-        private:
-            void Enter() override
+        protected:
+            void Enter() final
             {
                 // Only this thread writes its own address there, so whatever another one writes makes no difference.
                 if (mpOwner.load(std::memory_order_relaxed) != &gThread)
@@ -33,7 +33,7 @@ namespace QzSynch
                 ++mDepth;
             }
 
-            void Leave() override
+            void Leave() final
             {
                 if (--mDepth != 0)
                     return;
@@ -41,10 +41,28 @@ namespace QzSynch
                 mMutex.unlock();
             }
 
+        private:
             ConvoyFreeMutex mMutex;
             std::atomic<char const*> mpOwner{nullptr};
             unsigned int mDepth = 0; // under mMutex
             EnumHvnLockStackCategory const mCategory;
+        };
+
+        /// The thread that forks has it, so it is open to it amid the fork.
+        class ForkSafeSection final : public CriticalSection_Impl, private ForkHold::Lock
+        {
+        public:
+            ForkSafeSection(EnumHvnLockStackCategory category, ForkHold::Rank rank, ForkHold::Client* client)
+                : CriticalSection_Impl(category), mForkHold(*this, rank, client)
+            {
+            }
+
+        private:
+            void EnterBeforeFork() override { Enter(); }
+            void LeaveAfterForkInParent() override { Leave(); }
+            void LeaveAfterForkInChild() override { Leave(); }
+
+            ForkHold const mForkHold;
         };
     }
 
@@ -53,5 +71,11 @@ namespace QzSynch
     CriticalSection* CreateCriticalSection(EnumHvnLockStackCategory category)
     {
         return new CriticalSection_Impl(category);
+    }
+
+    CriticalSection* CreateForkSafeSection(
+        EnumHvnLockStackCategory category, ForkHold::Rank rank, ForkHold::Client* client)
+    {
+        return new ForkSafeSection(category, rank, client);
     }
 }

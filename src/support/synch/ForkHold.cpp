@@ -1,7 +1,6 @@
 #include "support/synch/ForkHold.h"
 
 #include "os/Fork.h"
-#include "support/synch/RWLockAtFork.h"
 
 #include <mutex>
 #include <utility>
@@ -16,27 +15,7 @@ namespace QzSynch
         constinit ForkHold* gpFirst = nullptr;
     }
 
-    ForkHold::ForkHold(RWLock& lock) : mpRWLock(&lock), mpCriticalSection(nullptr), mRank(kInnermost), mpClient(nullptr)
-    {
-        Enlist();
-    }
-
-    ForkHold::ForkHold(CriticalSection& lock, Rank rank, Client* client)
-        : mpRWLock(nullptr), mpCriticalSection(&lock), mRank(rank), mpClient(client)
-    {
-        Enlist();
-    }
-
-    ForkHold::~ForkHold()
-    {
-        std::lock_guard const hold(gListLock);
-        if (mpNext)
-            mpNext->mpPrevious = mpPrevious;
-        (mpPrevious ? mpPrevious->mpNext : gpFirst) = mpNext;
-        GiveBack(LeaveAfterForkInParent);
-    }
-
-    void ForkHold::Enlist()
+    ForkHold::ForkHold(Lock& lock, Rank rank, Client* client) : mLock(lock), mRank(rank), mpClient(client)
     {
         [[maybe_unused]] static bool const watched =
             QzOs::CallAroundFork(BeforeFork, AfterForkInParent, AfterForkInChild);
@@ -50,30 +29,30 @@ namespace QzSynch
         *link = this;
     }
 
-    void ForkHold::Take()
+    ForkHold::~ForkHold()
     {
-        if (mpRWLock)
-            EnterBeforeFork(*mpRWLock);
-        else
-            mHold.emplace(*mpCriticalSection);
-        mIsTaken = true;
+        std::lock_guard const hold(gListLock);
+        if (mpNext)
+            mpNext->mpPrevious = mpPrevious;
+        (mpPrevious ? mpPrevious->mpNext : gpFirst) = mpNext;
+        GiveBack(&Lock::LeaveAfterForkInParent);
     }
 
-    void ForkHold::GiveBack(void (*leave)(RWLock&))
+    void ForkHold::GiveBack(void (Lock::*leave)())
     {
         // One that was made amid the fork has not been taken.
-        if (!std::exchange(mIsTaken, false))
-            return;
-        if (mpRWLock)
-            leave(*mpRWLock);
-        mHold.reset();
+        if (std::exchange(mIsTaken, false))
+            (mLock.*leave)();
     }
 
     void ForkHold::BeforeFork()
     {
         gListLock.LockBeforeFork();
         for (ForkHold* hold = gpFirst; hold; hold = hold->mpNext)
-            hold->Take();
+        {
+            hold->mLock.EnterBeforeFork();
+            hold->mIsTaken = true;
+        }
     }
 
     ForkHold* ForkHold::GetLast()
@@ -85,7 +64,7 @@ namespace QzSynch
     }
 
     // The one that was taken last goes first: giving a lock back takes what it consists of once more.
-    void ForkHold::GiveAllBack(void (*leave)(RWLock&))
+    void ForkHold::GiveAllBack(void (Lock::*leave)())
     {
         for (ForkHold* hold = GetLast(); hold; hold = hold->mpPrevious)
             hold->GiveBack(leave);
@@ -94,7 +73,7 @@ namespace QzSynch
 
     void ForkHold::AfterForkInParent()
     {
-        GiveAllBack(LeaveAfterForkInParent);
+        GiveAllBack(&Lock::LeaveAfterForkInParent);
     }
 
     void ForkHold::AfterForkInChild()
@@ -102,6 +81,6 @@ namespace QzSynch
         for (ForkHold* hold = GetLast(); hold; hold = hold->mpPrevious)
             if (hold->mpClient)
                 hold->mpClient->GoOnInForkedChild();
-        GiveAllBack(LeaveAfterForkInChild);
+        GiveAllBack(&Lock::LeaveAfterForkInChild);
     }
 }

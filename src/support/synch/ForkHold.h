@@ -1,15 +1,12 @@
 #pragma once
 
-#include <QzSynch/Locks.h>
-
-#include <optional>
-
 namespace QzSynch
 {
     /// Holds a lock whenever the process forks: the child neither inherits it from a thread that exists in the parent
-    /// only, nor finds what it guards in the middle of a change. The fork waits for whoever is inside.
+    /// only, nor finds what it guards in the middle of a change. The fork waits for whoever is inside. A part of the
+    /// lock: see ForkSafeLocks.h.
     ///
-    /// For locks under which nothing forks, and no ForkHold is made or ends. The lock outlives this object.
+    /// For locks under which nothing forks, and no such lock is made or ends.
     ///
     /// A thread that forks can come by such locks amid the fork, in functions that the host program registered for that
     /// before this library was loaded. They are open to it.
@@ -25,6 +22,20 @@ namespace QzSynch
             kInnermost
         };
 
+        /// The lock. All are called by the thread that forks, or by its copy, which is the child's only thread.
+        class Lock
+        {
+        public:
+            /// Takes the lock, and what it consists of inside as well.
+            virtual void EnterBeforeFork() = 0;
+            virtual void LeaveAfterForkInParent() = 0;
+            /// Forgets the threads that were waiting for the lock too.
+            virtual void LeaveAfterForkInChild() = 0;
+
+        protected:
+            ~Lock() = default;
+        };
+
         class Client
         {
         public:
@@ -36,10 +47,9 @@ namespace QzSynch
             ~Client() = default;
         };
 
-        /// Held for writing.
-        explicit ForkHold(RWLock& lock);
-        /// \param client  may be null; outlives this object.
-        explicit ForkHold(CriticalSection& lock, Rank rank = kInnermost, Client* client = nullptr);
+        /// \param lock    outlives this object, as does the client. It can be called at once.
+        /// \param client  may be null.
+        explicit ForkHold(Lock& lock, Rank rank = kInnermost, Client* client = nullptr);
         ~ForkHold();
         ForkHold(ForkHold const&) = delete;
         ForkHold& operator=(ForkHold const&) = delete;
@@ -47,20 +57,15 @@ namespace QzSynch
     private:
         static ForkHold* GetLast();
         static void BeforeFork();
-        static void GiveAllBack(void (*leave)(RWLock&));
+        static void GiveAllBack(void (Lock::*leave)());
         static void AfterForkInParent();
         static void AfterForkInChild();
 
-        void Enlist();
-        void Take();
-        void GiveBack(void (*leave)(RWLock&));
+        void GiveBack(void (Lock::*leave)());
 
-        // One of the two is null.
-        RWLock* const mpRWLock;
-        CriticalSection* const mpCriticalSection;
+        Lock& mLock;
         Rank const mRank;
         Client* const mpClient;
-        std::optional<CriticalSection::SmartLock> mHold;
         bool mIsTaken = false;
         ForkHold* mpNext = nullptr;
         ForkHold* mpPrevious = nullptr;

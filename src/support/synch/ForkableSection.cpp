@@ -1,11 +1,13 @@
 #include "support/synch/ForkableSection.h"
 
+#include "support/synch/ForkSafeLocks.h"
+
 #include <utility>
 
 namespace QzSynch
 {
     ForkableSection::ForkableSection(ForkHold::Rank rank, Client& client)
-        : mpLock(CreateCriticalSection(kLockStackCategoryDefault)), mClient(client), mForkHold(*mpLock, rank, this)
+        : mClient(client), mpLock(CreateForkSafeSection(kLockStackCategoryDefault, rank, this))
     {
     }
 

@@ -74,12 +74,11 @@ namespace QzSynch
     private:
         void GoOnInForkedChild() noexcept override;
 
-        CriticalSectionPtr const mpLock;
         /// The holder, also in its gap; guarded by mpLock. Other threads that find one wait until mTurn changes.
         Hold* mpHolder = nullptr;
         /// Goes up when a holder that had a gap leaves.
         std::atomic<int> mTurn{0};
         Client& mClient;
-        ForkHold const mForkHold;
+        CriticalSectionPtr const mpLock;
     };
 }

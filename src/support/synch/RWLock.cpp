@@ -1,9 +1,8 @@
-#include <QzSynch/Locks.h>
+#include "support/synch/ForkSafeLocks.h"
 
 #include "os/Fork.h"
-#include "support/synch/RWLockAtFork.h"
+#include "support/synch/ThreadStripe.h"
 
-#include <array>
 #include <atomic>
 #include <cstddef>
 #include <mutex>
@@ -11,28 +10,21 @@
 // Readers and writer meet in the manner of Dekker: a reader raises its count and then looks for a writer,
 // a writer announces itself and then looks at the counts, so at least one of them sees the other. That
 // holds only in the single order of sequentially consistent operations, the default of all atomics here.
+//
+// pthread_rwlock does not do, and neither does std::shared_mutex, which is made of it:
+//   - All its readers write to one counter. Here threads that log at once seldom share a cache line.
+//   - It lets readers pass a waiting writer, or, where it is told not to, lets a stream of writers starve the readers.
+//     Here readers and writers take turns.
+//   - The writer is known by its thread ID, which changes in a forked child: the child could not give the lock up that
+//     was taken for it. And its counts of readers and sleepers cannot be set back there.
 
 namespace QzSynch
 {
     namespace
     {
-        constexpr std::size_t kCacheLine = 64;
         constexpr std::size_t kSlotCount = 8;
 
-        constinit std::atomic<unsigned int> gThreadCount{0};
-
-        // Which count the calling thread uses, plus 1; 0 until it has one. Initial-exec keeps the access at
-        // one instruction in a shared library.
-        [[gnu::tls_model("initial-exec")]] constinit thread_local unsigned int gSlotOfThread = 0;
-
-        std::size_t GetSlotOfThread() noexcept
-        {
-            if (gSlotOfThread == 0)
-                gSlotOfThread = gThreadCount.fetch_add(1, std::memory_order_relaxed) % kSlotCount + 1;
-            return gSlotOfThread - 1;
-        }
-
-        class RWLock_Impl final : public RWLock
+        class RWLock_Impl : public RWLock
         {
         public:
             explicit RWLock_Impl(EnumHvnLockStackCategory category) noexcept : mCategory(category) {}
@@ -40,14 +32,15 @@ namespace QzSynch
             void Delete() override { delete this; }
             EnumHvnLockStackCategory GetCategory() const override { return mCategory; }
 
-            void EnterBeforeFork()
+        protected:
+            void HoldForFork()
             {
                 EnterWrite();
                 mGate.lock();
                 mIsHeldForFork = true;
             }
 
-            void LeaveAfterForkInParent()
+            void GiveBackAfterFork()
             {
                 mIsHeldForFork = false;
                 mGate.unlock();
@@ -55,20 +48,17 @@ namespace QzSynch
             }
 
             // Whoever waits here does so in the parent only, and must not be let in.
-            void LeaveAfterForkInChild()
+            void ForgetOtherThreads()
             {
                 for (Slot& slot : mSlots)
                 {
                     slot.mReaders.store(0);
                     slot.mWaiting = 0;
                 }
-                LeaveAfterForkInParent();
             }
 
         private:
-            // A cache line for each group of threads, so that threads which read at once do not take the
-            // line away from each other.
-            struct alignas(kCacheLine) Slot
+            struct Slot
             {
                 std::atomic<int> mReaders{0};
                 int mWaiting = 0; // under mGate: readers to be let in when the present writer leaves
@@ -76,13 +66,13 @@ namespace QzSynch
 
             void EnterRead() override
             {
-                Slot& slot = mSlots[GetSlotOfThread()];
+                Slot& slot = mSlots.OfThisThread();
                 slot.mReaders.fetch_add(1);
                 if (mWriter.load() != 0)
                     WaitForWriter(slot);
             }
 
-            void LeaveRead() override { StepBack(mSlots[GetSlotOfThread()]); }
+            void LeaveRead() override { StepBack(mSlots.OfThisThread()); }
 
             void EnterWrite() override
             {
@@ -155,7 +145,7 @@ namespace QzSynch
                 return any;
             }
 
-            std::array<Slot, kSlotCount> mSlots;
+            ThreadStripes<Slot, kSlotCount> mSlots;
 
             // Only read by readers, as long as no writer comes.
             alignas(kCacheLine) std::atomic<int> mWriter{0};
@@ -167,27 +157,35 @@ namespace QzSynch
             std::atomic<int> mTurn{0};               // goes up whenever a writer leaves
             bool mIsHeldForFork = false;             // read and written by threads amid a fork, one at a time
         };
+
+        class ForkSafeRWLock final : public RWLock_Impl, private ForkHold::Lock
+        {
+        public:
+            explicit ForkSafeRWLock(EnumHvnLockStackCategory category) : RWLock_Impl(category) {}
+
+        private:
+            void EnterBeforeFork() override { HoldForFork(); }
+            void LeaveAfterForkInParent() override { GiveBackAfterFork(); }
+
+            void LeaveAfterForkInChild() override
+            {
+                ForgetOtherThreads();
+                GiveBackAfterFork();
+            }
+
+            ForkHold const mForkHold{*this};
+        };
     }
 
     RWLock::~RWLock() = default;
 
-    void EnterBeforeFork(RWLock& lock)
-    {
-        static_cast<RWLock_Impl&>(lock).EnterBeforeFork();
-    }
-
-    void LeaveAfterForkInParent(RWLock& lock)
-    {
-        static_cast<RWLock_Impl&>(lock).LeaveAfterForkInParent();
-    }
-
-    void LeaveAfterForkInChild(RWLock& lock)
-    {
-        static_cast<RWLock_Impl&>(lock).LeaveAfterForkInChild();
-    }
-
     RWLock* CreateRWLock(EnumHvnLockStackCategory category)
     {
         return new RWLock_Impl(category);
+    }
+
+    RWLock* CreateForkSafeRWLock(EnumHvnLockStackCategory category)
+    {
+        return new ForkSafeRWLock(category);
     }
 }

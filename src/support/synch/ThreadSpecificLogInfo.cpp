@@ -1,8 +1,6 @@
 #include <QzSynch/ThreadSpecificLogInfo.h>
 
-#include <QzSynch/Locks.h>
-
-#include "support/synch/ForkHold.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <utility>
 
@@ -46,8 +44,7 @@ namespace QzSynch
 
         struct Registrations
         {
-            CriticalSectionPtr mpLock{CreateCriticalSection(kLockStackCategoryStatic)};
-            ForkHold mForkHold{*mpLock};
+            CriticalSectionPtr mpLock{CreateForkSafeSection(kLockStackCategoryStatic)};
             Registration<std::shared_ptr<QzLog::ThreadSpecificLogInfo>()> mGetter{*mpLock};
             Registration<void(QzLog::ThreadSpecificLogInfo*)> mSetter{*mpLock};
             Registration<void()> mUnsetter{*mpLock};

@@ -1,4 +1,4 @@
-#include <QzSynch/Locks.h>
+#include "support/synch/ForkSafeLocks.h"
 
 #include "support/ForkedChild.h"
 #include "support/synch/ForkableSection.h"
@@ -152,17 +152,15 @@ TEST(RWLock, LetsAReaderGoBeforeLaterWriters)
     EXPECT_GT(soon, 25);
 }
 
-TEST(ForkHold, LeavesTheLocksFreeInTheChildAndServesItsClientThere)
+TEST(ForkSafeLocks, AreFreeInTheChildAndServeTheirClientThere)
 {
     struct Client final : ForkHold::Client
     {
         void GoOnInForkedChild() noexcept override { ++mCalls; }
         int mCalls = 0;
     } client;
-    CriticalSectionPtr const lock(CreateCriticalSection(kAnyCategory));
-    RWLockPtr const inner(CreateRWLock(kAnyCategory));
-    ForkHold const innerHold(*inner);
-    ForkHold const hold(*lock, ForkHold::kFile, &client);
+    CriticalSectionPtr const lock(CreateForkSafeSection(kAnyCategory, ForkHold::kFile, &client));
+    RWLockPtr const inner(CreateForkSafeRWLock(kAnyCategory));
     ExpectInChildrenOfBusyParent(
         20, [&] { RWLock::ReadSmartLock const alone(*inner); },
         [&]

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "support/synch/ForkHold.h"
+
+#include <QzSynch/Locks.h>
+
+// Locks that are held whenever the process forks, from their making to their end; see ForkHold for what must not happen
+// under them. All readers-writer locks and critical sections of this library are made here.
+
+namespace QzSynch
+{
+    /// As CreateRWLock. Held for writing around a fork.
+    RWLock* CreateForkSafeRWLock(EnumHvnLockStackCategory category);
+
+    /// As CreateCriticalSection.
+    /// \param client  may be null; outlives the lock. The lock is made once the client can be called.
+    CriticalSection* CreateForkSafeSection(EnumHvnLockStackCategory category,
+        ForkHold::Rank rank = ForkHold::kInnermost, ForkHold::Client* client = nullptr);
+}
