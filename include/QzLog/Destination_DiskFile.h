@@ -5,8 +5,40 @@
 #include <QzBase/ReturnString.h>
 #include <QzLog/Destination.h>
 
+#include <cstdint>
+
 namespace QzLog
 {
+    class LossObserver;
+
+    /// What a disk file does about a log file that fails, or that others delete or replace.
+    enum Recovery : unsigned int
+    {
+        /// The file is looked for at its path and opened again after a pause; a count of losses can be dropped. For
+        /// programs that rely on exactly that.
+        kRecoveryBasic = 0,
+        /// No message is lost without being reported. For everybody else.
+        kRecoveryStrict = 1
+    };
+
+    /// Figures of a disk file since it was made, in a forked child since the fork. "Lost" means messages.
+    struct DiskFileStatistics
+    {
+        /// Messages written.
+        std::uint64_t mRecords;
+        /// Bytes written, heads and lines about losses included.
+        std::uint64_t mBytes;
+        std::uint64_t mRollOvers;
+        /// Lost and reported in the log.
+        std::uint64_t mLossesReported;
+        /// Lost and to be reported yet.
+        std::uint64_t mLossesWaiting;
+        /// Lost and never to be reported: see kRecoveryBasic. Always 0 with kRecoveryStrict.
+        std::uint64_t mLossesDropped;
+        /// The longest time that a message waited for the lock on the file.
+        std::uint64_t mLongestLockWaitNanoseconds;
+    };
+
     /// Keeps a log as a UTF-8 text file: 36 bytes of head (byte order mark, "# Tarnwickforge Log version 2.0", CR LF),
     /// then the messages, each as Destination_Impl::FormatMultiLineMessageText makes it, lines ending in CR LF.
     ///
@@ -19,7 +51,7 @@ namespace QzLog
     /// back-up "<path>.bak00", earlier back-ups move up by one number (with no gap the oldest is deleted), and the file
     /// is emptied in place, so that all who have it open go on with it. A message is written whole, so a file can
     /// exceed the maximum by one message. A roll-over that fails, on a full disk for instance, leaves the log as it
-    /// was; the message is lost, the earlier back-ups have moved up, and the new one may be incomplete.
+    /// was, and the message is lost.
     ///
     /// A back-up has the permissions and the access control list of its log, and its owner and group as far as the
     /// process may set them. What stood at its name, a link or a pipe perhaps, is deleted and never written to. Where
@@ -29,32 +61,53 @@ namespace QzLog
     /// A file name has at most 255 bytes. A log whose own name exceeds 249 bytes cannot be rolled over: once it is
     /// full, it loses every message. With exactly 249 bytes the same happens when back-up number 100 is needed.
     ///
-    /// Nothing that happens to the file reaches the logging call. A message that cannot be written is lost and counted.
-    /// The first message that comes 300 seconds or more after the last failure or failed attempt opens the file again.
-    /// A line in the log then says how many were lost, since when and why:
+    /// Nothing that happens to the file reaches the logging call. A message that cannot be written is lost and counted,
+    /// and so are the next ones. The first message that comes 300 seconds (SetRetryInterval) or more after the last
+    /// failure or failed attempt opens the file again. A line in the log then says how many were lost, since when and
+    /// why:
     ///
     ///     <header> Missed 17 messages since 2026-11-18 03:02:07.123-05:00 due to: Failed to lock file '/x.log'.
     ///
     /// The line is stamped with logger "Log", dispatcher "Error" and no message ID, in the header of the calling
     /// thread. Later destinations in the same dispatcher's list see that header.
     ///
-    /// When the file has been deleted, renamed or replaced by a directory, the next message creates it anew, if the
-    /// last failure is 300 seconds old or there was none. The directory is not created again. The 300 seconds are
-    /// measured by the system's clock: setting it back prolongs the wait by as much.
+    /// Strict recovery (SetRecovery) adds to this:
+    /// - The path is followed. A message that finds another file at the path than the one that is open, or none, goes
+    ///   on at the path at once. Only plain files count: a directory, a pipe or a device there is a failure.
+    /// - The directory is created again when the file is opened.
+    /// - The first loss is said at once. Each run of losses, which are messages lost one after the other for the same
+    ///   reason, begins with a line on the debug output, with path and reason.
+    /// - Each loss is reported once. A run keeps its count, the time of its first message and its reason, with the
+    ///   system's description of the error. The next message that can be written is preceded by the lines about all
+    ///   runs, in the order of their beginning. More than 16 runs that wait are joined into one, which has time and
+    ///   reason of the first.
+    /// - What does not fit on the disk is taken back: neither a message nor a line about losses is left half.
+    /// - A roll-over that fails leaves every back-up as it was. The copy is made first, as "<path>.bak~n", and the
+    ///   oldest back-up is kept as "<path>.bak~o" until all is done. So the disk needs room for one file more, and the
+    ///   process the right to create and rename files in the directory. A process that is killed in a roll-over can
+    ///   leave these two behind, which the next roll-over uses up. A process that is killed just before it empties the
+    ///   file leaves its content in the file and in the newest back-up; the next roll-over then copies it once more.
+    /// - A destination that is destroyed with unreported losses tries for a second to report them. What it cannot
+    ///   report goes to the debug output.
+    /// - The clock counts as it is: after it was set back, the next message tries the file.
     ///
+    /// It cannot save a message that is written while somebody deletes the file.
+    ///
+    /// Basic recovery, the default, differs as follows. When the file has been deleted, renamed or replaced by a
+    /// directory, the next message creates it anew, if the last failure is 300 seconds old or there was none. The
+    /// directory is not created again. The 300 seconds are measured by the system's clock: setting it back prolongs the
+    /// wait by as much. A roll-over that fails has moved the earlier back-ups up, and the new one may be incomplete.
     /// The line leaves out:
     /// - Messages written to a file that is no longer the one at the path: somebody replaced it, or deleted it and
     ///   another writer created a new one. The writer notices this when its file is full. That message is lost and
     ///   counted, and the file at the path is opened 300 seconds later.
     /// - An unreported count, when a write fails again or the destination is destroyed. A count is reported when the
-    /// file
-    ///   is reopened. If that line cannot be written, on a disk that is still full for instance, the count waits until
-    ///   the file fails and is reopened once more.
+    ///   file is reopened. If that line cannot be written, on a disk that is still full for instance, the count waits
+    ///   until the file fails and is reopened once more.
     /// - Time and reason, if the file vanished and could not be created again: the line then has those of the previous
     ///   failure, or none.
-    ///
     /// If SetBasePath moves a destination with unreported losses, they are reported in the new file only after that
-    /// file fails and is reopened.
+    /// file fails and is reopened; with strict recovery, by the next message.
     ///
     /// After a fork the child goes on in the same log, with an open file and a count of its own. A fork waits for a
     /// record that is being written and for a roll-over. It does not wait for a message that waits for the lock on the
@@ -84,6 +137,24 @@ namespace QzLog
 
         /// A copy of the present path, UTF-16 in normal form.
         virtual QzBase::ReturnWString GetFilePath() = 0;
+
+        /// Chooses what is done about failures, from the next message on; kRecoveryBasic at first, which any other
+        /// value counts as. A change closes the file, which the next message opens; unreported losses go along.
+        virtual void SetRecovery(Recovery recovery) = 0;
+        virtual Recovery GetRecovery() = 0;
+
+        /// Sets the seconds between a failure and the next attempt on the file, in either recovery; 300 at first. With
+        /// 0 each message is an attempt.
+        virtual void SetRetryInterval(unsigned int seconds) = 0;
+        virtual unsigned int GetRetryInterval() = 0;
+
+        /// The figures of this destination. Takes no lock and makes nobody wait. They are read one by one, so they can
+        /// differ by what is being written meanwhile.
+        virtual DiskFileStatistics GetStatistics() = 0;
+
+        /// Sets who learns of losses at once, in either recovery; null, as at first, for nobody. The former one may
+        /// still be called by messages in delivery.
+        virtual void SetLossObserver(LossObserver* observer) = 0;
     };
 
     /// The destination of a log file; one object for each full path until the module ends, with its directory and

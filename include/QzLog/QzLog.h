@@ -47,6 +47,7 @@
 #include <QzLog/LogFunctions.h>
 #include <QzLog/LogTrace.h>
 #include <QzLog/Logger.h>
+#include <QzLog/LossObserver.h>
 #include <QzLog/Masking.h>
 #include <QzLog/MessageBody.h>
 #include <QzLog/MessageCatalog.h>

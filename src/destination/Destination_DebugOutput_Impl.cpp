@@ -7,6 +7,7 @@
 #include <QzLog/MessageHeader.h>
 
 #include <string>
+#include <utility>
 
 namespace QzLog
 {
@@ -32,8 +33,14 @@ namespace QzLog
     void Destination_DebugOutput_Impl::WriteString(char const* text)
     {
         std::string line(text ? text : "");
-        if (!line.ends_with('\n'))
-            line += "\r\n";
-        Write(line.c_str());
+        if (line.ends_with('\n'))
+            Write(line.c_str());
+        else
+            WriteLine(std::move(line));
+    }
+
+    void Destination_DebugOutput_Impl::WriteLine(std::string line)
+    {
+        Write(line.append("\r\n").c_str());
     }
 }

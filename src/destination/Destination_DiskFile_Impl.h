@@ -1,16 +1,13 @@
 #pragma once
 
+#include "destination/BasicRecovery.h"
 #include "destination/ConcreteDestination.h"
-#include "destination/LossAccount.h"
-#include "filesystem/FileObjects.h"
+#include "destination/LogFile.h"
+#include "destination/StrictRecovery.h"
 #include "support/synch/ForkableSection.h"
 
-#include <QzBase/WideString.h>
 #include <QzLog/Destination_DiskFile.h>
 
-#include <cstdint>
-#include <memory>
-#include <string>
 #include <string_view>
 
 namespace QzLog
@@ -30,9 +27,15 @@ namespace QzLog
         void SetBackupCount(unsigned int backupCount) override;
         unsigned int GetBackupCount() override;
         QzBase::ReturnWString GetFilePath() override;
+        void SetRecovery(Recovery recovery) override;
+        Recovery GetRecovery() override;
+        void SetRetryInterval(unsigned int seconds) override;
+        unsigned int GetRetryInterval() override;
+        DiskFileStatistics GetStatistics() override { return mLog.mCounters.Get(); }
+        void SetLossObserver(LossObserver* observer) override;
 
         /// Goes over to another file, which is made with its directory if they are missing. The present path
-        /// changes nothing. A failure to open begins a count of losses.
+        /// changes nothing. A failure to open is no loss yet.
         void SetFilePath(unsigned short const* path);
 
         /// Writes a record that is no message of this destination.
@@ -42,39 +45,16 @@ namespace QzLog
     private:
         void GoOnInForkedChild(bool wasGap) noexcept override;
 
-        // All of the following is called by the thread that has the section.
-
         /// Writes a record that stands for a number of messages. False: they are lost, and have been counted.
         bool WriteOrCount(std::string_view text, unsigned int messages);
 
-        /// Whether the lost file is open again. False: these messages are lost too, and have been counted.
-        bool PassRetryGate(unsigned int messages);
-
-        /// Opens the file and tells in it what was lost. Throws QzBase::Message.
-        void ReopenFile();
-
-        /// Gives a forked child an open file of its own, if it still has its parent's. Throws QzBase::Message.
-        void ReopenAfterFork();
-
-        /// Writes a record at the end of the file, under the lock on the file. Throws QzBase::Message.
-        void WriteRecord(std::string_view record);
-
-        /// Writes it under the lock that the caller holds. An empty file gets its head with it: `size` is the file's.
-        void Append(std::int64_t size, std::string_view record);
-        [[noreturn]] void ThrowRaceFailure() const;
-
-        void CloseFile() noexcept { mpFile.reset(); }
-
-        QzBase::WideString mFilePath;
-        std::string const mFileHeader;
-        /// Null while the file is lost.
-        std::unique_ptr<QzFileSystem::UpdateableFile> mpFile;
-        unsigned int mBackupCount = 1;
-        unsigned int mMaxFileSize = 2'000'000;
-        LossAccount mLosses;
-        /// Guards all members and every use of the file. Taken before the lock on the file and held through a whole
-        /// delivery, so a process that keeps the file's lock stalls the threads here. The wait for that lock is the
-        /// only gap. At that moment the delivery has opened the file at most.
+        LogFile mLog;
+        BasicRecovery mBasic;
+        StrictRecovery mStrict;
+        LogRecovery* mpRecovery = &mBasic;
+        /// Guards all members and every use of the file, but for the counters. Taken before the lock on the file and
+        /// held through a whole delivery, so a process that keeps the file's lock stalls the threads here. The wait for
+        /// that lock is the only gap.
         // The last member: a fork takes it, and must find all others constructed.
         QzSynch::ForkableSection mSection;
     };

@@ -1,7 +1,7 @@
 #include "destination/Destination_KafkaLog_Impl.h"
 
 #include "destination/Destination_DiskFile_Impl.h"
-#include "destination/LossAccount.h"
+#include "destination/Losses.h"
 #include "os/Fork.h"
 #include "root/ModuleAccess.h"
 #include "root/ModuleMain.h"

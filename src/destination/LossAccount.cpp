@@ -1,14 +1,5 @@
 #include "destination/LossAccount.h"
 
-#include "message/MessageHeader_Impl.h"
-#include "root/ModuleAccess.h"
-#include "root/ModuleMain.h"
-#include "root/ThreadContext.h"
-
-#include <QzBase/Conversions.h>
-#include <QzBase/CountedPtr.h>
-#include <QzLog/MessageHeader.h>
-
 #include <algorithm>
 #include <limits>
 
@@ -16,70 +7,25 @@ namespace QzLog
 {
     namespace
     {
-        constexpr int kRetryIntervalSeconds = 300;
-
-        bool IsLineEnd(char c) noexcept
-        {
-            return c == '\r' || c == '\n';
-        }
-
-        /// The text with a blank in place of each line end: a reason of several lines would break the one line that
-        /// it becomes part of.
-        std::string Flatten(char const* text)
-        {
-            std::string flat;
-            for (; *text; ++text)
-            {
-                if (!IsLineEnd(*text))
-                    flat.push_back(*text);
-                else if (!IsLineEnd(text[1]))
-                    flat.push_back(' ');
-            }
-            return flat;
-        }
-
-        QzBase::CountedPtr<MessageHeader> GetHeaderOfThread()
-        {
-            ModulePin const module;
-            if (module)
-                return module->GetThreadContext()->GetMessageHeader();
-            // The destination has outlived the module, and goes on for those who hold it.
-            return CreateMessageHeader();
-        }
-    }
-
-    std::string MakeMissedMessagesLine(
-        MessageHeader& header, std::uint64_t count, QzDataType::DateTime const& since, std::string const& reason)
-    {
-        header.SetTimestampToNow();
-        header.SetLoggerName("Log");
-        header.SetDispatcherName("Error");
-        header.SetMessageID(0);
-
-        std::string line(header.GetHeaderText());
-        line.append(" Missed ").append(std::to_string(count));
-        line.append(" messages since ").append(since.ToString().c_str());
-        line.append(" due to: ").append(reason).append("\r\n");
-        return line;
+        constexpr std::uint64_t kLargestCount = std::numeric_limits<unsigned int>::max();
     }
 
     void LossAccount::Begin(QzBase::Message const& failure, unsigned int lostCount)
     {
-        std::string reason = Flatten(QzBase::WideCharToUTF8(failure.GetMessage(), true).c_str());
-        mFirstMissedTime = QzDataType::DateTime::Now();
-        mLastAttemptTime = mFirstMissedTime;
-        mMissReason.swap(reason);
-        mMissedCount = lostCount;
+        std::string reason = MakeReason(failure);
+        QzDataType::DateTime const now = QzDataType::DateTime::Now();
+        mLosses = Losses{lostCount, now, std::move(reason)};
+        mLastAttemptTime = now;
     }
 
-    bool LossAccount::IsRetryDue() const
+    bool LossAccount::IsRetryDue(unsigned int seconds) const
     {
-        return (QzDataType::DateTime::Now() - mLastAttemptTime).GetTotalSeconds() >= kRetryIntervalSeconds;
+        return (QzDataType::DateTime::Now() - mLastAttemptTime).GetTotalSeconds() >= std::int64_t{seconds};
     }
 
     void LossAccount::AddLosses(unsigned int count) noexcept
     {
-        mMissedCount += std::min(count, std::numeric_limits<unsigned int>::max() - mMissedCount);
+        mLosses.mCount = std::min(mLosses.mCount + count, kLargestCount);
     }
 
     void LossAccount::AddFailedAttempt(unsigned int count)
@@ -88,14 +34,15 @@ namespace QzLog
         mLastAttemptTime = QzDataType::DateTime::Now();
     }
 
-    std::string LossAccount::MakeLine() const
+    void LossAccount::ForgetCount() noexcept
     {
-        return MakeMissedMessagesLine(*GetHeaderOfThread(), mMissedCount, mFirstMissedTime, mMissReason);
+        mLosses.mCount = 0;
+        mLosses.mIsAnnounced = false;
     }
 
     void LossAccount::Clear() noexcept
     {
-        mMissReason.clear();
-        mMissedCount = 0;
+        mLosses.mReason.clear();
+        ForgetCount();
     }
 }

@@ -1,23 +1,13 @@
 #pragma once
 
-#include <QzBase/Message.h>
-#include <QzDataType/DateTime.h>
+#include "destination/Losses.h"
 
-#include <cstdint>
-#include <string>
+#include <utility>
 
 namespace QzLog
 {
-    class MessageHeader;
-
-    /// The line that tells a log about lost messages: UTF-8 with CR LF, behind the text of `header`, which it stamps
-    /// with the present time and with names of its own.
-    /// \param reason  one line, UTF-8.
-    std::string MakeMissedMessagesLine(
-        MessageHeader& header, std::uint64_t count, QzDataType::DateTime const& since, std::string const& reason);
-
-    /// What a disk file has lost: how many messages, since when and why, and when its file may be tried again. Used by
-    /// one thread at a time.
+    /// What a disk file with basic recovery has lost, and when its file may be tried again: one count, which a further
+    /// failure begins anew. Used by one thread at a time.
     class LossAccount
     {
     public:
@@ -25,8 +15,8 @@ namespace QzLog
         /// \param lostCount  the messages that went with it.
         void Begin(QzBase::Message const& failure, unsigned int lostCount);
 
-        /// Whether the last failure or failed attempt is as old as it has to be. True at first.
-        bool IsRetryDue() const;
+        /// Whether the last failure or failed attempt is that old. True at first.
+        bool IsRetryDue(unsigned int seconds) const;
 
         /// More messages were lost; their reason stays that of the first.
         void AddLosses(unsigned int count) noexcept;
@@ -35,20 +25,25 @@ namespace QzLog
         void AddFailedAttempt(unsigned int count);
 
         /// For a forked child: the parent reports what was lost up to now. Time and reason of the failure stay.
-        void ForgetCount() noexcept { mMissedCount = 0; }
+        void ForgetCount() noexcept;
 
-        bool HasLosses() const noexcept { return mMissedCount != 0; }
+        bool HasLosses() const noexcept { return mLosses.mCount != 0; }
+        Losses const& Get() const noexcept { return mLosses; }
 
-        /// What the log is told about the losses: a missed-messages line with the header of the calling thread.
-        std::string MakeLine() const;
+        /// Whether there are losses that were not asked about with this operation yet.
+        bool Announce() noexcept { return HasLosses() && !std::exchange(mLosses.mIsAnnounced, true); }
 
         /// The losses are told. The times stay, so that the next failure within the interval still waits.
         void Clear() noexcept;
 
+        /// Gives all of it up and begins as at first.
+        Losses Take() noexcept { return std::exchange(*this, LossAccount()).mLosses; }
+
+        /// Goes on with what somebody else has lost, after it began as at first.
+        void Put(Losses&& losses) noexcept { mLosses = std::move(losses); }
+
     private:
-        QzDataType::DateTime mFirstMissedTime{0.0};
+        Losses mLosses;
         QzDataType::DateTime mLastAttemptTime{0.0};
-        std::string mMissReason;
-        unsigned int mMissedCount = 0;
     };
 }

@@ -31,7 +31,7 @@ namespace QzFileSystem
         return MakeFailure(error, kFailureID, text, arguments...);
     }
 
-    /// A failure that no system error stands behind: fewer bytes went through than were asked.
+    /// A failure that no system error stands behind, such as fewer bytes than were asked.
     template <class... Arguments>
     QzBase::Message MakeShortFailure(char const* text, Arguments const&... arguments)
     {

@@ -95,6 +95,7 @@ namespace QzFileSystem
             }
 
             void ReopenAfterFork() override { mFile.ReopenAfterFork(); }
+            bool IsAtPath() override { return mFile.IsAtPath(); }
             int OpenDescriptorOfCopy(unsigned short const* path) override { return mFile.OpenDescriptorOfCopy(path); }
 
         protected:

@@ -47,6 +47,12 @@ namespace QzFileSystem
         return QzOs::GetFileInformation(path, information) == 0 && information.mIsWriteable;
     }
 
+    void RefuseSpecialFile(unsigned short const* path)
+    {
+        if (QzOs::IsSpecialFile(path))
+            throw MakeShortFailure("'%1' is a pipe, a device or a socket.", path);
+    }
+
     std::int32_t GetFileSize(unsigned short const* path)
     {
         return static_cast<std::int32_t>(GetFileSize64(path));

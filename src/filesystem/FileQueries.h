@@ -20,6 +20,9 @@ namespace QzFileSystem
     /// system call and no memory; false also when it cannot be found out.
     bool IsFile(unsigned short const* path);
 
+    /// Throws when a pipe, a device or a socket stands at the path.
+    void RefuseSpecialFile(unsigned short const* path);
+
     /// Whether anything stands at the path.
     bool Exists(unsigned short const* path);
 

@@ -80,6 +80,14 @@ namespace QzFileSystem
         return QzOs::GetFileIdentity(mPath.c_str(), atPath) == 0 && atPath == own;
     }
 
+    bool HandleFile::IsAtPath()
+    {
+        QzOs::FileIdentity identity;
+        if (!mIdentity && QzOs::GetFileIdentity(mHandle, identity) == 0)
+            mIdentity = identity;
+        return mIdentity && QzOs::GetFileIdentity(mPath.c_str(), identity) == 0 && identity == *mIdentity;
+    }
+
     std::int64_t HandleFile::GetSize() const
     {
         std::int64_t size = 0;

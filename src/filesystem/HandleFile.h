@@ -5,6 +5,8 @@
 
 #include <QzBase/WideString.h>
 
+#include <optional>
+
 namespace QzFileSystem
 {
     /// A path, the handle opened under it and what to do with the file at the end: all that the file objects
@@ -21,6 +23,7 @@ namespace QzFileSystem
 
         unsigned short const* GetPath() const { return mPath.c_str(); }
         bool IsSameFile(QzBase::Message* err) const;
+        bool IsAtPath();
         std::int64_t GetSize() const;
 
         std::int64_t GetPosition() const;
@@ -57,6 +60,8 @@ namespace QzFileSystem
         QzOs::FileHandle mHandle = QzOs::kNoFile;
         QzOs::Access mAccess;
         std::uint32_t mForkGeneration;
+        /// Of the open file; found out when it is asked for.
+        std::optional<QzOs::FileIdentity> mIdentity;
         char const* mOwnerName;
     };
 }

@@ -33,6 +33,9 @@ namespace QzOs
     /// Symbolic links are followed.
     Error GetFileIdentity(unsigned short const* path, FileIdentity& identity);
 
+    /// Whether a pipe, a device or a socket stands at the path. Symbolic links are followed.
+    bool IsSpecialFile(unsigned short const* path);
+
     struct FileInformation
     {
         std::uint64_t mSize;

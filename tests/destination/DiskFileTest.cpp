@@ -33,23 +33,31 @@ TEST_F(DiskFileTest, WritesAHeadAndWholeRecords)
 
 TEST_F(DiskFileTest, ARecordIsFiveCallsOfTheKernel)
 {
-    Make("x.log");
-    Watch<&Kernel::mpWritev> const writev; // of the head and the first record
-    Watch<&Kernel::mpStatx> const statx;
-    Watch<&Kernel::mpFlock> const flock;
-    Watch<&Kernel::mpLseek> const lseek;
-    Watch<&Kernel::mpWrite> const write;
-    Watch<&Kernel::mpFstat> const fstat;
-    Watch<&Kernel::mpOpen> const open;
-    Watch<&Kernel::mpSigmask> const sigmask;
-    Watch<&Kernel::mpGetrlimit> const getrlimit;
-    std::string const large(1'500'000, 'x'); // more than one call takes
-    Write(large);
-    Write("second");
-    EXPECT_EQ(Get("x.log"), kHead + Record(large) + Record("second"));
-    EXPECT_EQ((std::vector{statx.GetCount(), flock.GetCount(), lseek.GetCount(), writev.GetCount(), write.GetCount()}),
-        (std::vector{2, 4, 2, 1, 2}));
-    EXPECT_EQ(fstat.GetCount() + open.GetCount() + sigmask.GetCount() + getrlimit.GetCount(), 0);
+    for (QzLog::Recovery const recovery : {QzLog::kRecoveryBasic, QzLog::kRecoveryStrict})
+    {
+        Clear();
+        Make("x.log");
+        mpDestination->SetRecovery(recovery);
+        Write("\n"); // opens the file anew and asks who it is
+        std::filesystem::resize_file(In("x.log"), 0);
+        Watch<&Kernel::mpWritev> const writev; // of the head and the first record
+        Watch<&Kernel::mpStatx> const statx;
+        Watch<&Kernel::mpFlock> const flock;
+        Watch<&Kernel::mpLseek> const lseek;
+        Watch<&Kernel::mpWrite> const write;
+        Watch<&Kernel::mpFstat> const fstat;
+        Watch<&Kernel::mpOpen> const open;
+        Watch<&Kernel::mpSigmask> const sigmask;
+        Watch<&Kernel::mpGetrlimit> const getrlimit;
+        std::string const large(1'500'000, 'x'); // more than one call takes
+        Write(large);
+        Write("second");
+        EXPECT_EQ(Get("x.log"), kHead + Record(large) + Record("second"));
+        EXPECT_EQ(
+            (std::vector{statx.GetCount(), flock.GetCount(), lseek.GetCount(), writev.GetCount(), write.GetCount()}),
+            (std::vector{2, 4, 2, 1, 2}));
+        EXPECT_EQ(fstat.GetCount() + open.GetCount() + sigmask.GetCount() + getrlimit.GetCount(), 0);
+    }
 }
 
 TEST_F(DiskFileTest, MakesItsFolderAlsoBesideOthersAndBelowTheRoot)

@@ -67,6 +67,13 @@ namespace QzOs
         return error;
     }
 
+    bool IsSpecialFile(unsigned short const* path)
+    {
+        struct statx status;
+        return Query(path, Links::Follow, STATX_TYPE, status) == 0 && !S_ISREG(status.stx_mode) &&
+               !S_ISDIR(status.stx_mode);
+    }
+
     Error GetFileInformation(unsigned short const* path, FileInformation& information)
     {
         struct stat status;

@@ -1,0 +1,64 @@
+#include "destination/BackupFiles.h"
+
+#include "filesystem/stdio/FileDescriptors.h"
+#include "filesystem/stdio/FileGuards.h"
+
+#include <QzBase/Conversions.h>
+#include <QzBase/Message.h>
+#include <QzDataType/Binary.h>
+
+#include <memory>
+#include <string>
+
+namespace QzLog
+{
+    namespace File = QzFileSystem::File;
+
+    namespace
+    {
+        constexpr std::size_t kCopyBufferSize = 262144;
+
+        [[noreturn]] void ThrowWriteFailure(QzBase::WideString const& target)
+        {
+            std::string text("QzLog::Destination_DiskFile_Impl::WriteMessage: ::write failed for file ");
+            text.append(QzBase::WideCharToUTF8(target.c_str(), true).c_str()).append(".");
+            throw QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, text.c_str());
+        }
+    }
+
+    QzBase::WideString MakeBackupName(QzBase::WideString const& path, unsigned int number)
+    {
+        std::string digits = std::to_string(number);
+        if (digits.size() < 2)
+            digits.insert(0, 1, '0');
+        return MakeBackupName(path, digits);
+    }
+
+    QzBase::WideString MakeBackupName(QzBase::WideString const& path, std::string_view ending)
+    {
+        QzBase::WideString name(path);
+        for (std::string_view const text : {std::string_view(".bak"), ending})
+            for (char const c : text)
+                name.push_back(static_cast<unsigned short>(c));
+        return name;
+    }
+
+    void CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target)
+    {
+        file.SetPosition(0);
+        File::ScopedDescriptor descriptor(file.OpenDescriptorOfCopy(target.c_str()));
+        std::unique_ptr<QzDataType::Binary> const piece(QzDataType::CreateBinary(kCopyBufferSize, nullptr));
+        for (;;)
+        {
+            file.ReadBinary(*piece, kCopyBufferSize);
+            std::size_t const size = piece->GetSize();
+            if (size == 0)
+                break;
+            if (File::WriteDescriptor(descriptor.Get(), piece->GetData(), size) != static_cast<std::int64_t>(size))
+                ThrowWriteFailure(target);
+        }
+        // Some file systems find out only here that there was no room.
+        if (!descriptor.Close())
+            ThrowWriteFailure(target);
+    }
+}

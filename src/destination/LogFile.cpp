@@ -1,0 +1,87 @@
+#include "destination/LogFile.h"
+
+#include "filesystem/Directories.h"
+#include "filesystem/FileQueries.h"
+#include "filesystem/Paths.h"
+
+#include <QzBase/Conversions.h>
+#include <QzBase/Message.h>
+
+namespace QzLog
+{
+    namespace
+    {
+        std::string MakeFileHeader()
+        {
+            std::string header(QzBase::WideCharToUTF8(QzBase::UNICODE_BYTE_ORDER_MARK, false).c_str());
+            return header.append("# Tarnwickforge Log version 2.0").append("\r\n");
+        }
+    }
+
+    LogFile::LogFile(QzSynch::ForkableSection* section) : mpSection(section), mHeader(MakeFileHeader()) {}
+
+    LogFile::Lock::Lock(LogFile& log, std::int64_t before) : FileWriteLock(*log.mpFile, *log.mpSection)
+    {
+        log.mCounters.AddLockWait(static_cast<std::uint64_t>(log.GetLockNanoseconds() - before));
+    }
+
+    void LogFile::CreateFolder() const
+    {
+        QzBase::ReturnWString const directory = QzFileSystem::GetDirectoryName(mPath.c_str());
+        // The directory of "\x.log" is empty: the root, which is always there.
+        if (directory.size() == 0 || QzFileSystem::IsDirectory(directory.c_str()))
+            return;
+        try
+        {
+            QzFileSystem::CreateDirectory(directory.c_str(), true);
+        }
+        catch (QzBase::Message&)
+        {
+            // Several processes may start on a missing tree at once.
+            if (!QzFileSystem::IsDirectory(directory.c_str()))
+                throw;
+        }
+    }
+
+    void LogFile::Open()
+    {
+        mpFile = QzFileSystem::CreateAppendableFile(mPath.c_str(), QzFileSystem::KeepOnClose);
+    }
+
+    void LogFile::ReopenAfterFork()
+    {
+        try
+        {
+            mpFile->ReopenAfterFork();
+        }
+        catch (QzBase::Message&)
+        {
+            // What the path leads to is the log now, where that is another file. Nothing was lost.
+            Open();
+        }
+    }
+
+    std::int64_t LogFile::Append(std::int64_t size, std::string_view record)
+    {
+        std::size_t written = record.size();
+        // In one piece: a head without its record, or half of one, would be followed by no other.
+        if (size == 0)
+        {
+            mpFile->WriteTexts(mHeader, record);
+            written += mHeader.size();
+        }
+        else
+            mpFile->Write(record.data(), record.size());
+        mCounters.AddBytes(written);
+        return size + static_cast<std::int64_t>(written);
+    }
+
+    void LogFile::ThrowRaceFailure() const
+    {
+        std::string text("QzLog::Destination_DiskFile_Impl::WriteMessage");
+        text.append(": detected a race condition with '");
+        text.append(QzBase::WideCharToUTF8(mPath.c_str(), true).c_str());
+        text.append("'. Maximum file size is ").append(std::to_string(mMaxFileSize)).append(" bytes.");
+        throw QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, text.c_str());
+    }
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "destination/Losses.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace QzLog
+{
+    /// What a disk file with strict recovery has lost and not yet reported, and when its file may be tried again. A run
+    /// of losses goes on until it is reported or a failure has another reason. Used by one thread at a time.
+    class LossRuns
+    {
+    public:
+        /// A failure or failed attempt, with the messages that were lost by it: none if the file could not be opened
+        /// before there was a message.
+        void AddFailure(QzBase::Message const& failure, unsigned int lostCount);
+
+        /// More messages were lost without an attempt.
+        void AddLosses(unsigned int count);
+
+        /// Whether the last failure is that old, or the clock was set back since. True at first.
+        bool IsRetryDue(unsigned int seconds) const;
+
+        bool AreEmpty() const noexcept { return mRuns.empty(); }
+        Losses const& GetFirst() const { return mRuns.front(); }
+        Losses TakeFirst();
+
+        /// The messages of all runs.
+        std::uint64_t GetTotal() const noexcept;
+
+        /// The last run, if it has losses and was not given by this operation yet.
+        Losses const* Announce() noexcept;
+
+        /// For a forked child: the parent reports what was lost up to now.
+        void ForgetCounts() noexcept;
+
+        /// Gives all of it up, as one run, and begins as at first.
+        Losses Take();
+
+        /// Goes on with what somebody else has lost, after it began as at first.
+        void Put(Losses&& losses);
+
+    private:
+        void Join();
+
+        static constexpr std::size_t kMostRuns = 16;
+
+        /// In the order of their beginning. One without losses holds a reason for those that may follow.
+        std::vector<Losses> mRuns;
+        QzDataType::DateTime mLastFailureTime{0.0};
+    };
+}

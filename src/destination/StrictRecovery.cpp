@@ -1,0 +1,180 @@
+#include "destination/StrictRecovery.h"
+
+#include "destination/LogFile.h"
+#include "destination/LossNotices.h"
+#include "destination/StrictRollOver.h"
+#include "filesystem/FileQueries.h"
+
+#include <QzBase/Conversions.h>
+#include <QzBase/Message.h>
+
+namespace QzLog
+{
+    namespace
+    {
+        /// Enough for a second: each waits for a millisecond or more.
+        constexpr int kLastTries = 800;
+
+        /// The lock on the file for a destination that is about to be destroyed, which must not wait for ever.
+        class LastLock : public QzFileSystem::FileWriteLock
+        {
+        public:
+            explicit LastLock(QzFileSystem::WriteableFile& file) : FileWriteLock(file, Try(file)) {}
+
+        private:
+            static bool Try(QzFileSystem::WriteableFile& file)
+            {
+                for (int i = 0; i < kLastTries; ++i)
+                    if (file.WriteLockSoon())
+                        return true;
+                return false;
+            }
+        };
+
+        /// Makes a file as long again as it was before a write that failed.
+        void TakeBack(QzFileSystem::UpdateableFile& file, std::int64_t size)
+        {
+            try
+            {
+                // A longer file would get zero bytes, where another program has emptied it meanwhile.
+                if (file.GetSize() <= size)
+                    return;
+                file.SetPosition(size);
+                file.Truncate();
+            }
+            catch (QzBase::Message&)
+            {
+                // What is left is half a record. The next one begins within its line.
+            }
+        }
+    }
+
+    void StrictRecovery::Start()
+    {
+        try
+        {
+            Open();
+        }
+        catch (QzBase::Message& failure)
+        {
+            mRuns.AddFailure(failure, 0);
+        }
+    }
+
+    bool StrictRecovery::Write(std::string_view record, unsigned int messages, LossNotices& notices)
+    {
+        if (!mLog.mpFile && !mRuns.IsRetryDue(mLog.mRetryInterval))
+        {
+            mRuns.AddLosses(messages);
+            NoteLosses(notices);
+            return false;
+        }
+        try
+        {
+            WriteRecord(record, notices);
+            mLog.mCounters.AddRecords(messages);
+            return true;
+        }
+        catch (QzBase::Message& failure)
+        {
+            mLog.Close();
+            mRuns.AddFailure(failure, messages);
+            NoteLosses(notices);
+            return false;
+        }
+    }
+
+    void StrictRecovery::End(LossNotices& notices)
+    {
+        if (mRuns.GetTotal() == 0)
+            return;
+        try
+        {
+            if (mLog.mpFile && !mLog.mpFile->IsAtPath())
+                mLog.Close();
+            if (!mLog.mpFile)
+                Open();
+            LastLock const lock(*mLog.mpFile);
+            if (lock.HoldsLock() && mLog.mpFile->IsAtPath())
+                ReportLosses(mLog.mpFile->MovePositionToEnd(), notices);
+        }
+        catch (QzBase::Message&)
+        {
+        }
+        while (mRuns.GetTotal() != 0)
+            notices.AddEnd(mRuns.TakeFirst());
+    }
+
+    void StrictRecovery::NoteLosses(LossNotices& notices)
+    {
+        mLog.mCounters.SetWaiting(mRuns.GetTotal());
+        if (Losses const* const losses = mRuns.Announce())
+            notices.AddBeginning(*losses, LossNotices::Voice::ObserverAndDebugOutput);
+    }
+
+    void StrictRecovery::Open()
+    {
+        mLog.CreateFolder();
+        QzFileSystem::RefuseSpecialFile(mLog.mPath.c_str());
+        mLog.Open();
+    }
+
+    void StrictRecovery::WriteRecord(std::string_view record, LossNotices& notices)
+    {
+        for (int pass = 0; pass < LogFile::kWritePasses; ++pass)
+        {
+            if (!mLog.mpFile)
+                Open();
+            mLog.ReopenAfterFork();
+            LogFile::Lock lock(mLog);
+            // Asked under the lock, which may have taken long to come: meanwhile another file can have taken the place.
+            if (!mLog.mpFile->IsAtPath())
+            {
+                lock.Unlock();
+                mLog.Close();
+                continue;
+            }
+            std::int64_t const size = mLog.mpFile->MovePositionToEnd();
+            if (!mLog.IsFull(size))
+            {
+                Append(ReportLosses(size, notices), record);
+                return;
+            }
+            // An empty file is full when the limit is 0. As a back-up it would only push others out.
+            if (size == 0)
+                break;
+            StrictRollOver(*mLog.mpFile, mLog.mPath, mLog.mBackupCount);
+            mLog.mCounters.AddRollOver();
+        }
+        mLog.ThrowRaceFailure();
+    }
+
+    std::int64_t StrictRecovery::ReportLosses(std::int64_t size, LossNotices& notices)
+    {
+        while (!mRuns.AreEmpty())
+        {
+            if (mRuns.GetFirst().mCount != 0)
+                size = Append(size, MakeMissedMessagesLine(mRuns.GetFirst()));
+            // Not before the line is written, and not after anything else that can fail.
+            Losses reported = mRuns.TakeFirst();
+            mLog.mCounters.AddReported(reported.mCount);
+            mLog.mCounters.SetWaiting(mRuns.GetTotal());
+            if (reported.mCount != 0)
+                notices.AddReport(std::move(reported));
+        }
+        return size;
+    }
+
+    std::int64_t StrictRecovery::Append(std::int64_t size, std::string_view text)
+    {
+        try
+        {
+            return mLog.Append(size, text);
+        }
+        catch (QzBase::Message&)
+        {
+            TakeBack(*mLog.mpFile, size);
+            throw;
+        }
+    }
+}

@@ -1,0 +1,96 @@
+#include "destination/StrictRollOver.h"
+
+#include "destination/BackupFiles.h"
+#include "filesystem/FileChanges.h"
+#include "filesystem/FileQueries.h"
+#include "os/Cancellation.h"
+#include "os/FilesByPath.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace QzLog
+{
+    namespace
+    {
+        /// Renames files, and back again unless it is told that they shall stay.
+        class Moves
+        {
+        public:
+            Moves() = default;
+            Moves(Moves const&) = delete;
+            Moves& operator=(Moves const&) = delete;
+
+            ~Moves()
+            {
+                for (auto move = mDone.rbegin(); move != mDone.rend(); ++move)
+                    QzOs::MoveFile(move->second.c_str(), move->first.c_str());
+            }
+
+            void Move(QzBase::WideString from, QzBase::WideString to)
+            {
+                mDone.reserve(mDone.size() + 1);
+                QzFileSystem::MoveFile(from.c_str(), to.c_str());
+                mDone.emplace_back(std::move(from), std::move(to));
+            }
+
+            void Keep() noexcept { mDone.clear(); }
+
+        private:
+            std::vector<std::pair<QzBase::WideString, QzBase::WideString>> mDone;
+        };
+
+        /// Deletes a file at its end, if it is there.
+        class Leftover
+        {
+        public:
+            explicit Leftover(QzBase::WideString path) : mPath(std::move(path)) {}
+            ~Leftover() { QzOs::DeleteFile(mPath.c_str()); }
+            Leftover(Leftover const&) = delete;
+            Leftover& operator=(Leftover const&) = delete;
+
+            QzBase::WideString const mPath;
+        };
+
+        bool IsThere(QzBase::WideString const& path)
+        {
+            return QzFileSystem::IsFile(path.c_str());
+        }
+
+        /// Frees number 0. The oldest back-up goes to `oldest` when all numbers are taken.
+        void ShiftBackups(
+            QzBase::WideString const& path, unsigned int backupCount, QzBase::WideString const& oldest, Moves& moves)
+        {
+            unsigned int number = 0;
+            while (number < backupCount && IsThere(MakeBackupName(path, number)))
+                ++number;
+            if (number == backupCount)
+                moves.Move(MakeBackupName(path, --number), oldest);
+            // From the oldest on, so that no name is overwritten before it has been moved.
+            for (; number != 0; --number)
+                moves.Move(MakeBackupName(path, number - 1), MakeBackupName(path, number));
+        }
+    }
+
+    void StrictRollOver(QzFileSystem::UpdateableFile& file, QzBase::WideString const& path, unsigned int backupCount)
+    {
+        QzOs::NoCancellation const noCancellation;
+        unsigned int const count = std::max(backupCount, 1u);
+        Leftover const copy(MakeBackupName(path, "~n"));
+        QzBase::WideString const oldest = MakeBackupName(path, "~o");
+        QzBase::WideString const lastName = MakeBackupName(path, count - 1);
+        // A process that was killed may have put the oldest back-up aside and no other into its place.
+        if (IsThere(oldest) && !IsThere(lastName))
+            QzOs::MoveFile(oldest.c_str(), lastName.c_str());
+
+        CopyLog(file, copy.mPath);
+        Moves moves;
+        ShiftBackups(path, count, oldest, moves);
+        moves.Move(copy.mPath, MakeBackupName(path, 0));
+        file.SetPosition(0);
+        file.Truncate();
+        moves.Keep();
+        QzOs::DeleteFile(oldest.c_str());
+    }
+}

@@ -1,0 +1,330 @@
+#include "destination/DiskFileTest.h"
+#include "support/ForkedChild.h"
+
+#include <QzLog/Module.h>
+#include <QzSynch/ReferenceCountedImpl.h>
+
+using namespace QzTest;
+using QzOs::Posix::gKernel;
+using QzOs::Posix::Kernel;
+
+namespace
+{
+    std::vector<std::string> gSaid;
+
+    class StrictRecoveryTest : public DiskFileTest
+    {
+    protected:
+        StrictRecoveryTest()
+        {
+            gSaid.clear();
+            QzOs::gCalls.mpWriteDebugOutput = [](unsigned short const* text) { gSaid.push_back(Narrow(text)); };
+        }
+
+        ~StrictRecoveryTest() override { gKernel = mKernel; }
+
+        void MakeStrict(std::string const& name)
+        {
+            Make(name);
+            mpDestination->SetRecovery(QzLog::kRecoveryStrict);
+        }
+
+        /// Every write ends after some bytes.
+        static void FillDisk()
+        {
+            gKernel.mpWrite = [](int file, void const* data, std::size_t size) -> ssize_t
+            { return size < 8 ? (errno = ENOSPC, -1) : ::write(file, data, 7); };
+        }
+
+        std::vector<std::string> GetLossLines(std::string const& name) const
+        {
+            std::vector<std::string> lines;
+            std::string const text = Get(name);
+            for (std::size_t at = 0; (at = text.find(" Missed ", at)) != text.npos; ++at)
+                lines.push_back(text.substr(at + 1, text.find("\r\n", at) - at - 1));
+            return lines;
+        }
+
+        Kernel const mKernel = gKernel;
+    };
+
+    class Observer : public QzLog::LossObserver, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    {
+    public:
+        void OnLossesBegan(QzLog::LossRun const& run) override { Note("began ", run); }
+        void OnLossesReported(QzLog::LossRun const& run) override { Note("reported ", run); }
+
+        std::function<void()> mAction = [] {};
+        std::vector<std::string> mCalls;
+
+    private:
+        void Note(char const* what, QzLog::LossRun const& run)
+        {
+            mCalls.push_back(what + std::to_string(run.mCount) + ' ' + run.mpReason);
+            std::exchange(mAction, [] {})();
+        }
+    };
+}
+
+TEST_F(StrictRecoveryTest, FollowsThePath)
+{
+    namespace fs = std::filesystem;
+    std::string const log = In("d/x.log");
+    struct
+    {
+        char const* mpName;
+        std::function<void()> mChange;
+        std::string mReason; // none: nothing is lost
+    } const cases[] = {
+        {"deleted", [&] { fs::remove(log); }, ""},
+        {"renamed", [&] { fs::rename(log, log + '1'); }, ""},
+        {"replaced by a file", [&] { fs::rename(In("other"), log); }, ""},
+        {"replaced by a link", [&] { fs::remove(log), fs::create_symlink(In("other"), log); }, ""},
+        {"folder removed", [&] { fs::remove_all(In("d")); }, ""},
+        {"replaced by a folder", [&] { fs::remove(log), MakeFolder("d/x.log"); },
+            "QzFileSystem::UpdateableFileImpl::UpdateableFileImpl: ::CreateFileW failed for '" + Path("d/x.log") +
+                "'. Is a directory"},
+        {"replaced by a pipe", [&] { fs::remove(log), mkfifo(log.c_str(), 0666); },
+            '\'' + Path("d/x.log") + "' is a pipe, a device or a socket."},
+        {"replaced by a device", [&] { fs::remove(log), fs::create_symlink("/dev/null", log); },
+            '\'' + Path("d/x.log") + "' is a pipe, a device or a socket."},
+        {"folder replaced by a file", [&] { fs::remove_all(In("d")), Put("d", ""); },
+            "Failed to create directory '" + Path("d") + "'. File exists"},
+    };
+    for (auto const& each : cases)
+    {
+        SCOPED_TRACE(each.mpName);
+        Clear();
+        Put("other", "");
+        MakeStrict("d/x.log");
+        {
+            // A file that has just failed is followed all the same.
+            Watch<&Kernel::mpFlock> const flock(ENOLCK);
+            Write("lost");
+        }
+        gNow += 300'000;
+        Write("first");
+        gSaid.clear();
+        each.mChange();
+        if (!each.mReason.empty())
+        {
+            Write("lost");
+            Write("lost by the interval");
+            EXPECT_EQ(gSaid, std::vector{"QzLog: messages are being lost, log file '" + Path("d/x.log") +
+                                         "': " + each.mReason + "\r\n"});
+            fs::remove_all(In("d"));
+            gNow += 299'999;
+            Write("lost by the interval");
+            gNow += 1;
+        }
+        Write("again");
+        std::string const text = Get("d/x.log");
+        EXPECT_TRUE(text.starts_with(kHead) && text.ends_with(Record("again")));
+        EXPECT_EQ(text.find("first"), text.npos);
+        EXPECT_EQ(GetLossLine("d/x.log"),
+            each.mReason.empty() ? "" : "Missed 3 messages since 2027-01-15 08:05:00.000 due to: " + each.mReason);
+        gNow = kStart;
+    }
+}
+
+TEST_F(StrictRecoveryTest, ReportsEachRunOnceAndInOrder)
+{
+    MakeStrict("x.log");
+    Write("first");
+    std::string const before = Get("x.log");
+    mpDestination->SetRetryInterval(60);
+    QzBase::CountedPtr<Observer> const observer(new Observer);
+    observer->mAction = [&] { Write("lost too, by the one who observes"); };
+    mpDestination->SetLossObserver(observer.get());
+
+    FillDisk();
+    for (int attempt = 0; attempt < 3; ++attempt, gNow += 60'000)
+        for (int i = 0; i < 10; ++i)
+            Write("lost " + std::string(static_cast<std::size_t>(attempt), 'x'));
+    EXPECT_EQ(Get("x.log"), before); // nothing is left half
+    gKernel.mpWrite = mKernel.mpWrite;
+    {
+        Watch<&Kernel::mpFlock> const flock(ENOLCK);
+        Write("lost for another reason");
+    }
+    gNow -= 3'600'000; // the clock is set back: no reason to wait
+    Write("again");
+    std::string const full =
+        "Failed to write " + std::to_string(Record("lost ").size() - 7) + " bytes to file '" + Path("x.log") + "'.";
+    std::string const locked = "Failed to lock file '" + Path("x.log") + "'. No locks available";
+    EXPECT_EQ(GetLossLines("x.log"), (std::vector{"Missed 31 messages since 2027-01-15 08:00:00.000 due to: " + full,
+                                         "Missed 1 messages since 2027-01-15 08:03:00.000 due to: " + locked}));
+    EXPECT_TRUE(Get("x.log").ends_with(Record("again")));
+    EXPECT_EQ(observer->mCalls,
+        (std::vector{"began 1 " + full, "began 1 " + locked, "reported 31 " + full, "reported 1 " + locked}));
+    QzLog::DiskFileStatistics const figures = mpDestination->GetStatistics();
+    EXPECT_EQ((std::vector{figures.mRecords, figures.mBytes, figures.mLossesReported, figures.mLossesWaiting}),
+        (std::vector<std::uint64_t>{2, Get("x.log").size(), 32, 0}));
+
+    // Two reasons by turns: from the 17th run on they are one.
+    mpDestination->SetRetryInterval(0);
+    for (int i = 0; i < 17; ++i)
+    {
+        Watch<&Kernel::mpFlock> const flock(ENOLCK, i % 2 == 0 ? 0 : 10);
+        Watch<&Kernel::mpLseek> const lseek(EIO);
+        Write("lost");
+    }
+    Write("again");
+    EXPECT_EQ(GetLossLines("x.log").size(), 3u);
+    EXPECT_EQ(GetLossLines("x.log").back(),
+        "Missed 17 messages since 2027-01-15 07:03:00.000 due to: " + locked + " And 16 more reasons.");
+}
+
+TEST_F(StrictRecoveryTest, TriesOnceMoreWhenItIsDestroyed)
+{
+    for (bool const works : {true, false})
+    {
+        MakeStrict("x.log");
+        auto const fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
+        Write("lost");
+        gSaid.clear();
+        auto const lastFault = works ? nullptr : Watch<&Kernel::mpOpen>::Make(EACCES, 0);
+        mpDestination.reset();
+        EXPECT_EQ(GetLossLines("x.log").size(), works ? 1u : 0u);
+        EXPECT_EQ(gSaid.size(), works ? 0u : 1u);
+        Clear();
+    }
+}
+
+TEST_F(StrictRecoveryTest, TakesLossesAlongWhereverItGoes)
+{
+    Make("x.log");
+    auto fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
+    Write("lost with basic recovery");
+    fault.reset();
+    mpDestination->SetRecovery(QzLog::kRecoveryStrict);
+    EXPECT_EQ(mpDestination->GetRecovery(), QzLog::kRecoveryStrict);
+    fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
+    Write("lost with strict recovery");
+    fault.reset();
+    ExpectInChild([&] { return gNow += 300'000, Write("child"), GetLossLines("x.log").empty(); });
+    mpDestination->SetFilePath(WideIn("y.log"));
+    Write("text");
+    EXPECT_EQ(GetLossLines("y.log").size(), 2u);
+
+    fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
+    Write("lost");
+    fault.reset();
+    mpDestination->SetRecovery(QzLog::kRecoveryBasic);
+    Write("text");
+    EXPECT_EQ(GetLossLines("y.log").size(), 3u);
+}
+
+TEST_F(StrictRecoveryTest, ARollOverThatFailsLeavesEveryBackupAsItWas)
+{
+    MakeStrict("x.log");
+    mpDestination->SetBackupCount(3);
+    mpDestination->SetRetryInterval(0);
+    Write("old");
+    mpDestination->SetMaxFileSize(60);
+    std::string const old = Get("x.log");
+    Snapshot before{{"x.log", old}};
+    unsigned int lost = 0;
+    for (int backups = 0; backups <= 3; ++backups)
+    {
+        SCOPED_TRACE(backups);
+        if (backups > 0)
+            before["x.log.bak0" + std::to_string(backups - 1)] = std::to_string(backups - 1);
+        for (auto const& [name, content] : before)
+            Put(name, content);
+        auto const expectNoChange = [&](std::shared_ptr<void> fault)
+        {
+            Write("lost " + std::to_string(++lost));
+            fault.reset();
+            EXPECT_EQ(TakeSnapshot(), before);
+        };
+        for (int move = 0; move <= backups; ++move)
+            expectNoChange(Watch<&Kernel::mpRename>::Make(EIO, move));
+        expectNoChange(Watch<&Kernel::mpFtruncate>::Make(EIO, 0));
+        expectNoChange(Watch<&Kernel::mpClose>::Make(ENOSPC, 0));
+        expectNoChange(Watch<&Kernel::mpUnlink>::Make(EROFS, 0));
+        FillDisk();
+        expectNoChange(nullptr);
+        gKernel.mpWrite = mKernel.mpWrite;
+    }
+    EXPECT_EQ(mpDestination->GetStatistics().mRollOvers, 0u);
+    Write("new");
+    EXPECT_EQ(TakeSnapshot(),
+        (Snapshot{{"x.log", Get("x.log")}, {"x.log.bak00", old}, {"x.log.bak01", "0"}, {"x.log.bak02", "1"}}));
+    EXPECT_TRUE(Get("x.log").ends_with(Record("new")));
+    EXPECT_EQ(mpDestination->GetStatistics().mLossesReported, lost);
+}
+
+TEST_F(StrictRecoveryTest, AKilledRollOverLosesNothing)
+{
+    static int gCallsLeft;
+    constexpr int kKilled = 9;
+    auto const killLater = []
+    {
+        static constexpr auto count = []
+        {
+            if (gCallsLeft-- == 0)
+                _exit(kKilled);
+        };
+        gKernel.mpOpen = [](char const* path, int flags, mode_t mode) { return count(), ::open(path, flags, mode); };
+        gKernel.mpWrite = [](int file, void const* data, std::size_t size)
+        { return count(), ::write(file, data, size); };
+        gKernel.mpRename = [](char const* from, char const* to) { return count(), ::rename(from, to); };
+        gKernel.mpUnlink = [](char const* path) { return count(), ::unlink(path); };
+        gKernel.mpFtruncate = [](int file, off_t size) { return count(), ::ftruncate(file, size); };
+    };
+    int status = kKilled << 8;
+    int calls = 0;
+    int doubles = 0;
+    for (; WEXITSTATUS(status) == kKilled; ++calls)
+    {
+        SCOPED_TRACE(calls);
+        Clear();
+        MakeStrict("x.log");
+        mpDestination->SetBackupCount(3);
+        Write("old");
+        std::string const old = Get("x.log");
+        mpDestination->SetMaxFileSize(60);
+        for (int number = 0; number < 3; ++number)
+            Put("x.log.bak0" + std::to_string(number), std::to_string(number));
+        gCallsLeft = calls;
+        status = RunInChild(
+            [&]
+            {
+                killLater();
+                Write("killed");
+                return 0;
+            });
+        Write("again");
+        Write("last");
+        // A kill just before the log is emptied has it copied once more. The process that is not killed is the last.
+        std::vector<std::string> backups{kHead + Record("again"), old};
+        if (WEXITSTATUS(status) != kKilled)
+            backups.insert(backups.begin() + 1, kHead + Record("killed"));
+        else if (Get("x.log.bak02") == old)
+            ++doubles, backups.push_back(old);
+        else
+            backups.push_back("0");
+        EXPECT_EQ(TakeSnapshot(), (Snapshot{{"x.log", kHead + Record("last")}, {"x.log.bak00", backups[0]},
+                                      {"x.log.bak01", backups[1]}, {"x.log.bak02", backups[2]}}));
+    }
+    EXPECT_EQ(doubles, 1);
+    EXPECT_GT(calls, 8);
+}
+
+TEST_F(StrictRecoveryTest, TheSystemLogLearnsOfEachRun)
+{
+    static std::vector<std::string> gEvents;
+    gEvents.clear();
+    QzOs::gCalls.mpReportEvent = [](void*, unsigned short type, unsigned int, unsigned short const* text)
+    { gEvents.push_back(std::to_string(type) + ' ' + Narrow(text)); };
+    QzLog::Initializer const module;
+    Make("x.log");
+    mpDestination->SetLossObserver(QzLog::CreateSystemLogLossObserver().get());
+    auto fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
+    Write("lost");
+    fault.reset();
+    Write("lost");
+    EXPECT_EQ(gEvents, std::vector{"1 Messages are being lost, log file '" + Path("x.log") +
+                                   "': Failed to lock file '" + Path("x.log") + "'."});
+}
