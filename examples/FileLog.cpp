@@ -29,6 +29,8 @@ int main(int argc, char** argv)
     // A full file becomes <file>.bak00, the one before it <file>.bak01; what was older is gone.
     file->SetMaxFileSize(4000);
     file->SetBackupCount(2);
+    // Whatever happens to the file, no message is lost without being reported.
+    file->SetRecovery(QzLog::kRecoveryStrict);
 
     RouterPtr const info = MakeRouter("Info", *file);
     // The records of the dispatcher "Error" show where they come from in the source.

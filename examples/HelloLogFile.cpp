@@ -6,7 +6,8 @@ int main()
 {
     QzLog::Initializer const module;
 
-    QzBase::CountedPtr<QzLog::Destination> const file(QzLog::GetDestination_DiskFile(u"hello.log"_w));
+    QzBase::CountedPtr<QzLog::Destination_DiskFile> const file(QzLog::GetDestination_DiskFile(u"hello.log"_w));
+    file->SetRecovery(QzLog::kRecoveryStrict);
     QzBase::CountedPtr<QzLog::Router> const router(QzLog::CreateRouter("Kernel", "Info"));
     router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({file.get()}));
 

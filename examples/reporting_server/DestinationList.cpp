@@ -42,6 +42,7 @@ namespace ReportingServer
         {
             file.SetMaxFileSize(settings.mMaxFileSize);
             file.SetBackupCount(settings.mBackupCount);
+            file.SetRecovery(QzLog::kRecoveryStrict);
         }
 
         void SetCallStackIDs(QzLog::Destination& destination, DestinationSettings const& settings)

@@ -24,7 +24,8 @@ namespace QzLog
     };
 
     /// Learns of the losses of a disk file at once, to raise an alarm for instance: the log itself reports them only
-    /// when it works again. One object may observe several files; see Destination_DiskFile::SetLossObserver.
+    /// when it works again. One object may observe several files; see Destination_DiskFile::SetLossObserver. A class
+    /// that implements it derives from QzSynch::Counted<LossObserver>.
     ///
     /// The operations are called without any lock, on the thread whose message was lost or written, before its logging
     /// call returns. So calls of several threads can overlap, and come in another order than the losses. They may log,

@@ -14,8 +14,7 @@ namespace QzLog
     {
         constexpr unsigned int kError = 2;
 
-        class SystemLogLossObserver final : public LossObserver,
-                                            public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+        class SystemLogLossObserver final : public QzSynch::Counted<LossObserver>
         {
         public:
             void OnLossesBegan(LossRun const& run) override

@@ -48,7 +48,7 @@ namespace
         Kernel const mKernel = gKernel;
     };
 
-    class Observer : public QzLog::LossObserver, public QzSynch::ReferenceCountedImpl<QzSynch::AtomicLong>
+    class Observer : public QzSynch::Counted<QzLog::LossObserver>
     {
     public:
         void OnLossesBegan(QzLog::LossRun const& run) override { Note("began ", run); }

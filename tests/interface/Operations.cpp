@@ -71,7 +71,8 @@ namespace
         Free<ReturnPtrI<Destination_DebugOutput>()>{&GetDestination_DebugOutput},
         Free<ReturnPtrI<Destination_SystemLog>()>{&GetDestination_SystemLog},
         Free<ReturnPtrI<Destination_DiskFile>(Wide)>{&GetDestination_DiskFile},
-        Free<ReturnPtrI<Destination_KafkaLog>(Wide)>{&GetDestination_KafkaLog});
+        Free<ReturnPtrI<Destination_KafkaLog>(Wide)>{&GetDestination_KafkaLog},
+        Free<ReturnPtrI<LossObserver>()>{&CreateSystemLogLossObserver});
 
     [[gnu::used]] std::tuple const gModule(
         Free<ReturnWString()>{&GetServerInstanceName, &GetObjectIDFromThreadContext, &GetComputerName},

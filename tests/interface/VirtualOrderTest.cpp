@@ -127,7 +127,12 @@ TEST(VirtualOrder, Destinations)
         SLOT(ReportEvent, void(Text, unsigned int, unsigned short)));
     EXPECT_SLOTS(Destination_DiskFile, kDestinationSlots, SLOT(SetMaxFileSize, void(unsigned int)),
         SLOT(GetMaxFileSize, unsigned int()), SLOT(SetBackupCount, void(unsigned int)),
-        SLOT(GetBackupCount, unsigned int()), SLOT(GetFilePath, QzBase::ReturnWString()));
+        SLOT(GetBackupCount, unsigned int()), SLOT(GetFilePath, QzBase::ReturnWString()),
+        SLOT(SetRecovery, void(Recovery)), SLOT(GetRecovery, Recovery()), SLOT(SetRetryInterval, void(unsigned int)),
+        SLOT(GetRetryInterval, unsigned int()), SLOT(GetStatistics, DiskFileStatistics()),
+        SLOT(SetLossObserver, void(LossObserver*)));
+    EXPECT_SLOTS(LossObserver, kCountedSlots, SLOT(OnLossesBegan, void(LossRun const&)),
+        SLOT(OnLossesReported, void(LossRun const&)));
     EXPECT_SLOTS(
         Destination_KafkaLog, kDestinationSlots, SLOT(GetDiskFileDestination, ReturnPtrI<Destination_DiskFile>()));
 }

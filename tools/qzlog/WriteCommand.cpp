@@ -111,6 +111,7 @@ namespace QzLogTool
                 CheckLog();
                 log->SetMaxFileSize(static_cast<unsigned int>(mMaxFileSize));
                 log->SetBackupCount(static_cast<unsigned int>(mBackupCount));
+                log->SetRecovery(QzLog::kRecoveryStrict);
                 QzBase::CountedPtr<QzLog::Router> const router(
                     QzLog::CreateRouter(mLogger.c_str(), mDispatcher.c_str()));
                 router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({log.get()}));
