@@ -1,9 +1,10 @@
+#include <QzLog/LossObserver.h>
+
 #include "root/ModuleAccess.h"
 #include "root/ModuleMain.h"
 
 #include <QzBase/Conversions.h>
 #include <QzLog/Destination_SystemLog.h>
-#include <QzLog/LossObserver.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
 #include <string>
