@@ -104,7 +104,7 @@ namespace QzLog
         if (tHoldsLockWord)
         {
             throw QzBase::ExceptionImpl<QzBase::Message>(QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1,
-                "A QzLog::Initializer cannot be made by what the end of the logging module destroys."));
+                "A QzLog::Initializer cannot be constructed while the logging module is being destroyed."));
         }
         LockWord const hold;
         if (!gModuleInit.pModule)

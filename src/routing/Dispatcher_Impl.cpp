@@ -60,7 +60,7 @@ namespace QzLog
             if (!destination)
             {
                 throw QzBase::ExceptionImpl<QzBase::Message>(QzBase::Message(
-                    QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, "A list of log destinations holds a null destination."));
+                    QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, "A list of log destinations contains a null destination."));
             }
             mDestinations.emplace_back(destination);
         }

@@ -37,7 +37,7 @@ namespace QzLog
         {
             hook.ConfigureDispatcher(dispatcher, &logger);
             if (!dispatcher)
-                ThrowMessage("The configuration hook took a dispatcher of the logger '%1' away.", logger.GetName());
+                ThrowMessage("The configuration hook set a dispatcher of the logger '%1' to null.", logger.GetName());
         }
     }
 
@@ -179,7 +179,7 @@ namespace QzLog
 
     void Logger_Impl::ThrowForeignHandle() const
     {
-        ThrowMessage("A dispatcher handle was used that the logger '%1' never gave out.", mName.c_str());
+        ThrowMessage("A dispatcher handle was used that the logger '%1' never issued.", mName.c_str());
     }
 
     Logger_Impl::DispatcherPtr Logger_Impl::GetDispatcherAt(std::size_t index) const
@@ -215,7 +215,7 @@ namespace QzLog
         // The hook is held until its work is done, also when another one is installed meanwhile.
         RequiredModule const module;
         if (mModuleNumber != gModuleInit.moduleNumber.load())
-            ThrowMessage("The logging module that made the logger '%1' has ended.", GetName());
+            ThrowMessage("The logging module that created the logger '%1' has ended.", GetName());
         DispatcherPtr dispatcher(CreateDispatcher(name.c_str()));
         QzBase::ReturnPtrI<ConfigurationHook> const hook = module->GetConfigurationHook();
         if (hook)

@@ -186,7 +186,7 @@ namespace KafkaClient
     Producer::Producer(Properties const& properties) : mForkGeneration(QzOs::GetForkGeneration())
     {
         if (gLockMayBeLeft.load(std::memory_order_relaxed))
-            ThrowConfigurationError("this process was forked while a producer of its parent was ending.");
+            ThrowConfigurationError("this process was forked while a producer of its parent was being destroyed.");
         QzOs::NoCancellation const noCancellation;
         Conf conf = MakeConf(properties);
         rd_kafka_conf_set_log_cb(conf.get(), TakeLogLine);
