@@ -16,9 +16,9 @@ namespace QzFileSystem
     {
         using StringCollectionPtr = std::unique_ptr<QzDataType::StringCollection>;
 
-        /// Whether a name matches, where "*" stands for any text and "?" for one code unit. When a piece
-        /// behind a "*" does not fit, only the last "*" can still take more, so this ends in the product of
-        /// both lengths.
+        /// Whether a name matches, where "*" stands for any text and "?" for one code unit. If a piece after a
+        /// "*" does not match, only the last "*" can still take more, so the time is at most in proportion to
+        /// the product of both lengths.
         bool MatchesPattern(WideView name, WideView pattern)
         {
             std::size_t inName = 0;

@@ -7,12 +7,12 @@
 
 #include <string>
 
-// The failures of the file layer. All of them are caught as QzBase::Message. System error numbers are taken
-// at once after the failed call and handed in here.
+// The failures of the file layer. All of them are caught as QzBase::Message. System error numbers are read
+// directly after the failed call and passed in here.
 
 namespace QzFileSystem
 {
-    /// The ID of every level that this layer puts above a system error.
+    /// The ID of every message level that this layer puts above a system error.
     inline constexpr int kFailureID = 0x12345678;
 
     /// A level with a template and its arguments (wide text or numbers), above the system error that is the cause.
@@ -31,7 +31,7 @@ namespace QzFileSystem
         return MakeFailure(error, kFailureID, text, arguments...);
     }
 
-    /// A failure that no system error stands behind, such as fewer bytes than were asked.
+    /// A failure without a system error, such as fewer bytes than were asked for.
     template <class... Arguments>
     QzBase::Message MakeShortFailure(char const* text, Arguments const&... arguments)
     {
@@ -63,6 +63,6 @@ namespace QzFileSystem
         throw text.ToFailure(error);
     }
 
-    /// Reports into the message that a caller handed in; null is silent.
+    /// Puts the failure in front of what the caller's message holds. Null does nothing.
     void Report(QzBase::Message* err, QzBase::Message const& failure);
 }

@@ -9,7 +9,7 @@ namespace QzFileSystem
 {
     /// Moves a file to another name, which it replaces; a directory there is a failure. Inside one file
     /// system the change is atomic. Between two, the content is on disk under the new name before the old
-    /// one goes. If both are names of one file, the old name goes.
+    /// name is removed. If both are names of one file, the old name is removed.
     void MoveFile(unsigned short const* from, unsigned short const* to);
 
     /// Deletes a file. It is first moved to the directory for temporary files, so that its name is free at

@@ -8,7 +8,7 @@
 
 namespace QzFileSystem
 {
-    /// Waits for the lock, without a time-out, and holds it to its end.
+    /// Waits for the lock, without a time-out, and holds it until it is destroyed.
     class FileWriteLock
     {
     public:
@@ -17,13 +17,13 @@ namespace QzFileSystem
 
         explicit FileWriteLock(WriteableFile& file);
 
-        /// The same for the thread that has `section`. A wait that lasts is a gap in it.
+        /// The same for the thread that holds `section`. A wait of more than some milliseconds is a gap in it.
         FileWriteLock(WriteableFile& file, QzSynch::ForkableSection& section);
         ~FileWriteLock() { Unlock(); }
         FileWriteLock(FileWriteLock const&) = delete;
         FileWriteLock& operator=(FileWriteLock const&) = delete;
 
-        /// Gives the lock up now, if it is held.
+        /// Releases the lock now, if it is held.
         void Unlock() noexcept;
 
         bool HoldsLock() const noexcept { return mLocked; }
@@ -35,7 +35,7 @@ namespace QzFileSystem
         bool mLocked = false;
     };
 
-    /// Tries to get the lock; HoldsLock tells whether it did.
+    /// Tries to get the lock; HoldsLock returns whether it has it.
     class FileTryWriteLock : public FileWriteLock
     {
     public:

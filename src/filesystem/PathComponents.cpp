@@ -39,7 +39,7 @@ namespace QzFileSystem
             std::size_t mFirstBehind;
         };
 
-        /// Whether a ".." stays where it stands, behind the components that were passed already.
+        /// Whether a ".." is kept, after the components that precede it.
         bool StaysParent(PathComponents const& passed, PathStyle style)
         {
             return passed.empty() || IsParent(passed.back()) || !IsKnownStyle(style) ||

@@ -31,7 +31,7 @@ namespace QzFileSystem
     /// All before the last "/"; without one, all before the last "\"; without either, ".".
     QzBase::ReturnWString GetDirectoryName(unsigned short const* path);
 
-    /// All behind the last "/"; without one, all behind the last "\"; without either, the path.
+    /// All after the last "/"; without one, all after the last "\"; without either, the path.
     QzBase::ReturnWString GetFileName(unsigned short const* path);
 
     /// The same for narrow text; points into `path`.
@@ -41,13 +41,13 @@ namespace QzFileSystem
     /// two; empty when there is none.
     QzBase::ReturnWString GetParentDirectory(unsigned short const* path);
 
-    /// The text behind the last "." of the whole path, up to its first white-space character.
+    /// The text after the last "." of the whole path, up to its first white-space character.
     QzBase::ReturnWString GetFileExtension(unsigned short const* path);
 
     /// The file name up to its last ".".
     QzBase::ReturnWString GetFileStem(unsigned short const* path);
 
-    /// Turns "/server/share" into "\\server\share"; a path that does not begin with "/" stays as it is.
+    /// Turns "/server/share" into "\\server\share"; a path that does not begin with "/" is unchanged.
     QzBase::ReturnWString SlashPathToUNC(unsigned short const* path);
 
     /// The normal form of `path`, resolved against `base` unless it is absolute. A rooted path stays on the

@@ -2,14 +2,14 @@
 
 namespace QzOs
 {
-    /// The waiting of a thread that tries for something before it goes to sleep until it is woken. To be woken, and
-    /// to wake, costs more than writing a record takes, and whoever is woken mostly comes too late. So the first wait
-    /// is as long as a record or two, spent awake; the ones behind it are short naps, rare enough that a thread at
-    /// work goes on undisturbed meanwhile.
+    /// How a thread waits between attempts, before it sleeps until it is woken. Waking a thread, and being woken, costs
+    /// more than writing a record, and a woken thread is mostly too late. So the first wait is as long as a record or
+    /// two take, spent awake. The next ones are short sleeps, with so few attempts that a thread at work is not
+    /// disturbed.
     class Backoff
     {
     public:
-        /// Waits for the next look. False, and no wait, when there have been enough. No point of cancellation.
+        /// Waits until the next attempt. After enough waits it returns false at once. No point of cancellation.
         bool Wait() noexcept;
 
     private:

@@ -21,9 +21,9 @@ namespace QzOs
         /// Milliseconds since 1970-01-01 00:00 UTC.
         std::int64_t (*mpGetUTCMilliseconds)();
 
-        /// The local zone's distance from UTC in minutes at that moment (seconds since 1970, UTC),
-        /// positive ahead of UTC. Takes a lock of the process: see DateTime::Now, which asks once for each minute
-        /// of the clock (so a test that replaces this sets another minute too).
+        /// The local zone's offset from UTC in minutes at that moment (seconds since 1970, UTC),
+        /// positive ahead of UTC. Takes a lock of the process: see DateTime::Now, which calls this once per minute
+        /// of the clock. (So a test that replaces this sets another minute too.)
         int (*mpGetZoneMinutes)(std::int64_t utcSeconds);
 
         /// Nanoseconds on a clock that never goes back.
@@ -43,7 +43,7 @@ namespace QzOs
         void (*mpDeregisterEventSource)(void* source);
     };
 
-    /// The table in force. Constant-initialised, so that it serves static objects too. A test that
+    /// The present table. Constant-initialised, so that static objects can use it too. A test that
     /// replaces an entry does so before other threads call it.
     extern Calls gCalls;
 }

@@ -2,8 +2,8 @@
 
 namespace QzOs
 {
-    /// Keeps the calling thread from being cancelled for its life; a request that arrives meanwhile takes effect
-    /// at the thread's next cancellation point behind it.
+    /// Keeps the calling thread from being cancelled for its life. A request that arrives meanwhile takes effect
+    /// at the thread's next cancellation point after that.
     class NoCancellation
     {
     public:

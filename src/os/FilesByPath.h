@@ -22,8 +22,8 @@ namespace QzOs
         Keep
     };
 
-    // What stands at a path: one system call each, and no memory. None asks for the file's times: a write after such a
-    // question has to set them anew, which costs a fifth of a record on some kernels.
+    // What stands at a path: one system call each, and no memory. None asks for the file's times: the next write would
+    // have to set them anew, which costs a fifth of a record on some kernels.
 
     FileKind GetFileKind(unsigned short const* path, Links links);
 
@@ -39,7 +39,7 @@ namespace QzOs
     struct FileInformation
     {
         std::uint64_t mSize;
-        /// The last change of content: seconds since 1970-01-01 00:00 UTC, and behind them.
+        /// The last change of content: seconds since 1970-01-01 00:00 UTC, and nanoseconds.
         std::int64_t mModifiedSeconds;
         int mModifiedNanoseconds;
         /// The system's own coding.

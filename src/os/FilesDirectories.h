@@ -34,7 +34,7 @@ namespace QzOs
         Error Open(unsigned short const* path, Links links);
 
         /// Gives the next name, in the system's order, without those of the directory itself and of its
-        /// parent; kNoMoreFiles behind the last one.
+        /// parent; kNoMoreFiles after the last one.
         Error Read(PathText& name);
 
     private:

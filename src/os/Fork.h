@@ -8,13 +8,13 @@
 
 namespace QzOs
 {
-    /// Grows by one in a forked child, before the child's first own call: a value that was kept from before
-    /// tells that this is another process now, with one thread and with open files that it shares with its
+    /// Grows by one in a forked child, before the child's first own call. If it differs from a value that was kept
+    /// before, this is another process now, with one thread and with open files that it shares with its
     /// parent. Costs a memory read.
     std::uint32_t GetForkGeneration();
 
-    /// Has the three functions called around every fork, on the thread that forks. Each may be null. Who comes here
-    /// later is called earlier before a fork, and later after it. Returns false when there is no room for that. Not to
+    /// Registers three functions that are called around every fork, on the thread that forks. Each may be null. Those
+    /// registered last are called first before a fork, and last after it. Returns false if there is no room. Must not
     /// be called by such a function.
     bool CallAroundFork(void (*before)(), void (*inParent)(), void (*inChild)()) noexcept;
 

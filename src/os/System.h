@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-// What the operating system tells about this process, thread and machine. Any thread may call all of it.
+// What the operating system knows of this process, thread and machine. Any thread may call all of it.
 
 namespace QzOs
 {

@@ -37,8 +37,8 @@ namespace QzOs
 
     /// Writes `length` code units as UTF-8 to `out`, which has room for kUTF8BytesPerUnit times as many bytes,
     /// and returns the number of bytes. No terminator. With Keep, a lone surrogate that stands for no byte is
-    /// written as three bytes that are no UTF-8, and `isExact` (null allowed) becomes false; it is not touched
-    /// otherwise.
+    /// written as three bytes that are not UTF-8, and `isExact` (null allowed) becomes false. Otherwise
+    /// `isExact` is unchanged.
     std::size_t EncodeUTF8(
         char* out, unsigned short const* text, std::size_t length, Malformed malformed, bool* isExact) noexcept;
 

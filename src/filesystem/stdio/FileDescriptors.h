@@ -32,7 +32,7 @@ namespace QzFileSystem::File
     /// in QzBase::GetLastError.
     std::int64_t WriteDescriptor(int descriptor, void const* buffer, std::uint64_t count);
 
-    /// Closes it and returns whether that told no failure of what was written. -1 is ignored.
+    /// Closes it and returns whether closing reported no failure of what was written. -1 is ignored.
     bool CloseDescriptor(int descriptor) noexcept;
 
     /// Copies from the present position to the end through the binary, then flushes the target.
@@ -64,6 +64,6 @@ namespace QzFileSystem::File
     void WriteLock(int descriptor, bool wait);
     void ReadLock(int descriptor, bool wait);
 
-    /// Gives the lock up. Returns whether that worked.
+    /// Releases the lock. Returns whether that worked.
     bool Unlock(int descriptor);
 }

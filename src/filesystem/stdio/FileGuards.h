@@ -8,11 +8,11 @@
 
 namespace QzFileSystem::File
 {
-    /// Closes a descriptor at its end.
+    /// Closes a descriptor when it is destroyed.
     class ScopedDescriptor
     {
     public:
-        /// Owns the descriptor from now on; -1 is none.
+        /// Becomes the owner of the descriptor; -1 is none.
         explicit ScopedDescriptor(int descriptor) noexcept : mDescriptor(descriptor) {}
         ~ScopedDescriptor() { Close(); }
         ScopedDescriptor(ScopedDescriptor const&) = delete;
@@ -20,7 +20,7 @@ namespace QzFileSystem::File
 
         int Get() const noexcept { return mDescriptor; }
 
-        /// Closes it now. Returns whether all that was written to it is in the file, as far as closing tells.
+        /// Closes it now. Returns whether closing reported no failure of what was written to it.
         bool Close() noexcept;
 
         /// Gives it up without closing it.
@@ -30,11 +30,11 @@ namespace QzFileSystem::File
         int mDescriptor;
     };
 
-    /// Closes a stream at its end.
+    /// Closes a stream when it is destroyed.
     class ScopedStream
     {
     public:
-        /// Owns the stream from now on; null is none.
+        /// Becomes the owner of the stream; null is none.
         explicit ScopedStream(std::FILE* stream) noexcept : mpStream(stream) {}
         ~ScopedStream();
         ScopedStream(ScopedStream const&) = delete;
@@ -57,7 +57,7 @@ namespace QzFileSystem::File
         /// Takes the lock again, if it is not held.
         void Lock();
 
-        /// Gives the lock up, if it is held.
+        /// Releases the lock, if it is held.
         void Unlock();
 
     protected:

@@ -37,7 +37,7 @@ namespace QzFileSystem::File
         {
             // Moving, even to the same place, writes out what is buffered, so that the size counts it.
             SetPosition(stream, position);
-            // Not GetSize, of whose low 32 bits a large file would have only a part moved, and nobody told.
+            // Not GetSize, which gives the low 32 bits: only a part of a large file would be moved, without an error.
             std::int64_t size = 0;
             int const descriptor = QzOs::ToDescriptor(stream);
             QzOs::Error error = QzOs::GetFileSize(QzOs::FromDescriptor(descriptor), size);

@@ -37,7 +37,7 @@ namespace QzFileSystem::File
     void Read(std::FILE* stream, QzDataType::Binary& binary, std::uint64_t maximum);
 
     /// Reads a line, its LF included, at most one byte less than the binary's full size. Length 0 is the end
-    /// of the file. Bytes behind a zero byte of the line are passed but not counted.
+    /// of the file. Bytes after a zero byte of the line are skipped and not counted.
     void ReadLine(std::FILE* stream, QzDataType::Binary& binary);
 
     /// Returns when all that was written is on the disk.

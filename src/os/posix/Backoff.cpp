@@ -44,7 +44,7 @@ namespace QzOs
             } while (GetNanosecondsSince(start) < kAwakeNanoseconds);
         }
 
-        // A signal that ends a nap only makes the next look come earlier.
+        // A signal that ends a sleep only makes the next attempt come earlier.
         void TakeNap() noexcept
         {
             NoCancellation const noCancellation;

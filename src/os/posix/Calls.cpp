@@ -21,11 +21,11 @@ namespace QzOs
         }
 
         // Held around a fork. The C library's own lock in localtime_r is not: a child that was forked while a thread
-        // of the parent was in there would wait for it for ever.
+        // of the parent held it would wait for ever.
         constinit ForkMutex gZoneLock;
 
-        // When the library is loaded, before all static objects and so before the locks of the layers above: who came
-        // first is called last before a fork, and this lock is taken under those.
+        // When the library is loaded, before all static objects and so before the locks of the layers above: handlers
+        // that are registered first are called last before a fork, so this lock is taken under those.
         [[gnu::constructor(101)]] void HoldZoneLockAroundForks()
         {
             auto const unlock = [] { gZoneLock.UnlockAfterFork(); };

@@ -30,15 +30,15 @@ namespace QzOs::Posix
 
         // One message at a time: a pipe mixes what is larger than PIPE_BUF.
         constinit std::timed_mutex gLock;
-        // Held by the one that takes the lock next. A thread that writes one message after the other would have the
-        // lock again before those that wait for it have woken up: their messages would be given up, and a fork would
-        // wait without an end.
+        // Held by the thread that takes the lock next. Without it, a thread that writes one message after the other
+        // would retake the lock before waiting threads have woken up: their messages would be dropped, and a fork
+        // could wait for ever.
         constinit std::timed_mutex gTurn;
         // Under the lock: the last message was given up within a line.
         constinit bool gIsWithinLine = false;
 
-        // When the library is loaded. Who came first is called last before a fork: this lock is taken before the
-        // one of StandardDescriptors.cpp.
+        // When the library is loaded. Handlers that are registered first are called last before a fork: this lock is
+        // taken before the one of StandardDescriptors.cpp.
         [[gnu::constructor(102)]] void HoldLockAroundForks()
         {
             auto const lock = []
@@ -54,8 +54,8 @@ namespace QzOs::Posix
             CallAroundFork(lock, unlock, unlock);
         }
 
-        /// By the clock that can be set, since the thread sanitizer knows no other lock with an end. To set it back
-        /// does no harm: whoever holds the lock gives it up after a second.
+        /// Uses the clock that can be set, since the thread sanitizer knows no other lock with a time-out. Setting it
+        /// back does no harm: whoever holds the lock releases it after a second.
         std::unique_lock<std::timed_mutex> Lock(std::timed_mutex& mutex, MessageDeadline& deadline)
         {
             std::unique_lock hold(mutex, std::try_to_lock);
@@ -67,22 +67,22 @@ namespace QzOs::Posix
             return hold;
         }
 
-        /// Owns the lock when it is this message's turn before its deadline.
+        /// Owns the lock if this message's turn comes before its deadline.
         std::unique_lock<std::timed_mutex> LockInTurn(MessageDeadline& deadline)
         {
             auto const turn = Lock(gTurn, deadline);
             return turn ? Lock(gLock, deadline) : std::unique_lock<std::timed_mutex>();
         }
 
-        /// Standard error as it is at this moment, for one message. Whether its writes wait for a reader is a matter of
-        /// the open file, which other programs share, so that it is not changed. A system that cannot write to a pipe
-        /// or terminal without a wait otherwise, opens it anew.
+        /// The present standard error, for one message. Whether its writes block is a property of the open file, which
+        /// other programs share, so it is not changed. Where the system cannot write to a pipe or terminal without
+        /// blocking otherwise, it is opened anew.
         class StandardError
         {
         public:
             StandardError() noexcept
             {
-                // Of the kind alone: asking a file for its times makes the next write to it dearer.
+                // Asks for the kind only: asking for the times of a file makes the next write to it slower.
                 struct statx status;
                 if (::statx(STDERR_FILENO, "", AT_EMPTY_PATH, STATX_TYPE, &status) != 0)
                     return;
@@ -103,8 +103,8 @@ namespace QzOs::Posix
             StandardError(StandardError const&) = delete;
             StandardError& operator=(StandardError const&) = delete;
 
-            /// Answers like write, and does not wait. Where the program may not open its standard error anew, it waits
-            /// only if another program has filled the room that was there a moment ago.
+            /// Returns as write does, and does not block. Where the program may not open its standard error anew, it
+            /// blocks only if another program fills the room that was there a moment ago.
             ssize_t Write(std::string_view text, MessageDeadline& deadline) noexcept
             {
                 if (mWay == Way::Socket)
@@ -138,7 +138,7 @@ namespace QzOs::Posix
 
             void OpenAnew() noexcept
             {
-                // Append, should a file stand there by now.
+                // Append, in case a file is there by now.
                 constexpr int flags = O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | O_APPEND;
                 int const own = OpenAboveStandard([=] { return gKernel.mpOpen("/proc/self/fd/2", flags, 0); });
                 mWay = own == -1 ? Way::WithRoom : Way::Plain;
@@ -149,8 +149,8 @@ namespace QzOs::Posix
             int mDescriptor = STDERR_FILENO;
         };
 
-        /// Writes with one call, so that nothing gets between its lines; more follow where the system has taken only a
-        /// part. Answers how much it has taken before the message was given up.
+        /// Writes with one call, so that nothing gets between its lines, and with more calls if the system takes only a
+        /// part. Returns how much was written before the message was given up.
         std::size_t Write(std::string_view text, MessageDeadline& deadline)
         {
             SignalBlock signals({SIGPIPE, SIGXFSZ});

@@ -21,7 +21,7 @@ namespace QzOs::Posix
 {
     namespace
     {
-        /// What RegisterEventSource gives out: the name in UTF-8.
+        /// What RegisterEventSource returns: the name in UTF-8.
         using Source = std::string;
 
         using WideView = std::basic_string_view<unsigned short>;
@@ -68,7 +68,7 @@ namespace QzOs::Posix
 
     void* RegisterEventSource(unsigned short const* sourceName)
     {
-        // A line end in it would begin a line that looks like another program's.
+        // A line end in the name would begin a line that looks like another program's.
         WideView const given(sourceName);
         std::vector<unsigned short> name(given.begin(), given.end());
         std::replace_if(name.begin(), name.end(), IsControl, static_cast<unsigned short>('?'));

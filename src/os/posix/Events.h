@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-// Where events go. Neither keeps a descriptor between two events: a program that closes all it does not know, as a
-// daemon does, would close ours, and what it opens next would get our events. Neither throws but std::bad_alloc.
+// The receivers of events. Neither keeps a descriptor between two events: a program that closes all it does not know,
+// as a daemon does, would close ours, and what it opens next would get our events. Both throw only std::bad_alloc.
 
 namespace QzOs::Posix
 {

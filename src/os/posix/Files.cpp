@@ -209,7 +209,7 @@ namespace QzOs
             Error error = kernelPath.GetError();
             if (error == 0)
                 error = GetFileIdentity(handle, expected);
-            // Asked before, since opening what is no plain file can take for ever, and afterwards for certain.
+            // Asked before, since opening what is no plain file can block for ever, and again afterwards to be certain.
             if (error == 0)
                 error = GetFileIdentity(path, found);
             if (error == 0)
@@ -232,8 +232,8 @@ namespace QzOs
         Error error = SeekFile(handle, 0, Origin::Position, position);
         if (error != 0)
             return error;
-        // Opening this name makes a new open file of the same file, whatever has become of its path. There is no such
-        // name in a root directory without /proc, and it is not for a process that has changed its user.
+        // Opening this name makes a new open file of the same file, wherever its path leads now. The name does not
+        // exist in a root directory without /proc, and a process that has changed its user may not open it.
         char name[32];
         std::snprintf(name, sizeof(name), "/proc/self/fd/%d", ToDescriptor(handle));
         error = Open(name, ToFlags(access), own);
@@ -252,7 +252,7 @@ namespace QzOs
     {
         NoCancellation const noCancellation;
         Error const error = ToError(gKernel.mpClose(ToDescriptor(handle)));
-        // The descriptor is gone also when a signal interrupted the call; a second one could hit another's.
+        // The descriptor is closed even if a signal interrupted the call; a second call could close another file.
         return error == EINTR ? 0 : error;
     }
 
@@ -318,8 +318,8 @@ namespace QzOs
         return 0;
     }
 
-    // Locks of the whole open file. The record locks of fcntl would not do: the classic ones vanish when any
-    // descriptor of the file is closed in the process, and those of the open file want the right access mode.
+    // Locks of the whole open file. The record locks of fcntl would not do: the classic ones are lost when any
+    // descriptor of the file is closed in the process, and those of the open file need the right access mode.
 
     Error LockFile(FileHandle handle, bool exclusive, LockWait wait)
     {
@@ -327,7 +327,7 @@ namespace QzOs
         auto const lock = [&](int waiting)
         { return ToError(RetryOnSignal([&] { return gKernel.mpFlock(ToDescriptor(handle), operation | waiting); })); };
         Error error = lock(LOCK_NB);
-        // Whoever sleeps for the lock is woken with its next release, on the time of who writes.
+        // A thread that sleeps for the lock is woken by its next release, which costs the writer time.
         for (Backoff backoff; wait != LockWait::None && error == EWOULDBLOCK && backoff.Wait();)
             error = lock(LOCK_NB);
         if (error != EWOULDBLOCK)

@@ -19,8 +19,8 @@ namespace QzOs
             void (*mpInChild)();
         };
 
-        // All are registered with the system as one, so that they are called without the host program's in between.
-        // Nothing here has a destructor, since the process may fork to its very end.
+        // All are registered with the system as one, so that no function of the host program is called in between.
+        // Nothing here has a destructor, since the process may fork until it ends.
         constinit std::array<Functions, 16> gFunctions{};
         constinit std::size_t gCount = 0;
         constinit bool gIsRegistered = false;
@@ -45,8 +45,8 @@ namespace QzOs
             tIsForking = false;
         }
 
-        // When the library is loaded, so that no fork is missed; and before all static objects, since what the layers
-        // above do in a child goes by the new generation, and who came first is called first there.
+        // When the library is loaded, so that no fork is missed, and before all static objects: in a child the layers
+        // above need the new generation, and functions that were registered first are called first there.
         [[gnu::constructor(101)]] void WatchForks()
         {
             CallAroundFork(nullptr, nullptr, [] { gForkGeneration.fetch_add(1, std::memory_order_relaxed); });

@@ -24,7 +24,7 @@ namespace QzOs::Posix
 
         constinit Receiver gJournal;
 
-        /// "NAME=value", or the form with a length for a value of several lines, whose lines would be fields otherwise.
+        /// "NAME=value", or the form with a length if the value has several lines, which would otherwise be fields.
         void AppendField(std::string& datagram, char const* name, std::string_view value)
         {
             datagram += name;
@@ -44,7 +44,7 @@ namespace QzOs::Posix
 
         int WriteAll(int descriptor, std::string_view bytes)
         {
-            // The process's limit of file sizes holds for it too.
+            // The process's limit of file sizes applies to it too.
             SignalBlock signals({SIGPIPE, SIGXFSZ});
             while (!bytes.empty())
             {

@@ -19,8 +19,8 @@
 
 namespace QzOs::Posix
 {
-    /// Every entry is called and answers like the function that it is named after; of the limits it is that of
-    /// file sizes which is asked for.
+    /// Every entry is called and returns as the function that it is named after. mpGetrlimit gets the limit of
+    /// file sizes.
     struct Kernel
     {
         int (*mpOpen)(char const* path, int flags, mode_t mode);
@@ -28,8 +28,8 @@ namespace QzOs::Posix
         ssize_t (*mpRead)(int descriptor, void* buffer, size_t count);
         ssize_t (*mpWrite)(int descriptor, void const* buffer, size_t count);
         ssize_t (*mpWritev)(int descriptor, iovec const* pieces, int count);
-        /// write, but of no more than can be written without a wait (EAGAIN when that is nothing), whether or not the
-        /// open file waits. EOPNOTSUPP where the system cannot do that.
+        /// write, but only of what can be written without blocking (EAGAIN if that is nothing), whether or not the
+        /// open file blocks. EOPNOTSUPP where the system cannot do that.
         ssize_t (*mpWriteAtOnce)(int descriptor, void const* buffer, size_t count);
         off_t (*mpLseek)(int descriptor, off_t offset, int origin);
         int (*mpFlock)(int descriptor, int operation);
@@ -79,11 +79,11 @@ namespace QzOs::Posix
         int (*mpSigtimedwait)(sigset_t const* set, siginfo_t* information, timespec const* timeout);
     };
 
-    /// The table in force. Constant-initialised. A test that replaces an entry does so while no other thread
+    /// The present table. Constant-initialised. A test that replaces an entry does so while no other thread
     /// uses files.
     extern Kernel gKernel;
 
-    /// Makes a call anew for as long as a signal interrupts it.
+    /// Repeats a call as long as a signal interrupts it.
     template <class Call>
     auto RetryOnSignal(Call&& call)
     {
@@ -93,7 +93,7 @@ namespace QzOs::Posix
         return result;
     }
 
-    /// The error number of a call that answers 0 or -1.
+    /// The error number of a call that returns 0 or -1.
     inline int ToError(int result)
     {
         return result == 0 ? 0 : errno;

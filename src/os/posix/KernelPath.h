@@ -6,14 +6,14 @@
 #include <climits>
 #include <cstddef>
 
-// Where paths meet the kernel: "\" and "/" both become "/", and UTF-16 becomes the bytes of the name. A name
-// of the kernel may itself contain a backslash, which must never turn into a separator: it travels as the
-// private code unit U+F05C. Should a name contain that character, its three bytes travel one by one, in the
-// reversible form of bytes that are no UTF-8. So every name goes back to exactly its bytes.
+// Converts paths for the kernel: "\" and "/" both become "/", and UTF-16 becomes the bytes of the name. A name
+// of the kernel may itself contain a backslash, which must never become a separator: in our paths it is the
+// private code unit U+F05C. If a name contains that character itself, its three bytes are converted one by one,
+// in the reversible form of bytes that are not UTF-8. So every name is converted back to exactly its bytes.
 
 namespace QzOs::Posix
 {
-    /// A path as the kernel takes it, on the stack: longer ones than fit here the kernel refuses.
+    /// A path as the kernel takes it, on the stack. The kernel refuses paths that are too long for it.
     class KernelPath
     {
     public:
@@ -32,7 +32,7 @@ namespace QzOs::Posix
         char mBytes[PATH_MAX + 4];
     };
 
-    /// Makes a call on a path, which answers 0 or -1 and is not interrupted by signals.
+    /// Makes a call on a path, which returns 0 or -1 and is not interrupted by signals.
     template <class Call>
     Error CallOnPath(unsigned short const* path, Call&& call)
     {

@@ -31,7 +31,7 @@ namespace QzOs::Posix
         address.sun_family = AF_UNIX;
         path.copy(address.sun_path, sizeof(address.sun_path) - 1);
         void const* const target = &address;
-        // A stream's receiver has a queue of connections, which can be full and cannot be waited for.
+        // A stream's receiver has a queue of connections. It can be full, and poll cannot wait for it.
         for (;;)
         {
             if (::connect(mDescriptor, static_cast<sockaddr const*>(target), sizeof(address)) == 0)

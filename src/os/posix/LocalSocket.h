@@ -10,8 +10,8 @@ struct msghdr;
 
 namespace QzOs::Posix
 {
-    /// A connection to a socket that stands at a path of this machine, for one event. Nothing waits beyond the
-    /// deadline, which is that of the event. Every error is an error number.
+    /// A connection to a socket at a path of this machine, for one event. Nothing waits beyond the deadline of the
+    /// event. All results are 0 or an error number.
     class LocalSocket
     {
     public:
@@ -21,7 +21,7 @@ namespace QzOs::Posix
         LocalSocket(LocalSocket const&) = delete;
         LocalSocket& operator=(LocalSocket const&) = delete;
 
-        /// 0 when the connection stands. EPROTOTYPE: what stands at the path is of the other type.
+        /// 0 if connected. EPROTOTYPE: the socket at the path is of the other type.
         int GetError() const noexcept { return mError; }
 
         /// Sends one datagram, or a whole piece of the stream.
@@ -30,7 +30,7 @@ namespace QzOs::Posix
         /// Sends an empty datagram that hands a descriptor over.
         int SendDescriptor(int descriptor);
 
-        /// Whether such a result of sending says that a datagram is larger than the system takes.
+        /// Whether a result of sending says that a datagram is larger than the system takes.
         static bool IsTooLarge(int error) noexcept;
 
         /// Sends the datagram that `make` makes of as much of the text as fits: cut at the end of a character, and with
@@ -50,7 +50,7 @@ namespace QzOs::Posix
         static constexpr std::size_t kSmallestCut = 256;
 
         static std::string Cut(std::string_view text, std::size_t size);
-        /// What is surely too large still.
+        /// A length that is certainly still too large.
         std::size_t GetFirstCut(std::size_t size) const noexcept;
 
         int Connect(std::string_view path);

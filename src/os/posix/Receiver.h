@@ -5,8 +5,8 @@
 
 namespace QzOs::Posix
 {
-    /// The end of the time that one message may wait outside of the process: a second from the moment in which it has
-    /// to wait at all, so that the others do not read the clock. For one thread.
+    /// How long one message may wait for somebody outside the process: a second from its first wait. A message that
+    /// need not wait does not read the clock. For one thread.
     class MessageDeadline
     {
     public:
@@ -18,9 +18,9 @@ namespace QzOs::Posix
         std::int64_t mEnd = 0;
     };
 
-    /// Somebody outside of the process who takes its messages, and may stand still. A message waits for him until its
-    /// deadline. When one has waited in vain the messages behind it do not wait at all, until he has taken something:
-    /// a receiver that stands still costs the program a second once, and not with each message. Any thread.
+    /// Somebody outside the process who takes its messages, and may stall. A message waits until its deadline. After
+    /// one has waited in vain, later messages do not wait until the receiver has taken something: a stalled receiver
+    /// costs the program a second once, and not with each message. Any thread.
     class Receiver
     {
     public:

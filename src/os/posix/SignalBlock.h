@@ -10,7 +10,7 @@ namespace QzOs::Posix
 {
     sigset_t MakeSignalSet(std::initializer_list<int> signals) noexcept;
 
-    /// Takes what waits of these signals in the calling thread, which blocks them.
+    /// Discards those of these signals that are pending in the calling thread, which blocks them.
     void DiscardSignals(sigset_t const& signals) noexcept;
 
     /// Blocks signals in the calling thread for its life.
@@ -22,14 +22,14 @@ namespace QzOs::Posix
         SignalBlock(SignalBlock const&) = delete;
         SignalBlock& operator=(SignalBlock const&) = delete;
 
-        /// Takes back what a write has raised. To be called when one has failed; signals that waited before this
-        /// object was made stay.
+        /// Discards what a write has raised. Call it when one has failed. Signals that were pending before this
+        /// object was constructed stay pending.
         void Discard() noexcept;
 
     private:
         bool mIsBlocked;
         sigset_t mOldMask;
-        /// Those that are not the program's.
+        /// Those that were not pending before.
         sigset_t mOurs;
     };
 }

@@ -60,7 +60,7 @@ namespace QzOs::Posix
             gLock.UnlockAfterFork();
         }
 
-        // When the library is loaded. Who came first is called last before a fork, and this lock is the innermost.
+        // When the library is loaded. Who registers first is called last before a fork; this lock is the innermost.
         [[gnu::constructor(101)]] void HoldLockAroundForks()
         {
             CallAroundFork([] { gLock.LockBeforeFork(); }, [] { gLock.UnlockAfterFork(); }, GoOnInChild);

@@ -9,9 +9,9 @@
 
 namespace QzOs::Posix
 {
-    /// Takes those of the descriptors 0 to 2 that are free, for its life, with something that can be neither read nor
-    /// written: also while it is being opened no file has such a number. A fork waits for the moment in which they are
-    /// taken or given back, not for what happens between; a forked child has them free again.
+    /// Occupies those of the descriptors 0 to 2 that are free, for its life, with something that can be neither read
+    /// nor written. So a file does not have such a number even while it is being opened. A fork waits while they are
+    /// being occupied or freed, but not in between. In a forked child they are free again.
     class StandardDescriptorsHold
     {
     public:
@@ -21,11 +21,11 @@ namespace QzOs::Posix
         StandardDescriptorsHold& operator=(StandardDescriptorsHold const&) = delete;
     };
 
-    /// Gives a descriptor from 0 to 2 a number above, for a program that closed one meanwhile. On failure it is
+    /// Moves a descriptor from 0 to 2 to a number above, in case the program closed one meanwhile. On failure it is
     /// closed, and the result is -1 with errno set.
     int MoveAboveStandard(int descriptor) noexcept;
 
-    /// Makes a call that answers a new descriptor or -1, anew after a signal; the descriptor is above 2.
+    /// Makes a call that returns a new descriptor or -1, again after a signal. The descriptor is above 2.
     template <class Open>
     int OpenAboveStandard(Open&& open)
     {

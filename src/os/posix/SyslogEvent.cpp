@@ -58,7 +58,7 @@ namespace QzOs::Posix
         else if (datagrams.GetError() == EPROTOTYPE)
         {
             LocalSocket stream(kPath, SOCK_STREAM, gSyslog, deadline);
-            // Its end is marked, as the C library does it.
+            // A zero byte marks its end, as the C library does it.
             if (stream.GetError() == 0)
                 stream.Send(std::string(head).append(event.mText).append(1, '\0'));
         }
