@@ -4,8 +4,8 @@
 
 namespace QzBase
 {
-    /// Virtual base of every object that is shared by counted references. An object is made with the
-    /// count 0; whoever keeps it takes a reference, and the release of the last one deletes it.
+    /// Virtual base of every object that is shared by counted references. An object is created with the
+    /// count 0. Each holder takes a reference; the release of the last one deletes the object.
     /// To implement one, derive from QzSynch::Counted<Interface>. Holders use CountedPtr and never
     /// call these operations by hand. Both may be called from any thread at any time.
     class QZLOG_API ReferenceCounted
@@ -16,7 +16,7 @@ namespace QzBase
         /// Takes one reference.
         virtual void AddRef() = 0;
 
-        /// Gives one reference back. The object may be gone when this returns.
+        /// Releases one reference. The object may be deleted when this returns.
         virtual void Release() = 0;
     };
 }

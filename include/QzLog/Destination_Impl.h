@@ -32,14 +32,14 @@ namespace QzLog
 
         void SetCallstackMessageIDs(unsigned int const* ids, unsigned int count) override;
 
-        /// Makes one piece of text of a message: the header, a blank, and the lines of the body with CR LF between
-        /// them. Each run of CR and LF is one line end, so that blank lines vanish; leading and trailing ones are
-        /// dropped, those at the start of the header too. A body that has nothing but line ends gives the empty text,
-        /// an empty or null one the header and its blank. Texts are UTF-8 and are not checked.
+        /// Makes the text of a message: the header, a blank, and the lines of the body with CR LF between them. Each
+        /// run of CR and LF is one line end, so blank lines are dropped. Line ends at the start and the end of the body
+        /// and at the start of the header are dropped as well. A body of line ends only gives the empty text; an empty
+        /// or null body gives the header and a blank. Texts are UTF-8 and are not checked.
         ///
-        /// When the message ID is not 0 and in the set of call-stack IDs, the call stack of the calling thread
-        /// follows, without its first six frames: those of the library when called from WriteMessage. Of the others the
-        /// innermost 256 are shown; if there are more, a line behind them says how many are left out.
+        /// If the message ID is not 0 and in the set of call-stack IDs, the call stack of the calling thread follows,
+        /// without its first six frames, which are the library's if this is called from WriteMessage. At most 256
+        /// frames are shown, the innermost first; if there are more, a line after them says how many are left out.
         ///
         /// May be called from any thread at any time. Throws std::bad_alloc.
         /// \param messageID      as in the header.

@@ -14,19 +14,19 @@
 //
 // A convenience layer over the functions of QzLog/LogFunctions.h, with the same guarantees: any thread, wholly on the
 // calling thread, errno is preserved. What a catalog, a destination or a value's own operator<< throws reaches the
-// caller. The call is compiled into the caller at every level of optimisation: on a disabled router it is the test of
-// mEnabled, and no value is touched. Arguments that are expressions are still evaluated, as the language has it. Pass a
+// caller. The call is compiled into the caller at every level of optimisation: on a disabled router it only tests
+// mEnabled and reads no value. Expressions in the arguments are still evaluated, as the language has it. Pass a
 // function where that is expensive:
 //
 //     QzLog::Log(*trace, "Query %1", [&] { return query.Describe(); });
 //
-// After the router comes one of these. They are written inside the call, which is how it knows its source location.
+// The argument after the router. Write it inside the call, which is how the call knows its source location.
 //
-//     a literal, or a constant char const*    a template, checked against the values while compiling: "%1" to "%99"
+//     a literal, or a constant char const*    a template, checked against the values at compile time: "%1" to "%99"
 //                                             stand for the values, "%%" for "%". Each number must have a value, and
 //                                             each value a number
 //     RunTimeTemplate(text)                   a template that is known only at run time, char const* or std::string. A
-//                                             number without a value stays as it stands. For a text that is no
+//                                             number without a value is kept as it is. For a text that is no
 //                                             template write Log(router, "%1", text)
 //     an integer or enumeration               a message ID of at most 32 bits: the text is that of the logger's catalog
 //     CallID(id, context)                     a message ID, and a context for the catalog (char const*)
@@ -36,8 +36,8 @@
 // Values and their text:
 //
 //     std::string, std::string_view, what converts to one     its bytes, UTF-8; a zero byte ends the whole text
-//     char const*, char arrays                                up to the zero byte; null inserts nothing
-//     unsigned short const*, QzBase::WideString               UTF-16 up to the zero; null inserts nothing
+//     char const*, char arrays                                up to the zero byte; null inserts an empty text
+//     unsigned short const*, QzBase::WideString               UTF-16 up to the zero; null inserts an empty text
 //     other objects with c_str(), such as ReturnWString       that text
 //     char                                                    the character
 //     bool                                                    "true" or "false"
@@ -61,8 +61,8 @@ namespace QzLog
 {
     namespace CallDetails
     {
-        /// Keeps the call in front of it from becoming a jump, which would take the caller out of the call stack of
-        /// its own message.
+        /// Keeps the call before it from becoming a jump, which would remove the caller from the call stack of its
+        /// own message.
         [[gnu::always_inline]] inline void KeepFrame()
         {
             asm volatile("");
@@ -87,8 +87,8 @@ namespace QzLog
         CallDetails::KeepFrame();
     }
 
-    /// Logs a text of the logger's catalog with its values, under the message ID. Without a catalog the text is the
-    /// ID, and the values behind it.
+    /// Logs a text of the logger's catalog with its values, under the message ID. Without a catalog the text is
+    /// the ID, followed by the values.
     template <class... Values>
     [[gnu::always_inline]] inline void Log(Router& router, CallID id, Values const&... values)
     {

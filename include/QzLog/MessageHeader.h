@@ -14,9 +14,9 @@ namespace QzLog
     /// belong to the header and are valid until what they show changes.
     ///
     /// Set the time first, then the rest, and read last. Text and JSON are cached, so that each is built once per
-    /// message. SetTimestamp, SetTimestampToNow, ParseHeaderText and a changed process, thread or message ID drop
-    /// the cache, and so do the setters below that say they are SetProcessID, SetThreadID or SetMessageID of a text.
-    /// All other setters leave a form that was already read unchanged.
+    /// message. SetTimestamp, SetTimestampToNow, ParseHeaderText and a changed process, thread or message ID drop the
+    /// cache. So does an ID that is set from a text, but for SetProcessIDString and SetThreadIDString. All other
+    /// setters leave a form that was already read unchanged.
     ///
     /// Used by one thread at a time, readers included. Operations throw std::bad_alloc and nothing else.
     class QZLOG_API MessageHeader : public virtual QzBase::ReferenceCounted

@@ -15,14 +15,14 @@ namespace QzLog
     ///     ...
     ///     return guard.SetReturnCode(result);
     ///
-    /// Each line is logged if the router is enabled at that moment, "Leave" only if it was at "Enter" too. A guard
+    /// Each line is logged if the router is enabled at that moment; "Leave" only if it was at "Enter", too. A guard
     /// never throws and never disturbs the code that it traces: what goes wrong in its logging is dropped. It belongs
-    /// to the thread that made it. A thread that is cancelled inside the guard's logging is cancelled at its next
+    /// to the thread that created it. A thread that is cancelled inside the guard's logging is cancelled at its next
     /// cancellation point after it.
     class QZLOG_API ScopeGuard
     {
     public:
-        /// \param scopeName  UTF-8, not copied: must outlive the guard, as a literal does. Null makes a guard that
+        /// \param scopeName  UTF-8, not copied: must outlive the guard, as a literal does. With null, the guard
         ///                   logs nothing.
         /// \param fileName   likewise not copied; may be null.
         explicit ScopeGuard(Router& router, char const* scopeName = __builtin_FUNCTION(),
@@ -70,7 +70,7 @@ namespace QzLog
     };
 }
 
-/// A ScopeGuard without a name of its own, for blocks that stand inside one another:
+/// A ScopeGuard without a variable to name, for nested blocks:
 ///
 ///     QZLOG_SCOPE(*trace);
 ///     ...
@@ -80,5 +80,5 @@ namespace QzLog
         QzLog::ScopeGuard qzlogScope(router);                                                                          \
     _Pragma("GCC diagnostic pop")
 
-/// Gives the innermost QZLOG_SCOPE a return code, and is that code.
+/// Sets the return code of the innermost QZLOG_SCOPE, and is that code.
 #define QZLOG_RETURN_CODE(code) qzlogScope.KeepReturnCode(code)

@@ -21,9 +21,9 @@ namespace QzSynch
 
         void Release() override
         {
-            // Two threads that both read 2 must not both go down without OnLastRelease: whoever takes
-            // the count from 1 to 0 has run it, because every other step goes by compare-exchange.
-            // Only the holder of the last reference can read 1, so nobody else runs the first branch
+            // Two threads that both read 2 must not both decrement without OnLastRelease. Every step but
+            // the last is a compare-exchange, so the thread that takes the count from 1 to 0 has run it.
+            // Only the holder of the last reference can read 1, so no other thread runs the first branch
             // at the same time.
             int count = mReferenceCount;
             for (;;)
@@ -52,7 +52,7 @@ namespace QzSynch
     // One instance in the library, so that there is one type information in the process.
     extern template class QZLOG_API ReferenceCountedImpl<AtomicLong>;
 
-    /// An interface with its references counted: what a class derives from that implements it.
+    /// Adds reference counting to an interface. A class that implements the interface derives from this:
     ///
     ///     class Hook : public QzSynch::Counted<QzLog::ConfigurationHook> { ... };
     ///     QzBase::CountedPtr<Hook> const hook(new Hook);

@@ -16,8 +16,8 @@
 
 namespace QzLog
 {
-    /// A template that is known only when the program runs, so that nothing checks its numbers: one without a value
-    /// stays as it stands. For a text that is no template write Log(router, "%1", text).
+    /// A template that is known only at run time, so its numbers are not checked: one without a value is kept as it
+    /// is. For a text that is no template write Log(router, "%1", text).
     class RunTimeTemplate
     {
     public:
@@ -71,7 +71,7 @@ namespace QzLog
     }
 
     /// A template for `valueCount` values: "%1" to "%99", with "%%" for "%". A literal, or a constant of the type
-    /// `char const*`, is checked while compiling: each number must have a value, and each value a number. An error
+    /// `char const*`, is checked at compile time: each number must have a value, and each value a number. An error
     /// names ANumberInTheTemplateHasNoValue ("%%" would be a plain "%") or NoNumberInTheTemplateNamesThisManyValues.
     template <std::size_t valueCount>
     class CallTemplate
@@ -101,7 +101,7 @@ namespace QzLog
         constexpr char const* GetText() const noexcept { return mpText; }
         constexpr SourceLocation const& GetLocation() const noexcept { return mLocation; }
 
-        /// Whether the text is known to have no "%" at all, so that it is the finished text too.
+        /// Whether the text is known to have no "%", so that it is also the finished text.
         constexpr bool IsPlain() const noexcept { return mIsPlain; }
 
     private:

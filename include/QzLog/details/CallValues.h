@@ -40,7 +40,7 @@ namespace QzLog::CallDetails
     template <class T, class... Others>
     inline constexpr bool kIsOneOf = (std::is_same_v<T, Others> || ...);
 
-    /// Characters whose texts are none of the library's: they would otherwise come out as numbers and addresses.
+    /// Characters of texts that the library does not support: they would otherwise be logged as numbers or addresses.
     template <class T>
     inline constexpr bool kIsForeignCharacter = kIsOneOf<std::remove_cv_t<T>, wchar_t, char8_t, char16_t, char32_t>;
 
@@ -63,8 +63,8 @@ namespace QzLog::CallDetails
         using Type = std::conditional_t<std::is_scalar_v<Decayed>, Decayed, Other>;
     };
 
-    /// How a value travels to the code that inserts it: what fits in registers by value, so that a variable of the
-    /// caller need not have an address because of a call that is switched off, and texts alike.
+    /// How a value is passed to the code that inserts it. What fits in registers goes by value, so that a variable of
+    /// the caller need not have an address because of a disabled call. Texts go as one type.
     template <class Value>
     using Passed = typename PassingOf<Value>::Type;
 
@@ -75,8 +75,8 @@ namespace QzLog::CallDetails
         formatter << std::string_view(text, static_cast<std::size_t>(end - text));
     }
 
-    /// The shortest text that reads back as the same number of this type: as a double a float would show digits
-    /// that it never had.
+    /// The shortest text that reads back as the same number of this type: converted to double, a float would show
+    /// digits that it does not have.
     template <std::floating_point T>
     void InsertFloating(MessageFormatter& formatter, T value)
     {
@@ -156,9 +156,9 @@ namespace QzLog::CallDetails
         MessageFormatter& mFormatter;
     };
 
-    /// A formatter with the values of one call in it. Functions run in their order, and before the formatter is
-    /// taken: they may log. Not inlined: what only an enabled call needs stays out of the caller, and is out of the
-    /// call stack before the front end is called. Leaves errno as it found it.
+    /// A formatter with the values of one call. Functions are called in their order, before the formatter is taken,
+    /// since they may log. Not inlined, so that what only an enabled call needs is not compiled into the caller, and
+    /// is not in the call stack when the front end is called. Preserves errno.
     template <class... Passed>
     [[gnu::noinline]] MessageFormatter& Collect(Passed... values)
     {
