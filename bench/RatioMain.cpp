@@ -1,4 +1,4 @@
-// Runs the benchmarks of one program and prints, behind the usual lines, one row per case with the median
+// Runs the benchmarks of one program and prints, after the usual lines, one row per case with the median
 // of each subject and its ratio to QzLog's rivals. A benchmark is named <case>/<subject>[/<variant>...];
 // the subjects of one case and variant stand in one row. Times of several threads are wall-clock time per
 // message of all threads together, so a smaller figure is more throughput.

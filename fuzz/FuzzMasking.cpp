@@ -31,7 +31,7 @@ namespace
         return text;
     }
 
-    /// The position behind the next `piece`; npos if there is none, or `pos` is npos.
+    /// The position after the next `piece`; npos if there is none, or `pos` is npos.
     std::size_t Behind(std::string const& text, std::string const& piece, std::size_t pos)
     {
         std::size_t const found = text.find(piece, pos);

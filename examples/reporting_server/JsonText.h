@@ -7,7 +7,7 @@
 
 namespace ReportingServer
 {
-    /// Reads JSON strictly: one value and nothing behind it, no comments, no name twice in an object. Throws
+    /// Reads JSON strictly: one value and nothing after it, no comments, no name twice in an object. Throws
     /// Json::Exception with the place and the reason.
     Json::Value ParseJson(std::string_view text);
 

@@ -4,7 +4,7 @@
 
 #include <span>
 
-// The server's messages: numbers, names and texts. Two roads use them. A call with an ID takes the text from the
+// The server's messages: numbers, names and texts. They are used in two ways. A call with an ID takes the text from the
 // logger's catalog (Catalog.h), in the process language. A structured QzBase::Message takes it from the texts
 // registered with QzResource, in the language of each destination.
 
@@ -16,7 +16,7 @@ namespace ReportingServer
     /// The domain of the server's IDs, so that they never meet those of another component in one process.
     inline constexpr unsigned short kMessageDomain = 100;
 
-    /// The two top bits say how grave a message is, and the system log goes by them: 01 warning, 10 error.
+    /// The two top bits are the severity of a message, which the system log uses: 01 warning, 10 error.
     enum MessageID : unsigned int
     {
         kServerStarted = 0x00000101,

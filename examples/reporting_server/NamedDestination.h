@@ -9,7 +9,7 @@
 
 namespace ReportingServer
 {
-    /// Stands in front of a destination of the library: gives it a language, and counts what goes through in the
+    /// Wraps a destination of the library: gives it a language, and counts the messages in the
     /// message trace under the name that the configuration file uses. One log may thus be written in one
     /// language and the terminal in two.
     class NamedDestination : public QzSynch::Counted<QzLog::Destination_Impl>

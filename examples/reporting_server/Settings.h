@@ -21,12 +21,12 @@ namespace ReportingServer
         Type mType = Type::DebugOutput;
         /// System log only.
         std::string mEventSource;
-        /// The file, or the one behind Kafka: relative to the base path, or absolute.
+        /// The file, or the fallback file of Kafka: relative to the base path, or absolute.
         std::string mPath;
         /// Of that file: bytes at which it rolls over, and how many back-ups are kept.
         unsigned int mMaxFileSize = 2000000;
         unsigned int mBackupCount = 1;
-        /// IDs of messages behind which the call stack is written.
+        /// IDs of messages after which the call stack is written.
         std::vector<unsigned int> mCallStackIDs;
     };
 

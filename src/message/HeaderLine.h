@@ -9,14 +9,14 @@
 
 namespace QzLog
 {
-    /// A header's line of text, which begins with the time. Most messages of a thread differ from the one before in
-    /// their time alone: then only that is written anew.
+    /// A header's line of text, which begins with the time. Most messages of a thread differ from the previous one
+    /// only in their time: then only the time is written anew.
     class HeaderLine
     {
     public:
         bool IsBuilt() const noexcept { return mIsBuilt; }
 
-        /// The line; once it is built.
+        /// The line. Call it only after the line was built.
         char const* Get() const noexcept { return mText.c_str(); }
 
         /// The line has to be built before it is read again.
@@ -27,10 +27,10 @@ namespace QzLog
                 *this = HeaderLine();
         }
 
-        /// Something behind the time is no longer what the line shows. It goes on showing that until it is cleared.
+        /// Something after the time has changed. The line still shows the old value until it is cleared.
         void ForgetRest() noexcept { mHasRest = false; }
 
-        /// Builds the line by that time and by what it holds already. False when it does not hold the rest.
+        /// Builds the line from that time and the rest that it already has. False if it does not have the rest.
         bool BuildWithTime(std::string const& time) noexcept
         {
             if (!mHasRest || time.size() != mTimeLength)
@@ -39,7 +39,7 @@ namespace QzLog
             return mIsBuilt = true;
         }
 
-        /// Builds the line anew. `write` gets a memory of `bound` bytes, puts the line there, the time included, and
+        /// Builds the line anew. `write` gets `bound` bytes of memory, writes the line there, the time included, and
         /// returns its end.
         template <class Write>
         void Build(std::size_t timeLength, std::size_t bound, Write write)
@@ -54,7 +54,7 @@ namespace QzLog
     private:
         static constexpr std::size_t kReservedLength = 256;
 
-        /// Longer than the line in it, so that another length costs nothing.
+        /// At least as long as the line, so that another length of the line costs nothing.
         std::string mText;
         std::size_t mTimeLength = 0;
         bool mHasRest = false;

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string_view>
 
-// The header as a line of text. Every message comes through here: its length is bounded first, so that the pieces
-// go into memory without a look at its capacity each. What seldom changes is kept in two pieces of several fields.
+// The header as a line of text. It is built for every message: its length is bounded first, so that each piece is
+// written without a test of the capacity. What seldom changes is kept in two pieces of several fields.
 
 namespace QzLog
 {

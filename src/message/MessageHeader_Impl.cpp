@@ -255,7 +255,7 @@ namespace QzLog
         SetIdentity(mObjectID, id);
     }
 
-    /// The time goes first: it is what makes the header build its texts anew.
+    /// The time is set first: that drops the texts which the header has cached.
     void MessageHeader_Impl::Stamp(char const* loggerName, char const* dispatcherName, SourceLocation const& location,
         unsigned int messageID, char const* serverName)
     {
