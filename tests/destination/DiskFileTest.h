@@ -17,7 +17,7 @@ namespace QzTest
 
     constexpr std::int64_t kStart = 1'800'000'000'000; // 2027-01-15 08:00
 
-    /// A disk file in a folder of its own, with a clock that stands still at gNow.
+    /// A disk file in a folder of its own, with a clock that is stopped at gNow.
     class DiskFileTest : public TemporaryFolder
     {
     protected:

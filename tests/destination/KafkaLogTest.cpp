@@ -85,7 +85,7 @@ namespace
                 QzLog::GetDestination_KafkaLog(WideIn(file).c_str()));
         }
 
-        /// Writes one record; tells what the client took for it and how often it is in the file.
+        /// Writes one record. Returns what the client took for it and how often it is in the file.
         std::string Write(QzLog::Destination& destination)
         {
             std::string const text = "record " + std::to_string(++mWritten) + ".";

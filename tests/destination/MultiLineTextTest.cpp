@@ -101,7 +101,7 @@ namespace
         }
     }
 
-    // Without a call behind it, that of LogString might take the frame's place.
+    // Without a call after it, that of LogString might replace the frame.
     [[gnu::noinline]] void CallOfTheUser1(QzLog::Router& router)
     {
         QzLog::LogString(router, kID, nullptr, __FILE__, __func__, __LINE__);

@@ -51,7 +51,7 @@ namespace
     {
         char const* mName;
         Action mAction;
-        /// What its failures tell, each of them once, without the folder.
+        /// The texts of its failures, each of them once, without the folder.
         std::vector<std::string> mTexts;
         bool mMayLeaveAPart = false;
         /// The calls whose failure it gets over, besides those that all do.

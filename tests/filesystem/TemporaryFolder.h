@@ -49,7 +49,7 @@ namespace QzTest
         return std::string(binary.GetData(), binary.GetData() + binary.GetSize());
     }
 
-    /// The levels of a failure, outermost first, each as "domain/ID text" with a line end behind it.
+    /// The levels of a failure, outermost first, each as "domain/ID text" followed by a line end.
     inline std::string Describe(QzBase::Message const& message)
     {
         std::string text;

@@ -161,7 +161,7 @@ namespace
     {
         std::string const file255(255, 'f');
         std::string const function127(127, 'g');
-        // What stands behind the header, how many characters of it are not read, what is.
+        // What follows the header, how many characters of it are not read, what is.
         std::tuple<std::string, std::size_t, std::string> const rows[] = {{" text", 5, "0||||||0"},
             {"[0x0000002A][UID:0][OID:o] text", 5, "42|0||o|||0"}, {"[SID:s][UID:late]", 10, "0||s||||0"},
             {"[a: \t f\nat\r line: 7]x", 1, "0||||a|f|7"}, {"[a]b:f at line:7]x", 15, "0||||a]b|f|7"},

@@ -35,7 +35,7 @@ namespace
     TEST(Timestamp, ReadsItsTextForm)
     {
         constexpr char kUnchanged[] = "2000-01-02 03:04:05.006+07:08";
-        // What stands behind the time, how much of that is read, and as which offset. Null: all of it is refused.
+        // What follows the time, how much of that is read, and as which offset. Null: all of it is refused.
         std::tuple<std::string, unsigned int, char const*> const offsets[] = {{" [HOST:", 0, ""},
             {"-03:30", 6, "-03:30"}, {"+14:59x", 6, "+14:59"}, {"+ 05: +030.", 10, "+05:30"},
             {"+65541:30", 9, "+05:30"}, {"+-4294967295:1", 14, "+01:01"}, {"+:30", 4, "+00:30"}, {"+15:00", 0, nullptr},

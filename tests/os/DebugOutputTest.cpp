@@ -80,7 +80,7 @@ namespace
         EXPECT_EQ(count, 200);
     }
 
-    /// With a reader that stands still at the other end of standard error.
+    /// With a stalled reader at the other end of standard error.
     void WaitForReader(int reader)
     {
         CountWaits();

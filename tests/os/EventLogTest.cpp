@@ -80,7 +80,7 @@ namespace
         gCalls.mpDeregisterEventSource(source);
     }
 
-    /// With a receiver that stands still.
+    /// With a stalled receiver.
     void FillQueue(int receiver)
     {
         std::int64_t const before = gWaited;

@@ -78,7 +78,7 @@ namespace
             EXPECT_EQ(Narrow(units, Malformed::Keep, &isExact), kept);
             EXPECT_EQ(isExact, exact) << testing::PrintToString(kept);
         }
-        // What stands behind the end is no second half.
+        // What follows the end is no second half.
         unsigned short const pair[] = {0xD800, 0xDC00};
         char bytes[kUTF8BytesPerUnit];
         EXPECT_EQ(EncodeUTF8(bytes, pair, 1, Malformed::Replace, nullptr), 3u);

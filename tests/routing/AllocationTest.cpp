@@ -10,7 +10,7 @@
 #include <malloc.h>
 
 // The operators of this whole program, which count for the thread that asks for memory. Never inlined: compilers
-// take a free() that they see behind a new for a mistake.
+// take a free() that they see after a new for a mistake.
 
 namespace
 {

@@ -18,7 +18,7 @@ namespace CallPath
     using QzBase::CountedPtr;
     using QzSynch::Counted;
 
-    /// A member that tells when its object ends.
+    /// A member that calls a function when its object is destroyed.
     struct AtEnd : std::function<void()>
     {
         using std::function<void()>::operator=;
@@ -60,7 +60,7 @@ namespace CallPath
                 header.GetServerName()});
         }
 
-        /// The texts so far, each with a blank behind it.
+        /// The texts so far, each followed by a blank.
         std::string TakeTexts()
         {
             std::string texts;

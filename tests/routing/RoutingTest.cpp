@@ -100,7 +100,7 @@ TEST_F(RoutingTest, CallbacksAreASetThatMayChangeMeanwhile)
     std::vector<CountedPtr<Router>> routers;
     for (int i = 0; i < 8; ++i)
         routers.push_back(MakeRouter());
-    // Some of the routers' own listeners are called behind this one, and find them gone.
+    // Some of the routers' own callbacks are called after this one, and find the routers destroyed.
     mpListener->mAction = [&]
     {
         routers.clear();

@@ -6,7 +6,7 @@
 
 #include <sys/mman.h>
 
-/// What the processes tell of their work, in memory that they share with the one that checks, so that it survives
+/// What the processes report of their work, in memory that they share with the one that checks, so that it survives
 /// a SIGKILL.
 struct Ledger
 {

@@ -13,7 +13,7 @@ struct RecordNumber
     std::uint64_t mSequence;
 };
 
-/// What every record's text begins with, behind the header of the line.
+/// What every record's text begins with, after the header of the line.
 inline constexpr char kRecordMark[] = "<record ";
 
 /// The body to log: 1 byte to 1 MiB of payload between its mark and its end, often of several lines.

@@ -43,7 +43,7 @@ protected:
         trace.CollectLogTrace();
     }
 
-    /// The sum of the numbers that stand behind `mark`.
+    /// The sum of the numbers that follow `mark`.
     static int SumUp(std::string const& text, std::string const& mark)
     {
         int sum = 0;

@@ -17,7 +17,7 @@ namespace
     int gRecordLine = 0;
     int gCallLine = 0;
 
-    // The statements behind the calls keep them from becoming jumps.
+    // The statements after the calls keep them from becoming jumps.
     __attribute__((noinline)) Descriptions RecordHere(unsigned int limit)
     {
         gRecordLine = __LINE__ + 1;

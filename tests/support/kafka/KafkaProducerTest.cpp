@@ -247,7 +247,7 @@ TEST_F(KafkaProducerTest, AResolverThatDoesNotAnswerHoldsUpTheEndAlone)
     KafkaClient::Initializer const next;
     EXPECT_TRUE(StatusBecomes(KafkaProducer::kStatusUp));
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    // A fork does not wait either; where librdkafka may be in the middle of an end, the child is told so.
+    // A fork does not wait either. If librdkafka may be destroying a producer, Configure throws in the child.
     auto const configure = [&] { return GetRefusal(mProperties).find("forked while") == std::string::npos; };
     EXPECT_TRUE(ComesTrue([&] { return RunInChild(configure) == 0; }));
 #endif
