@@ -14,14 +14,14 @@ namespace QzLog
     /// What a disk file does about a log file that fails, or that others delete or replace.
     enum Recovery : unsigned int
     {
-        /// The file is looked for at its path and opened again after a pause; a count of losses can be dropped. For
-        /// programs that rely on exactly that.
+        /// The destination looks for the file at its path and opens it again after a pause. A count of losses can be
+        /// dropped. For programs that rely on exactly that.
         kRecoveryBasic = 0,
-        /// No message is lost without being reported. For everybody else.
+        /// No message is lost without being reported. For all other programs.
         kRecoveryStrict = 1
     };
 
-    /// Figures of a disk file since it was made, in a forked child since the fork. "Lost" means messages.
+    /// Figures of a disk file since it was created, in a forked child since the fork. "Lost" means messages.
     struct DiskFileStatistics
     {
         /// Messages written.
@@ -31,7 +31,7 @@ namespace QzLog
         std::uint64_t mRollOvers;
         /// Lost and reported in the log.
         std::uint64_t mLossesReported;
-        /// Lost and to be reported yet.
+        /// Lost and not yet reported.
         std::uint64_t mLossesWaiting;
         /// Lost and never to be reported: see kRecoveryBasic. Always 0 with kRecoveryStrict.
         std::uint64_t mLossesDropped;
@@ -50,11 +50,11 @@ namespace QzLog
     /// A message that finds the file at its maximum size or beyond rolls it over first. The content is copied into the
     /// back-up "<path>.bak00", earlier back-ups move up by one number (with no gap the oldest is deleted), and the file
     /// is emptied in place, so that all who have it open go on with it. A message is written whole, so a file can
-    /// exceed the maximum by one message. A roll-over that fails, on a full disk for instance, leaves the log as it
-    /// was, and the message is lost.
+    /// exceed the maximum by one message. If a roll-over fails, on a full disk for instance, the log is unchanged and
+    /// the message is lost.
     ///
     /// A back-up has the permissions and the access control list of its log, and its owner and group as far as the
-    /// process may set them. What stood at its name, a link or a pipe perhaps, is deleted and never written to. Where
+    /// process may set them. Anything that has its name, such as a link, is deleted and never written to. Where
     /// the process may not delete files in the directory, a file at that name is emptied and used if owner, group and
     /// permissions are those of the log; any other makes the roll-over fail.
     ///
@@ -72,31 +72,31 @@ namespace QzLog
     /// thread. Later destinations in the same dispatcher's list see that header.
     ///
     /// Strict recovery (SetRecovery) adds to this:
-    /// - The path is followed. A message that finds another file at the path than the one that is open, or none, goes
-    ///   on at the path at once. Only plain files count: a directory, a pipe or a device there is a failure.
+    /// - The path is followed. If the file at the path is not the open one, or there is none, a message opens or
+    ///   creates the one at the path at once. Only plain files count: a directory, a pipe or a device is a failure.
     /// - The directory is created again when the file is opened.
-    /// - The first loss is said at once. Each run of losses, which are messages lost one after the other for the same
-    ///   reason, begins with a line on the debug output, with path and reason.
-    /// - Each loss is reported once. A run keeps its count, the time of its first message and its reason, with the
-    ///   system's description of the error. The next message that can be written is preceded by the lines about all
-    ///   runs, in the order of their beginning. More than 16 runs that wait are joined into one, which has time and
-    ///   reason of the first.
-    /// - What does not fit on the disk is taken back: neither a message nor a line about losses is left half.
-    /// - A roll-over that fails leaves every back-up as it was. The copy is made first, as "<path>.bak~n", and the
-    ///   oldest back-up is kept as "<path>.bak~o" until all is done. So the disk needs room for one file more, and the
-    ///   process the right to create and rename files in the directory. A process that is killed in a roll-over can
-    ///   leave these two behind, which the next roll-over uses up. A process that is killed just before it empties the
-    ///   file leaves its content in the file and in the newest back-up; the next roll-over then copies it once more.
+    /// - The first loss is reported at once. A run of losses is messages lost one after the other for the same reason.
+    ///   Its first loss writes a line with path and reason to the debug output.
+    /// - Each loss is reported once. A run has a count, the time of its first message and its reason, with the system's
+    ///   description of the error. The next message that can be written is preceded by one line for each run, in the
+    ///   order of their beginning. More than 16 unreported runs are joined into one, with the time and reason of the
+    ///   first.
+    /// - What does not fit on the disk is removed again: neither half a message nor half a line about losses is left.
+    /// - A roll-over that fails leaves every back-up unchanged. The copy is made first, as "<path>.bak~n", and the
+    ///   oldest back-up is kept as "<path>.bak~o" until all is done. So the disk needs room for one more file, and the
+    ///   process needs the permission to create and rename files in the directory. If a process is killed in a
+    ///   roll-over, these two can remain; the next roll-over removes them. If it is killed just before it empties the
+    ///   file, the content is in the file and in the newest back-up, and the next roll-over copies it once more.
     /// - A destination that is destroyed with unreported losses tries for a second to report them. What it cannot
-    ///   report goes to the debug output.
-    /// - The clock counts as it is: after it was set back, the next message tries the file.
+    ///   report is written to the debug output.
+    /// - If the clock was set back since the failure, the next message tries the file at once.
     ///
-    /// It cannot save a message that is written while somebody deletes the file.
+    /// A message that is written while somebody deletes the file is lost all the same.
     ///
     /// Basic recovery, the default, differs as follows. When the file has been deleted, renamed or replaced by a
     /// directory, the next message creates it anew, if the last failure is 300 seconds old or there was none. The
     /// directory is not created again. The 300 seconds are measured by the system's clock: setting it back prolongs the
-    /// wait by as much. A roll-over that fails has moved the earlier back-ups up, and the new one may be incomplete.
+    /// wait by as much. After a roll-over that failed, the back-ups have moved up, and the new one may be incomplete.
     /// The line leaves out:
     /// - Messages written to a file that is no longer the one at the path: somebody replaced it, or deleted it and
     ///   another writer created a new one. The writer notices this when its file is full. That message is lost and
@@ -124,22 +124,22 @@ namespace QzLog
         Destination_DiskFile& operator=(Destination_DiskFile&&) noexcept;
         ~Destination_DiskFile() override;
 
-        /// Sets the size in bytes at which the file rolls over, from the next message on; 2000000 at first. Larger
-        /// values count as 2000000000. 0 is no size that a log can have: every message is lost, and each attempt to
+        /// Sets the size in bytes at which the file rolls over, from the next message on; 2000000 at first. Values
+        /// above 2000000000 count as that. With 0 every message is lost, and with basic recovery each attempt to
         /// write one rolls the file over ten times, which pushes the back-ups out.
         virtual void SetMaxFileSize(unsigned int maxFileSize) = 0;
         virtual unsigned int GetMaxFileSize() = 0;
 
-        /// Sets how many back-ups a roll-over keeps, from the next one on; 1 at first. 0 counts as 1, larger values
-        /// as 256. Back-ups with higher numbers than that stay where they are.
+        /// Sets how many back-ups a roll-over keeps, from the next one on; 1 at first. 0 counts as 1, values above
+        /// 256 as 256. Back-ups with higher numbers than that are not touched.
         virtual void SetBackupCount(unsigned int backupCount) = 0;
         virtual unsigned int GetBackupCount() = 0;
 
         /// A copy of the present path, UTF-16 in normal form.
         virtual QzBase::ReturnWString GetFilePath() = 0;
 
-        /// Chooses what is done about failures, from the next message on; kRecoveryBasic at first, which any other
-        /// value counts as. A change closes the file, which the next message opens; unreported losses go along.
+        /// Sets what is done about failures, from the next message on; kRecoveryBasic at first. Unknown values count as
+        /// kRecoveryBasic. A change closes the file, and the next message opens it. Unreported losses are kept.
         virtual void SetRecovery(Recovery recovery) = 0;
         virtual Recovery GetRecovery() = 0;
 
@@ -148,31 +148,31 @@ namespace QzLog
         virtual void SetRetryInterval(unsigned int seconds) = 0;
         virtual unsigned int GetRetryInterval() = 0;
 
-        /// The figures of this destination. Takes no lock and makes nobody wait. They are read one by one, so they can
-        /// differ by what is being written meanwhile.
+        /// The figures of this destination. Takes no lock and blocks no other thread. The figures are read one by one,
+        /// so they can differ by what is being written meanwhile.
         virtual DiskFileStatistics GetStatistics() = 0;
 
-        /// Sets who learns of losses at once, in either recovery; null, as at first, for nobody. The former one may
-        /// still be called by messages in delivery.
+        /// Sets the observer that is notified of losses at once, in either recovery; null at first. Messages in
+        /// delivery may still call the previous one.
         virtual void SetLossObserver(LossObserver* observer) = 0;
     };
 
-    /// The destination of a log file; one object for each full path until the module ends, with its directory and
-    /// file made if they are missing. Whether the file can be opened makes no difference: the destination keeps trying.
-    /// Throws QzBase::Message when the module does not live, and QzLog::Exception (with a line in the debug output)
-    /// when the path itself is no use.
+    /// The destination of a log file; one object for each full path until the module ends. Creates the directory and
+    /// the file if they are missing. If the file cannot be opened, that is no error: the destination keeps trying.
+    /// Throws QzBase::Message while no Initializer is alive, and QzLog::Exception (with a line on the debug output)
+    /// if the path itself is unusable.
     /// \param path  UTF-16, not null. Relative to the base path unless it is absolute or begins with a separator.
     ///              "/" and "\" both separate, and both stand for the system's separator; "." and ".." are resolved
     ///              in the text.
     QZLOG_API QzBase::ReturnPtrI<Destination_DiskFile> GetDestination_DiskFile(unsigned short const* path);
 
-    /// Sets the directory that relative paths of log files are resolved against. All destinations of disk files that
-    /// were made from relative paths move there, each to the file of the same name, which it makes if need be; their
-    /// old files stay. Where two would meet in one file, the first in the order of the paths as they were given (by
-    /// UTF-16 units) takes it, and the other one stays where it is. The same path again changes nothing. While it is
-    /// empty, as it is at first, relative paths count from the process's current directory. Calls of several threads
-    /// take effect one after the other.
-    /// Throws QzBase::Message when the module does not live.
+    /// Sets the directory that relative paths of log files are resolved against. All disk files that were created with
+    /// relative paths move there, each to the file of the same name, which is created if it is missing. Their old files
+    /// stay. If two would become the same file, the first in the order of the given paths (by UTF-16 units) moves, and
+    /// the other does not. The same path again changes nothing. While the base path is empty, as it is at first,
+    /// relative paths are resolved against the current directory. Calls of several threads take effect one after the
+    /// other.
+    /// Throws QzBase::Message while no Initializer is alive.
     /// \param path  UTF-16; null counts as empty.
     QZLOG_API void SetBasePath(unsigned short const* path);
 }

@@ -9,8 +9,8 @@
 
 namespace QzLog
 {
-    /// Messages that one log file has lost one after the other for the same reason. The texts are valid for the call
-    /// that this is given to.
+    /// Messages that one log file has lost one after the other for the same reason. The texts are valid during the call
+    /// that gets this.
     struct LossRun
     {
         /// UTF-16, of the log file.
@@ -23,13 +23,13 @@ namespace QzLog
         char const* mpReason;
     };
 
-    /// Learns of the losses of a disk file at once, to raise an alarm for instance: the log itself reports them only
+    /// Is notified of the losses of a disk file at once, to raise an alarm for instance: the log reports them only
     /// when it works again. One object may observe several files; see Destination_DiskFile::SetLossObserver. A class
     /// that implements it derives from QzSynch::Counted<LossObserver>.
     ///
     /// The operations are called without any lock, on the thread whose message was lost or written, before its logging
-    /// call returns. So calls of several threads can overlap, and come in another order than the losses. They may log,
-    /// also to the same file. What they throw reaches the logging call.
+    /// call returns. So calls of several threads can overlap, and can be in another order than the losses. They may
+    /// log, also to the same file. Their exceptions reach the caller of the log function.
     class QZLOG_API LossObserver : public virtual QzBase::ReferenceCounted
     {
     public:
@@ -38,7 +38,7 @@ namespace QzLog
         /// A first message was lost.
         virtual void OnLossesBegan(LossRun const& run) = 0;
 
-        /// The log has a line about the run now, and takes messages again.
+        /// The log now has a line about the run, and takes messages again.
         virtual void OnLossesReported(LossRun const& run) = 0;
     };
 

@@ -6,7 +6,7 @@
 
 #include <string_view>
 
-// What the two ways to roll a log over share.
+// What the two kinds of roll-over share.
 
 namespace QzLog
 {
@@ -16,7 +16,7 @@ namespace QzLog
     /// "<path>.bak" and an ending in ASCII.
     QzBase::WideString MakeBackupName(QzBase::WideString const& path, std::string_view ending);
 
-    /// Copies the content of a log into a new file, for the users of the log, in the place of what stands there. Throws
-    /// QzBase::Message; the target then may be incomplete.
+    /// Copies the content of a log to a new file with the permissions of the log, which replaces what is there. Throws
+    /// QzBase::Message; the target may then be incomplete.
     void CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target);
 }

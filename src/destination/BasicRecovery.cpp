@@ -36,7 +36,7 @@ namespace QzLog
 
     bool BasicRecovery::WriteOrCount(std::string_view record, unsigned int messages, LossNotices& notices)
     {
-        // Asked of the path for every message: an open file does not tell that it was removed or renamed.
+        // The path is checked for every message: an open file does not show that it was removed or renamed.
         if (!QzFileSystem::IsFile(mLog.mPath.c_str()))
             mLog.Close();
         if (!mLog.mpFile && !PassRetryGate(messages, notices))
@@ -70,7 +70,7 @@ namespace QzLog
         }
         catch (QzBase::Message&)
         {
-            // The reason that the log will be told is that of the first loss.
+            // The reason that the log will report is that of the first loss.
             mLosses.AddFailedAttempt(messages);
             return false;
         }
@@ -104,7 +104,7 @@ namespace QzLog
                 mLog.Append(size, record);
                 return;
             }
-            // A file that has taken this one's place must not be rolled over from here.
+            // A file that has replaced this one at the path must not be rolled over from here.
             if (mLog.mpFile->IsSameFile(nullptr))
             {
                 RollOver(*mLog.mpFile, mLog.mPath, mLog.mBackupCount);

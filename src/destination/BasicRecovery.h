@@ -29,7 +29,7 @@ namespace QzLog
 
         // These throw QzBase::Message.
 
-        /// Opens the file and tells in it what was lost.
+        /// Opens the file and reports in it what was lost.
         void ReopenFile(LossNotices& notices);
 
         /// Writes a record at the end of the file, under the lock on the file.

@@ -44,7 +44,7 @@ namespace QzLog
         }
         catch (std::exception const&)
         {
-            // Without memory there is nothing to report with, and an observer that throws has nobody to tell.
+            // Without memory nothing can be reported, and a destructor lets no exception of an observer out.
         }
     }
 
@@ -153,7 +153,7 @@ namespace QzLog
 
     void Destination_DiskFile_Impl::GoOnInForkedChild(bool /*wasGap*/) noexcept
     {
-        // The parent tells in the log what it has lost itself.
+        // The parent reports its own losses in the log.
         mpRecovery->ForgetLosses();
         mLog.mCounters.Reset();
         if (!mLog.mpFile)
@@ -161,8 +161,8 @@ namespace QzLog
         QzOs::NoCancellation const noCancellation;
         try
         {
-            // At once and not with the next message: while the child has the parent's open file, a lock of a parent
-            // that was killed would live on.
+            // At once and not with the next message: while the child has the parent's open file, the lock of a parent
+            // that was killed would stay held.
             mLog.ReopenAfterFork();
         }
         catch (QzBase::Message&)

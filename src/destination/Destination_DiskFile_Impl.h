@@ -34,18 +34,18 @@ namespace QzLog
         DiskFileStatistics GetStatistics() override { return mLog.mCounters.Get(); }
         void SetLossObserver(LossObserver* observer) override;
 
-        /// Goes over to another file, which is made with its directory if they are missing. The present path
-        /// changes nothing. A failure to open is no loss yet.
+        /// Changes to another file, and creates it with its directory if they are missing. The present path changes
+        /// nothing. A failure to open is no loss yet.
         void SetFilePath(unsigned short const* path);
 
         /// Writes a record that is no message of this destination.
-        /// \return  false when the file is lost; the record is then not counted as missed.
+        /// \return  false if it could not be written; the record is then not counted as missed.
         bool WriteForeignRecord(std::string_view text);
 
     private:
         void GoOnInForkedChild(bool wasGap) noexcept override;
 
-        /// Writes a record that stands for a number of messages. False: they are lost, and have been counted.
+        /// Writes a record that contains a number of messages. False: they are lost, and have been counted.
         bool WriteOrCount(std::string_view text, unsigned int messages);
 
         LogFile mLog;
@@ -55,7 +55,7 @@ namespace QzLog
         /// Guards all members and every use of the file, but for the counters. Taken before the lock on the file and
         /// held through a whole delivery, so a process that keeps the file's lock stalls the threads here. The wait for
         /// that lock is the only gap.
-        // The last member: a fork takes it, and must find all others constructed.
+        // The last member: a fork takes it, when all others must be constructed.
         QzSynch::ForkableSection mSection;
     };
 }

@@ -34,7 +34,7 @@ namespace QzLog
 
         constexpr unsigned int kProbeIntervalMilliseconds = 10'000;
 
-        // No producer has it, so that the first message of an object counts as a change.
+        // No producer has this status, so the first message of an object counts as a change.
         constexpr int kNoStatus = -1;
 
         /// What all objects share, for the life of the process.
@@ -58,8 +58,8 @@ namespace QzLog
             return shared;
         }
 
-        // Made when the library is loaded: a fork in the middle of the first use would leave the child waiting for
-        // a thread that it does not have.
+        // Created when the library is loaded: after a fork during the first use, the child would wait for a thread
+        // that it does not have.
         [[maybe_unused]] Shared& gShared = GetShared();
 
         bool FeatureIsEnabled()
@@ -74,7 +74,7 @@ namespace QzLog
             }
         }
 
-        /// Built on first need, and unchanged from then on.
+        /// Built on first use, and unchanged from then on.
         QzBase::WideString const& GetSettingsTopic(Shared& shared, ModuleMain& module)
         {
             QzSynch::CriticalSection::SmartLock const hold(*shared.mpLock);
@@ -94,7 +94,7 @@ namespace QzLog
         /// Whether the client took the text makes no difference: it is kept.
         void SendSettings(Shared& shared, unsigned short const* text)
         {
-            // A destination that has outlived the module goes on with its records only.
+            // A destination that has outlived the module still handles records, but not settings.
             if (ModulePin const module; module)
                 KafkaProducer::Send(GetSettingsTopic(shared, *module), 0, nullptr, QzDataType::Variant(text, nullptr));
         }
@@ -127,11 +127,11 @@ namespace QzLog
             mpDiskFile->WriteMessage(bodyText, header);
     }
 
-    /// Whether the next record goes to the client first. Sends the settings text before it when a broker has come.
+    /// Whether the next record goes to the client first. Sends the settings text before it if a broker has connected.
     bool Destination_KafkaLog_Impl::KafkaIsToBeTried()
     {
         int const status = KafkaProducer::GetKafkaProducerStatus();
-        // Both move on whatever follows, so that neither the interval nor a change is seen late.
+        // Both are updated whatever follows, so that neither the interval nor a change is noticed late.
         bool const probeIsDue = ProbeIsDue();
         bool const statusHasChanged = StatusHasChanged(status);
 
@@ -164,7 +164,7 @@ namespace QzLog
         Shared& shared = GetShared();
         if (!shared.mTopicIsConfigured.load(std::memory_order_acquire) || !shared.mpLosses->Exist())
             return;
-        // Not the header of the message that happened to come by, nor of its thread: the line is about neither.
+        // Not the header of the present message or its thread: the line is about neither.
         QzBase::CountedPtr<MessageHeader> const header(CreateMessageHeader());
         header->SetHostName(hostName);
         header->SetServerName(serverName);

@@ -19,14 +19,14 @@ namespace QzLog
         void WriteMessage(char const* bodyText, MessageHeader& header) override;
         QzBase::ReturnPtrI<Destination_DiskFile> GetDiskFileDestination() override;
 
-        /// Names the message topic, unless it has its name already or one of the two is null or empty.
+        /// Names the message topic, unless it has a name already or one of the two is null or empty.
         static void ConfigureKafkaTopic(unsigned short const* computerName, unsigned short const* serverName);
 
-        /// Sends the settings text if a broker is connected, and keeps it for the next time that one comes.
+        /// Sends the settings text if a broker is connected, and keeps it for when one connects again.
         static void PublishRegistrySettings(unsigned short const* text);
 
-        /// Tells in a disk file what Kafka has taken and not delivered since this was told last, with the names of the
-        /// machine and of the server (UTF-8) in the line's header. What the file does not take is told by a later call.
+        /// Reports in a disk file what Kafka has accepted and not delivered since the last report, with the names of
+        /// the machine and the server (UTF-8) in the line's header. If the file fails, a later call reports it.
         static void TellLosses(Destination_DiskFile& file, char const* hostName, char const* serverName);
 
     private:

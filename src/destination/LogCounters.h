@@ -7,8 +7,8 @@
 
 namespace QzLog
 {
-    /// The statistics of a disk file. Written by the thread that has the destination's section, and read by any without
-    /// a lock: each figure for itself.
+    /// The statistics of a disk file. Written by the thread that holds the destination's section, and read by any
+    /// thread without a lock, each figure by itself.
     class LogCounters
     {
     public:
@@ -43,7 +43,7 @@ namespace QzLog
     private:
         using Counter = std::atomic<std::uint64_t>;
 
-        /// There is one writer at a time, so that no bus lock is needed.
+        /// There is one writer at a time, so no atomic addition is needed.
         static void Add(Counter& counter, std::uint64_t value) noexcept
         {
             counter.store(counter.load(std::memory_order_relaxed) + value, std::memory_order_relaxed);

@@ -28,7 +28,7 @@ namespace QzLog
     void LogFile::CreateFolder() const
     {
         QzBase::ReturnWString const directory = QzFileSystem::GetDirectoryName(mPath.c_str());
-        // The directory of "\x.log" is empty: the root, which is always there.
+        // The directory of "\x.log" is empty: the root, which always exists.
         if (directory.size() == 0 || QzFileSystem::IsDirectory(directory.c_str()))
             return;
         try
@@ -37,7 +37,7 @@ namespace QzLog
         }
         catch (QzBase::Message&)
         {
-            // Several processes may start on a missing tree at once.
+            // Several processes may start at the same time while the directories are missing.
             if (!QzFileSystem::IsDirectory(directory.c_str()))
                 throw;
         }
@@ -56,7 +56,7 @@ namespace QzLog
         }
         catch (QzBase::Message&)
         {
-            // What the path leads to is the log now, where that is another file. Nothing was lost.
+            // The log is now the file at the path, even if it is another one. Nothing was lost.
             Open();
         }
     }
@@ -64,7 +64,7 @@ namespace QzLog
     std::int64_t LogFile::Append(std::int64_t size, std::string_view record)
     {
         std::size_t written = record.size();
-        // In one piece: a head without its record, or half of one, would be followed by no other.
+        // In one piece: after a head without its record, or half a head, no other head would be written.
         if (size == 0)
         {
             mpFile->WriteTexts(mHeader, record);

@@ -16,8 +16,8 @@
 
 namespace QzLog
 {
-    /// The log file of a destination, the settings for writing to it, and the steps that every recovery takes. Used by
-    /// the thread that has the destination's section; the counters are read by any. What throws, throws
+    /// The log file of a destination, the settings for writing to it, and the steps that both recoveries share. Used by
+    /// the thread that holds the destination's section; any thread may read the counters. What throws, throws
     /// QzBase::Message.
     class LogFile
     {
@@ -25,8 +25,8 @@ namespace QzLog
         /// \param section  the destination's. Not used before its construction is done.
         explicit LogFile(QzSynch::ForkableSection* section);
 
-        /// Holds the lock on the file, and counts the wait for it. A wait that lasts is a gap in the section; at that
-        /// moment a delivery must have opened the file at most.
+        /// Holds the lock on the file, and records the wait for it. A wait of more than some milliseconds is a gap in
+        /// the section. By then a delivery must not have done more than open the file.
         class Lock : public QzFileSystem::FileWriteLock
         {
         public:
@@ -38,7 +38,7 @@ namespace QzLog
 
         void CreateFolder() const;
 
-        /// Opens what stands at the path, or makes it.
+        /// Opens the file at the path, or creates it.
         void Open();
         void Close() noexcept { mpFile.reset(); }
 
@@ -63,7 +63,7 @@ namespace QzLog
         QzBase::CountedPtr<LossObserver> mpObserver;
         LogCounters mCounters;
 
-        /// How often a message looks for room in the file before it is lost.
+        /// How often a message tries to find room in the file before it is lost.
         static constexpr int kWritePasses = 10;
 
     private:

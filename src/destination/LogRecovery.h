@@ -8,27 +8,27 @@ namespace QzLog
 {
     class LossNotices;
 
-    /// How a destination writes to its log file, and what it does when that fails. Used by the thread that has the
+    /// How a destination writes to its log file, and what it does if that fails. Used by the thread that holds the
     /// destination's section.
     class LogRecovery
     {
     public:
         virtual ~LogRecovery() = default;
 
-        /// The destination has gone over to a path, whose file is to be opened or made with its directory. A failure
-        /// is no loss yet.
+        /// Called when the destination has changed to a path. Opens the file there, or creates it with its directory. A
+        /// failure is no loss yet.
         virtual void Start() = 0;
 
-        /// Writes a record that stands for a number of messages. False: they are lost, and have been counted.
+        /// Writes a record that contains a number of messages. False: they are lost, and have been counted.
         virtual bool Write(std::string_view record, unsigned int messages, LossNotices& notices) = 0;
 
         /// The destination is about to be destroyed.
         virtual void End(LossNotices& notices) = 0;
 
-        /// For a forked child: the parent tells in the log what was lost up to now.
+        /// For a forked child: the parent reports what was lost up to now.
         virtual void ForgetLosses() noexcept = 0;
 
-        /// For a change of the recovery: one gives up what it has not reported, and the other goes on with it.
+        /// For a change of the recovery: one hands over its unreported losses, and the other takes them.
         virtual Losses TakeLosses() = 0;
         virtual void PutLosses(Losses&& losses) = 0;
     };

@@ -6,13 +6,13 @@
 
 namespace QzLog
 {
-    /// What a disk file with basic recovery has lost, and when its file may be tried again: one count, which a further
-    /// failure begins anew. Used by one thread at a time.
+    /// What a disk file with basic recovery has lost, and when its file may be tried again. There is one count; a
+    /// further failure begins it anew. Used by one thread at a time.
     class LossAccount
     {
     public:
-        /// A failure that begins a new count; an earlier one is forgotten.
-        /// \param lostCount  the messages that went with it.
+        /// A failure that begins a new count; an earlier count is dropped.
+        /// \param lostCount  the messages that it lost.
         void Begin(QzBase::Message const& failure, unsigned int lostCount);
 
         /// Whether the last failure or failed attempt is that old. True at first.
@@ -21,7 +21,7 @@ namespace QzLog
         /// More messages were lost; their reason stays that of the first.
         void AddLosses(unsigned int count) noexcept;
 
-        /// The same, by an attempt that failed: the interval begins anew.
+        /// The same, by an attempt that failed: the interval starts again.
         void AddFailedAttempt(unsigned int count);
 
         /// For a forked child: the parent reports what was lost up to now. Time and reason of the failure stay.
@@ -30,16 +30,16 @@ namespace QzLog
         bool HasLosses() const noexcept { return mLosses.mCount != 0; }
         Losses const& Get() const noexcept { return mLosses; }
 
-        /// Whether there are losses that were not asked about with this operation yet.
+        /// Whether there are losses for which this operation was not called yet.
         bool Announce() noexcept { return HasLosses() && !std::exchange(mLosses.mIsAnnounced, true); }
 
-        /// The losses are told. The times stay, so that the next failure within the interval still waits.
+        /// The losses are reported. The times stay, so that a failure within the interval still waits.
         void Clear() noexcept;
 
-        /// Gives all of it up and begins as at first.
+        /// Returns the losses and resets this object.
         Losses Take() noexcept { return std::exchange(*this, LossAccount()).mLosses; }
 
-        /// Goes on with what somebody else has lost, after it began as at first.
+        /// Takes over losses, when this object is new or reset.
         void Put(Losses&& losses) noexcept { mLosses = std::move(losses); }
 
     private:

@@ -12,8 +12,8 @@ namespace QzLog
 {
     class LogFile;
 
-    /// What is to be said outside the log about losses: gathered by the thread that has the destination's section, and
-    /// said by it when it has left.
+    /// Notices of losses for others than the log: for the observer and the debug output. The thread that holds the
+    /// destination's section collects them, and gives them out after it has left the section.
     class LossNotices
     {
     public:
@@ -28,7 +28,7 @@ namespace QzLog
         void AddBeginning(Losses const& losses, Voice voice);
         void AddReport(Losses losses);
 
-        /// Losses that nobody will report.
+        /// Losses that the log will not report.
         void AddEnd(Losses losses);
 
         void Say();

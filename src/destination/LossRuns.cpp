@@ -19,7 +19,7 @@ namespace QzLog
             return text;
         }
 
-        /// Whether two reasons differ in numbers at most: a write that fails gives the length of its record.
+        /// Whether two reasons differ only in numbers: the reason of a failed write has the length of its record.
         bool IsSameReason(std::string_view left, std::string_view right)
         {
             while (!left.empty() && !right.empty())
@@ -39,7 +39,7 @@ namespace QzLog
         std::string reason = MakeReasonWithCauses(failure);
         if (mRuns.empty() || !IsSameReason(mRuns.back().mReason, reason))
         {
-            // A reason that no message was lost for is of no use to anybody.
+            // A reason for which no message was lost is not needed.
             if (!mRuns.empty() && mRuns.back().mCount == 0)
                 mRuns.pop_back();
             mRuns.push_back(Losses{0, QzDataType::DateTime(0.0), std::move(reason)});

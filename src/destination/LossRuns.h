@@ -8,7 +8,7 @@
 namespace QzLog
 {
     /// What a disk file with strict recovery has lost and not yet reported, and when its file may be tried again. A run
-    /// of losses goes on until it is reported or a failure has another reason. Used by one thread at a time.
+    /// of losses ends when it is reported or a failure has another reason. Used by one thread at a time.
     class LossRuns
     {
     public:
@@ -19,7 +19,7 @@ namespace QzLog
         /// More messages were lost without an attempt.
         void AddLosses(unsigned int count);
 
-        /// Whether the last failure is that old, or the clock was set back since. True at first.
+        /// Whether the last failure is that old, or the clock was set back since then. True at first.
         bool IsRetryDue(unsigned int seconds) const;
 
         bool AreEmpty() const noexcept { return mRuns.empty(); }
@@ -29,16 +29,16 @@ namespace QzLog
         /// The messages of all runs.
         std::uint64_t GetTotal() const noexcept;
 
-        /// The last run, if it has losses and was not given by this operation yet.
+        /// The last run, if it has losses and this operation has not returned it yet.
         Losses const* Announce() noexcept;
 
         /// For a forked child: the parent reports what was lost up to now.
         void ForgetCounts() noexcept;
 
-        /// Gives all of it up, as one run, and begins as at first.
+        /// Returns the losses as one run, and resets this object.
         Losses Take();
 
-        /// Goes on with what somebody else has lost, after it began as at first.
+        /// Takes over losses, when this object is new or reset.
         void Put(Losses&& losses);
 
     private:

@@ -19,8 +19,8 @@ namespace QzLog
             return c == '\r' || c == '\n';
         }
 
-        /// The text with a blank in place of each line end: a reason of several lines would break the one line that
-        /// it becomes part of.
+        /// The text with a blank in place of each line end: a reason of several lines would break the line that it
+        /// becomes part of.
         std::string Flatten(char const* text)
         {
             std::string flat;
@@ -39,7 +39,7 @@ namespace QzLog
             ModulePin const module;
             if (module)
                 return module->GetThreadContext()->GetMessageHeader();
-            // The destination has outlived the module, and goes on for those who hold it.
+            // The destination has outlived the module, and still works for those who hold it.
             QzBase::CountedPtr<MessageHeader> header(CreateMessageHeader());
             header->SetHostName(QzBase::WideCharToUTF8(QzBase::GetComputerName().c_str(), false).c_str());
             header->SetProcessID(QzBase::GetCurrentProcessID());

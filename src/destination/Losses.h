@@ -10,7 +10,7 @@ namespace QzLog
 {
     class MessageHeader;
 
-    /// A number of lost messages, and what the log is told about them.
+    /// A number of lost messages, and what the log reports about them.
     struct Losses
     {
         std::uint64_t mCount = 0;
@@ -28,8 +28,8 @@ namespace QzLog
     /// The same with the causes below the failure, such as the system's description of the error.
     std::string MakeReasonWithCauses(QzBase::Message const& failure);
 
-    /// The line that tells a log about lost messages: UTF-8 with CR LF, behind the text of `header`, which it stamps
-    /// with the present time and with names of its own.
+    /// The line that reports lost messages in a log: UTF-8 with CR LF, after the text of `header`, which it stamps
+    /// with the present time and its own logger and dispatcher.
     /// \param reason  one line, UTF-8.
     std::string MakeMissedMessagesLine(
         MessageHeader& header, std::uint64_t count, QzDataType::DateTime const& since, std::string const& reason);

@@ -10,7 +10,7 @@ namespace QzLog
 {
     namespace
     {
-        /// Frees number 0, at the cost of the oldest back-up when all numbers are taken.
+        /// Frees number 0. Deletes the oldest back-up if all numbers are taken.
         void ShiftBackups(QzBase::WideString const& path, unsigned int backupCount)
         {
             unsigned int number = 0;
@@ -31,7 +31,7 @@ namespace QzLog
 
     void RollOver(QzFileSystem::UpdateableFile& file, QzBase::WideString const& path, unsigned int backupCount)
     {
-        // A thread that was cancelled in here would leave half a back-up for the next writer to move up.
+        // A thread that was cancelled here would leave half a back-up, which the next writer would move up.
         QzOs::NoCancellation const noCancellation;
         ShiftBackups(path, backupCount);
         CopyLog(file, MakeBackupName(path, 0));

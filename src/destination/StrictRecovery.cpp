@@ -12,7 +12,7 @@ namespace QzLog
 {
     namespace
     {
-        /// Enough for a second: each waits for a millisecond or more.
+        /// Enough for a second: each attempt waits for a millisecond or more.
         constexpr int kLastTries = 800;
 
         /// The lock on the file for a destination that is about to be destroyed, which must not wait for ever.
@@ -31,12 +31,12 @@ namespace QzLog
             }
         };
 
-        /// Makes a file as long again as it was before a write that failed.
+        /// Truncates a file to its length before a write that failed.
         void TakeBack(QzFileSystem::UpdateableFile& file, std::int64_t size)
         {
             try
             {
-                // A longer file would get zero bytes, where another program has emptied it meanwhile.
+                // If another program has emptied the file meanwhile, setting the length would add zero bytes.
                 if (file.GetSize() <= size)
                     return;
                 file.SetPosition(size);
@@ -44,7 +44,7 @@ namespace QzLog
             }
             catch (QzBase::Message&)
             {
-                // What is left is half a record. The next one begins within its line.
+                // Half a record is left. The next record begins within its line.
             }
         }
     }
@@ -127,7 +127,7 @@ namespace QzLog
                 Open();
             mLog.ReopenAfterFork();
             LogFile::Lock lock(mLog);
-            // Asked under the lock, which may have taken long to come: meanwhile another file can have taken the place.
+            // Checked under the lock: during the wait for it, another file can have replaced this one.
             if (!mLog.mpFile->IsAtPath())
             {
                 lock.Unlock();
@@ -140,7 +140,7 @@ namespace QzLog
                 Append(ReportLosses(size, notices), record);
                 return;
             }
-            // An empty file is full when the limit is 0. As a back-up it would only push others out.
+            // With the limit 0 an empty file is full. As a back-up it would only push others out.
             if (size == 0)
                 break;
             StrictRollOver(*mLog.mpFile, mLog.mPath, mLog.mBackupCount);
@@ -155,7 +155,7 @@ namespace QzLog
         {
             if (mRuns.GetFirst().mCount != 0)
                 size = Append(size, MakeMissedMessagesLine(mRuns.GetFirst()));
-            // Not before the line is written, and not after anything else that can fail.
+            // After the line is written, and before anything else that can fail.
             Losses reported = mRuns.TakeFirst();
             mLog.mCounters.AddReported(reported.mCount);
             mLog.mCounters.SetWaiting(mRuns.GetTotal());

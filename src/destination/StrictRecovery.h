@@ -23,21 +23,21 @@ namespace QzLog
         void PutLosses(Losses&& losses) override { mRuns.Put(std::move(losses)); }
 
     private:
-        /// Tells the counters and those who listen that there are more losses.
+        /// Updates the counters and the notices after a loss.
         void NoteLosses(LossNotices& notices);
 
         // These throw QzBase::Message.
 
-        /// Opens the file with its directory. What is no plain file fails, and is not opened.
+        /// Opens the file, and creates it with its directory. Anything but a plain file fails and is not opened.
         void Open();
 
-        /// Writes a record at the end of the file that is at the path, behind the lines about what was lost.
+        /// Writes a record to the end of the file at the path, after the lines about losses.
         void WriteRecord(std::string_view record, LossNotices& notices);
 
         /// Reports all losses, under the lock that the caller holds. `size` is the file's; returns the new one.
         std::int64_t ReportLosses(std::int64_t size, LossNotices& notices);
 
-        /// Like LogFile::Append, but leaves nothing behind when it fails.
+        /// Like LogFile::Append, but leaves nothing in the file if it fails.
         std::int64_t Append(std::int64_t size, std::string_view text);
 
         LogFile& mLog;

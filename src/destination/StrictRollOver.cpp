@@ -14,7 +14,7 @@ namespace QzLog
 {
     namespace
     {
-        /// Renames files, and back again unless it is told that they shall stay.
+        /// Renames files, and renames them back when it is destroyed, unless Keep was called.
         class Moves
         {
         public:
@@ -41,7 +41,7 @@ namespace QzLog
             std::vector<std::pair<QzBase::WideString, QzBase::WideString>> mDone;
         };
 
-        /// Deletes a file at its end, if it is there.
+        /// Deletes a file when it is destroyed, if the file exists.
         class Leftover
         {
         public:
@@ -58,7 +58,7 @@ namespace QzLog
             return QzFileSystem::IsFile(path.c_str());
         }
 
-        /// Frees number 0. The oldest back-up goes to `oldest` when all numbers are taken.
+        /// Frees number 0. The oldest back-up is renamed to `oldest` if all numbers are taken.
         void ShiftBackups(
             QzBase::WideString const& path, unsigned int backupCount, QzBase::WideString const& oldest, Moves& moves)
         {
@@ -80,7 +80,7 @@ namespace QzLog
         Leftover const copy(MakeBackupName(path, "~n"));
         QzBase::WideString const oldest = MakeBackupName(path, "~o");
         QzBase::WideString const lastName = MakeBackupName(path, count - 1);
-        // A process that was killed may have put the oldest back-up aside and no other into its place.
+        // A process that was killed may have renamed the oldest back-up and not yet moved another to its number.
         if (IsThere(oldest) && !IsThere(lastName))
             QzOs::MoveFile(oldest.c_str(), lastName.c_str());
 

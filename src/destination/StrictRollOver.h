@@ -6,8 +6,8 @@
 
 namespace QzLog
 {
-    /// Like RollOver, but one that fails leaves every back-up as it was. It copies the log beside the back-ups, shifts
-    /// these, puts the copy in its place and empties the log, in this order: whenever the process is killed, each
+    /// Like RollOver, but if it fails, every back-up is unchanged. It copies the log beside the back-ups, moves these
+    /// up, renames the copy to number 0 and empties the log, in this order: whenever the process is killed, each
     /// record is in the log, in a back-up or in both.
     ///
     /// Throws QzBase::Message, and std::bad_alloc.

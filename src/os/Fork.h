@@ -18,7 +18,7 @@ namespace QzOs
     /// be called by such a function.
     bool CallAroundFork(void (*before)(), void (*inParent)(), void (*inChild)()) noexcept;
 
-    // Reached directly and not through a call of the dynamic linker: a message comes by here.
+    // Initial-exec, since every message reads it: no call of the dynamic linker.
     [[gnu::tls_model("initial-exec")]] extern constinit thread_local bool tIsForking;
 
     /// Whether the calling thread is forking: from before the first of those functions until after the last one, in the

@@ -24,12 +24,12 @@ namespace QzLog
 
     extern ModuleInit gModuleInit;
 
-    /// Makes the module visible to pins made from now on, or with null invisible.
+    /// Makes the module visible to new pins; null makes it invisible.
     void PublishModule(ModuleMain* module) noexcept;
 
-    /// Keeps the module from being destroyed while a call works with it; holds null when there is none. Taking
-    /// one costs an increment of a counter that few threads share and waits for nobody. A thread may take it
-    /// again while it has one. Ends on the thread that made it.
+    /// Keeps the module from being destroyed while a call uses it; holds null if there is none. Taking one costs
+    /// an increment of a counter that few threads share, and never waits. A thread may take another one while it
+    /// has one. Destroyed on the thread that created it.
     class ModulePin
     {
     public:
@@ -45,21 +45,21 @@ namespace QzLog
         /// Whether the calling thread has a pin, and so must not wait for the pins to end.
         static bool IsHeldByThisThread() noexcept;
 
-        /// Has `action` called when the calling thread, which has a pin, gives its last one back. The same
-        /// action is called once however often it is asked for.
+        /// Calls `action` when the calling thread, which has a pin, releases its last one. The same action is called
+        /// once, however often this is called.
         static void CallAtLastEnd(void (*action)()) noexcept;
 
         /// Whether no thread has a pin on a module that is hidden.
         static bool NoneIsHeld() noexcept;
 
-        /// In the child of a fork: drops the pins of the threads that exist in the parent only.
+        /// In a forked child: drops the pins of the threads that exist only in the parent.
         static void ForgetOtherThreads() noexcept;
 
     private:
         ModuleMain* mpModule;
     };
 
-    /// A pin on the module for a function that cannot do without: throws QzBase::Message when there is none.
+    /// A pin for a function that needs the module: throws QzBase::Message if there is none.
     class RequiredModule : public ModulePin
     {
     public:

@@ -37,7 +37,7 @@ namespace QzLog
         virtual QzBase::ReturnPtrI<Destination_KafkaLog> GetDestination_KafkaLog(unsigned short const* path) = 0;
         virtual void UpdateLogRegistryStr(unsigned short const* text) = 0;
 
-        /// The calling thread's context, made on first use; the module owns it. Takes no lock once it is there.
+        /// The calling thread's context, created on first use and owned by the module. Takes no lock once it exists.
         virtual ThreadContext* GetThreadContext() = 0;
 
     protected:

@@ -20,8 +20,8 @@ namespace QzLog
         virtual void SetParentThreadID(std::uint64_t threadID) = 0;
         virtual std::uint64_t GetParentThreadID() = 0;
 
-        /// The server instance name of this moment in UTF-8, kept here so that a message neither converts nor
-        /// copies it. Valid until the next call.
+        /// The present server instance name in UTF-8, kept here so that a message neither converts nor copies
+        /// it. Valid until the next call.
         virtual char const* GetServerName() = 0;
     };
 }

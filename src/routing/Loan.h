@@ -6,36 +6,36 @@
 
 namespace QzLog
 {
-    /// A hazard pointer: keeps an object alive for a log call without moving its reference count, which all threads
-    /// that log through it would otherwise write to, each time, from their own processors. The thread stores the
-    /// pointer in a slot of its own instead; whoever takes the object out of use finds it there and leaves a reference
-    /// for it.
+    /// A hazard pointer: keeps an object alive for a log call without changing its reference count, which all threads
+    /// that log through the object would otherwise write to. The thread stores the pointer in a slot of its own
+    /// instead. Whoever takes the object out of use finds the pointer there, and turns the loan into a counted
+    /// reference.
     class LoanBase
     {
     public:
         LoanBase(LoanBase const&) = delete;
         LoanBase& operator=(LoanBase const&) = delete;
 
-        /// For whoever has just replaced an object under the lock under which loans of it are taken, or is itself
-        /// ending, before its own reference goes: the loans that are open become references. No lock need be held.
+        /// Turns the open loans of an object into references. Called by an owner that has replaced the object under the
+        /// lock under which loans are taken, or is being destroyed, before it releases its reference. Needs no lock.
         static void HandOver(QzBase::ReferenceCounted& object);
 
-        /// In the child of a fork: the loans become references. Threads that exist in the parent only never give
-        /// theirs back, so what they were inside is never destroyed: it may have a lock that one of them had taken.
+        /// In a forked child: the loans become references. Threads that exist only in the parent never release theirs,
+        /// so the objects they were using are never destroyed: one may hold a lock that such a thread had taken.
         static void ForgetOtherThreads() noexcept;
 
     protected:
-        /// The caller holds the lock under which the object could be replaced, for reading at least. Null is no loan.
+        /// The caller holds the lock under which the object could be replaced, at least for reading. Null is no loan.
         explicit LoanBase(QzBase::ReferenceCounted* object);
         ~LoanBase();
 
     private:
         QzBase::ReferenceCounted* const mpObject;
-        /// Null when no place was free: the object is counted then.
+        /// Null if no slot was free: then the loan is a counted reference.
         std::atomic<void*>* mpPlace = nullptr;
     };
 
-    /// A loan of a T, or of nothing. Ends on the thread that made it.
+    /// A loan of a T, or of nothing. Destroyed on the thread that created it.
     template <class T>
     class Loan : public LoanBase
     {

@@ -4,10 +4,10 @@
 
 namespace QzSynch
 {
-    /// A mutex for sections of some microseconds that many threads go through again and again, such as the writing of
-    /// a record. The ordinary one wakes a sleeper with each release, which costs more than the section, and passes the
-    /// data of the section from processor to processor. Here one of the threads that wait tries now and then, and
-    /// no release wakes a sleeper while it does, but for one in 256. Not for recursion. Needs no destructor.
+    /// A mutex for sections of some microseconds that many threads enter again and again, such as the writing of a
+    /// record. An ordinary mutex wakes a sleeper with each release, which costs more than the section, and moves the
+    /// data of the section from processor to processor. Here one of the waiting threads tries now and then, and while
+    /// it does, only one release in 256 wakes a sleeper. Not recursive. Needs no destructor.
     class ConvoyFreeMutex
     {
     public:
@@ -30,7 +30,7 @@ namespace QzSynch
 
     private:
         static constexpr int kLocked = 1;
-        /// Perhaps somebody sleeps: set by who goes to sleep, cleared by who wakes.
+        /// A thread may be asleep: set by the thread that goes to sleep, cleared by the one that wakes it.
         static constexpr int kSleepers = 2;
 
         void Wait() noexcept;
@@ -39,8 +39,8 @@ namespace QzSynch
         void WakeUnlessOneTries() noexcept;
 
         std::atomic<int> mState{0};
-        /// The process's fork generation, plus 1, while one of its threads tries: so a mark that a forked child
-        /// inherits does not stand for a thread that it has not.
+        /// The process's fork generation, plus 1, while one of its threads tries: so a value that a forked child
+        /// inherits does not mean a thread that it does not have.
         std::atomic<unsigned int> mTrying{0};
         /// How many releases in a row woke nobody. A hint only.
         std::atomic<unsigned int> mPassedOver{0};

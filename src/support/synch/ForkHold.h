@@ -3,18 +3,18 @@
 namespace QzSynch
 {
     /// Holds a lock whenever the process forks: the child neither inherits it from a thread that exists in the parent
-    /// only, nor finds what it guards in the middle of a change. The fork waits for whoever is inside. A part of the
-    /// lock: see ForkSafeLocks.h.
+    /// only, nor finds what it guards in the middle of a change. The fork waits for the thread that holds it. A part of
+    /// the lock: see ForkSafeLocks.h.
     ///
-    /// For locks under which nothing forks, and no such lock is made or ends.
+    /// For locks under which nothing forks, and no such lock is created or destroyed.
     ///
-    /// A thread that forks can come by such locks amid the fork, in functions that the host program registered for that
-    /// before this library was loaded. They are open to it.
+    /// A thread that forks can reach such locks during the fork, in fork handlers that the host program registered
+    /// before this library was loaded. There the locks do not make it wait.
     class ForkHold
     {
     public:
-        /// The order in which the locks are taken before a fork: a thread that has one may take those of the kinds
-        /// behind it.
+        /// The order in which the locks are taken before a fork: a thread that holds one may take locks of the ranks
+        /// after it.
         enum Rank
         {
             kOutermost,
@@ -26,10 +26,10 @@ namespace QzSynch
         class Lock
         {
         public:
-            /// Takes the lock, and what it consists of inside as well.
+            /// Takes the lock and its inner locks.
             virtual void EnterBeforeFork() = 0;
             virtual void LeaveAfterForkInParent() = 0;
-            /// Forgets the threads that were waiting for the lock too.
+            /// Also forgets the threads that were waiting for the lock.
             virtual void LeaveAfterForkInChild() = 0;
 
         protected:
@@ -39,8 +39,8 @@ namespace QzSynch
         class Client
         {
         public:
-            /// Called in the child by its only thread, with all the locks still held. Those behind this one have been
-            /// served.
+            /// Called in the child by its only thread, with all the locks still held. Clients of the locks after
+            /// this one have been called before.
             virtual void GoOnInForkedChild() noexcept = 0;
 
         protected:

@@ -4,8 +4,8 @@
 
 #include <QzSynch/Locks.h>
 
-// Locks that are held whenever the process forks, from their making to their end; see ForkHold for what must not happen
-// under them. All readers-writer locks and critical sections of this library are made here.
+// Locks that are held whenever the process forks, as long as they exist; see ForkHold for what must not happen under
+// them. All readers-writer locks and critical sections of this library are created here.
 
 namespace QzSynch
 {
@@ -13,7 +13,7 @@ namespace QzSynch
     RWLock* CreateForkSafeRWLock(EnumHvnLockStackCategory category);
 
     /// As CreateCriticalSection.
-    /// \param client  may be null; outlives the lock. The lock is made once the client can be called.
+    /// \param client  may be null; outlives the lock. Create the lock only when the client can be called.
     CriticalSection* CreateForkSafeSection(EnumHvnLockStackCategory category,
         ForkHold::Rank rank = ForkHold::kInnermost, ForkHold::Client* client = nullptr);
 }

@@ -2,7 +2,7 @@
 
 namespace QzSynch
 {
-    /// Asks the system for what all storages need. Returns false when it cannot be had now; creating a
-    /// storage asks again.
+    /// Asks the system for what all storages need. Returns false if the system refuses; creating a storage
+    /// asks again.
     bool PrepareThreadLocalStorages() noexcept;
 }

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstddef>
 
-// What many threads write to again and again, spread over cache lines: each thread writes to one of them for good.
+// Objects that many threads write to, spread over cache lines: each thread always writes to the same one.
 
 namespace QzSynch
 {
@@ -11,16 +11,16 @@ namespace QzSynch
 
     namespace ThreadStripeDetails
     {
-        /// The highest bit tells that the calling thread has a number.
+        /// The highest bit is set if the calling thread has a number.
         inline constexpr unsigned int kIsAssigned = 0x80000000;
 
-        // Reached directly and not through a call of the dynamic linker: a message comes by here.
+        // Initial-exec, since every message uses it: no call of the dynamic linker.
         [[gnu::tls_model("initial-exec")]] extern constinit thread_local unsigned int tNumberOfThread;
 
         unsigned int AssignNumber() noexcept;
 
-        /// Threads are numbered in the order in which they come here for the first time. The number stays the thread's,
-        /// also in a forked child.
+        /// Threads are numbered in the order of their first call. A thread keeps its number, also in a forked
+        /// child.
         inline unsigned int GetNumberOfThread() noexcept
         {
             unsigned int const number = tNumberOfThread;
