@@ -5,8 +5,8 @@
 
 namespace QzSynch
 {
-    /// A bare pointer to an owner, guarded by a critical section: what a lower object holds in place of
-    /// a counted reference upward, so that no cycle of references arises. All operations may be called
+    /// A bare pointer to an owner, guarded by a critical section. A lower object holds it instead of a
+    /// counted reference to its owner, so that there is no cycle of references. All operations may be called
     /// from any thread. Constructing throws std::bad_alloc.
     template <class T>
     class CallbackProxyImpl
@@ -14,16 +14,16 @@ namespace QzSynch
     public:
         CallbackProxyImpl() : CallbackProxyImpl(CreateCriticalSection(kLockStackCategoryDefault)) {}
 
-        /// Sets the owner, or null to detach it. The owner detaches while it is still usable, in its
-        /// OnLastRelease; from then on GetTarget gives null.
+        /// Sets the owner, or null to detach it. The owner detaches itself while it is still usable, in its
+        /// OnLastRelease. From then on GetTarget returns null.
         void SetTarget(T* target)
         {
             CriticalSection::SmartLock const hold(*mpLock);
             mpTarget = target;
         }
 
-        /// The owner with a new reference, or null. The lock is held only to copy the pointer and to
-        /// take the reference; the caller gives the reference back with no lock held.
+        /// The owner with a new reference, or null. The lock is held only while the pointer is copied and the
+        /// reference taken; the caller releases the reference with no lock held.
         QzBase::ReturnPtrI<T> GetTarget() const
         {
             CriticalSection::SmartLock const hold(*mpLock);
@@ -31,7 +31,7 @@ namespace QzSynch
         }
 
     protected:
-        /// \param lock  guards the pointer; owned from now on.
+        /// \param lock  guards the pointer; this object becomes its owner.
         explicit CallbackProxyImpl(CriticalSection* lock) noexcept : mpLock(lock) {}
 
         ~CallbackProxyImpl() = default;

@@ -25,7 +25,7 @@ namespace QzLog
             unsigned int mPins;
         };
 
-        // Reached directly and not through a call of the dynamic linker: a message comes by here.
+        // Initial-exec, since every message uses it: no call of the dynamic linker.
         [[gnu::tls_model("initial-exec")]] constinit thread_local ThisThread tThisThread{};
     }
 
@@ -36,9 +36,9 @@ namespace QzLog
         gPublishedModule.store(module);
     }
 
-    // A pin first shows itself and then looks for the module; whoever ends the module first hides it and then
+    // A pin first shows itself and then looks for the module; the thread that ends the module first hides it and then
     // looks for pins. With sequential consistency at least one of them sees the other. A pin that finds no module
-    // does not show itself at all: calls on objects that are left over, however many, never hold up an end.
+    // does not show itself: calls on objects that have outlived the module, however many, never delay its end.
 
     ModulePin::ModulePin() noexcept
     {

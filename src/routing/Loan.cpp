@@ -9,10 +9,10 @@ namespace QzLog
 {
     namespace
     {
-        // Two for a log call, and two more for one that a destination makes inside it.
+        // Two for a log call, and two more for a log call that a destination makes within it.
         constexpr std::size_t kPlaces = 4;
 
-        /// The places of one thread, or of some that share them.
+        /// The slots of one thread, or of several that share them.
         struct Record
         {
             std::array<std::atomic<void*>, kPlaces> mPlaces{};
@@ -20,7 +20,7 @@ namespace QzLog
 
         constinit QzSynch::ThreadStripes<Record, 64> gRecords;
 
-        // Stands in a place in lieu of the object once there is a reference for it.
+        // Replaces the object in a slot when there is a reference for it.
         constinit char gHandedOver = 0;
     }
 
@@ -57,7 +57,7 @@ namespace QzLog
                 void* lent = &object;
                 if (place.load() != lent)
                     continue;
-                // First the reference, then the word that it is there: the loan can end at once.
+                // First the reference, then the mark: the loan can end directly after that.
                 object.AddRef();
                 if (!place.compare_exchange_strong(lent, &gHandedOver))
                     object.Release();
@@ -70,7 +70,7 @@ namespace QzLog
         Record const& own = gRecords.OfThisThread();
         for (Record& record : gRecords)
         {
-            // What stands in this thread's own record may be its own, which will end.
+            // This thread's own record may have loans of its own, which it will release.
             void* const left = &record == &own ? &gHandedOver : nullptr;
             for (std::atomic<void*>& place : record.mPlaces)
             {

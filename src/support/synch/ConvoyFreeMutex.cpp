@@ -3,15 +3,15 @@
 #include "os/Backoff.h"
 #include "os/Fork.h"
 
-// Nobody is left asleep in the manner of Dekker: a thread stops trying and then looks at the state, a release frees the
-// state and then looks whether somebody tries, so at least one of them sees the other. That holds only in the single
+// No thread is left asleep, by Dekker's scheme: a thread stops trying and then reads the state; a release frees the
+// state and then reads whether somebody tries. So at least one of them sees the other. That holds only in the single
 // order of sequentially consistent operations, the default of the atomics here.
 
 namespace QzSynch
 {
     namespace
     {
-        // So that sleepers get their turn too where others come again and again.
+        // So that sleepers get their turn even if other threads come again and again.
         constexpr unsigned int kLongestPassingOver = 256;
 
         unsigned int GetMark() noexcept
@@ -22,7 +22,7 @@ namespace QzSynch
 
     void ConvoyFreeMutex::Wait() noexcept
     {
-        // Whoever was woken tries as well, although somebody else may: it has waited for longer.
+        // A thread that was woken tries too, even if another one does: it has waited for longer.
         bool wasWoken = false;
         while (!TryForAWhile(wasWoken) && !TryBeforeSleep())
         {
@@ -43,7 +43,7 @@ namespace QzSynch
         do
         {
             int state = mState.load(std::memory_order_relaxed);
-            // Others may sleep, and who wakes one of them has cleared the mark.
+            // Others may be asleep, and the thread that wakes one of them has cleared kSleepers.
             isTaken = (state & kLocked) == 0 && mState.compare_exchange_strong(state, kLocked | kSleepers);
         } while (!isTaken && backoff.Wait());
         if (isMarked)
@@ -67,7 +67,7 @@ namespace QzSynch
         if (mTrying.load() == GetMark() && mPassedOver.fetch_add(1, std::memory_order_relaxed) < kLongestPassingOver)
             return;
         mPassedOver.store(0, std::memory_order_relaxed);
-        // Whoever has taken the lock meanwhile has taken the mark with it, and wakes in turn.
+        // A thread that has taken the lock meanwhile has set kSleepers as well, and wakes others later.
         int state = kSleepers;
         if (mState.compare_exchange_strong(state, 0))
             mState.notify_one();

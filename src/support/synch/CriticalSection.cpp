@@ -8,9 +8,9 @@ namespace QzSynch
 {
     namespace
     {
-        // Its address stands for the calling thread, also for its copy in a forked child. (The system's recursive
-        // mutex goes by the thread's number, which is another one there: a thread that forks with the lock held could
-        // not give it up in the child.) Initial-exec keeps the access at one instruction in a shared library.
+        // Its address identifies the calling thread, also its copy in a forked child. (The system's recursive mutex
+        // uses the thread's number, which is another one there: a thread that forks with the lock held could not
+        // release it in the child.) Initial-exec keeps the access at one instruction in a shared library.
         [[gnu::tls_model("initial-exec")]] constinit thread_local char gThread = 0;
 
         class CriticalSection_Impl : public CriticalSection
@@ -24,7 +24,7 @@ namespace QzSynch
         protected:
             void Enter() final
             {
-                // Only this thread writes its own address there, so whatever another one writes makes no difference.
+                // Only this thread writes its own address there, so what others write makes no difference.
                 if (mpOwner.load(std::memory_order_relaxed) != &gThread)
                 {
                     mMutex.lock();
@@ -48,7 +48,7 @@ namespace QzSynch
             EnumHvnLockStackCategory const mCategory;
         };
 
-        /// The thread that forks has it, so it is open to it amid the fork.
+        /// The forking thread holds it, so that thread does not wait for it during the fork.
         class ForkSafeSection final : public CriticalSection_Impl, private ForkHold::Lock
         {
         public:

@@ -10,7 +10,7 @@ namespace QzSynch
     namespace
     {
         // Guards the list; taken before the locks of its members, and held while the process forks. Neither has a
-        // destructor, since the process may fork to its very end.
+        // destructor, since the process may fork until it ends.
         constinit QzOs::ForkMutex gListLock;
         constinit ForkHold* gpFirst = nullptr;
     }
@@ -40,7 +40,7 @@ namespace QzSynch
 
     void ForkHold::GiveBack(void (Lock::*leave)())
     {
-        // One that was made amid the fork has not been taken.
+        // One that was created during the fork has not been taken.
         if (std::exchange(mIsTaken, false))
             (mLock.*leave)();
     }
@@ -63,7 +63,7 @@ namespace QzSynch
         return hold;
     }
 
-    // The one that was taken last goes first: giving a lock back takes what it consists of once more.
+    // The one that was taken last is released first: releasing a lock takes its inner locks once more.
     void ForkHold::GiveAllBack(void (Lock::*leave)())
     {
         for (ForkHold* hold = GetLast(); hold; hold = hold->mpPrevious)

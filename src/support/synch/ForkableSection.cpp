@@ -29,7 +29,7 @@ namespace QzSynch
         mInside.reset();
         if (!mHadGap)
             return;
-        // Only now, so that those who are woken do not meet a section that is taken.
+        // Only now, so that the woken threads do not find the section taken.
         mSection.mTurn.fetch_add(1);
         mSection.mTurn.notify_all();
     }

@@ -7,16 +7,16 @@
 #include <cstddef>
 #include <mutex>
 
-// Readers and writer meet in the manner of Dekker: a reader raises its count and then looks for a writer,
-// a writer announces itself and then looks at the counts, so at least one of them sees the other. That
+// Readers and writers see each other by Dekker's scheme: a reader raises its count and then looks for a writer,
+// a writer announces itself and then reads the counts, so at least one of them sees the other. That
 // holds only in the single order of sequentially consistent operations, the default of all atomics here.
 //
-// pthread_rwlock does not do, and neither does std::shared_mutex, which is made of it:
-//   - All its readers write to one counter. Here threads that log at once seldom share a cache line.
-//   - It lets readers pass a waiting writer, or, where it is told not to, lets a stream of writers starve the readers.
+// pthread_rwlock is no replacement, and neither is std::shared_mutex, which is made of it:
+//   - All its readers write to one counter. Here, threads that log at the same time seldom share a cache line.
+//   - It lets readers pass a waiting writer, or, with the other setting, lets a stream of writers starve the readers.
 //     Here readers and writers take turns.
-//   - The writer is known by its thread ID, which changes in a forked child: the child could not give the lock up that
-//     was taken for it. And its counts of readers and sleepers cannot be set back there.
+//   - It knows the writer by its thread ID, which changes in a forked child: the child could not release the lock that
+//     was taken for it. And its counts of readers and sleepers cannot be reset there.
 
 namespace QzSynch
 {
@@ -47,7 +47,7 @@ namespace QzSynch
                 LeaveWrite();
             }
 
-            // Whoever waits here does so in the parent only, and must not be let in.
+            // Threads that wait here exist only in the parent, and must not be let in.
             void ForgetOtherThreads()
             {
                 for (Slot& slot : mSlots)
@@ -105,7 +105,7 @@ namespace QzSynch
                     slot.mReaders.notify_one();
             }
 
-            /// Whether the calling thread is the writer already, since it is amid a fork.
+            /// Whether the calling thread is already the writer, because it is forking.
             bool IsOpenToThisThread() const noexcept { return QzOs::IsForking() && mIsHeldForFork; }
 
             void WaitForWriter(Slot& slot)
@@ -115,8 +115,8 @@ namespace QzSynch
                 int turn = 0;
                 {
                     std::lock_guard const gate(mGate);
-                    // A writer announces itself under the gate. If there is none any more, the next one
-                    // will find this reader's count.
+                    // A writer announces itself under the gate. If there is none any more, the next one will see
+                    // this reader's count.
                     if (mWriter.load() == 0)
                         return;
                     turn = mTurn.load();
@@ -147,15 +147,15 @@ namespace QzSynch
 
             ThreadStripes<Slot, kSlotCount> mSlots;
 
-            // Only read by readers, as long as no writer comes.
+            // Readers only read it, as long as no writer comes.
             alignas(kCacheLine) std::atomic<int> mWriter{0};
             EnumHvnLockStackCategory const mCategory;
 
-            // Touched when somebody waits or writes.
+            // Used when somebody waits or writes.
             alignas(kCacheLine) std::mutex mWriters; // held for as long as a writer waits or is inside
             std::mutex mGate;                        // held for a few instructions
-            std::atomic<int> mTurn{0};               // goes up whenever a writer leaves
-            bool mIsHeldForFork = false;             // read and written by threads amid a fork, one at a time
+            std::atomic<int> mTurn{0};               // incremented whenever a writer leaves
+            bool mIsHeldForFork = false;             // read and written by forking threads, one at a time
         };
 
         class ForkSafeRWLock final : public RWLock_Impl, private ForkHold::Lock

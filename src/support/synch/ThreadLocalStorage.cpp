@@ -16,8 +16,8 @@
 #include <vector>
 
 // All storages share one key of the system: it holds the thread's list of values, in which a storage finds
-// its own by its number. Numbers are never used again, so what a dead storage left behind is not taken for
-// the value of a new one at the same address.
+// its own by its number. Numbers are never used again, so a value that a deleted storage left is not taken for
+// that of a new storage at the same address.
 
 namespace QzSynch
 {
@@ -26,7 +26,7 @@ namespace QzSynch
         struct Value
         {
             std::uint64_t mStorage;
-            ThreadContext* mpContext; // null: another storage may have the place
+            ThreadContext* mpContext; // null: another storage may take this entry
         };
 
         // The values of one thread. Only that thread adds places and gives them to storages, with the
@@ -39,7 +39,7 @@ namespace QzSynch
             ThreadValues* mpPrevious = nullptr;
         };
 
-        // The lists of all threads that have one. Nothing foreign is called with the lock held.
+        // The lists of all threads that have one. No code of others is called with the lock held.
         class Registry
         {
         public:
@@ -127,7 +127,7 @@ namespace QzSynch
         constinit Registry gRegistry;
         constinit std::atomic<std::uint64_t> gLastStorage{0};
 
-        // What the key holds. Reached directly and not through a call of the system's: a message comes by here.
+        // What the key holds. Every message reads it, so it is not read by a call of the system.
         [[gnu::tls_model("initial-exec")]] constinit thread_local ThreadValues* gpValuesOfThread = nullptr;
 
         void DeleteValuesOfThread(void* pointer)
@@ -200,8 +200,8 @@ namespace QzSynch
                 return nullptr;
             }
 
-            // In portions, because the end of a storage must not fail for want of memory; and until nothing
-            // is left, because a context that is deleted may set another one.
+            // In portions, because deleting a storage must not fail for want of memory; and until nothing is
+            // left, because a context that is deleted may set another one.
             void Delete() override
             {
                 std::array<ThreadContext*, 64> contexts{};

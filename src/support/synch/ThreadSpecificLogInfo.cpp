@@ -31,7 +31,7 @@ namespace QzSynch
             }
 
         private:
-            // The old function is the registering module's code, so it ends behind the lock.
+            // The old function is the registering module's code, so it is destroyed without the lock.
             void Replace(std::shared_ptr<Function const> function)
             {
                 CriticalSection::SmartLock const hold(mLock);
@@ -50,7 +50,7 @@ namespace QzSynch
             Registration<void()> mUnsetter{*mpLock};
         };
 
-        // Never destroyed: thread pools of static objects may ask until the process is gone.
+        // Never destroyed: thread pools of static objects may call until the process ends.
         Registrations& GetRegistrations()
         {
             static Registrations& registrations = *new Registrations;
