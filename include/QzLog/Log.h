@@ -79,11 +79,12 @@ namespace QzLog
             return;
         SourceLocation const& location = text.GetLocation();
         if (sizeof...(Values) == 0 && text.IsPlain())
-            LogString(
+            CallDetails::LogString(
                 router, text.GetText(), nullptr, location.mpFileName, location.mpFunctionName, location.mLineNumber);
         else
-            LogMessage(router, text.GetText(), CallDetails::Collect<CallDetails::Passed<Values>...>(values...), nullptr,
-                location.mpFileName, location.mpFunctionName, location.mLineNumber);
+            CallDetails::LogMessage(router, text.GetText(),
+                CallDetails::Collect<CallDetails::Passed<Values>...>(values...), nullptr, location.mpFileName,
+                location.mpFunctionName, location.mLineNumber);
         CallDetails::KeepFrame();
     }
 
@@ -95,7 +96,7 @@ namespace QzLog
         if (!router.mEnabled.load(std::memory_order_relaxed)) [[likely]]
             return;
         SourceLocation const& location = id.GetLocation();
-        LogMessage(router, id.GetID(), CallDetails::Collect<CallDetails::Passed<Values>...>(values...),
+        CallDetails::LogMessage(router, id.GetID(), CallDetails::Collect<CallDetails::Passed<Values>...>(values...),
             id.GetCatalogContext(), location.mpFileName, location.mpFunctionName, location.mLineNumber);
         CallDetails::KeepFrame();
     }

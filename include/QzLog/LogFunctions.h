@@ -63,3 +63,5 @@ namespace QzLog
     [[noreturn]] QZLOG_API void LogStringAndThrowBaseException(
         Router& router, unsigned int messageID, char const* catalogContext);
 }
+
+#include <QzLog/details/InlineTest.h>

@@ -70,6 +70,27 @@ namespace QzLog
     };
 }
 
+// A guard on a disabled router is a test in the caller, and another one in the library when it is destroyed.
+#if !defined(QZLOG_CALLS_ARE_DEFINED_HERE)
+namespace QzLog
+{
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wgnu-inline-cpp-without-extern"
+#endif
+    [[gnu::gnu_inline, gnu::always_inline]] inline ScopeGuard::ScopeGuard(
+        Router& router, char const* scopeName, char const* fileName, unsigned short lineNumber) noexcept
+        : mpScopeName(scopeName), mpFileName(fileName), mLineNumber(lineNumber)
+    {
+        if (scopeName && router.mEnabled.load(std::memory_order_relaxed)) [[unlikely]]
+            Enter(router);
+    }
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
+}
+#endif
+
 /// A ScopeGuard without a variable to name, for nested blocks:
 ///
 ///     QZLOG_SCOPE(*trace);

@@ -1,3 +1,4 @@
+#define QZLOG_CALLS_ARE_DEFINED_HERE
 #include <QzLog/ScopeGuard.h>
 
 #include "os/Cancellation.h"

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <QzLog/LogFunctions.h>
+
+// A call on a disabled router is the test of mEnabled alone, made in the caller. Included by QzLog/LogFunctions.h,
+// whose functions these are: the address of one is that of the library's, which makes the same test.
+
+namespace QzLog
+{
+    // The library's functions by a second name, which is called where the test has succeeded.
+    namespace CallDetails
+    {
+        QZLOG_API void LogMessage(Router& router, char const* templateText, QzResource::MessageFormatter& formatter,
+            char const* catalogContext, char const* fileName, char const* functionName, int lineNumber);
+        QZLOG_API void LogMessage(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
+            char const* catalogContext, char const* fileName, char const* functionName, int lineNumber);
+        QZLOG_API void LogString(Router& router, char const* text, char const* catalogContext, char const* fileName,
+            char const* functionName, int lineNumber);
+        QZLOG_API void LogString(Router& router, unsigned int messageID, char const* catalogContext,
+            char const* fileName, char const* functionName, int lineNumber);
+        QZLOG_API void LogMessage4NP(Router& router, char const* text, QzResource::MessageFormatter& formatter,
+            char const* catalogContext, char const* fileName, char const* functionName, int lineNumber);
+        QZLOG_API void LogMessage4NP(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
+            char const* catalogContext, char const* fileName, char const* functionName, int lineNumber);
+    }
+
+// The library's own source files define the functions instead.
+#if !defined(QZLOG_CALLS_ARE_DEFINED_HERE)
+    [[gnu::gnu_inline, gnu::always_inline]] extern inline void LogMessage(Router& router, char const* templateText,
+        QzResource::MessageFormatter& formatter, char const* catalogContext, char const* fileName,
+        char const* functionName, int lineNumber)
+    {
+        if (router.mEnabled.load(std::memory_order_relaxed)) [[unlikely]]
+            CallDetails::LogMessage(
+                router, templateText, formatter, catalogContext, fileName, functionName, lineNumber);
+    }
+
+    [[gnu::gnu_inline, gnu::always_inline]] extern inline void LogMessage(Router& router, unsigned int messageID,
+        QzResource::MessageFormatter& formatter, char const* catalogContext, char const* fileName,
+        char const* functionName, int lineNumber)
+    {
+        if (router.mEnabled.load(std::memory_order_relaxed)) [[unlikely]]
+            CallDetails::LogMessage(router, messageID, formatter, catalogContext, fileName, functionName, lineNumber);
+    }
+
+    [[gnu::gnu_inline, gnu::always_inline]] extern inline void LogString(Router& router, char const* text,
+        char const* catalogContext, char const* fileName, char const* functionName, int lineNumber)
+    {
+        if (router.mEnabled.load(std::memory_order_relaxed)) [[unlikely]]
+            CallDetails::LogString(router, text, catalogContext, fileName, functionName, lineNumber);
+    }
+
+    [[gnu::gnu_inline, gnu::always_inline]] extern inline void LogString(Router& router, unsigned int messageID,
+        char const* catalogContext, char const* fileName, char const* functionName, int lineNumber)
+    {
+        if (router.mEnabled.load(std::memory_order_relaxed)) [[unlikely]]
+            CallDetails::LogString(router, messageID, catalogContext, fileName, functionName, lineNumber);
+    }
+
+    [[gnu::gnu_inline, gnu::always_inline]] extern inline void LogMessage4NP(Router& router, char const* text,
+        QzResource::MessageFormatter& formatter, char const* catalogContext, char const* fileName,
+        char const* functionName, int lineNumber)
+    {
+        if (router.mEnabled.load(std::memory_order_relaxed)) [[unlikely]]
+            CallDetails::LogMessage4NP(router, text, formatter, catalogContext, fileName, functionName, lineNumber);
+    }
+
+    [[gnu::gnu_inline, gnu::always_inline]] extern inline void LogMessage4NP(Router& router, unsigned int messageID,
+        QzResource::MessageFormatter& formatter, char const* catalogContext, char const* fileName,
+        char const* functionName, int lineNumber)
+    {
+        if (router.mEnabled.load(std::memory_order_relaxed)) [[unlikely]]
+            CallDetails::LogMessage4NP(
+                router, messageID, formatter, catalogContext, fileName, functionName, lineNumber);
+    }
+#endif
+}
