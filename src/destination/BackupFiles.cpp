@@ -18,6 +18,9 @@ namespace QzLog
     {
         constexpr std::size_t kCopyBufferSize = 262144;
 
+        /// From this size on the system is asked to copy, since all writers wait meanwhile.
+        constexpr std::int64_t kOffloadedSize = 16 * 1024 * 1024;
+
         [[noreturn]] void ThrowWriteFailure(QzBase::WideString const& target)
         {
             std::string text("QzLog::Destination_DiskFile_Impl::WriteMessage: ::write failed for file ");
@@ -47,6 +50,8 @@ namespace QzLog
     {
         file.SetPosition(0);
         File::ScopedDescriptor descriptor(file.OpenDescriptorOfCopy(target.c_str()));
+        file.OffloadCopy(descriptor.Get(), kOffloadedSize);
+        // What the system left, which can be all of it. What stopped the system is found here.
         std::unique_ptr<QzDataType::Binary> const piece(QzDataType::CreateBinary(kCopyBufferSize, nullptr));
         for (;;)
         {

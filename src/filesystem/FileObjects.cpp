@@ -97,6 +97,10 @@ namespace QzFileSystem
             void ReopenAfterFork() override { mFile.ReopenAfterFork(); }
             bool IsAtPath() override { return mFile.IsAtPath(); }
             int OpenDescriptorOfCopy(unsigned short const* path) override { return mFile.OpenDescriptorOfCopy(path); }
+            void OffloadCopy(int descriptor, std::int64_t smallestSize) override
+            {
+                mFile.OffloadCopy(descriptor, smallestSize);
+            }
 
         protected:
             void ReleaseWriteLock() noexcept override

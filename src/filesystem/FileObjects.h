@@ -148,6 +148,11 @@ namespace QzFileSystem
         /// never through a link or a pipe that stands there. A directory at the path fails.
         /// \return  a descriptor for writing, as of File::OpenDescriptor, whose failure this one has too.
         virtual int OpenDescriptorOfCopy(unsigned short const* path) = 0;
+
+        /// Has the system copy from the position to the end, to the position of a descriptor, as QzOs::OffloadCopy
+        /// does: perhaps nothing, perhaps a part. Does nothing if the file has less than `smallestSize` bytes. Throws
+        /// nothing.
+        virtual void OffloadCopy(int descriptor, std::int64_t smallestSize) = 0;
     };
 
     /// Both, over one handle.

@@ -283,6 +283,13 @@ namespace QzFileSystem
         return QzOs::ToDescriptor(copy);
     }
 
+    void HandleFile::OffloadCopy(int descriptor, std::int64_t smallestSize) const
+    {
+        std::int64_t size = 0;
+        if (QzOs::GetFileSize(mHandle, size) == 0 && size >= smallestSize)
+            QzOs::OffloadCopy(mHandle, QzOs::FromDescriptor(descriptor));
+    }
+
     void HandleFile::ThrowOpenFailure(QzOs::Error error) const
     {
         ThrowCallFailure(

@@ -48,6 +48,7 @@ namespace QzFileSystem
 
         void ReopenAfterFork();
         int OpenDescriptorOfCopy(unsigned short const* path) const;
+        void OffloadCopy(int descriptor, std::int64_t smallestSize) const;
 
     private:
         /// Throws unless all that was asked has been written.

@@ -94,6 +94,11 @@ namespace QzOs
     /// Like WriteFile, for two texts one behind the other.
     Error WriteFile(FileHandle handle, std::string_view first, std::string_view second, std::uint64_t& done);
 
+    /// Has the system copy from the position of `from` to its end, as far as the system can, and moves both positions
+    /// behind what was copied. Some file systems do that without reading the content. Failures are not reported: who
+    /// reads and writes the rest meets them.
+    void OffloadCopy(FileHandle from, FileHandle to);
+
     enum class Origin
     {
         Start,

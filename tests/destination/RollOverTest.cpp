@@ -1,5 +1,7 @@
 #include "destination/DiskFileTest.h"
 
+#include <algorithm>
+#include <climits>
 #include <numeric>
 #include <utility>
 
@@ -128,6 +130,65 @@ TEST_F(DiskFileTest, MakesItsBackupForThoseWhoMayUseTheLog)
         EXPECT_EQ(getxattr("x.log.bak00", kListName, list, sizeof(list)),
             each.mBackup == each.mLog ? getxattr("x.log", kListName, list, sizeof(list)) : -1);
     }
+}
+
+TEST_F(DiskFileTest, HasTheSystemCopyWhatItCanOfALargeLog)
+{
+    constexpr int kAll = INT_MAX;
+    static std::vector<int> gAnswers; // how many bytes the system copies, or what its error is, below 0
+    struct
+    {
+        char const* mpName;
+        int mSize;
+        std::vector<int> mAnswers;
+        int mWriteError = 0;
+    } const cases[] = {
+        {"all", 16 << 20, {kAll, 0}},
+        {"nothing", 16 << 20, {-EXDEV}},
+        {"parts, after a signal", 17 << 20, {-EINTR, 1, 7'000'000, 0}},
+        {"a part, and the disk is full", 16 << 20, {5'000'000, -ENOSPC}, ENOSPC},
+        {"below the size", (16 << 20) - 1, {}},
+    };
+    for (auto const& each : cases)
+    {
+        SCOPED_TRACE(each.mpName);
+        Clear();
+        Make("x.log");
+        Write("first");
+        mpDestination->SetMaxFileSize(1'000'000'000);
+        std::filesystem::resize_file(In("x.log"), static_cast<std::uintmax_t>(each.mSize) - Record("last").size());
+        Write("last");
+        std::string const full = Get("x.log");
+        mpDestination->SetMaxFileSize(60);
+        {
+            auto const real = std::exchange(QzOs::Posix::gKernel.mpCopyFileRange,
+                [](int from, off_t*, int to, off_t*, std::size_t, unsigned int) -> ssize_t
+                {
+                    if (gAnswers.empty())
+                        return ADD_FAILURE(), 0;
+                    int const answer = gAnswers.front();
+                    gAnswers.erase(gAnswers.begin());
+                    if (answer < 0)
+                        return errno = -answer, -1;
+                    std::string piece(static_cast<std::size_t>(std::min(answer, 20 << 20)), ' ');
+                    piece.resize(static_cast<std::size_t>(read(from, piece.data(), piece.size())));
+                    return write(to, piece.data(), piece.size());
+                });
+            Watch<&Kernel::mpWrite> const writes(each.mWriteError);
+            gAnswers = each.mAnswers;
+            Write("next");
+            EXPECT_EQ(writes.GetCount() == 0, each.mAnswers == cases[0].mAnswers);
+            QzOs::Posix::gKernel.mpCopyFileRange = real;
+        }
+        EXPECT_TRUE(gAnswers.empty());
+        EXPECT_EQ(Get("x.log") == full, each.mWriteError != 0);
+        EXPECT_EQ(Get("x.log.bak00") == full, each.mWriteError == 0);
+    }
+    // By the system itself.
+    std::filesystem::resize_file(In("x.log"), 16 << 20);
+    std::string const full = Get("x.log");
+    Write("next");
+    EXPECT_TRUE(Get("x.log.bak00") == full);
 }
 
 TEST_F(DiskFileTest, KeepsItsContentOnAFullDisk)

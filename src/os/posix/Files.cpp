@@ -279,6 +279,18 @@ namespace QzOs
         return FinishWrite(result, guard, done);
     }
 
+    void OffloadCopy(FileHandle from, FileHandle to)
+    {
+        constexpr std::size_t kPieceSize = 1 << 30;
+        auto const copyPiece = [&]
+        { return gKernel.mpCopyFileRange(ToDescriptor(from), nullptr, ToDescriptor(to), nullptr, kPieceSize, 0); };
+        Posix::SizeLimitGuard guard;
+        ssize_t result = RetryOnSignal(copyPiece);
+        while (result > 0)
+            result = RetryOnSignal(copyPiece);
+        guard.Finish(result < 0 ? errno : 0);
+    }
+
     Error SeekFile(FileHandle handle, std::int64_t offset, Origin origin, std::int64_t& position)
     {
         int const kernelOrigin = origin == Origin::Start ? SEEK_SET : origin == Origin::End ? SEEK_END : SEEK_CUR;

@@ -36,6 +36,7 @@ namespace QzOs::Posix
         .mpWrite = ::write,
         .mpWritev = ::writev,
         .mpWriteAtOnce = WriteAtOnce,
+        .mpCopyFileRange = ::copy_file_range,
         .mpLseek = ::lseek,
         .mpFlock = ::flock,
         .mpFtruncate = ::ftruncate,

@@ -31,6 +31,8 @@ namespace QzOs::Posix
         /// write, but only of what can be written without blocking (EAGAIN if that is nothing), whether or not the
         /// open file blocks. EOPNOTSUPP where the system cannot do that.
         ssize_t (*mpWriteAtOnce)(int descriptor, void const* buffer, size_t count);
+        ssize_t (*mpCopyFileRange)(
+            int from, off_t* fromOffset, int to, off_t* toOffset, size_t count, unsigned int flags);
         off_t (*mpLseek)(int descriptor, off_t offset, int origin);
         int (*mpFlock)(int descriptor, int operation);
         int (*mpFtruncate)(int descriptor, off_t size);
