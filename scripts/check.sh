@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Format, lint, both compilers, the packages, the sanitizers, the fuzz targets. The first failure ends it.
+# Format, lint, the models of the locks, both compilers, the packages, the sanitizers, the fuzz targets. The first
+# failure ends it.
 set -euo pipefail
 
 step() { printf '\n== %s\n' "$1"; }
@@ -9,6 +10,9 @@ git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
 
 step "scripts"
 git ls-files '*.sh' .ci/run tools/qzlog/manual/qzlog.bash | xargs shellcheck -S warning
+
+step "models of the locks"
+tests/models/check.sh
 
 step "public headers"
 mkdir -p build && doxygen docs/Doxyfile

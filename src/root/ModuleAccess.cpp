@@ -39,6 +39,7 @@ namespace QzLog
     // A pin first shows itself and then looks for the module; the thread that ends the module first hides it and then
     // looks for pins. With sequential consistency at least one of them sees the other. A pin that finds no module
     // does not show itself: calls on objects that have outlived the module, however many, never delay its end.
+    // tests/models/ModulePin.pml is a model of this, and of the end of the module.
 
     ModulePin::ModulePin() noexcept
     {

@@ -5,6 +5,8 @@
 #include <array>
 #include <cstddef>
 
+// tests/models/Loan.pml is a model of this file.
+
 namespace QzLog
 {
     namespace

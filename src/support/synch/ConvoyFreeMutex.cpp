@@ -6,6 +6,7 @@
 // No thread is left asleep, by Dekker's scheme: a thread stops trying and then reads the state; a release frees the
 // state and then reads whether somebody tries. So at least one of them sees the other. That holds only in the single
 // order of sequentially consistent operations, the default of the atomics here.
+// tests/models/ConvoyFreeMutex.pml is a model of this file.
 
 namespace QzSynch
 {

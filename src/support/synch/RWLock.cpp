@@ -10,6 +10,7 @@
 // Readers and writers see each other by Dekker's scheme: a reader raises its count and then looks for a writer,
 // a writer announces itself and then reads the counts, so at least one of them sees the other. That
 // holds only in the single order of sequentially consistent operations, the default of all atomics here.
+// tests/models/RWLock.pml is a model of this file.
 //
 // pthread_rwlock is no replacement, and neither is std::shared_mutex, which is made of it:
 //   - All its readers write to one counter. Here, threads that log at the same time seldom share a cache line.
