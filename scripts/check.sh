@@ -25,6 +25,9 @@ git ls-files 'src/*.cpp' | xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/
     { grep -v -E 'warnings? generated|^Suppressed|^Use -header-filter|^$' || true; } | tee build/clang-tidy.txt
 [ ! -s build/clang-tidy.txt ]
 
+step "includes"
+scripts/includes.sh
+
 step "the Release type, within a foreign project"
 tests/consumer/subproject.sh
 

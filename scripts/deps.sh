@@ -10,7 +10,7 @@ declare -A groups=(
     [kafka]="kcat"
     [integrations]="groff-base jq lnav systemd"
     [bench]="libbenchmark-dev libspdlog-dev liblog4cplus-dev"
-    [check]="clang clang-format clang-tidy libclang-rt-14-dev git doxygen dpkg-dev file lintian shellcheck spin"
+    [check]="clang clang-format clang-tidy libclang-rt-14-dev iwyu git doxygen dpkg-dev file lintian shellcheck spin"
 )
 
 missing=()

@@ -58,6 +58,21 @@ files_of_nobody()
     done
 }
 
+# A forked child must find no lock taken by a thread that it does not have: support/synch makes locks that see to that,
+# and the layer below it has its own means.
+locks_not_held_at_fork()
+{
+    grep -nE '\bCreate(RWLock|CriticalSection)\(|std::[a-z_]*mutex|pthread_(mutex|rwlock)_' "${code[@]}" |
+        grep -E '^src/' | grep -vE '^src/(os|support/synch)/'
+}
+
+# All of the library in one include is for its users: whoever includes it is compiled anew with each public header.
+includes_of_everything()
+{
+    printf '%s\n' "${includes[@]}" | grep -E '^(src|tools|tests)/.*:QzLog/QzLog\.h$' |
+        grep -vE '^tests/(interface/|consumer/|routing/CallPath\.h)'
+}
+
 # Tables of Markdown and lines of a log cannot be broken.
 long_lines() { grep -nE '^.{126,}$' "${text[@]}" | grep -vE ':[0-9]+:(\||\.\.\. \[|[0-9]{4}-[0-9]{2}-[0-9]{2} )'; }
 
@@ -75,7 +90,8 @@ trailing_blanks() { grep -nE '[[:blank:]]$' "${text[@]}"; }
 without_pragma_once() { grep -L '^#pragma once' "${headers[@]}"; }
 
 broken=0
-for rule in without_header headers_of_nobody files_of_nobody long_lines long_files trailing_blanks without_pragma_once; do
+for rule in without_header headers_of_nobody files_of_nobody locks_not_held_at_fork \
+    includes_of_everything long_lines long_files trailing_blanks without_pragma_once; do
     breaches=$("$rule" || true)
     [ -z "$breaches" ] && continue
     printf '%s:\n%s\n' "${rule//_/ }" "$breaches"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QzLog/Log.h>
+#include <QzLog/Router.h>
 
 namespace ReportingServer
 {

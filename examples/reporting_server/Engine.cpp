@@ -3,6 +3,7 @@
 #include "Kernel.h"
 #include "Messages.h"
 
+#include <QzLog/Log.h>
 #include <QzLog/ScopeGuard.h>
 
 #include <map>

@@ -2,6 +2,7 @@
 
 #include "Messages.h"
 
+#include <QzLog/Log.h>
 #include <QzLog/ScopeGuard.h>
 
 namespace ReportingServer

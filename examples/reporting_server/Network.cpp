@@ -4,6 +4,7 @@
 #include "Messages.h"
 #include "Secrets.h"
 
+#include <QzLog/Log.h>
 #include <QzLog/ScopeGuard.h>
 
 namespace ReportingServer

@@ -4,6 +4,7 @@
 #include "Messages.h"
 
 #include <QzLog/Destination_DebugOutput.h>
+#include <QzLog/Log.h>
 #include <QzLog/ScopeGuard.h>
 
 #include <chrono>

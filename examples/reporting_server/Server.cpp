@@ -8,6 +8,7 @@
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
 #include <QzLog/Destination_DebugOutput.h>
+#include <QzLog/Log.h>
 #include <QzLog/ThreadSpecificLogInfo.h>
 
 namespace ReportingServer

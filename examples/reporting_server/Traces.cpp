@@ -4,6 +4,7 @@
 
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
+#include <QzLog/Log.h>
 #include <QzLog/MsgLogTrace.h>
 
 namespace ReportingServer

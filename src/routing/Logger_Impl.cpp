@@ -8,6 +8,7 @@
 #include "support/synch/ForkSafeLocks.h"
 
 #include <QzLog/ConfigurationHook.h>
+#include <QzSynch/CallbackProxyImpl.h>
 
 #include <algorithm>
 #include <string_view>

@@ -5,7 +5,6 @@
 
 #include <QzLog/Dispatcher.h>
 #include <QzLog/Logger.h>
-#include <QzSynch/CallbackProxyImpl.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
 #include <bitset>

@@ -5,6 +5,7 @@
 #include "support/synch/ForkSafeLocks.h"
 
 #include <QzLog/Dispatcher.h>
+#include <QzSynch/CallbackProxyImpl.h>
 
 namespace QzLog
 {

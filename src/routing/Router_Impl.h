@@ -2,7 +2,6 @@
 
 #include <QzLog/Logger.h>
 #include <QzLog/Router.h>
-#include <QzSynch/CallbackProxyImpl.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
 namespace QzLog

@@ -1,5 +1,7 @@
 #include "trace/TraceFile.h"
 
+#include "os/FilesStreams.h"
+
 #include <QzLog/LogTrace.h>
 
 #include <QzBase/Message.h>

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "os/FilesStreams.h"
-
 #include <QzBase/WideString.h>
 
 #include <cstdint>

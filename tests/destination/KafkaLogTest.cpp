@@ -6,8 +6,12 @@
 #include "support/kafka/Client.h"
 #include "support/kafka/TopicLosses.h"
 
+#include <QzBase/Message.h>
 #include <QzBase/System.h>
-#include <QzLog/QzLog.h>
+#include <QzLog/Destination_DiskFile.h>
+#include <QzLog/Destination_KafkaLog.h>
+#include <QzLog/MessageHeader.h>
+#include <QzLog/Module.h>
 
 #include <atomic>
 #include <optional>

@@ -1,6 +1,11 @@
 #include "destination/ConcreteDestination.h"
 
-#include <QzLog/QzLog.h>
+#include <QzLog/Dispatcher.h>
+#include <QzLog/Log.h>
+#include <QzLog/MessageBody.h>
+#include <QzLog/MessageHeader.h>
+#include <QzLog/Module.h>
+#include <QzLog/Router.h>
 
 #include <gtest/gtest.h>
 

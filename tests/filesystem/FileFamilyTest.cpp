@@ -1,4 +1,4 @@
-#include "filesystem/TemporaryFolder.h"
+#include "filesystem/FailureText.h"
 
 #include "filesystem/stdio/CopyFile.h"
 #include "filesystem/stdio/FileDescriptors.h"

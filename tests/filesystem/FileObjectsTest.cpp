@@ -1,5 +1,5 @@
+#include "filesystem/FailureText.h"
 #include "filesystem/KernelFaults.h"
-#include "filesystem/TemporaryFolder.h"
 
 #include "filesystem/FileLocks.h"
 #include "filesystem/FileObjects.h"

@@ -1,4 +1,4 @@
-#include "filesystem/TemporaryFolder.h"
+#include "filesystem/FailureText.h"
 
 #include "filesystem/Directories.h"
 #include "filesystem/DirectoryWalk.h"

@@ -1,9 +1,12 @@
+#include "filesystem/FailureText.h"
 #include "filesystem/FileLocks.h"
 #include "filesystem/KernelFaults.h"
-#include "filesystem/TemporaryFolder.h"
 #include "os/Calls.h"
 
-#include <QzLog/QzLog.h>
+#include <QzLog/Destination_DiskFile.h>
+#include <QzLog/Exception.h>
+#include <QzLog/MessageHeader.h>
+#include <QzLog/Module.h>
 
 #include <algorithm>
 #include <thread>

@@ -2,7 +2,12 @@
 
 #include "Record.h"
 
-#include <QzLog/QzLog.h>
+#include <QzBase/Conversions.h>
+#include <QzLog/Destination_DiskFile.h>
+#include <QzLog/Dispatcher.h>
+#include <QzLog/LogFunctions.h>
+#include <QzLog/Module.h>
+#include <QzLog/Router.h>
 
 #include <random>
 #include <thread>

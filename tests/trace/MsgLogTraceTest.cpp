@@ -1,5 +1,6 @@
 #include "trace/TraceTest.h"
 
+#include <QzBase/Message.h>
 #include <QzLog/MsgLogTrace.h>
 
 #include <atomic>

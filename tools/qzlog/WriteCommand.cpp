@@ -3,7 +3,12 @@
 #include "StandardStreams.h"
 
 #include <QzBase/Conversions.h>
-#include <QzLog/QzLog.h>
+#include <QzLog/Destination_DiskFile.h>
+#include <QzLog/Dispatcher.h>
+#include <QzLog/LogFunctions.h>
+#include <QzLog/Module.h>
+#include <QzLog/Router.h>
+#include <QzLog/ThreadSpecificLogInfo.h>
 
 #include <cerrno>
 #include <cstdint>

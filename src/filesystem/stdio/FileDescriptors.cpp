@@ -4,8 +4,6 @@
 #include "filesystem/stdio/FileGuards.h"
 #include "os/Files.h"
 
-#include <QzBase/System.h>
-
 #include <iterator>
 #include <memory>
 

@@ -3,8 +3,9 @@
 #include "os/Unicode.h"
 #include "support/base/Ascii.h"
 #include "support/base/KeptMemory.h"
-#include "support/base/TemplateText.h"
 #include "support/resource/FormatterRing.h"
+
+#include <QzBase/details/TemplateText.h>
 
 #include <charconv>
 #include <climits>

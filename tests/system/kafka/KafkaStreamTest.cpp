@@ -8,7 +8,13 @@
 #include <KafkaClient/KafkaProducer.h>
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
-#include <QzLog/QzLog.h>
+#include <QzLog/Destination_DiskFile.h>
+#include <QzLog/Destination_KafkaLog.h>
+#include <QzLog/Dispatcher.h>
+#include <QzLog/LogFunctions.h>
+#include <QzLog/MessageHeader.h>
+#include <QzLog/Module.h>
+#include <QzLog/Router.h>
 
 #include <gmock/gmock.h>
 

@@ -3,7 +3,9 @@
 #include "filesystem/TemporaryFolder.h"
 #include "following/FollowedLogs.h"
 
-#include <QzLog/QzLog.h>
+#include <QzLog/Destination_DiskFile.h>
+#include <QzLog/MessageHeader.h>
+#include <QzLog/Module.h>
 
 #include <sys/wait.h>
 #include <unistd.h>

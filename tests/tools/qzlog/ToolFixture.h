@@ -2,7 +2,9 @@
 
 #include "filesystem/TemporaryFolder.h"
 
-#include <QzLog/QzLog.h>
+#include <QzLog/Destination_DiskFile.h>
+#include <QzLog/MessageHeader.h>
+#include <QzLog/Module.h>
 
 #include <cstdio>
 

@@ -1,6 +1,7 @@
 #include "reading/LogBytes.h"
 
 #include "Trouble.h"
+#include "reading/Backups.h"
 #include "reading/RecordStart.h"
 
 #include <algorithm>

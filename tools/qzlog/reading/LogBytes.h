@@ -1,6 +1,5 @@
 #pragma once
 
-#include "reading/Backups.h"
 #include "reading/ByteSource.h"
 #include "reading/InputFile.h"
 
