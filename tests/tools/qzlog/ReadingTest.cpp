@@ -89,12 +89,14 @@ namespace
             all += record;
         Put("a.log", all);
 
-        for (char const* const needle : {"", "NEEDLE", "[HOST:a]"})
+        std::pair<char const*, Needle> const needles[] = {{"", Needle()}, {"NEEDLE", Needle("NEEDLE")},
+            {"NEEDLE", Needle("nEEdle", true)}, {"[HOST:a]", Needle("[HOST:a]")}};
+        for (auto const& [needle, toFind] : needles)
         {
             SCOPED_TRACE(needle);
             RecordSplitter reader(std::make_unique<LogBytes>(In("a.log"), LogBytes::Files::LogAlone));
-            reader.SetNeedle(needle);
-            auto const holdsNeedle = [needle](std::string const& text)
+            reader.SetNeedle(toFind);
+            auto const holdsNeedle = [needle = needle](std::string const& text)
             { return text.find(needle) != std::string::npos; };
             auto next = records.begin();
             for (Record record; reader.Next(record);)

@@ -1,5 +1,7 @@
 #include "ToolFixture.h"
 
+#include "filter/RequiredText.h"
+
 #include <cctype>
 
 namespace
@@ -75,6 +77,9 @@ namespace
             {"qzlog view -F HOST server.log", ""},
             {"qzlog view -F start -F select server.log other.log", "1 4"},
             {"qzlog view -iF 'cause TWO' server.log", "2"},
+            {"qzlog view -iE 'WITH.*two|UP$' server.log", "1"},
+            {"qzlog view -iF two --logger nobody server.log", ""},
+            {"qzlog view -F failed --host ws01 --dispatcher Error server.log other.log", "2"},
             {"qzlog view -E '^#[13] .*p$' server.log", "1"},
             {"qzlog view -E 'one$' server.log", "2"},
             {"qzlog view -E '^Cause' server.log", "2"},
@@ -100,6 +105,26 @@ namespace
             EXPECT_EQ(FindNumbers(outcome.mOutput), testCase.mNumbers) << outcome.mOutput;
             EXPECT_EQ(outcome.mExitCode, *testCase.mNumbers ? 0 : 1);
         }
+    }
+
+    TEST_F(ViewTest, FindsATextInWhateverMatches)
+    {
+        std::pair<char const*, char const*> const cases[] = {
+            {"not[0-9]{3}there", "there"},
+            {"^a\\.log$", "a.log"},
+            {"[]x]ab[[:alpha:]]", "ab"},
+            {"(ab|cde)fgh?", "fg"},
+            {"ab+cd*", "ab"},
+            {"abc{2,3}\\d", "ab"},
+            {"\xC3\xA9?a", "a"},
+            {"abc|d", ""},
+            {"a{bcd|e}", ""},
+            {"(?i)abc", ""},
+            {"\\x41bc", ""},
+            {"\\Qa|b\\E", ""},
+        };
+        for (auto const& [expression, text] : cases)
+            EXPECT_EQ(QzLogTool::FindRequiredText(expression), text) << expression;
     }
 
     TEST_F(ViewTest, ShowsRecordsInEachForm)
@@ -139,6 +164,7 @@ namespace
                 "\n"
                 R"({"message":"2026-11-18 03:00:01.000 [HOST:broken\nend"})"
                 "\n"},
+            {"printf 'a\\0\\1\\177\\r\\n' | qzlog view --json -", "{\"message\":\"a\\u0000\\u0001\\u007f\"}\n"},
             {"qzlog view -c server.log other.log", "5\n"},
             {"qzlog view -c -n 2 server.log", "2\n"},
             {"qzlog view -q -F failed server.log", ""},

@@ -1,5 +1,6 @@
 #include "check/FileChecker.h"
 
+#include "output/Lines.h"
 #include "reading/InputFile.h"
 #include "reading/RecordStart.h"
 
@@ -68,7 +69,7 @@ namespace QzLogTool
     void FileChecker::TakeMessage(Record const& record)
     {
         ++mRecordCount;
-        if (!mParser.Parse(record.mText) || !mParser.ReadHeader())
+        if (!mParser.Parse(record.mText))
         {
             // One that is cut is no fault of its own.
             bool const isCut = record.mIsWhole && record.mText.find('\n') == std::string_view::npos;
@@ -102,6 +103,8 @@ namespace QzLogTool
         if (isEnded && !hasCR)
             Fault("the line ends with LF, not with CR LF");
         line = line.substr(0, line.size() - hasCR);
+        if (!line.empty() && IsPlain(line))
+            return;
         if (line.empty() && isEnded && !mIsInLine)
             Fault("an empty line");
         if (line.find('\r') != std::string_view::npos)

@@ -13,7 +13,12 @@ namespace QzLogTool
                 record.mKind = Record::Kind::Loose;
             }
             if (!mFilter.IsWanted(record, *mpSource))
+            {
+                // What this record lacks the next ones tend to lack too.
+                if (Needle const* const pMissing = mFilter.GetMissing())
+                    mpSource->SetNeedle(*pMissing);
                 continue;
+            }
             // The filter may have read on in it. What comes again is the same record.
             if (!record.mIsWhole && mpSource->Again())
                 return mpSource->Next(record);

@@ -25,10 +25,10 @@ namespace QzLogTool
         AddCondition(&HeaderFields::mDispatcher, mOptions.mDispatchers, "][", "]");
         AddCondition(&HeaderFields::mServer, mOptions.mServers, "][SERVER:", "][PID:");
         AddCondition(&HeaderFields::mHost, mOptions.mHosts, " [HOST:", "][SERVER:");
-        if (std::string const* const text = mMatcher.GetOnlyText(); text && !text->empty())
-            mNeedle = *text;
+        if (!mMatcher.GetNeedle().IsEmpty())
+            mNeedle = mMatcher.GetNeedle();
         if (mOptions.mIsInverted)
-            mNeedle.clear();
+            mNeedle = Needle();
     }
 
     void RecordFilter::AddCondition(std::string_view HeaderFields::*pField, std::vector<std::string> const& values,
@@ -40,13 +40,14 @@ namespace QzLogTool
         // An empty value has several forms: a "0", or no bracket at all.
         if (values.size() != 1 || values[0].empty())
             return;
-        mFieldNeedles.push_back(before + values[0] + after);
-        if (mNeedle.empty())
+        mFieldNeedles.emplace_back(before + values[0] + after);
+        if (mNeedle.IsEmpty())
             mNeedle = mFieldNeedles.back();
     }
 
     bool RecordFilter::IsWanted(Record const& record, RecordSource& source)
     {
+        mpMissing = nullptr;
         return IsInTime(record.mTime) && Matches(record, source) != mOptions.mIsInverted;
     }
 
@@ -55,8 +56,7 @@ namespace QzLogTool
         if (mConditions.empty() && mMatcher.IsEmpty())
             return true;
         // Most records that are not wanted are told by this from those that may be, without a look at their fields.
-        auto const isMissing = [&record](std::string const& needle) { return !Contains(record.mText, needle); };
-        if (std::any_of(mFieldNeedles.begin(), mFieldNeedles.end(), isMissing))
+        if (LacksNeedle(record))
             return false;
         std::string_view const text = WithoutLineEnd(record.mText);
         bool const isOneLine = record.mIsWhole && text.find('\n') == std::string_view::npos;
@@ -66,6 +66,19 @@ namespace QzLogTool
         if (!mConditions.empty() && (!hasHeader || !HasFields()))
             return false;
         return MatchesText(record, hasHeader ? mParser.GetMessage() : text, source);
+    }
+
+    /// Whether there are bytes that the record does not hold and each one that matches does; keeps them.
+    bool RecordFilter::LacksNeedle(Record const& record)
+    {
+        auto const isMissing = [&record](Needle const& needle) { return !needle.IsIn(record.mText); };
+        auto const missing = std::find_if(mFieldNeedles.begin(), mFieldNeedles.end(), isMissing);
+        Needle const* pMissing = missing != mFieldNeedles.end() ? &*missing : nullptr;
+        // The text may stand in a later part.
+        if (!pMissing && record.mIsWhole && isMissing(mMatcher.GetNeedle()))
+            pMissing = &mMatcher.GetNeedle();
+        mpMissing = mOptions.mIsInverted ? nullptr : pMissing;
+        return pMissing != nullptr;
     }
 
     /// Whether the header that was read meets the conditions.

@@ -18,8 +18,12 @@ namespace QzLogTool
         /// Throws Trouble when an expression is none.
         explicit RecordFilter(FilterOptions options);
 
-        /// Bytes that every wanted record holds; empty when there are none.
-        std::string const& GetNeedle() const { return mNeedle; }
+        /// Bytes that every wanted record holds; the empty ones when there are none.
+        Needle const& GetNeedle() const { return mNeedle; }
+
+        /// Such bytes too: those that the last record that was not wanted lacks. Null when it is not for them that it
+        /// was not.
+        Needle const* GetMissing() const { return mpMissing; }
 
         /// Whether the record that `source` has just given is wanted. The parts of one that is not whole may be used
         /// up by that; it is then asked for Again, or, where that cannot be, judged by its first part alone.
@@ -41,6 +45,7 @@ namespace QzLogTool
 
         void AddCondition(std::string_view HeaderFields::*pField, std::vector<std::string> const& values,
             std::string const& before, std::string const& after);
+        bool LacksNeedle(Record const& record);
         bool HasFields() const;
         bool Matches(Record const& record, RecordSource& source);
         bool MatchesText(Record const& record, std::string_view message, RecordSource& source) const;
@@ -49,8 +54,9 @@ namespace QzLogTool
         TextMatcher const mMatcher;
         std::vector<Condition> mConditions;
         /// Bytes that the first part of every record which meets the conditions holds.
-        std::vector<std::string> mFieldNeedles;
-        std::string mNeedle;
+        std::vector<Needle> mFieldNeedles;
+        Needle mNeedle;
+        Needle const* mpMissing = nullptr;
         HeaderParser mParser;
     };
 }

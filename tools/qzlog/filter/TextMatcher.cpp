@@ -1,6 +1,7 @@
 #include "filter/TextMatcher.h"
 
 #include "Trouble.h"
+#include "filter/RequiredText.h"
 
 #include <algorithm>
 
@@ -8,6 +9,12 @@ namespace QzLogTool
 {
     namespace
     {
+        /// Bytes are compared; every text has the empty part in it.
+        bool Contains(std::string_view text, std::string const& part)
+        {
+            return memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
+        }
+
         re2::StringPiece ToPiece(std::string_view text)
         {
             return {text.data(), text.size()};
@@ -43,15 +50,11 @@ namespace QzLogTool
         }
     }
 
-    bool Contains(std::string_view text, std::string const& part)
-    {
-        return memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
-    }
-
     TextMatcher::TextMatcher(
         std::vector<std::string> const& texts, std::vector<std::string> const& expressions, bool ignoresCase)
         : mTexts(texts)
     {
+        FindNeedle(expressions, ignoresCase);
         std::string all;
         std::string allForRecord;
         bool isForRecord = true;
@@ -85,9 +88,16 @@ namespace QzLogTool
             mpForRecord.reset();
     }
 
-    std::string const* TextMatcher::GetOnlyText() const
+    void TextMatcher::FindNeedle(std::vector<std::string> const& expressions, bool ignoresCase)
     {
-        return mTexts.size() == 1 && !mpExpression ? &mTexts[0] : nullptr;
+        // A shorter one is everywhere.
+        constexpr std::size_t kShortest = 3;
+        if (mTexts.size() + expressions.size() != 1)
+            return;
+        std::string const text = expressions.empty() ? mTexts[0] : FindRequiredText(expressions[0]);
+        std::string const part = ignoresCase ? FindCaseBlindPart(text) : text;
+        if (part.size() >= kShortest || (expressions.empty() && !ignoresCase))
+            mNeedle = ignoresCase ? Needle(part, true) : Needle(part);
     }
 
     bool TextMatcher::Matches(std::string_view message) const

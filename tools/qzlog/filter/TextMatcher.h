@@ -1,5 +1,7 @@
 #pragma once
 
+#include "reading/Needle.h"
+
 #include <re2/re2.h>
 
 #include <memory>
@@ -9,9 +11,6 @@
 
 namespace QzLogTool
 {
-    /// Bytes are compared; every text has the empty part in it.
-    bool Contains(std::string_view text, std::string const& part);
-
     /// Finds fixed texts and regular expressions. RE2 takes time in proportion to the text whatever the expression, and
     /// a bounded stack: logs hold texts of megabytes, from strangers.
     class TextMatcher
@@ -24,8 +23,8 @@ namespace QzLogTool
         /// Whether there is nothing to look for; everything matches then.
         bool IsEmpty() const { return mTexts.empty() && mpExpression == nullptr; }
 
-        /// The text to look for, if that is all there is.
-        std::string const* GetOnlyText() const;
+        /// What stands in every record whose message matches; the empty one when there is nothing like that.
+        Needle const& GetNeedle() const { return mNeedle; }
 
         /// Whether a message matches. Lines end with LF or CR LF; "^" and "$" are the ends of each.
         bool Matches(std::string_view message) const;
@@ -38,7 +37,10 @@ namespace QzLogTool
         bool Find(std::string_view line, std::size_t from, std::size_t& at, std::size_t& length) const;
 
     private:
+        void FindNeedle(std::vector<std::string> const& expressions, bool ignoresCase);
+
         std::vector<std::string> mTexts;
+        Needle mNeedle;
         std::unique_ptr<RE2> mpExpression;
         // The same for MayMatch; null when it can tell nothing.
         std::unique_ptr<RE2> mpForRecord;

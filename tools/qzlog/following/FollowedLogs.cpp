@@ -23,16 +23,16 @@ namespace QzLogTool
         }
     }
 
-    GrowingSource FollowLog(std::string path, FollowedBytes::Tell tell, std::string needle)
+    GrowingSource FollowLog(std::string path, FollowedBytes::Tell tell, Needle const& needle)
     {
         auto bytes = std::make_unique<FollowedBytes>(std::move(path), std::move(tell));
         FollowedBytes* const pBytes = bytes.get();
         auto splitter = std::make_unique<RecordSplitter>(std::move(bytes));
-        splitter->SetNeedle(std::move(needle));
+        splitter->SetNeedle(needle);
         return {std::move(splitter), pBytes};
     }
 
-    FollowedLogs::FollowedLogs(std::vector<std::string> paths, std::string needle)
+    FollowedLogs::FollowedLogs(std::vector<std::string> paths, Needle needle)
         : mPaths(std::move(paths)), mNeedle(std::move(needle)), mWatch(mPaths)
     {
         for (std::string const& path : mPaths)

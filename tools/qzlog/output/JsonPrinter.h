@@ -19,12 +19,12 @@ namespace QzLogTool
         void Print(Record const& record, RecordSource& source) override;
 
     private:
-        void PrintText(std::string_view text);
-        void Write();
+        bool AppendHeader();
+        bool AppendUsualHeader();
+        void AppendText(std::string_view text);
 
         Output& mOutput;
         HeaderParser mParser;
-        std::string mLines;
         std::string mJson;
         bool mOwesLineEnd = false;
     };

@@ -1,10 +1,13 @@
 #include "output/Lines.h"
 
+#include "reading/ByteScan.h"
+
 #include <QzBase/Conversions.h>
 
-#include <json/writer.h>
+#include <utf8.h>
 
 #include <algorithm>
+#include <cstdint>
 
 namespace QzLogTool
 {
@@ -19,6 +22,48 @@ namespace QzLogTool
             bool const isWhole = rest.size() == length - 1 &&
                                  std::all_of(rest.begin(), rest.end(), [](char c) { return (c & 0xC0) == 0x80; });
             return isWhole ? length : 1;
+        }
+
+        /// What is not from the blank to the tilde.
+        constexpr auto IsUnprintable = [](ByteBlock bytes, ByteBlock)
+        { return (bytes < FillBlock(' ')) | (bytes > FillBlock('~')); };
+
+        constexpr auto IsSpecialInJson = [](ByteBlock bytes, ByteBlock following)
+        { return IsUnprintable(bytes, following) | (bytes == FillBlock('"')) | (bytes == FillBlock('\\')); };
+
+        void AppendUnit(std::string& to, unsigned int unit)
+        {
+            constexpr char kDigits[] = "0123456789abcdef";
+            to += "\\u";
+            for (int shift = 12; shift >= 0; shift -= 4)
+                to += kDigits[(unit >> shift) & 0xF];
+        }
+
+        /// A quote, a backslash or what is not printable.
+        void AppendEscape(std::string& to, unsigned char c)
+        {
+            constexpr std::string_view kShort = "\"\\\b\f\n\r\t";
+            constexpr char kLetters[] = "\"\\bfnrt";
+            std::size_t const at = kShort.find(static_cast<char>(c));
+            if (at != std::string_view::npos)
+                (to += '\\') += kLetters[at];
+            else
+                AppendUnit(to, c);
+        }
+
+        /// Characters beyond ASCII, well-formed or not.
+        void AppendEscapes(std::string& to, std::string_view text)
+        {
+            std::string mended;
+            if (utf8::find_invalid(text.begin(), text.end()) != text.end())
+                text = mended = MakeWellFormed(text);
+            for (auto at = text.begin(); at != text.end();)
+            {
+                std::uint32_t const character = utf8::unchecked::next(at);
+                if (character >= 0x10000)
+                    AppendUnit(to, 0xD7C0 + (character >> 10));
+                AppendUnit(to, character >= 0x10000 ? 0xDC00 + (character & 0x3FF) : character);
+            }
         }
     }
 
@@ -63,19 +108,43 @@ namespace QzLogTool
         }
     }
 
+    bool IsPlain(std::string_view text)
+    {
+        char const* const end = text.data() + text.size();
+        return FindByte(text.data(), end, IsUnprintable) == end;
+    }
+
+    bool IsPlainInJson(std::string_view text)
+    {
+        char const* const end = text.data() + text.size();
+        return FindByte(text.data(), end, IsSpecialInJson) == end;
+    }
+
     std::string MakeWellFormed(std::string_view text)
     {
-        std::string copy(text);
-        // Nothing that the library wrote holds one, but a damaged file may, and texts end at it below.
-        std::replace(copy.begin(), copy.end(), '\0', '\x1A');
-        if (std::all_of(copy.begin(), copy.end(), [](char c) { return (c & 0x80) == 0; }))
+        std::string copy;
+        for (char const c : text)
+            if (c == '\0')
+                copy += "\xE2\x90\x80";
+            else
+                copy += c;
+        if (utf8::find_invalid(copy) == std::string::npos)
             return copy;
         return QzBase::WideCharToUTF8(QzBase::UTF8ToWideChar(copy.c_str(), true).c_str(), true).c_str();
     }
 
     void AppendJson(std::string& to, std::string_view text)
     {
-        std::string const quoted = Json::valueToQuotedString(MakeWellFormed(text).c_str());
-        to.append(quoted, 1, quoted.size() - 2);
+        char const* const end = text.data() + text.size();
+        for (char const* at = text.data(); at != end;)
+        {
+            char const* const special = FindByte(at, end, IsSpecialInJson);
+            to.append(at, special);
+            // Characters beyond ASCII as far as they go: what is malformed among them ends there too.
+            at = std::find_if(special, end, [](char c) { return (c & 0x80) == 0; });
+            AppendEscapes(to, {special, static_cast<std::size_t>(at - special)});
+            if (at == special && at != end)
+                AppendEscape(to, static_cast<unsigned char>(*at++));
+        }
     }
 }

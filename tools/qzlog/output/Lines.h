@@ -17,7 +17,13 @@ namespace QzLogTool
     /// Appends a text as a terminal may see it: what could steer it ("^[" for escape) is spelt out.
     void AppendVisible(std::string& to, std::string_view text);
 
-    /// UTF-8 without malformed pieces, which become U+FFFD, and without NUL.
+    /// Whether a text is printable ASCII from end to end, blanks included.
+    bool IsPlain(std::string_view text);
+
+    /// The same, and no character of it is another in JSON.
+    bool IsPlainInJson(std::string_view text);
+
+    /// UTF-8 without malformed pieces, which become U+FFFD. NUL becomes U+2400, its picture.
     std::string MakeWellFormed(std::string_view text);
 
     /// Appends a text as it stands between the quotes of a JSON text, in ASCII. Malformed UTF-8 becomes U+FFFD.

@@ -9,10 +9,10 @@ namespace QzLogTool
     namespace
     {
         /// Reads time and brackets. Returns their length, 0 when they cannot be read.
-        std::size_t Scan(std::string_view line, HeaderFields& fields)
+        std::size_t Scan(std::string_view line, HeaderFields& fields, std::size_t& timeLength)
         {
             std::int64_t time;
-            std::size_t const timeLength = ReadTime(line, time);
+            timeLength = ReadTime(line, time);
             std::size_t const length = timeLength != 0 ? QzLog::ScanHeader(line.substr(timeLength), fields) : 0;
             return length != 0 ? timeLength + length : 0;
         }
@@ -39,7 +39,7 @@ namespace QzLogTool
     bool HeaderParser::Parse(std::string_view text)
     {
         mText = text;
-        mLength = Scan(TakeLine(text), mFields);
+        mLength = Scan(TakeLine(text), mFields, mTimeLength);
         for (std::string_view* const pID : {&mFields.mUser, &mFields.mSession, &mFields.mObject})
             if (*pID == "0")
                 *pID = std::string_view();
@@ -71,7 +71,8 @@ namespace QzLogTool
     bool BeginsWithWholeHeader(std::string_view text)
     {
         HeaderFields fields;
-        return Scan(TakeLine(text), fields) != 0 && fields.mUser.data() && fields.mSession.data() &&
+        std::size_t timeLength;
+        return Scan(TakeLine(text), fields, timeLength) != 0 && fields.mUser.data() && fields.mSession.data() &&
                fields.mObject.data();
     }
 

@@ -35,6 +35,10 @@ namespace QzLogTool
         /// The header's length in bytes, without the blank behind it.
         std::size_t GetLength() const { return mLength; }
 
+        /// As it stands in the record.
+        std::string_view GetHeader() const { return mText.substr(0, mLength); }
+        std::size_t GetTimeLength() const { return mTimeLength; }
+
         /// What follows the header, without the final line end. In one part of a long record it is what that part has.
         std::string_view GetMessage() const;
 
@@ -43,6 +47,7 @@ namespace QzLogTool
         std::string_view mText;
         HeaderFields mFields;
         std::size_t mLength = 0;
+        std::size_t mTimeLength = 0;
         std::string mCopy;
     };
 

@@ -13,10 +13,11 @@ namespace QzLogTool
         // Small enough to stay in the processor's cache between the reading and the looking.
         constexpr std::size_t kBlock = std::size_t{256} << 10;
 
-        constexpr std::string_view kHost = " [HOST:";
         // Of the time in front of it, without and with its distance from UTC.
         constexpr std::size_t kShortestTime = 23;
         constexpr std::size_t kLongestTime = 29;
+        // Of that in front of a host at the start of a line, where it may have other forms: no more is looked at.
+        constexpr std::size_t kLongestLineTime = kGlance - kHost.size();
     }
 
     RecordSplitter::RecordSplitter(std::unique_ptr<ByteSource> pBytes) : mpBytes(std::move(pBytes)), mBuffer(kBlock) {}
@@ -30,7 +31,7 @@ namespace QzLogTool
         {
             if (!mIsOpen && !BeginFile())
                 return false;
-            bool const hasMore = (mBegin != mEnd || Fill()) && (mNeedle.empty() || SkipToNeedle());
+            bool const hasMore = (mBegin != mEnd || Fill()) && (mNeedle.IsEmpty() || SkipToNeedle());
             if (hasMore)
                 break;
             mIsOpen = false;
@@ -65,7 +66,7 @@ namespace QzLogTool
         if (!mpBytes->MoveTo(mStartOffset))
             return false;
         mBegin = mEnd = 0;
-        mOffset = mHostFrom = mHostUpTo = mStartOffset;
+        mOffset = mStartOffset;
         mIsAtEnd = mIsInside = false;
         mNext = Start();
         return true;
@@ -80,7 +81,6 @@ namespace QzLogTool
         mOffset = mpBytes->GetOffset();
         mIsAtEnd = false;
         mNext = Start();
-        mHostFrom = mHostUpTo = mOffset;
         mIsOpen = true;
         return true;
     }
@@ -108,20 +108,18 @@ namespace QzLogTool
         std::size_t searched = 0;
         for (;;)
         {
-            char const* const from = mBuffer.data() + mBegin + searched;
-            void const* const hit = memmem(from, mEnd - mBegin - searched, mNeedle.data(), mNeedle.size());
-            std::size_t const at =
-                hit ? static_cast<std::size_t>(static_cast<char const*>(hit) - mBuffer.data()) : mEnd - 1;
+            char const* const hit = mNeedle.FindIn({mBuffer.data() + mBegin + searched, mEnd - mBegin - searched});
+            std::size_t const at = hit ? static_cast<std::size_t>(hit - mBuffer.data()) : mEnd - 1;
             if (!hit && mIsAtEnd)
             {
                 Consume(mEnd);
                 return false;
             }
-            Consume(FindStart(at));
+            Consume(FindOwner(at));
             if (hit || mEnd - mBegin >= kLargest)
                 return true;
             std::size_t const kept = mEnd - mBegin;
-            searched = kept - std::min(kept, mNeedle.size() - 1);
+            searched = kept - std::min(kept, mNeedle.GetSize() - 1);
             Fill();
         }
     }
@@ -130,48 +128,81 @@ namespace QzLogTool
     /// \return  false when it is too long; `end` is then where its first part ends.
     bool RecordSplitter::FindEnd(bool isHead, std::size_t& end)
     {
-        // How many bytes from mBegin on are known to belong to it, and are complete lines.
-        std::size_t verified = 0;
-        std::size_t from = 0;
+        // Nothing else begins between mBegin and this place, counted from there. Its own host is passed over.
+        std::size_t from = mIsInside ? 0 : mNext.mTimeLength + 1;
         for (;;)
         {
-            std::size_t const lineEnd = FindLineEnd(mBegin + from);
-            bool const isLine = lineEnd != mEnd;
-            bool const isTooLong = mEnd - mBegin >= kLargest;
-            if (isLine || mIsAtEnd || isTooLong)
-            {
-                // The record that begins at mBegin itself is the one whose end is looked for, unless it is a part that
-                // goes on there.
-                end = FindBuried(std::max(mBegin + verified, mBegin + (mIsInside ? 0 : 1)), lineEnd);
-                if (end != lineEnd)
-                    return true;
-            }
-            bool const seesNext = isLine && (mIsAtEnd || mEnd - lineEnd > kGlance || isHead);
-            end = isLine ? lineEnd + 1 : mEnd;
-            if (seesNext && (isHead || end == mEnd || IsNextAt(end)))
+            std::size_t const lineEnd = isHead ? FindLineEnd(mBegin) : mEnd;
+            std::size_t const stop = std::min(lineEnd + 1, mEnd);
+            Finding const finding = FindStart(from, stop, end);
+            if (finding == Finding::Start)
                 return true;
-            if (seesNext)
-            {
-                verified = from = end - mBegin;
-                continue;
-            }
-            if (!isLine && mIsAtEnd)
+            end = stop;
+            if (finding == Finding::Nothing && (mIsAtEnd || lineEnd != mEnd))
                 return true;
-            if (isTooLong)
+            if (SeesAll())
             {
-                end = verified != 0 ? mBegin + verified : FindCut(lineEnd);
+                end = FindCut();
                 return false;
             }
-            from = lineEnd - mBegin;
             Fill();
         }
     }
 
-    /// Where a line that is too long is cut: between two characters, and not after the start of a header that is still
-    /// to be read.
-    std::size_t RecordSplitter::FindCut(std::size_t limit) const
+    /// Looks for the first thing that begins from a place on, counted from mBegin, up to another; but not at mBegin.
+    /// \param from  is moved to where there is still something to see.
+    RecordSplitter::Finding RecordSplitter::FindStart(std::size_t& from, std::size_t stop, std::size_t& start)
     {
-        std::size_t const cut = std::min(limit, mBegin + kLargest - kLongestHeader);
+        for (std::size_t mark = mBegin + from; (mark = FindMarkFrom(mark, stop)) != stop; ++mark)
+        {
+            bool const isHead = mBuffer[mark] == kHead[0];
+            start = mark;
+            Finding const finding = isHead ? LookAtHead(mark) : LookAtHost(mark, start);
+            if (finding == Finding::More)
+                from = mark - mBegin;
+            if (finding != Finding::Nothing)
+                return finding;
+        }
+        // Another mark may have its first bytes here.
+        std::size_t const size = mEnd - mBegin;
+        from = std::max(from, size - std::min(size, kHost.size() - 1));
+        return Finding::Nothing;
+    }
+
+    RecordSplitter::Finding RecordSplitter::LookAtHead(std::size_t head)
+    {
+        if (head == mBegin || mBuffer[head - 1] != '\n')
+            return Finding::Nothing;
+        if (mEnd - head < kGlance && !SeesAll())
+            return Finding::More;
+        return IsNextAt(head) ? Finding::Start : Finding::Nothing;
+    }
+
+    /// Whether a record begins in front of a host, at the start of the line or within it.
+    RecordSplitter::Finding RecordSplitter::LookAtHost(std::size_t host, std::size_t& start)
+    {
+        char const* const window = mBuffer.data() + host - std::min(host - mBegin, kLongestLineTime + 1);
+        char const* const end = mBuffer.data() + host;
+        void const* const found = memrchr(window, '\n', static_cast<std::size_t>(end - window));
+        if (found)
+            start = static_cast<std::size_t>(static_cast<char const*>(found) - mBuffer.data()) + 1;
+        if (found && IsNextAt(start))
+            return Finding::Start;
+        bool const seesHeader = mEnd - host >= kLongestHeader || FindLineEnd(host) != mEnd;
+        if (!seesHeader && !SeesAll())
+            return Finding::More;
+        // The record that begins at mBegin is the one whose end is looked for, unless it is a part that goes on there.
+        start = FindRecordOf(host, mBegin + (mIsInside ? 0 : 1), host);
+        return start != host ? Finding::Start : Finding::Nothing;
+    }
+
+    /// Where a record is cut that is too long: behind a line, of which is known that no other thing begins there; or
+    /// else between two characters of the line, and not after the start of a header that is still to be read.
+    std::size_t RecordSplitter::FindCut() const
+    {
+        if (void const* const found = memrchr(mBuffer.data() + mBegin, '\n', mEnd - mBegin - kGlance))
+            return static_cast<std::size_t>(static_cast<char const*>(found) - mBuffer.data()) + 1;
+        std::size_t const cut = mBegin + kLargest - kLongestHeader;
         std::size_t start = cut;
         while (start > cut - 3 && (static_cast<unsigned char>(mBuffer[start]) & 0xC0) == 0x80)
             --start;
@@ -181,16 +212,14 @@ namespace QzLogTool
     /// Keeps what begins at a line, and tells whether that is anything but one more line of what stands before it.
     bool RecordSplitter::IsNextAt(std::size_t at)
     {
-        mNext.mKind = Classify(at, mNext.mTime);
-        mNext.mOffset = mOffset + (at - mBegin);
+        mNext = Classify(at);
         return mNext.mKind != Record::Kind::Loose;
     }
 
     /// Where the record, or the other thing, to which a byte belongs begins.
-    std::size_t RecordSplitter::FindStart(std::size_t at) const
+    std::size_t RecordSplitter::FindOwner(std::size_t at) const
     {
         char const* const begin = mBuffer.data() + mBegin;
-        std::int64_t time;
         for (;;)
         {
             void const* const found = memrchr(begin, '\n', at - mBegin);
@@ -198,27 +227,18 @@ namespace QzLogTool
                 found ? static_cast<std::size_t>(static_cast<char const*>(found) - mBuffer.data()) + 1 : mBegin;
             // The last one within the line that begins not after the byte.
             std::size_t start = line;
-            std::size_t const hostEnd = std::min(at + kLongestTime + 1, mEnd);
-            for (std::size_t host = line; (host = FindHost(host, hostEnd)) != hostEnd; ++host)
-                if (std::size_t const buried = FindRecordOf(host, line + 1, at + 1); buried <= at)
+            std::size_t const end = std::min(at + kLongestTime + kHost.size(), mEnd);
+            for (std::size_t mark = line; (mark = FindMarkFrom(mark, end)) != end; ++mark)
+                if (std::size_t const buried = FindRecordOf(mark, line + 1, at + 1); buried <= at)
                     start = buried;
-            if (start != line || !found || Classify(line, time) != Record::Kind::Loose)
+            if (start != line || !found || Classify(line).mKind != Record::Kind::Loose)
                 return start;
             at = line - 1;
         }
     }
 
-    /// The first record from one place to another that begins within a line; `end` when there is none.
-    std::size_t RecordSplitter::FindBuried(std::size_t from, std::size_t end)
-    {
-        std::size_t start = end;
-        for (std::size_t host = FindNextHost(from); host < std::min(end + kLongestTime, mEnd) && start == end;
-             host = FindNextHost(host + 1))
-            start = FindRecordOf(host, from, end);
-        return start;
-    }
-
-    /// Where the record begins that a host bracket belongs to, if that is from one place to another; otherwise `end`.
+    /// Where the record begins within a line that a host belongs to, if that is from one place to another; otherwise
+    /// `end`.
     std::size_t RecordSplitter::FindRecordOf(std::size_t host, std::size_t from, std::size_t end) const
     {
         for (std::size_t const length : {kShortestTime, kLongestTime})
@@ -231,42 +251,23 @@ namespace QzLogTool
         return end;
     }
 
-    /// The first host bracket from a place on, or mEnd. It is asked for line by line, and looked for once.
-    std::size_t RecordSplitter::FindNextHost(std::size_t from)
+    /// See FindMark.
+    std::size_t RecordSplitter::FindMarkFrom(std::size_t from, std::size_t end) const
     {
-        std::uint64_t const start = mOffset - mBegin; // of mBuffer in its file
-        if (start + from < mHostFrom || start + from > mHostUpTo)
-            mHostFrom = mHostUpTo = start + from;
-        std::size_t const at = static_cast<std::size_t>(mHostUpTo - start);
-        std::size_t const host = FindHost(at, mEnd);
-        // One may begin in the last bytes.
-        mHostUpTo = start + (host != mEnd ? host : std::max(at, mEnd - std::min(mEnd, kHost.size() - 1)));
-        return host;
+        char const* const mark = FindMark(mBuffer.data() + std::min(from, end), mBuffer.data() + end);
+        return static_cast<std::size_t>(mark - mBuffer.data());
     }
 
-    /// The first host bracket that begins from one place to another; `end` when there is none.
-    std::size_t RecordSplitter::FindHost(std::size_t from, std::size_t end) const
-    {
-        // By its rarest character, in half the time that a search for all of it takes.
-        constexpr std::size_t kRare = kHost.find('H');
-        char const* const stop = mBuffer.data() + std::min(end + kHost.size() - 1, mEnd);
-        char const* at = mBuffer.data() + from + kRare;
-        while (at < stop && (at = static_cast<char const*>(std::memchr(at, 'H', static_cast<std::size_t>(stop - at)))))
-        {
-            if (std::string_view(at - kRare, static_cast<std::size_t>(stop - at) + kRare).starts_with(kHost))
-                return static_cast<std::size_t>(at - kRare - mBuffer.data());
-            ++at;
-        }
-        return end;
-    }
-
-    /// What begins at a line. `time` is changed for a record only.
-    Record::Kind RecordSplitter::Classify(std::size_t at, std::int64_t& time) const
+    /// What begins at a line.
+    RecordSplitter::Start RecordSplitter::Classify(std::size_t at) const
     {
         std::string_view const line(mBuffer.data() + at, mEnd - at);
+        Start start{.mOffset = mOffset + (at - mBegin)};
         if (BeginsHead(line))
-            return Record::Kind::Head;
-        return BeginsRecord(line, time) ? Record::Kind::Message : Record::Kind::Loose;
+            start.mKind = Record::Kind::Head;
+        else if ((start.mTimeLength = BeginsRecord(line, start.mTime)) != 0)
+            start.mKind = Record::Kind::Message;
+        return start;
     }
 
     /// The next LF, or mEnd.

@@ -26,10 +26,7 @@ namespace QzLogTool
 
         explicit RecordSplitter(std::unique_ptr<ByteSource> pBytes);
 
-        /// From now on gives only records that contain these bytes; the others are passed over without a look at
-        /// where each of them begins, which is several times as fast. A record that is not whole comes anyway.
-        void SetNeedle(std::string needle) { mNeedle = std::move(needle); }
-
+        void SetNeedle(Needle const& needle) override { mNeedle = needle; }
         bool Next(Record& record) override;
         bool NextPart(std::string_view& text) override;
         bool Again() override;
@@ -38,20 +35,31 @@ namespace QzLogTool
         bool BeginFile();
         bool Fill();
         bool SkipToNeedle();
+        enum class Finding
+        {
+            Start,
+            Nothing,
+            /// What may be one cannot be told from it before more was read.
+            More
+        };
+
         bool FindEnd(bool isHead, std::size_t& end);
-        std::size_t FindCut(std::size_t limit) const;
-        std::size_t FindStart(std::size_t at) const;
-        std::size_t FindBuried(std::size_t from, std::size_t end);
+        Finding FindStart(std::size_t& from, std::size_t stop, std::size_t& start);
+        Finding LookAtHead(std::size_t head);
+        Finding LookAtHost(std::size_t host, std::size_t& start);
+        bool SeesAll() const { return mIsAtEnd || mEnd - mBegin >= kLargest; }
+        std::size_t FindCut() const;
+        std::size_t FindOwner(std::size_t at) const;
         std::size_t FindRecordOf(std::size_t host, std::size_t from, std::size_t end) const;
-        std::size_t FindNextHost(std::size_t from);
-        std::size_t FindHost(std::size_t from, std::size_t end) const;
-        Record::Kind Classify(std::size_t at, std::int64_t& time) const;
+        std::size_t FindMarkFrom(std::size_t from, std::size_t end) const;
+        struct Start;
+        Start Classify(std::size_t at) const;
         bool IsNextAt(std::size_t at);
         std::size_t FindLineEnd(std::size_t from) const;
         std::string_view Consume(std::size_t end);
 
         std::unique_ptr<ByteSource> const mpBytes;
-        std::string mNeedle;
+        Needle mNeedle;
 
         // [mBegin, mEnd) is what was read and not given yet. Between two calls mBegin stands where a record or
         // something else begins, unless mIsInside.
@@ -72,13 +80,10 @@ namespace QzLogTool
             std::uint64_t mOffset = std::numeric_limits<std::uint64_t>::max();
             Record::Kind mKind = Record::Kind::Loose;
             std::int64_t mTime = 0;
+            std::size_t mTimeLength = 0; // in bytes; 0 unless it is a record
         };
         // What FindEnd has seen behind the end, so that it is not looked at twice.
         Start mNext;
-
-        // Between these two places in the file no host bracket begins: FindNextHost has looked.
-        std::uint64_t mHostFrom = 0;
-        std::uint64_t mHostUpTo = 0;
 
         std::string mPath;
         std::int64_t mTime = std::numeric_limits<std::int64_t>::min();

@@ -12,9 +12,17 @@ namespace QzLogTool
     /// Whoever asks the questions below shows at least so much of a line, or all that there is.
     inline constexpr std::size_t kGlance = 64;
 
+    /// What every header has behind its time stamp.
+    inline constexpr std::string_view kHost = " [HOST:";
+
     /// Whether a line begins like the header of a record: time stamp and host.
     /// \param time  see ReadTime.
-    bool BeginsRecord(std::string_view line, std::int64_t& time);
+    /// \return  the length of the time stamp, which the host follows; 0 when it begins otherwise.
+    std::size_t BeginsRecord(std::string_view line, std::int64_t& time);
+
+    /// The first place where a header's host or the head of a log may begin, that is kHost or the first kHost.size()
+    /// bytes of the head; `end` when there is none.
+    char const* FindMark(char const* from, char const* end);
 
     /// Whether a line is the head of a log, whatever its version.
     bool BeginsHead(std::string_view line);

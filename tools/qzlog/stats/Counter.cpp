@@ -12,11 +12,15 @@ namespace QzLogTool
 
     void Counter::Add(std::string_view name)
     {
-        auto const found = mCounts.find(name);
-        if (found != mCounts.end())
-            ++found->second;
-        else
-            ++mCounts[mCounts.size() < kMostNames ? std::string(name) : kOthers];
+        // The same one often comes several times on end.
+        if (!mpLast || mpLast->first != name)
+        {
+            auto found = mCounts.find(name);
+            if (found == mCounts.end())
+                found = mCounts.try_emplace(mCounts.size() < kMostNames ? std::string(name) : kOthers).first;
+            mpLast = &*found;
+        }
+        ++mpLast->second;
     }
 
     std::vector<std::pair<std::string, std::uint64_t>> Counter::GetMost(std::size_t count) const

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -16,13 +16,20 @@ namespace QzLogTool
     public:
         void Add(std::string_view name);
 
-        /// In the order of the names.
-        std::map<std::string, std::uint64_t, std::less<>> const& GetCounts() const { return mCounts; }
+        /// In no order.
+        auto const& GetCounts() const { return mCounts; }
 
         /// The most frequent ones, the most frequent first, at most so many.
         std::vector<std::pair<std::string, std::uint64_t>> GetMost(std::size_t count) const;
 
     private:
-        std::map<std::string, std::uint64_t, std::less<>> mCounts;
+        struct Hash
+        {
+            using is_transparent = void;
+            std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+        };
+
+        std::unordered_map<std::string, std::uint64_t, Hash, std::equal_to<>> mCounts;
+        std::pair<std::string const, std::uint64_t>* mpLast = nullptr;
     };
 }

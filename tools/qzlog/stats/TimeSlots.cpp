@@ -28,7 +28,9 @@ namespace QzLogTool
 
     void TimeSlots::Add(std::int64_t time)
     {
-        ++mCounts[FindStart(time, mWidth)];
+        if (!mpLast || time < mpLast->first || time >= mpLast->first + mWidth)
+            mpLast = &*mCounts.try_emplace(FindStart(time, mWidth)).first;
+        ++mpLast->second;
         while (mIsGrowing && GetDistance() >= kMostGrowing)
             Widen();
     }
@@ -47,6 +49,7 @@ namespace QzLogTool
         for (auto const& [start, count] : mCounts)
             wider[FindStart(start, mWidth)] += count;
         mCounts = std::move(wider);
+        mpLast = nullptr;
     }
 
     std::vector<std::pair<std::int64_t, std::uint64_t>> TimeSlots::GetSlots() const

@@ -31,5 +31,7 @@ namespace QzLogTool
         std::size_t mStep = 0;
         std::int64_t mWidth;
         std::map<std::int64_t, std::uint64_t> mCounts;
+        // The slot that the last record has gone into: the next one often goes there too.
+        std::pair<std::int64_t const, std::uint64_t>* mpLast = nullptr;
     };
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <ctime>
+#include <limits>
 #include <string_view>
 
 namespace QzLogTool
@@ -92,10 +93,20 @@ namespace QzLogTool
 
     std::int64_t ToLocal(std::int64_t moment)
     {
-        std::time_t const seconds = (moment - GetMilliseconds(moment)) / 1000;
-        std::tm parts{};
-        localtime_r(&seconds, &parts);
-        return moment + std::int64_t{parts.tm_gmtoff} * 1000;
+        // Asked once for each quarter of an hour, at whose ends alone zones change.
+        constexpr std::int64_t kQuarter = 15 * 60 * 1000;
+        thread_local std::int64_t quarter = std::numeric_limits<std::int64_t>::min();
+        thread_local std::int64_t offset = 0;
+        std::int64_t const present = moment / kQuarter - (moment % kQuarter < 0);
+        if (present != quarter)
+        {
+            std::time_t const seconds = (moment - GetMilliseconds(moment)) / 1000;
+            std::tm parts{};
+            localtime_r(&seconds, &parts);
+            offset = std::int64_t{parts.tm_gmtoff} * 1000;
+            quarter = present;
+        }
+        return moment + offset;
     }
 
     std::string FormatMoment(std::int64_t moment)
