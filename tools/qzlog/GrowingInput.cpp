@@ -14,11 +14,20 @@ namespace QzLogTool
                "SIGTERM")
             ->option_text(" ")
             ->excludes("--no-backups");
+        CLI::Option* const pCursor =
+            app.add_option("--cursor-file", mCursorPath,
+                   "Remembers there what was shown, and goes on behind it the next time, through roll-overs and "
+                   "back-ups")
+                ->option_text("FILE")
+                ->excludes("--no-backups");
+        app.add_flag("--sync", mSyncs, "What the cursor file remembers outlives a failure of the machine")
+            ->needs(pCursor);
         CLI::Option* const pBrokers =
             app.add_option("--brokers,-b", mBrokers.mBrokers, "Reads the streams that servers publish to Kafka")
                 ->option_text("HOST:PORT,...")
                 ->group(kGroup)
-                ->excludes(&logs);
+                ->excludes(&logs)
+                ->excludes(pCursor);
         // Each of these takes one value, or the next operand would be taken for another.
         app.add_option("--topic", mBrokers.mTopics, "Shell pattern for topics; without one, the streams of all servers")
             ->option_text("PATTERN")
@@ -35,11 +44,16 @@ namespace QzLogTool
         logs.required(false);
     }
 
+    std::unique_ptr<CursorFile> GrowingInput::OpenCursor() const
+    {
+        return mCursorPath.empty() ? nullptr : std::make_unique<CursorFile>(mCursorPath, mSyncs);
+    }
+
     std::unique_ptr<GrowingSources> GrowingInput::Open(
-        LogInput const& logs, FilterOptions const& options, RecordFilter const& filter) const
+        LogInput const& logs, FilterOptions const& options, RecordFilter const& filter, CursorFile const* pCursor) const
     {
         if (!mBrokers.mBrokers.empty())
             return OpenStreams(mBrokers, options.mSince);
-        return std::make_unique<FollowedLogs>(WithoutRepetitions(logs.mPaths), filter.GetNeedle());
+        return std::make_unique<FollowedLogs>(WithoutRepetitions(logs.mPaths), filter.GetNeedle(), pCursor);
     }
 }

@@ -2,6 +2,7 @@
 
 #include "LogInput.h"
 #include "brokers/BrokerOptions.h"
+#include "following/CursorFile.h"
 #include "following/Growing.h"
 
 namespace QzLogTool
@@ -11,15 +12,21 @@ namespace QzLogTool
     {
         bool mFollows = false;
         BrokerOptions mBrokers;
+        std::string mCursorPath;
+        bool mSyncs = false;
 
         /// Adds options to a subcommand that has those of LogInput. This object must outlive it.
         void AddTo(CLI::App& app, CLI::Option& logs);
 
         /// Whether anything was asked for that LogInput alone does not do.
-        bool IsAskedFor() const { return mFollows || !mBrokers.mBrokers.empty(); }
+        bool IsAskedFor() const { return mFollows || !mBrokers.mBrokers.empty() || !mCursorPath.empty(); }
+
+        /// Null when nothing is to be remembered. Throws Trouble when it is something else.
+        std::unique_ptr<CursorFile> OpenCursor() const;
 
         /// Throws Trouble when streams cannot be read.
-        std::unique_ptr<GrowingSources> Open(
-            LogInput const& logs, FilterOptions const& options, RecordFilter const& filter) const;
+        /// \param pCursor  tells where to go on; may be null. It must outlive what is returned.
+        std::unique_ptr<GrowingSources> Open(LogInput const& logs, FilterOptions const& options,
+            RecordFilter const& filter, CursorFile const* pCursor) const;
     };
 }

@@ -10,12 +10,16 @@
 #include "output/TextPrinter.h"
 #include "reading/LastRecords.h"
 
+#include <functional>
 #include <limits>
 
 namespace QzLogTool
 {
     namespace
     {
+        // How many records a kill may make come a second time.
+        constexpr std::uint64_t kRecordsAtRisk = 1000;
+
         class ViewCommand : public Command
         {
         public:
@@ -38,6 +42,8 @@ namespace QzLogTool
                     ->excludes(pTail);
                 app.add_flag("--count,-c", mCounts, "Prints how many records there are, and not the records");
                 app.add_flag("--quiet,-q", mIsQuiet, "Prints nothing; the exit code tells whether there is one");
+                for (char const* const option : {"--head", "--count", "--quiet"})
+                    app.get_option("--cursor-file")->excludes(option);
                 app.add_flag("--json", mIsJson, "Prints one JSON object a record");
                 app.add_option("--color", mColor, "auto, always or never")
                     ->check(CLI::IsMember({"auto", "always", "never"}))
@@ -68,22 +74,35 @@ namespace QzLogTool
             std::uint64_t PrintGrowing(
                 RecordFilter& filter, Progress& progress, Troubles& troubles, Output& output) const
             {
-                std::unique_ptr<GrowingSources> const pSources = mGrowing.Open(mInput, mFilterOptions, filter);
+                std::unique_ptr<CursorFile> const pCursor = mGrowing.OpenCursor();
+                std::unique_ptr<GrowingSources> const pSources =
+                    mGrowing.Open(mInput, mFilterOptions, filter, pCursor.get());
                 auto const wrap = [&](std::unique_ptr<RecordSource> pSource)
                 {
                     return std::make_unique<GuardedSource>(
                         std::make_unique<FilteredSource>(std::move(pSource), filter), progress, troubles);
                 };
                 Follower follower(*pSources, wrap, [&](Trouble const& trouble) { troubles.Report(trouble); });
-                if (!mGrowing.mFollows)
-                    return Print(TakeTail(follower.Look()), filter, output);
-                EndRequest::Listen();
-                std::uint64_t count = Print(TakeTail(follower.Look()), filter, output);
-                while (count < GetMost() && !EndRequest::IsMade())
+                auto const remember = [&]
+                {
+                    if (!pCursor)
+                        return;
+                    pCursor->Syncs() ? output.Sync() : output.Flush();
+                    pCursor->Save(follower.GetPositions());
+                };
+                if (mGrowing.mFollows)
+                    EndRequest::Listen();
+                // The last records of all cannot be shown before all are read, and are shown once.
+                bool const takesTail = mTail && (!pCursor || pCursor->IsNew());
+                std::uint64_t count = takesTail ? Print(TakeTail(follower.Look()), filter, output)
+                                                : Print(follower.Look(), filter, output, 0, remember);
+                remember();
+                while (mGrowing.mFollows && count < GetMost() && !EndRequest::IsMade())
                 {
                     output.Flush();
                     follower.Wait();
-                    count += Print(follower.Look(), filter, output, count);
+                    count += Print(follower.Look(), filter, output, count, remember);
+                    remember();
                 }
                 return count;
             }
@@ -103,8 +122,10 @@ namespace QzLogTool
 
             /// Returns how many records there were.
             /// \param before  how many there were before.
-            std::uint64_t Print(std::unique_ptr<RecordSource> pSource, RecordFilter const& filter, Output& output,
-                std::uint64_t before = 0) const
+            /// \param remember  is called from time to time, between two records.
+            std::uint64_t Print(
+                std::unique_ptr<RecordSource> pSource, RecordFilter const& filter, Output& output,
+                std::uint64_t before = 0, std::function<void()> const& remember = [] {}) const
             {
                 TextPrinter text(output, filter.GetMatcher(), UsesColor(mColor, output.IsTerminal()));
                 JsonPrinter json(output);
@@ -113,8 +134,12 @@ namespace QzLogTool
                 std::uint64_t count = 0;
                 Record record;
                 for (; count < most && pSource->Next(record); ++count)
+                {
+                    if (count % kRecordsAtRisk == kRecordsAtRisk - 1)
+                        remember();
                     if (!mCounts && !mIsQuiet)
                         printer.Print(record, *pSource);
+                }
                 return count;
             }
 

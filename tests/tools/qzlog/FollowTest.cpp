@@ -1,5 +1,6 @@
 // What a follower of logs shows, whatever happens to them between two looks and during one.
 
+#include "Trouble.h"
 #include "filesystem/TemporaryFolder.h"
 #include "following/FollowedLogs.h"
 
@@ -40,14 +41,16 @@ namespace
             ASSERT_EQ(std::system(("cd '" + In("") + "'\n" + kTools + script).c_str()), 0) << script;
         }
 
-        /// The numbers of the records that a look finds.
-        static std::string Look(GrowingSource const& log)
+        FollowTest() { setenv("TZ", "UTC", 1); }
+
+        /// The numbers of the records that a look finds, or of the first ones.
+        static std::string Look(GrowingSource const& log, int most = 1000)
         {
             std::string numbers;
             log.mpGrowth->Look();
             Record record;
-            while (log.mpRecords->Next(record))
-                if (record.mKind != Record::Kind::Head)
+            for (; most > 0 && log.mpRecords->Next(record); log.mpGrowth->Pass())
+                if (record.mKind != Record::Kind::Head && most-- > 0)
                     numbers += std::string(record.mText.substr(record.mText.rfind(' ') + 1));
             std::erase(numbers, '\r');
             std::replace(numbers.begin(), numbers.end(), '\n', ' ');
@@ -74,7 +77,8 @@ TEST_F(FollowTest, EachRecordIsShownOnceWhateverHappensBetweenLooks)
         {"new 1; roll; new 2; roll; new 3; roll; new 4", "1 2 3 4 ", "roll; add 5; roll; add 6; roll; add 7", "5 6 7 ",
             ""},
         {"new 1", "1 ", "add 2; roll; add 3; roll; add 4; roll; add 5; roll; add 6", "3 4 5 6 ",
-            "was rolled over more often than it has back-ups since it was last read: records are missing"},
+            "was rolled over more often than it has back-ups since it was last read: records are missing"
+            "lacks records from 2026-11-18 03:02:07.001 to 2026-11-18 03:02:07.003"},
         // Roll-overs that were killed behind the copy, one and two of them, and then the next that was not.
         {"new 1", "1 ", "add 2; copy; add 3", "2 3 ", ""},
         {"new 1; copy", "1 ", "add 2; copy; roll; add 3", "2 3 ", ""},
@@ -82,7 +86,9 @@ TEST_F(FollowTest, EachRecordIsShownOnceWhateverHappensBetweenLooks)
         {"new 1", "1 ", "add 2; head -c 50 log > log.bak00", "2 ", ""},
         // Other back-ups with numbers that are not touched.
         {"new 1; cp log log.bak07; new 2", "1 2 ", "add 3; roll; add 4; roll; add 5; roll; add 6; roll; add 7",
-            "4 5 6 7 ", "was rolled over more often than it has back-ups since it was last read: records are missing"},
+            "4 5 6 7 ",
+            "was rolled over more often than it has back-ups since it was last read: records are missing"
+            "lacks records from 2026-11-18 03:02:07.002 to 2026-11-18 03:02:07.004"},
         {"new 1 2 3", "1 2 3 ", "new 4", "4 ", "was emptied"},
         {"new 1", "1 ", "new 2 3 4", "2 3 4 ", "was emptied"},
         {"new 1", "1 ", ": > log", "", "was emptied"},
@@ -110,6 +116,54 @@ TEST_F(FollowTest, EachRecordIsShownOnceWhateverHappensBetweenLooks)
         EXPECT_EQ(told, c.mTold);
         EXPECT_EQ(Look(log), "") << "once only";
     }
+}
+
+TEST_F(FollowTest, GoesOnAfterARestart)
+{
+    struct
+    {
+        char const* mBefore;
+        int mMost;
+        char const* mBetween;
+        std::string mShown;
+        std::string mTold;
+    } const kCases[] = {
+        {"new 1 2 3", 1, "add 4", "2 3 4 ", ""},
+        {"new 1", 9, "add 2; roll; add 3; roll; add 4", "2 3 4 ", ""},
+        {"new 1 2; roll; new 3", 1, "roll; new 4", "2 3 4 ", ""},
+        {"new 1; roll; new 2; roll", 9, "add 3", "3 ", ""},
+        {"new 1; roll; new 2; roll", 1, "true", "2 ", ""},
+        {"new 1", 9, "add 2; copy; add 3", "2 3 ", ""},
+        {"new 1", 9, "rm log", "", "is not there yet"},
+        {"true", 9, "add 1; roll; add 2", "1 2 ", ""},
+        {"new 1 2", 1, "add 3; roll; add 4; roll; add 5; roll; add 6; roll; add 7", "4 5 6 7 ",
+            "was rolled over more often than it has back-ups since it was last read: records are missing"
+            "lacks records from 2026-11-18 03:02:07.001 to 2026-11-18 03:02:07.004"},
+        {"new 1", 9, "new 2", "2 ", "was emptied"},
+    };
+    for (auto const& c : kCases)
+    {
+        SCOPED_TRACE(std::string(c.mBefore) + " | " + c.mBetween);
+        Run("rm -f log*");
+        Run(c.mBefore);
+        {
+            CursorFile cursor(In("cursor"), true);
+            GrowingSource const log = FollowLog(
+                In("log"), [](std::string const&) {}, {}, cursor.Find(In("log")));
+            Look(log, c.mMost);
+            cursor.Save({*log.mpGrowth->GetPosition()});
+        }
+        Run(c.mBetween);
+        std::string told;
+        GrowingSource const log = FollowLog(
+            In("log"), [&told](std::string const& text) { told += text; }, {},
+            CursorFile(In("cursor"), false).Find(In("x/../log")));
+        EXPECT_EQ(Look(log), c.mShown);
+        EXPECT_EQ(told, c.mTold);
+        std::filesystem::remove(In("cursor"));
+    }
+    Run("echo '{}' > cursor");
+    EXPECT_THROW((CursorFile{In("cursor"), false}), Trouble);
 }
 
 TEST_F(FollowTest, ALogThatComesDuringALookIsLeftForTheNext)

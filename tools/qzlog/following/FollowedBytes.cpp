@@ -43,6 +43,25 @@ namespace QzLogTool
 
     FollowedBytes::FollowedBytes(std::string path, Tell tell) : mPath(std::move(path)), mTell(std::move(tell)) {}
 
+    void FollowedBytes::Resume(LogPosition const& position)
+    {
+        mLast = position;
+        mSeen = {position.mBeginning, position.mOffset};
+        mOffset = position.mOffset;
+    }
+
+    LogPosition FollowedBytes::GetPosition(std::optional<std::uint64_t> offset) const
+    {
+        bool const isInPiece = !mIsInLog && mPiece.mpFile;
+        // In front of the first record nothing tells one file from another.
+        if ((!mIsInLog && !isInPiece) || offset.value_or(0) <= kHead.size())
+            return mLast;
+        LogPosition position = mLast;
+        position.mBeginning = isInPiece ? Examine(*mPiece.mpFile).mBeginning : mSeen.mBeginning;
+        position.mOffset = *offset;
+        return position;
+    }
+
     void FollowedBytes::Look()
     {
         mHasRolledOver = false;
@@ -146,8 +165,12 @@ namespace QzLogTool
     {
         auto from = backups.begin();
         bool const hasSeen = mSeen.mSize != 0;
-        bool const isStillThere = hasSeen && Holds(*mpLog, mSeen);
-        if (isStillThere && log == mpLog)
+        // What another process has seen may still be in the log.
+        File const& seenIn = mpLog ? mpLog : log;
+        if (hasSeen && !seenIn && backups.empty())
+            return;
+        bool const isStillThere = hasSeen && seenIn && Holds(*seenIn, mSeen);
+        if (isStillThere && log == seenIn)
             // Nothing was moved out of it. What roll-overs have left that did not come to their end stands in the log.
             from = backups.end();
         else if (isStillThere)
@@ -193,6 +216,8 @@ namespace QzLogTool
 
     void FollowedBytes::LoseSeen(bool hasBackups)
     {
+        if (hasBackups)
+            mLoss = mLoss.value_or(0) + mSeen.mSize - mOffset;
         mTell(hasBackups ? "was rolled over more often than it has back-ups since it was last read: records are missing"
                          : "was emptied");
         if (mIsInLog)
@@ -243,6 +268,8 @@ namespace QzLogTool
 
     bool FollowedBytes::OpenNext()
     {
+        mLast = GetPosition(GetOffset());
+        mPiece = Piece();
         mIsInLog = false;
         if (mStretches == 0)
             return false;

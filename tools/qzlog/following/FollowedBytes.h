@@ -1,6 +1,6 @@
 #pragma once
 
-#include "following/Growing.h"
+#include "following/LogPosition.h"
 #include "reading/ByteSource.h"
 #include "reading/InputFile.h"
 
@@ -30,7 +30,7 @@ namespace QzLogTool
     /// Outside of a look the log may be emptied at any moment. Each reading is followed by a glance at the first bytes
     /// of the log: when they are what they were, so was all that was read before; no two contents of a log begin
     /// alike, because records tell their time and thread, and none comes back.
-    class FollowedBytes : public ByteSource, public Growth
+    class FollowedBytes : public ByteSource
     {
     public:
         /// Is told, in a sentence without the log's name, of what the user should know.
@@ -39,13 +39,24 @@ namespace QzLogTool
         /// \param path  of the log, which need not be there yet.
         FollowedBytes(std::string path, Tell tell);
 
+        /// Goes on where a position tells, which GetPosition has given, perhaps in another process. To be called before
+        /// the first look.
+        void Resume(LogPosition const& position);
+
+        /// What was read, up to an offset in the present file; all that was read when there is no such file.
+        LogPosition GetPosition(std::optional<std::uint64_t> offset) const;
+
+        /// How many bytes are known to be missing; how many more there were nobody can tell. Nothing unless some may be
+        /// missing of which this was not asked yet.
+        std::optional<std::uint64_t> TakeLoss() { return std::exchange(mLoss, std::nullopt); }
+
         /// Looks at what there is. OpenNext and Read give what it has found, up to the end, and after that nothing
         /// until the next look.
-        void Look() override;
+        void Look();
 
         /// Whether the last look has found back-ups that the one before it had not: a busy log may be rolled over more
         /// often than it has back-ups within one moment.
-        bool IsUrgent() const override { return mHasRolledOver; }
+        bool IsUrgent() const { return mHasRolledOver; }
 
         bool OpenNext() override;
         std::size_t Read(char* buffer, std::size_t size) override;
@@ -127,6 +138,9 @@ namespace QzLogTool
         std::chrono::steady_clock::time_point mLastLook;
         bool mHasRolledOver = false;
         bool mHasLooked = false;
+        // Of the last file that was read to its end.
+        LogPosition mLast;
+        std::optional<std::uint64_t> mLoss;
         bool mIsUnlockable = false;
         std::string mObstacle;
     };

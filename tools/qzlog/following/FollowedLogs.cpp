@@ -2,10 +2,13 @@
 
 #include "Trouble.h"
 #include "reading/RecordSplitter.h"
+#include "time/Moments.h"
 
 #include <sys/resource.h>
 
 #include <cstdio>
+#include <limits>
+#include <optional>
 #include <utility>
 
 namespace QzLogTool
@@ -21,19 +24,88 @@ namespace QzLogTool
             limit.rlim_cur = limit.rlim_max;
             setrlimit(RLIMIT_NOFILE, &limit);
         }
+
+        class FollowedLog : public RecordSource, public Growth
+        {
+        public:
+            FollowedLog(std::string path, FollowedBytes::Tell const& tell, LogPosition const& position)
+                : mTell(tell), mTime(position.mTime)
+            {
+                auto bytes = std::make_unique<FollowedBytes>(std::move(path), tell);
+                mpBytes = bytes.get();
+                mpBytes->Resume(position);
+                mpRecords = std::make_unique<RecordSplitter>(std::move(bytes));
+            }
+
+            void SetNeedle(Needle const& needle) override { mpRecords->SetNeedle(needle); }
+
+            bool Next(Record& record) override
+            {
+                bool const isThere = mpRecords->Next(record);
+                mDone.reset();
+                mNextTime = mTime;
+                if (!isThere)
+                    return false;
+                mDone = record.mOffset;
+                if (record.mKind == Record::Kind::Message)
+                    mNextTime = record.mTime;
+                if (std::optional<std::uint64_t> const loss =
+                        record.mKind == Record::Kind::Message ? mpBytes->TakeLoss() : std::nullopt)
+                    TellOfLoss(*loss);
+                return true;
+            }
+
+            bool NextPart(std::string_view& text) override { return mpRecords->NextPart(text); }
+            bool Again() override { return mpRecords->Again(); }
+
+            void Look() override { mpBytes->Look(); }
+            bool IsUrgent() const override { return mpBytes->IsUrgent(); }
+
+            void Pass() override
+            {
+                mTime = mNextTime;
+                if (mDone)
+                    mDone = mpRecords->GetOffset();
+            }
+
+            std::optional<LogPosition> GetPosition() const override
+            {
+                LogPosition position = mpBytes->GetPosition(mDone);
+                position.mTime = mTime;
+                return position;
+            }
+
+        private:
+            void TellOfLoss(std::uint64_t bytes)
+            {
+                std::string const least = bytes != 0 ? ", " + std::to_string(bytes) + " bytes or more" : "";
+                constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::min();
+                mTell("lacks records from " + (mTime != kNever ? FormatMoment(ToLocal(mTime)) : "its beginning") +
+                      " to " + FormatMoment(ToLocal(mNextTime)) + least);
+            }
+
+            FollowedBytes::Tell const mTell;
+            FollowedBytes* mpBytes;
+            std::unique_ptr<RecordSplitter> mpRecords;
+            // Up to where the present file was dealt with; nothing after its end.
+            std::optional<std::uint64_t> mDone;
+            // Of the last record that was dealt with, and of the one that was given last.
+            std::int64_t mTime;
+            std::int64_t mNextTime = mTime;
+        };
     }
 
-    GrowingSource FollowLog(std::string path, FollowedBytes::Tell tell, Needle const& needle)
+    GrowingSource FollowLog(
+        std::string path, FollowedBytes::Tell const& tell, Needle const& needle, LogPosition const& position)
     {
-        auto bytes = std::make_unique<FollowedBytes>(std::move(path), std::move(tell));
-        FollowedBytes* const pBytes = bytes.get();
-        auto splitter = std::make_unique<RecordSplitter>(std::move(bytes));
-        splitter->SetNeedle(needle);
-        return {std::move(splitter), pBytes};
+        auto log = std::make_unique<FollowedLog>(std::move(path), tell, position);
+        log->SetNeedle(needle);
+        FollowedLog* const pLog = log.get();
+        return {std::move(log), pLog};
     }
 
-    FollowedLogs::FollowedLogs(std::vector<std::string> paths, Needle needle)
-        : mPaths(std::move(paths)), mNeedle(std::move(needle)), mWatch(mPaths)
+    FollowedLogs::FollowedLogs(std::vector<std::string> paths, Needle needle, CursorFile const* pCursor)
+        : mPaths(std::move(paths)), mNeedle(std::move(needle)), mpCursor(pCursor), mWatch(mPaths)
     {
         for (std::string const& path : mPaths)
             if (path == "-" || GetFileStatus(path).mIsFolder)
@@ -48,7 +120,7 @@ namespace QzLogTool
         {
             auto const tell = [path](std::string const& text)
             { std::fprintf(stderr, "qzlog: %s %s\n", path.c_str(), text.c_str()); };
-            sources.push_back(FollowLog(path, tell, mNeedle));
+            sources.push_back(FollowLog(path, tell, mNeedle, mpCursor ? mpCursor->Find(path) : LogPosition()));
         }
         return sources;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "following/ChangeWatch.h"
+#include "following/CursorFile.h"
 #include "following/FollowedBytes.h"
 #include "following/Growing.h"
 
@@ -8,14 +9,17 @@ namespace QzLogTool
 {
     /// The records of a log and its back-ups in order of age, and those that are added. See FollowedBytes and, for the
     /// needle, RecordSplitter.
-    GrowingSource FollowLog(std::string path, FollowedBytes::Tell tell, Needle const& needle = {});
+    /// \param position  where to go on; its log need not be set.
+    GrowingSource FollowLog(
+        std::string path, FollowedBytes::Tell const& tell, Needle const& needle = {}, LogPosition const& position = {});
 
     /// Log files that are followed.
     class FollowedLogs : public GrowingSources
     {
     public:
         /// \param needle  see RecordSplitter.
-        FollowedLogs(std::vector<std::string> paths, Needle needle);
+        /// \param pCursor  tells where to go on; may be null. It must outlive this object.
+        FollowedLogs(std::vector<std::string> paths, Needle needle, CursorFile const* pCursor);
 
         std::vector<GrowingSource> FindNew() override;
         void Wait() override { mWatch.Wait(); }
@@ -23,6 +27,7 @@ namespace QzLogTool
     private:
         std::vector<std::string> mPaths;
         Needle const mNeedle;
+        CursorFile const* const mpCursor;
         ChangeWatch mWatch;
     };
 }

@@ -13,14 +13,19 @@ namespace QzLogTool
         class Borrowed : public RecordSource
         {
         public:
-            explicit Borrowed(RecordSource& source) : mSource(source) {}
+            Borrowed(RecordSource& source, Growth& growth) : mSource(source), mGrowth(growth) {}
 
-            bool Next(Record& record) override { return !EndRequest::IsSignalled() && mSource.Next(record); }
+            bool Next(Record& record) override
+            {
+                mGrowth.Pass();
+                return !EndRequest::IsSignalled() && mSource.Next(record);
+            }
             bool NextPart(std::string_view& text) override { return mSource.NextPart(text); }
             bool Again() override { return mSource.Again(); }
 
         private:
             RecordSource& mSource;
+            Growth& mGrowth;
         };
     }
 
@@ -48,10 +53,19 @@ namespace QzLogTool
                     return true;
                 }
                 mIsUrgent = mIsUrgent || followed.mpGrowth->IsUrgent();
-                found.push_back(std::make_unique<Borrowed>(*followed.mpWrapped));
+                found.push_back(std::make_unique<Borrowed>(*followed.mpWrapped, *followed.mpGrowth));
                 return false;
             });
         return std::make_unique<Merger>(std::move(found));
+    }
+
+    std::vector<LogPosition> Follower::GetPositions() const
+    {
+        std::vector<LogPosition> positions;
+        for (Followed const& followed : mFollowed)
+            if (std::optional<LogPosition> position = followed.mpGrowth->GetPosition())
+                positions.push_back(std::move(*position));
+        return positions;
     }
 
     void Follower::Wait()

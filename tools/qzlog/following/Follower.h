@@ -25,6 +25,9 @@ namespace QzLogTool
         /// What has come since the last look. It must not outlive this object, nor the next look.
         std::unique_ptr<RecordSource> Look();
 
+        /// How far the sources have come, not counting the records that Look's source still holds.
+        std::vector<LogPosition> GetPositions() const;
+
         /// Waits until there may be more, or an EndRequest is made.
         void Wait();
 

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "following/LogPosition.h"
 #include "reading/Record.h"
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace QzLogTool
@@ -15,6 +17,12 @@ namespace QzLogTool
 
         /// Finds out what has come.
         virtual void Look() = 0;
+
+        /// The record that was given last was dealt with.
+        virtual void Pass() {}
+
+        /// Up to where all records were dealt with. Nothing where that cannot be told.
+        virtual std::optional<LogPosition> GetPosition() const { return std::nullopt; }
 
         /// Whether the next look cannot wait.
         virtual bool IsUrgent() const { return false; }

@@ -20,7 +20,8 @@ _qzlog()
         --since --until --text --regex --ignore-case --invert'
     case $command in
         view)
-            options="--follow --tail --head --count --quiet --json --color --no-backups --brokers --topic $filters"
+            options="--follow --tail --head --count --quiet --json --color --no-backups --brokers --topic
+                --cursor-file --sync $filters"
             ;;
         check) options='--quiet --no-backups' ;;
         stats) options="--slot --top --json --no-backups $filters" ;;
@@ -30,6 +31,7 @@ _qzlog()
     esac
 
     case $previous in
+        --cursor-file) _qzlog_logs ;;
         --color) COMPREPLY=($(compgen -W 'auto always never' -- "$current")) ;;
         --dispatcher | -D) COMPREPLY=($(compgen -W 'Trace Info Error' -- "$current")) ;;
         --since | --until | -S | -U) COMPREPLY=($(compgen -W 'now today yesterday 10m 1h 1d' -- "$current")) ;;

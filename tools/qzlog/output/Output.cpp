@@ -18,6 +18,12 @@ namespace QzLogTool
     {
         constexpr std::size_t kBlock = std::size_t{64} << 10;
 
+        [[noreturn]] void FailToWrite()
+        {
+            QzBase::ReturnWString const reason = QzBase::GetSystemErrorDescription(QzBase::GetLastError());
+            throw Trouble(std::string("standard output: ") + QzBase::WideCharToUTF8(reason.c_str(), true).c_str());
+        }
+
         void WriteAll(std::string_view text)
         {
             while (!text.empty())
@@ -26,11 +32,7 @@ namespace QzLogTool
                 if (count < 0 && errno == EINTR)
                     continue;
                 if (count < 0)
-                {
-                    QzBase::ReturnWString const reason = QzBase::GetSystemErrorDescription(QzBase::GetLastError());
-                    throw Trouble(
-                        std::string("standard output: ") + QzBase::WideCharToUTF8(reason.c_str(), true).c_str());
-                }
+                    FailToWrite();
                 text.remove_prefix(static_cast<std::size_t>(count));
             }
         }
@@ -70,6 +72,14 @@ namespace QzLogTool
             mpProgress->Hide();
         WriteAll(mBuffer);
         mBuffer.clear();
+    }
+
+    void Output::Sync()
+    {
+        Flush();
+        // Pipes and terminals keep nothing.
+        if (fsync(STDOUT_FILENO) != 0 && errno != EINVAL && errno != EROFS)
+            FailToWrite();
     }
 
     bool UsesColor(std::string_view mode, bool isTerminal)

@@ -29,6 +29,9 @@ namespace QzLogTool
         void WriteLine(std::string_view text);
         void Flush();
 
+        /// Flushes, and lets what a file has taken outlive a failure of the machine.
+        void Sync();
+
     private:
         Progress* const mpProgress;
         bool const mIsTerminal;
