@@ -26,6 +26,14 @@ namespace QzLogTool
                 mFilterOptions.AddTo(app);
                 app.add_option("--slot", mSlot, "Width of the slots of time, such as 10m; as wide as fits without it")
                     ->option_text("SPAN");
+                app.add_option("--by", mGroupings,
+                       "Counts by this instead: user, session, object, host, server, process, thread, logger, "
+                       "dispatcher, id, message (what its first line has in common with others), minute, hour or day")
+                    ->option_text("WHAT")
+                    ->check(CLI::IsMember(Grouping::GetNames()))
+                    ->expected(1)
+                    ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+                    ->excludes("--slot");
                 app.add_option("--top", mTop, "The N most frequent ones in each table (20)")
                     ->option_text("N")
                     ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
@@ -41,7 +49,7 @@ namespace QzLogTool
                 Progress progress;
                 RecordFilter filter(mFilterOptions);
                 std::unique_ptr<RecordSource> const pSource = mInput.Open(filter, progress, troubles);
-                StatsReport report(slot);
+                StatsReport report(mGroupings, slot);
                 for (Record record; pSource->Next(record);)
                     report.Add(record);
 
@@ -60,6 +68,7 @@ namespace QzLogTool
             LogInput mInput;
             FilterOptions mFilterOptions;
             std::string mSlot;
+            std::vector<std::string> mGroupings;
             std::size_t mTop = 20;
             bool mIsJson = false;
         };

@@ -17,7 +17,8 @@ namespace
             {"printf 'one\\ntwo\\n' | qzlog write --max-size 1 full.log",
                 "QzLog: messages are being lost, log file 'full.log': Failed to move file 'full.log.bak~n' to "
                 "'full.log.bak00'. Is a directory\r\n"
-                "qzlog: full.log: line 2 of the input could not be written, and what follows was not tried\n", 2},
+                "qzlog: full.log: line 2 of the input could not be written, and what follows was not tried\n",
+                2},
             {"echo one | qzlog write .", "qzlog: .: Is a directory\n", 2},
             {"printf 'x a=\"1\" b=\"2\"\\n\\0 a=\"3\"' | qzlog mask -a a -a b -w % | tr '\\0' 0",
                 "x a=\"%\" b=\"%\"\n0 a=\"%\"", 0},

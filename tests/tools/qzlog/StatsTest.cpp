@@ -39,8 +39,24 @@ namespace
                 R"({"records":1,"time":"2026-11-18 03:00:02.000"}]})"
                 "\n"},
         });
-        // 1,202 seconds in at most 40 slots.
-        EXPECT_NE(Run("qzlog stats a.log").mOutput.find("in slots of 1 min"), std::string::npos);
+        Write(*log, {.mTime = "2026-11-18 04:20:03.500", .mUser = "u"}, "Can't run 'a 1' in 12.5 ms (0x1F, 1f00ab) 'b");
+        Write(*log, {.mTime = "2026-11-18 04:20:03.500", .mUser = "u"}, "Can't run 'b' in 7.25 ms (0x2, beef00) 'b\n2");
+        Check({
+            {"COLUMNS=60 qzlog stats --by user --by message --by hour --top 2 a.log | tail -n +2",
+                "\nUsers\n"
+                "(none)  4 #################################################\n"
+                "u       2 #########################\n"
+                "\nMessages (and 3 more)\n"
+                "Can't run '...' in N.N ms (N, N) 'b       2 ###############\n"
+                "Missed N messages since N-N-N N:N:N.N...  1 ########\n"
+                "\nHours\n"
+                "2026-11-18 03  4 ##########################################\n"
+                "2026-11-18 04  2 #####################\n"},
+            {"qzlog stats --by id --by thread --json a.log | grep -o '\"by.*}},'",
+                "\"by\":{\"id\":{\"(none)\":5,\"0x0000002A\":1},\"thread\":{\"21\":6}},\n"},
+        });
+        // 4,802 seconds in at most 40 slots.
+        EXPECT_NE(Run("qzlog stats a.log").mOutput.find("in slots of 5 min"), std::string::npos);
         EXPECT_EQ(Run("qzlog stats --top 1 a.log").mOutput.find("Log "), std::string::npos);
         EXPECT_EQ(Run("qzlog stats --logger Nobody a.log").mExitCode, 1);
     }

@@ -24,7 +24,7 @@ _qzlog()
                 --cursor-file --sync $filters"
             ;;
         check) options='--quiet --no-backups' ;;
-        stats) options="--slot --top --json --no-backups $filters" ;;
+        stats) options="--slot --by --top --json --no-backups $filters" ;;
         write) options='--logger --dispatcher --user --session --object --server --max-size --backups' ;;
         mask) options='--attribute --with --http --lines' ;;
         *) return ;;
@@ -35,6 +35,8 @@ _qzlog()
         --color) COMPREPLY=($(compgen -W 'auto always never' -- "$current")) ;;
         --dispatcher | -D) COMPREPLY=($(compgen -W 'Trace Info Error' -- "$current")) ;;
         --since | --until | -S | -U) COMPREPLY=($(compgen -W 'now today yesterday 10m 1h 1d' -- "$current")) ;;
+        --by) COMPREPLY=($(compgen -W 'user session object host server process thread logger dispatcher id message
+            minute hour day' -- "$current")) ;;
         --slot) COMPREPLY=($(compgen -W '1m 10m 1h 1d' -- "$current")) ;;
         --max-size) COMPREPLY=($(compgen -W '500k 2000000 20m' -- "$current")) ;;
         --host) COMPREPLY=($(compgen -A hostname -- "$current")) ;;

@@ -16,7 +16,9 @@ namespace QzLogTool
     {
         using Rows = std::vector<std::pair<std::string, std::uint64_t>>;
 
-        constexpr char kNoID[] = "(none)";
+        // Keys in JSON of what is counted when nothing else was asked for.
+        constexpr char const* kUsual[][2] = {
+            {"logger", "loggers"}, {"dispatcher", "dispatchers"}, {"id", "message_ids"}};
         constexpr std::size_t kLongestLabel = 40;
 
         /// How many columns a text takes, about.
@@ -64,10 +66,13 @@ namespace QzLogTool
             }
         }
 
-        void PrintCounter(
-            Output& output, std::string const& title, Counter const& counter, unsigned int width, std::size_t most)
+        void PrintGrouping(Output& output, Grouping const& grouping, unsigned int width, std::size_t most)
         {
+            Counter const& counter = grouping.GetCounter();
+            std::string const& title = grouping.GetTitle();
             Rows rows = counter.GetMost(most);
+            if (grouping.IsOfTime())
+                std::sort(rows.begin(), rows.end());
             for (auto& row : rows)
                 row.first = MakeLabel(row.first);
             std::size_t const hidden = counter.GetCounts().size() - rows.size();
@@ -98,6 +103,16 @@ namespace QzLogTool
         }
     }
 
+    StatsReport::StatsReport(std::vector<std::string> const& groupings, std::int64_t slotWidth)
+        : mIsUsual(groupings.empty()), mSlots(slotWidth)
+    {
+        for (std::string const& name : groupings)
+            mGroupings.emplace_back(name);
+        for (auto const& usual : kUsual)
+            if (mIsUsual)
+                mGroupings.emplace_back(usual[0]);
+    }
+
     void StatsReport::Add(Record const& record)
     {
         if (record.mKind != Record::Kind::Message || !mParser.Parse(record.mText))
@@ -105,14 +120,13 @@ namespace QzLogTool
             ++mLoose;
             return;
         }
-        HeaderFields const& fields = mParser.GetFields();
         ++mRecords;
         mFirst = std::min(mFirst, record.mTime);
         mLast = std::max(mLast, record.mTime);
-        mLoggers.Add(fields.mLogger);
-        mDispatchers.Add(fields.mDispatcher);
-        mMessageIDs.Add(fields.mMessageID.empty() ? kNoID : "0x" + std::string(fields.mMessageID));
-        mSlots.Add(ToLocal(record.mTime));
+        for (Grouping& grouping : mGroupings)
+            grouping.Add(record, mParser);
+        if (mIsUsual)
+            mSlots.Add(ToLocal(record.mTime));
         MissedMessages missed;
         if (ReadMissedMessages(mParser, missed))
             mMissed += missed.mCount;
@@ -127,9 +141,10 @@ namespace QzLogTool
                      (mLoose == 1 ? " piece" : " pieces") + " that no record owns\n");
         if (mRecords == 0)
             return;
-        PrintCounter(output, "Loggers", mLoggers, width, rows);
-        PrintCounter(output, "Dispatchers", mDispatchers, width, rows);
-        PrintCounter(output, "Message IDs", mMessageIDs, width, rows);
+        for (Grouping const& grouping : mGroupings)
+            PrintGrouping(output, grouping, width, rows);
+        if (!mIsUsual)
+            return;
         Rows slots;
         for (auto const& [start, count] : mSlots.GetSlots())
             slots.emplace_back(FormatMoment(start).substr(0, mSlots.GetWidth() % 1000 == 0 ? 19 : 23), count);
@@ -147,9 +162,20 @@ namespace QzLogTool
             report["first"] = FormatMoment(ToLocal(mFirst));
             report["last"] = FormatMoment(ToLocal(mLast));
         }
-        report["loggers"] = ToJson(mLoggers);
-        report["dispatchers"] = ToJson(mDispatchers);
-        report["message_ids"] = ToJson(mMessageIDs);
+        for (Grouping const& grouping : mGroupings)
+            if (!mIsUsual)
+                report["by"][grouping.GetName()] = ToJson(grouping.GetCounter());
+        if (mIsUsual)
+            AddUsual(report);
+        Json::StreamWriterBuilder builder;
+        builder["indentation"] = "";
+        output.Write(Json::writeString(builder, report) + '\n');
+    }
+
+    void StatsReport::AddUsual(Json::Value& report) const
+    {
+        for (std::size_t i = 0; i < mGroupings.size(); ++i)
+            report[kUsual[i][1]] = ToJson(mGroupings[i].GetCounter());
         report["slot_milliseconds"] = Json::Int64{mSlots.GetWidth()};
         report["slots"] = Json::Value(Json::arrayValue);
         for (auto const& [start, count] : mSlots.GetSlots())
@@ -159,8 +185,5 @@ namespace QzLogTool
             slot["records"] = Json::UInt64{count};
             report["slots"].append(slot);
         }
-        Json::StreamWriterBuilder builder;
-        builder["indentation"] = "";
-        output.Write(Json::writeString(builder, report) + '\n');
     }
 }

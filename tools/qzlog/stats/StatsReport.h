@@ -3,11 +3,15 @@
 #include "output/Output.h"
 #include "reading/HeaderParser.h"
 #include "reading/Record.h"
-#include "stats/Counter.h"
+#include "stats/Grouping.h"
 #include "stats/TimeSlots.h"
+
+#include <json/value.h>
 
 #include <cstdint>
 #include <limits>
+#include <string>
+#include <vector>
 
 namespace QzLogTool
 {
@@ -15,8 +19,9 @@ namespace QzLogTool
     class StatsReport
     {
     public:
+        /// \param groupings  what to count by; loggers, dispatchers, message IDs and slots of time when there are none.
         /// \param slotWidth  see TimeSlots.
-        explicit StatsReport(std::int64_t slotWidth) : mSlots(slotWidth) {}
+        StatsReport(std::vector<std::string> const& groupings, std::int64_t slotWidth);
 
         void Add(Record const& record);
 
@@ -29,14 +34,15 @@ namespace QzLogTool
         void PrintJson(Output& output) const;
 
     private:
+        void AddUsual(Json::Value& report) const;
+
         std::uint64_t mRecords = 0;
         std::uint64_t mLoose = 0;
         std::uint64_t mMissed = 0;
         std::int64_t mFirst = std::numeric_limits<std::int64_t>::max();
         std::int64_t mLast = std::numeric_limits<std::int64_t>::min();
-        Counter mLoggers;
-        Counter mDispatchers;
-        Counter mMessageIDs;
+        std::vector<Grouping> mGroupings;
+        bool const mIsUsual;
         TimeSlots mSlots;
         HeaderParser mParser;
     };
