@@ -38,8 +38,8 @@ namespace QzFileSystem
         /// The path that the file was opened under, unchanged; valid as long as the object.
         virtual unsigned short const* GetPath() const = 0;
 
-        /// Whether the file that is now at the path is the one behind this object. Throws nothing: a failure
-        /// goes in front of what `err` holds, unless that is null, and the answer is false.
+        /// Whether the file that is now at the path is the open one. Throws nothing: after a failure it returns
+        /// false, and puts the failure in front of what `err` holds, unless that is null.
         virtual bool IsSameFile(QzBase::Message* err) = 0;
 
         /// The size in bytes.
@@ -61,8 +61,8 @@ namespace QzFileSystem
     class ReadableFile : public virtual GenericFile
     {
     public:
-        /// One read into the binary, which ends up as long as what came, at most `maximum` bytes if that is
-        /// not 0 and its full size otherwise. At the end of the file its length is 0.
+        /// One read into the binary, of at most `maximum` bytes if that is not 0, otherwise of its full size. Its
+        /// length becomes the number of bytes read, which is 0 at the end of the file.
         virtual void ReadBinary(QzDataType::Binary& binary, std::uint64_t maximum) = 0;
 
         /// Reads exactly `count` bytes; fewer are a failure.
@@ -71,19 +71,19 @@ namespace QzFileSystem
         /// Reads four bytes, least significant first.
         virtual void ReadUInt32(unsigned int& value) = 0;
 
-        /// Reads one line, its LF included. A line longer than the binary comes in pieces, and a zero byte
-        /// ends a line without being passed. Length 0 is the end of the file.
+        /// Reads one line, its LF included. A line longer than the binary is read in pieces. A zero byte ends a
+        /// line and is not read. Length 0 is the end of the file.
         virtual void ReadLine(QzDataType::Binary& binary) = 0;
 
         virtual QzBase::TotalTimer& GetReadTimer() = 0;
         virtual QzBase::TotalTimer& GetReadLockTimer() = 0;
 
-        /// Takes the shared lock on the whole file and returns true. With `failAtOnce` it returns false when
-        /// somebody else is in the way, without it waits for as long as it takes.
+        /// Takes the shared lock on the whole file and returns true. With `failAtOnce` it returns false if
+        /// somebody else holds the lock; without, it waits as long as it takes.
         virtual bool ReadLock(bool failAtOnce) = 0;
 
-        /// Gives the lock up, whichever it is. Should the system refuse that, the file is opened once more and what
-        /// was open, with the lock, is closed; if that is refused too the object is closed. Throws nothing. Timed by
+        /// Releases the lock, shared or exclusive. If the system refuses that, the file is opened once more, and what
+        /// was open is closed with its lock. If that is refused too, the object is closed. Throws nothing. Timed by
         /// the read lock timer.
         void Unlock() { ReleaseReadLock(); }
 
@@ -111,7 +111,7 @@ namespace QzFileSystem
         /// Makes the file end at the present position.
         virtual void Truncate() = 0;
 
-        /// Closes the file; the disposition has no effect any more. After a failure it is closed all the same.
+        /// Closes the file; the disposition has no effect any more. It is closed even after a failure.
         virtual void Close() = 0;
 
         virtual QzBase::TotalTimer& GetWriteTimer() = 0;
@@ -128,7 +128,7 @@ namespace QzFileSystem
         virtual void ReleaseWriteLock() noexcept = 0;
 
     public:
-        /// Like WriteLock, but waits for some milliseconds at most. Returns false when it has not got the lock.
+        /// Like WriteLock, but waits for some milliseconds at most. Returns false if it did not get the lock.
         virtual bool WriteLockSoon() = 0;
 
         /// Writes both texts as Write does, with the first one and the beginning of the second in one system call.
@@ -163,8 +163,8 @@ namespace QzFileSystem
     /// Open or create a file for reading and writing, or for writing alone. Every process may open, rename
     /// and delete it meanwhile.
     std::unique_ptr<UpdateableFile> CreateUpdateableFile(unsigned short const* path, CloseDisposition disposition);
-    /// For reading and appending: whatever is written goes to the end that the file has at that moment, wherever the
-    /// position stands and whoever else changes the size. The position then is there too.
+    /// For reading and appending: each write goes to the end that the file has at that moment, wherever the position
+    /// is and whoever else changes the size. The position is then at that end.
     std::unique_ptr<UpdateableFile> CreateAppendableFile(unsigned short const* path, CloseDisposition disposition);
     std::unique_ptr<WriteableFile> CreateWriteableFile(unsigned short const* path, CloseDisposition disposition);
 }

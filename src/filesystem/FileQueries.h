@@ -5,28 +5,28 @@
 
 #include <cstdint>
 
-// Questions to the file system about a path. All may be called from any thread; relative paths depend on the
+// Queries of the file system about a path. All may be called from any thread; relative paths depend on the
 // process's current directory. An answer is a snapshot: it may be out of date when the caller acts on it. Paths are
 // wide text, never null unless a line says so. What throws, throws QzBase::Message. Operations with a
-// `QzBase::Message*` put their failures in front of what that message holds and answer false; with null they stay
+// `QzBase::Message*` put their failures in front of what that message holds and return false; with null they stay
 // silent. The library itself uses IsFile and IsDirectory; the rest makes the family complete.
 
 namespace QzFileSystem
 {
-    /// Whether a directory stands at the path. False also when that cannot be found out.
+    /// Whether a directory is at the path. Also false if that cannot be determined.
     bool IsDirectory(unsigned short const* path);
 
-    /// Whether something other than a directory stands at the path. Symbolic links are followed. Costs one
-    /// system call and no memory; false also when it cannot be found out.
+    /// Whether something other than a directory is at the path. Symbolic links are followed. Costs one
+    /// system call and no memory. Also false if it cannot be determined.
     bool IsFile(unsigned short const* path);
 
     /// Throws when a pipe, a device or a socket stands at the path.
     void RefuseSpecialFile(unsigned short const* path);
 
-    /// Whether anything stands at the path.
+    /// Whether anything is at the path.
     bool Exists(unsigned short const* path);
 
-    /// Whether something stands at the path and its mode has a write bit, whoever asks.
+    /// Whether something is at the path and its mode has a write bit, whoever calls.
     bool IsWriteable(unsigned short const* path);
 
     /// The low 32 bits of the size in bytes.
@@ -35,7 +35,7 @@ namespace QzFileSystem
     /// The size in bytes.
     std::uint64_t GetFileSize64(unsigned short const* path);
 
-    /// Gives the time of the last change of content: UTC, cut to the millisecond.
+    /// Gives the time of the last change of content: UTC, truncated to the millisecond.
     void GetLastModifiedTime(unsigned short const* path, QzDataType::DateTime& time);
 
     /// Gives `to` the permission bits of `from`. Throws when those of `from` cannot be read. Returns 0 when

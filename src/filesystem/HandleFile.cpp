@@ -296,7 +296,7 @@ namespace QzFileSystem
             error, "QzFileSystem::", mOwnerName, "::", mOwnerName, ": ::CreateFileW failed for '", mPath.c_str(), "'.");
     }
 
-    /// The absolute path, as far as it can be told.
+    /// The absolute path, as far as it can be determined.
     QzBase::ReturnWString HandleFile::GetPathToReport() const
     {
         try

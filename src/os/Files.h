@@ -40,8 +40,8 @@ namespace QzOs
         Read,
         Write,
         ReadWrite,
-        /// Reads at the position. All that is written goes to the end that the file has at that moment, and takes the
-        /// position there.
+        /// Reads at the position. Writes go to the end that the file has at that moment, and move the position to
+        /// that end.
         ReadAppend
     };
 
@@ -69,10 +69,10 @@ namespace QzOs
     /// permissions that the process gives new files. A directory fails.
     Error OpenFile(unsigned short const* path, Access access, Creation creation, Sharing sharing, FileHandle& handle);
 
-    /// Creates a file for writing, which others may read, in the place of what stands at the path. That is deleted
+    /// Creates a file for writing, which others may read, and replaces what is at the path. That is deleted
     /// first and never opened; a directory fails. The new file gets owner, group, permissions and access control list
     /// of the open file `model` as far as the process may give them, and is at no moment open to anybody to whom that
-    /// one is not. Where the process may not delete what stands there, a plain file with a single name and with owner,
+    /// one is not. Where the process may not delete what is there, a plain file with a single name and with owner,
     /// group and permissions of `model` is emptied and used.
     Error ReplaceFile(unsigned short const* path, FileHandle model, FileHandle& handle);
 
@@ -118,7 +118,7 @@ namespace QzOs
     /// Returns when the content is on the disk.
     Error FlushFile(FileHandle handle);
 
-    /// What tells one file from another, whatever its names.
+    /// What distinguishes one file from another, whatever its names.
     struct FileIdentity
     {
         std::uint64_t mVolume;

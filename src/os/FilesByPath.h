@@ -52,7 +52,7 @@ namespace QzOs
     /// Gives the file the permissions of a FileInformation.
     Error SetFilePermissions(unsigned short const* path, unsigned int permissions);
 
-    /// Gives a file another name and replaces what stands there, unless that is a directory. Between two
+    /// Gives a file another name and replaces what has that name, unless it is a directory. Between two
     /// file systems the content is copied, with permissions and time, and is on the disk before the old name goes.
     Error MoveFile(unsigned short const* from, unsigned short const* to);
 

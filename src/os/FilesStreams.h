@@ -10,7 +10,7 @@
 
 namespace QzOs
 {
-    /// A binary stream over a descriptor, which goes over to it on success. It reads and writes what `access`
+    /// A binary stream over a descriptor, which belongs to the stream on success. It reads and writes what `access`
     /// says and begins where the descriptor stands, wherever that is; it never moves to the end by itself.
     Error OpenStream(int descriptor, Access access, std::FILE*& stream);
 
@@ -26,7 +26,7 @@ namespace QzOs
     /// Reads until `count` bytes or the end of the file.
     Error ReadStream(std::FILE* stream, void* buffer, std::size_t count, std::size_t& done);
 
-    /// Reads a line, its LF included, and a zero byte behind it, `size` bytes at most. Gives the length up to
+    /// Reads a line, its LF included, and a zero byte after it, `size` bytes at most. Gives the length up to
     /// the first zero byte; 0 is the end of the file.
     Error ReadStreamLine(std::FILE* stream, unsigned char* buffer, std::size_t size, std::size_t& length);
 

@@ -14,7 +14,7 @@ namespace QzOs
     namespace
     {
         constexpr std::uint32_t kReplacement = 0xFFFD;
-        // A byte that is no UTF-8 stands as this unit plus the byte.
+        // A byte that is not UTF-8 becomes this unit plus the byte.
         constexpr std::uint32_t kByteUnits = 0xDC00;
 
         bool IsASCII(char byte)
@@ -37,7 +37,7 @@ namespace QzOs
         constexpr std::uint64_t kHighBitsOfBytes = 0x8080808080808080;
         constexpr std::uint64_t kHighBitsOfUnits = 0xFF80FF80FF80FF80;
 
-        /// How many bytes stand in memory before the first one of which a bit is set.
+        /// How many bytes are in memory before the first one with a bit set.
         std::size_t CountBytesBefore(std::uint64_t bits)
         {
             bool const isLittleEndian = std::endian::native == std::endian::little;
@@ -76,7 +76,7 @@ namespace QzOs
             return out;
         }
 
-        /// Writes the ASCII at the start of `text` and returns its length. What `out` has room for behind it, `length`
+        /// Writes the ASCII at the start of `text` and returns its length. What `out` has room for after it, `length`
         /// units in all, may be overwritten: whole words are copied before it is known where ASCII ends, which spares
         /// short runs a loop of unknown length.
         std::size_t CopyASCIIStart(unsigned short* __restrict out, char const* __restrict text, std::size_t length)
@@ -97,7 +97,7 @@ namespace QzOs
             return count;
         }
 
-        // What may stand behind a lead byte: how many bytes in all, and which second byte. Other second bytes
+        // What may follow a lead byte: how many bytes in all, and which second byte. Other second bytes
         // would make an overlong form, a surrogate or a number beyond U+10FFFF.
         struct SequenceForm
         {

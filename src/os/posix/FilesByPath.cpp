@@ -36,7 +36,7 @@ namespace QzOs
             return S_ISDIR(status.stx_mode) ? FileKind::Directory : FileKind::File;
         }
 
-        /// Equal to what fstat tells of the open file.
+        /// Equal to what fstat reports of the open file.
         FileIdentity ToIdentity(struct statx const& status)
         {
             return {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino};

@@ -55,7 +55,7 @@ namespace QzOs
 
     Error ReadStream(std::FILE* stream, void* buffer, std::size_t count, std::size_t& done)
     {
-        // Reading behind a write writes out what is buffered.
+        // Reading after a write writes out what is buffered.
         SizeLimitGuard guard;
         errno = 0;
         done = gKernel.mpFread(buffer, 1, count, stream);
