@@ -51,7 +51,7 @@ namespace QzLog
         file.SetPosition(0);
         File::ScopedDescriptor descriptor(file.OpenDescriptorOfCopy(target.c_str()));
         file.OffloadCopy(descriptor.Get(), kOffloadedSize);
-        // What the system left, which can be all of it. What stopped the system is found here.
+        // What the system left, which can be all of it. A failure that stopped the system occurs here again.
         std::unique_ptr<QzDataType::Binary> const piece(QzDataType::CreateBinary(kCopyBufferSize, nullptr));
         for (;;)
         {

@@ -95,7 +95,7 @@ namespace QzOs
     Error WriteFile(FileHandle handle, std::string_view first, std::string_view second, std::uint64_t& done);
 
     /// Has the system copy from the position of `from` to its end, as far as the system can, and moves both positions
-    /// behind what was copied. Some file systems do that without reading the content. Failures are not reported: who
+    /// past what was copied. Some file systems do that without reading the content. Failures are not reported: whoever
     /// reads and writes the rest meets them.
     void OffloadCopy(FileHandle from, FileHandle to);
 

@@ -2,12 +2,12 @@
 
 #include <QzLog/LogFunctions.h>
 
-// A call on a disabled router is the test of mEnabled alone, made in the caller. Included by QzLog/LogFunctions.h,
-// whose functions these are: the address of one is that of the library's, which makes the same test.
+// A call on a disabled router only tests mEnabled, in the caller. Included by QzLog/LogFunctions.h, which declares the
+// functions. The address of one is that of the library's function, which tests mEnabled as well.
 
 namespace QzLog
 {
-    // The library's functions by a second name, which is called where the test has succeeded.
+    // The library's functions under a second name, called when the test has succeeded.
     namespace CallDetails
     {
         QZLOG_API void LogMessage(Router& router, char const* templateText, QzResource::MessageFormatter& formatter,
