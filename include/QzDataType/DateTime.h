@@ -67,6 +67,9 @@ namespace QzDataType
         TimeSpan operator-(DateTime const& other) const noexcept;
 
     protected:
+        /// Makes it what Now returns.
+        void SetToNow();
+
         // Their sum is the zone's offset from UTC in minutes, positive ahead of UTC.
         std::int16_t mZoneMinutes = 0;
         std::int16_t mDaylightMinutes = 0;

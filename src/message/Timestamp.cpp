@@ -39,7 +39,7 @@ namespace QzLog
 
     void Timestamp_Impl::SetToNowLocal()
     {
-        DateTime::operator=(Now());
+        SetToNow();
         int const offset = mZoneMinutes + mDaylightMinutes;
         int const distance = offset > 0 ? offset : -offset;
         mOffsetIsPositive = offset > 0;

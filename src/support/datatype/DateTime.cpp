@@ -9,6 +9,7 @@
 #include <chrono>
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <string>
 
 namespace QzDataType
@@ -168,7 +169,7 @@ namespace QzDataType
         mDaylightMinutes = daylightMinutes;
     }
 
-    DateTime DateTime::Now()
+    void DateTime::SetToNow()
     {
         // The calendar is asked once a minute, since a thread that logs asks for the time with every message.
         struct Minute
@@ -176,20 +177,27 @@ namespace QzDataType
             std::int64_t mUTC; // milliseconds
             DateTime mTime;
         };
-        [[gnu::tls_model("initial-exec")]] static constinit thread_local Minute tMinute{-1, DateTime(OnTheWall())};
+        [[gnu::tls_model("initial-exec")]] static constinit thread_local Minute tMinute{
+            INT64_MIN / 2, DateTime(OnTheWall())};
 
         std::int64_t const utc = QzOs::gCalls.mpGetUTCMilliseconds();
-        std::int64_t const minute = DivideDown(utc, kMinute) * kMinute;
-        if (minute != tMinute.mUTC)
+        if (utc - tMinute.mUTC < 0 || utc - tMinute.mUTC >= kMinute)
         {
             int const zone = GetZoneMinutes(utc);
+            std::int64_t const minute = DivideDown(utc, kMinute) * kMinute;
             tMinute = {minute, DateTime(OnTheWall(), minute + zone * kMinute)};
             tMinute.mTime.mZoneMinutes = static_cast<std::int16_t>(zone);
         }
-        DateTime now = tMinute.mTime;
-        auto const within = static_cast<unsigned int>(utc - minute);
-        now.mSecond = static_cast<std::uint8_t>(within / kSecond);
-        now.mMillisecond = static_cast<std::int16_t>(within % kSecond);
+        auto const within = static_cast<unsigned int>(utc - tMinute.mUTC);
+        *this = tMinute.mTime;
+        mSecond = static_cast<std::uint8_t>(within / kSecond);
+        mMillisecond = static_cast<std::int16_t>(within % kSecond);
+    }
+
+    DateTime DateTime::Now()
+    {
+        DateTime now{OnTheWall()};
+        now.SetToNow();
         return now;
     }
 
