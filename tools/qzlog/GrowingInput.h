@@ -25,7 +25,7 @@ namespace QzLogTool
         std::unique_ptr<CursorFile> OpenCursor() const;
 
         /// Throws Trouble when streams cannot be read.
-        /// \param pCursor  tells where to go on; may be null. It must outlive what is returned.
+        /// \param pCursor  says where to go on; may be null. It must outlive what is returned.
         std::unique_ptr<GrowingSources> Open(LogInput const& logs, FilterOptions const& options,
             RecordFilter const& filter, CursorFile const* pCursor) const;
     };

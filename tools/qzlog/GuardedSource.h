@@ -8,7 +8,7 @@
 
 namespace QzLogTool
 {
-    /// Ends where its source meets trouble.
+    /// Ends where its source throws Trouble.
     class GuardedSource : public RecordSource
     {
     public:

@@ -5,7 +5,7 @@
 namespace QzLogTool
 {
     /// What keeps the tool from doing what it was asked for: wrong usage, a file that cannot be read. Its text is
-    /// told to the user as it stands; the exit code becomes ExitCode::Trouble.
+    /// shown to the user as it is; the exit code becomes ExitCode::Trouble.
     class Trouble : public std::runtime_error
     {
     public:

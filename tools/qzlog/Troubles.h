@@ -6,7 +6,7 @@
 
 namespace QzLogTool
 {
-    /// Troubles with one log among several: told at once, and remembered for the exit code, while the others go on.
+    /// Troubles with one log among several: reported at once, and kept for the exit code, while the others go on.
     class Troubles
     {
     public:

@@ -9,11 +9,11 @@
 
 namespace QzLogTool
 {
-    /// Looks whether one file of a log is as the library writes it.
+    /// Checks whether one file of a log is as the library writes it.
     class FileChecker
     {
     public:
-        /// Hears what is found, with the number of the line, from 1 on.
+        /// Is notified of what is found, with the number of the line, from 1 on.
         class Listener
         {
         public:
@@ -26,10 +26,10 @@ namespace QzLogTool
         /// The listener must outlive this object.
         FileChecker(std::string path, bool isLog, Listener& listener);
 
-        /// Takes what the file holds, one after the other. `source` has just given it.
+        /// Takes the records of the file, one after the other. `source` has just given it.
         void Take(Record const& record, RecordSource& source);
 
-        /// To be called behind the last.
+        /// Call it after the last record.
         void Finish();
 
         std::uint64_t GetRecordCount() const { return mRecordCount; }

@@ -9,7 +9,7 @@
 
 namespace QzLogTool
 {
-    /// Which records are wanted. A record must meet each kind of condition, and of several of one kind any.
+    /// Which records are wanted. A record must meet each kind of condition, and one of several of the same kind.
     struct FilterOptions
     {
         std::vector<std::string> mHosts;
@@ -26,7 +26,7 @@ namespace QzLogTool
         std::vector<std::string> mTexts;
         std::vector<std::string> mExpressions;
         bool mIgnoresCase = false;
-        // Turns all of the above round, but not the span of time.
+        // Inverts all of the above, but not the span of time.
         bool mIsInverted = false;
 
         // Milliseconds since 1970-01-01 00:00 UTC; from the first on, up to and without the second.

@@ -8,7 +8,7 @@
 namespace QzLogTool
 {
     /// The records of a source that a filter wants. The heads of files are left out, except one in the middle of a
-    /// file, which does not belong there and comes as a loose line.
+    /// file, which does not belong there and becomes a loose line.
     class FilteredSource : public RecordSource
     {
     public:

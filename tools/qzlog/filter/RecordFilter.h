@@ -11,28 +11,28 @@
 
 namespace QzLogTool
 {
-    /// Tells which records are wanted. Used by one thread.
+    /// Decides which records are wanted. Used by one thread.
     class RecordFilter
     {
     public:
-        /// Throws Trouble when an expression is none.
+        /// Throws Trouble if an expression is invalid.
         explicit RecordFilter(FilterOptions options);
 
         /// Bytes that every wanted record holds; the empty ones when there are none.
         Needle const& GetNeedle() const { return mNeedle; }
 
-        /// Such bytes too: those that the last record that was not wanted lacks. Null when it is not for them that it
-        /// was not.
+        /// Such bytes as well: those whose lack excluded the last record that was not wanted. Null if it was excluded
+        /// for another reason.
         Needle const* GetMissing() const { return mpMissing; }
 
-        /// Whether the record that `source` has just given is wanted. The parts of one that is not whole may be used
-        /// up by that; it is then asked for Again, or, where that cannot be, judged by its first part alone.
+        /// Whether the record that `source` has just given is wanted. This may read the further parts of one that is
+        /// not whole. Again gives it once more, if the source can.
         bool IsWanted(Record const& record, RecordSource& source);
 
-        /// Whether records are wanted at all that have that time.
+        /// Whether any record of that time is wanted.
         bool IsInTime(std::int64_t time) const { return time >= mOptions.mSince && time < mOptions.mUntil; }
 
-        /// For whoever marks what was found.
+        /// For code that marks what was found.
         TextMatcher const& GetMatcher() const { return mMatcher; }
 
     private:

@@ -5,9 +5,9 @@
 
 namespace QzLogTool
 {
-    /// The longest text that stands in everything that a regular expression of RE2 matches, as it stands, so that it
-    /// can be looked for instead where most has no match. It has no line ends. Empty when there is none, or none that
-    /// is easy to see.
+    /// The longest text that is literally in everything that a regular expression of RE2 matches. A search for it can
+    /// replace the expression where most records do not match. It has no line ends. Empty if there is none, or none
+    /// that is easy to find.
     std::string FindRequiredText(std::string_view expression);
 
     /// The longest part of a text that stands in everything that equals it but for the case of letters, when only that

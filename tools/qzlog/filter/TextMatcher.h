@@ -16,21 +16,21 @@ namespace QzLogTool
     class TextMatcher
     {
     public:
-        /// Throws Trouble when an expression is none. With `ignoresCase` the case of letters does not count.
+        /// Throws Trouble if an expression is invalid. With `ignoresCase` the case of letters does not count.
         TextMatcher(
             std::vector<std::string> const& texts, std::vector<std::string> const& expressions, bool ignoresCase);
 
-        /// Whether there is nothing to look for; everything matches then.
+        /// Whether there is nothing to search for; then everything matches.
         bool IsEmpty() const { return mTexts.empty() && mpExpression == nullptr; }
 
-        /// What stands in every record whose message matches; the empty one when there is nothing like that.
+        /// A text that is in every record whose message matches; empty if there is none.
         Needle const& GetNeedle() const { return mNeedle; }
 
         /// Whether a message matches. Lines end with LF or CR LF; "^" and "$" are the ends of each.
         bool Matches(std::string_view message) const;
 
-        /// Whether a record of one line, given with its header and without line end, may match. Cheaper than to look
-        /// for the message in it.
+        /// Whether a record of one line, given with its header and without line end, may match. Cheaper than a
+        /// search in its message.
         bool MayMatch(std::string_view record) const;
 
         /// The first place in a line, from `from` on, that matches. False when there is none.
@@ -42,7 +42,7 @@ namespace QzLogTool
         std::vector<std::string> mTexts;
         Needle mNeedle;
         std::unique_ptr<RE2> mpExpression;
-        // The same for MayMatch; null when it can tell nothing.
+        // The same for MayMatch; null if it can exclude nothing.
         std::unique_ptr<RE2> mpForRecord;
         mutable std::string mLines;
     };

@@ -15,8 +15,8 @@ namespace QzLogTool
         ChangeWatch& operator=(ChangeWatch const&) = delete;
 
         /// Waits until something has happened to a file of such a name, and a moment longer, so that a busy log is
-        /// looked at a hundred times a second at most; for a second at most, because some file systems do not tell
-        /// what other machines do. Ends at an EndRequest.
+        /// looked at a hundred times a second at most; for a second at most, because some file systems do not
+        /// report changes by other machines. Ends at an EndRequest.
         void Wait();
 
     private:

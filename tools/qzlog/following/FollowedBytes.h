@@ -28,26 +28,26 @@ namespace QzLogTool
     /// the first one goes on where the log was left. Nothing is read during a look but the first bytes of files.
     ///
     /// Outside of a look the log may be emptied at any moment. Each reading is followed by a glance at the first bytes
-    /// of the log: when they are what they were, so was all that was read before; no two contents of a log begin
-    /// alike, because records tell their time and thread, and none comes back.
+    /// of the log: when they are what they were, so was all that was read before. No two contents of a log begin
+    /// alike, because records have their time and thread, and none is written twice.
     class FollowedBytes : public ByteSource
     {
     public:
-        /// Is told, in a sentence without the log's name, of what the user should know.
+        /// Gets, in a sentence without the log's name, what the user should know.
         using Tell = std::function<void(std::string const&)>;
 
         /// \param path  of the log, which need not be there yet.
         FollowedBytes(std::string path, Tell tell);
 
-        /// Goes on where a position tells, which GetPosition has given, perhaps in another process. To be called before
-        /// the first look.
+        /// Goes on at a position that GetPosition has returned, perhaps in another process. Call it before the first
+        /// look.
         void Resume(LogPosition const& position);
 
         /// What was read, up to an offset in the present file; all that was read when there is no such file.
         LogPosition GetPosition(std::optional<std::uint64_t> offset) const;
 
-        /// How many bytes are known to be missing; how many more there were nobody can tell. Nothing unless some may be
-        /// missing of which this was not asked yet.
+        /// How many bytes are known to be missing; there may be more. Empty unless some may be missing that this has
+        /// not returned yet.
         std::optional<std::uint64_t> TakeLoss() { return std::exchange(mLoss, std::nullopt); }
 
         /// Looks at what there is. OpenNext and Read give what it has found, up to the end, and after that nothing

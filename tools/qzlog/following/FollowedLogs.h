@@ -18,7 +18,7 @@ namespace QzLogTool
     {
     public:
         /// \param needle  see RecordSplitter.
-        /// \param pCursor  tells where to go on; may be null. It must outlive this object.
+        /// \param pCursor  says where to go on; may be null. It must outlive this object.
         FollowedLogs(std::vector<std::string> paths, Needle needle, CursorFile const* pCursor);
 
         std::vector<GrowingSource> FindNew() override;

@@ -19,7 +19,7 @@ namespace QzLogTool
         using Report = std::function<void(Trouble const&)>;
 
         /// \param sources  must outlive this object.
-        /// \param report  is told of troubles, each once: a source that meets one is followed no more.
+        /// \param report  gets each trouble once. A source that has met one is not followed any more.
         Follower(GrowingSources& sources, Wrap wrap, Report report);
 
         /// What has come since the last look. It must not outlive this object, nor the next look.

@@ -21,7 +21,7 @@ namespace QzLogTool
         /// The record that was given last was dealt with.
         virtual void Pass() {}
 
-        /// Up to where all records were dealt with. Nothing where that cannot be told.
+        /// Up to where all records were dealt with. Empty if that is not known.
         virtual std::optional<LogPosition> GetPosition() const { return std::nullopt; }
 
         /// Whether the next look cannot wait.

@@ -12,7 +12,7 @@ namespace QzLogTool
         /// The log's path, absolute.
         std::string mLog;
 
-        /// The first bytes of the content, which tell it from every other one of this log. Empty when no record was
+        /// The first bytes of the content, which distinguish it from all others of this log. Empty when no record was
         /// read yet.
         std::string mBeginning;
 

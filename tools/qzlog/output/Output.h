@@ -9,7 +9,7 @@
 namespace QzLogTool
 {
     /// Standard output with a buffer. Operations throw Trouble when it takes nothing more; a closed pipe ends the
-    /// process without a word, as it does with any tool.
+    /// process silently, as it does with any tool.
     class Output
     {
     public:

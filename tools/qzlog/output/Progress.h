@@ -9,7 +9,7 @@
 namespace QzLogTool
 {
     /// A bar on standard error that shows how far the reading has come. It appears when that takes long, and only on
-    /// a terminal; it goes away with this object.
+    /// a terminal; it is removed when this object is destroyed.
     class Progress : public ReadObserver
     {
     public:

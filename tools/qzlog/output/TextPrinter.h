@@ -10,8 +10,8 @@
 
 namespace QzLogTool
 {
-    /// Records as they stand in the log, with LF as line end. In colours the header steps back and what was searched
-    /// for stands out; on a terminal nothing that a message holds can steer it.
+    /// Records as they are in the log, with LF as line end. With colours, the header is dimmed and what was searched
+    /// for is highlighted. On a terminal nothing that a message holds can control it.
     class TextPrinter : public RecordPrinter
     {
     public:

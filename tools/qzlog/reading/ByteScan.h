@@ -20,8 +20,8 @@ namespace QzLogTool
     using ByteMask [[gnu::vector_size(16)]] = signed char;
 
     /// The first byte for which a test holds; `end` when there is none.
-    /// \param test  gives the mask of two blocks: bytes, and in the second the bytes that follow them. Behind the last
-    ///              byte there is a NUL.
+    /// \param test  gives the mask of two blocks: bytes, and in the second the bytes that follow them. A NUL follows
+    ///              the last byte.
     template <class Test>
     char const* FindByte(char const* from, char const* end, Test const& test)
     {

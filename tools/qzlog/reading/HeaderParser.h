@@ -32,7 +32,7 @@ namespace QzLogTool
         /// cannot read it.
         QzLog::MessageHeader* ReadHeader();
 
-        /// The header's length in bytes, without the blank behind it.
+        /// The header's length in bytes, without the blank after it.
         std::size_t GetLength() const { return mLength; }
 
         /// As it stands in the record.
@@ -63,7 +63,7 @@ namespace QzLogTool
         std::string_view mReason;
     };
 
-    /// Whether the record that was parsed last reports messages that its log has lost, and then what it says.
+    /// Whether the record that was parsed last reports messages that its log has lost, and what it reports.
     bool ReadMissedMessages(HeaderParser const& parser, MissedMessages& missed);
 
     /// Without the line end that it ends with, if any.

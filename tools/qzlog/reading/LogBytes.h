@@ -12,7 +12,7 @@
 
 namespace QzLogTool
 {
-    /// Whoever wants to know how far the reading has come.
+    /// Is notified of how far the reading has come.
     class ReadObserver
     {
     public:
@@ -21,8 +21,8 @@ namespace QzLogTool
     };
 
     /// A log and its back-ups as bytes, file by file in order of age, up to what the log holds when its end is
-    /// reached. Roll-overs that happen meanwhile lose nothing and show nothing twice: back-ups are told by what they
-    /// are and not by their number, and when the log is emptied while it is read, the rest of it is read from the
+    /// reached. Roll-overs that happen meanwhile lose nothing and show nothing twice: back-ups are known by their
+    /// identity and not by their number, and when the log is emptied while it is read, the rest of it is read from the
     /// back-up that it went into.
     class LogBytes : public ByteSource
     {
@@ -62,7 +62,7 @@ namespace QzLogTool
         /// Size in bytes of all files when reading began; 0 when it is not known.
         std::uint64_t GetTotal() const { return mTotal; }
 
-        /// Is told of every reading. It must outlive this object.
+        /// Is notified of every reading. It must outlive this object.
         void SetObserver(ReadObserver* pObserver) { mpObserver = pObserver; }
 
     private:

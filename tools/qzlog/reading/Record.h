@@ -27,7 +27,7 @@ namespace QzLogTool
         {
             /// The line that a log begins with.
             Head,
-            /// Begins like a header line; whether the header can be read is for HeaderParser to tell. Goes up to
+            /// Begins like a header line; HeaderParser knows whether the header can be read. Goes up to
             /// the next header line: further lines and call stacks belong to it.
             Message,
             /// Lines that no record owns.
@@ -63,12 +63,12 @@ namespace QzLogTool
         /// The next part of a record that is not whole. False when there is none.
         virtual bool NextPart(std::string_view& text) = 0;
 
-        /// From now on gives only records that contain these bytes; the others are passed over without a look at
-        /// where each of them begins, which is several times as fast. A record that is not whole comes anyway, and
-        /// others where there is nothing to be won.
+        /// From now on gives only records that contain these bytes. The others are skipped without finding where each
+        /// of them begins, which is several times as fast. Records that are not whole are given anyway, and so are
+        /// others where skipping gains nothing.
         virtual void SetNeedle(Needle const&) {}
 
-        /// Makes the record that Next gave last come once more, from its start. Only for one that is not whole.
+        /// Makes Next give its last record once more, from its start. Only for one that is not whole.
         /// False where there is no going back; nothing has happened then.
         virtual bool Again() = 0;
     };

@@ -85,7 +85,7 @@ namespace QzLogTool
             std::int64_t mTime = 0;
             std::size_t mTimeLength = 0; // in bytes; 0 unless it is a record
         };
-        // What FindEnd has seen behind the end, so that it is not looked at twice.
+        // What FindEnd has seen after the end, so that it is not read twice.
         Start mNext;
 
         std::string mPath;

@@ -9,10 +9,10 @@ namespace QzLogTool
     /// The bytes that every log file begins with, byte order mark and line end included.
     inline constexpr std::string_view kHead = "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n";
 
-    /// Whoever asks the questions below shows at least so much of a line, or all that there is.
+    /// The functions below need at least so much of a line, or all that there is.
     inline constexpr std::size_t kGlance = 64;
 
-    /// What every header has behind its time stamp.
+    /// What every header has after its time stamp.
     inline constexpr std::string_view kHost = " [HOST:";
 
     /// Whether a line begins like the header of a record: time stamp and host.

@@ -7,8 +7,8 @@
 
 namespace QzLogTool
 {
-    /// How many records there are in each slot of time. Times are milliseconds since 1970-01-01 00:00 on the clock on
-    /// the wall, so that slots begin on its full minutes, hours and days.
+    /// How many records there are in each slot of time. Times are milliseconds since 1970-01-01 00:00 in local
+    /// time, so that slots begin on its full minutes, hours and days.
     class TimeSlots
     {
     public:
@@ -31,7 +31,7 @@ namespace QzLogTool
         std::size_t mStep = 0;
         std::int64_t mWidth;
         std::map<std::int64_t, std::uint64_t> mCounts;
-        // The slot that the last record has gone into: the next one often goes there too.
+        // The slot of the last record: the next one is often in the same.
         std::pair<std::int64_t const, std::uint64_t>* mpLast = nullptr;
     };
 }

@@ -17,10 +17,10 @@ namespace QzLogTool
     /// \return  milliseconds since 1970-01-01 00:00 UTC.
     std::int64_t ReadMoment(std::string const& text, std::int64_t now);
 
-    /// What the clock on the wall here shows at a moment, as a moment of UTC.
+    /// The local time at a moment, given as if it were UTC.
     std::int64_t ToLocal(std::int64_t moment);
 
-    /// "2026-11-18 03:02:07.123", whatever zone the moment is meant in.
+    /// "2026-11-18 03:02:07.123", whatever zone the moment is in.
     std::string FormatMoment(std::int64_t moment);
 
     /// Reads a span of time, such as "10m" or "1h30m", in milliseconds. False when it is none.
