@@ -16,7 +16,7 @@ namespace QzLogTool
             ->excludes("--no-backups");
         CLI::Option* const pCursor =
             app.add_option("--cursor-file", mCursorPath,
-                   "Remembers there what was shown, and goes on behind it the next time, through roll-overs and "
+                   "Remembers there what was shown, and goes on after it the next time, through roll-overs and "
                    "back-ups")
                 ->option_text("FILE")
                 ->excludes("--no-backups");

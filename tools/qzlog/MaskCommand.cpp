@@ -27,7 +27,7 @@ namespace QzLogTool
                 app.add_option("-a,--attribute", mAttributes,
                        "Mask the values of this attribute, as in XML ( name=\"value\"); can be given several times")
                     ->option_text("NAME");
-                app.add_option("-w,--with", mMask, "What stands in place of such a value (***)")->option_text("TEXT");
+                app.add_option("-w,--with", mMask, "Replaces such a value (***)")->option_text("TEXT");
                 app.add_flag("--http", mHTTP, "Mask the passwords in the JSON body of an HTTP request");
                 app.add_flag("-l,--lines", mByLine,
                     "Mask and write each line at once, for input that goes on; a value of several lines stays "

@@ -41,7 +41,7 @@ namespace QzLogTool
                     ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()))
                     ->excludes(pTail);
                 app.add_flag("--count,-c", mCounts, "Prints how many records there are, and not the records");
-                app.add_flag("--quiet,-q", mIsQuiet, "Prints nothing; the exit code tells whether there is one");
+                app.add_flag("--quiet,-q", mIsQuiet, "Prints nothing; the exit code says whether there is one");
                 for (char const* const option : {"--head", "--count", "--quiet"})
                     app.get_option("--cursor-file")->excludes(option);
                 app.add_flag("--json", mIsJson, "Prints one JSON object a record");
