@@ -3,6 +3,7 @@
 #include "support/ForkedChild.h"
 #include "support/synch/ForkableSection.h"
 
+#include <array>
 #include <atomic>
 #include <barrier>
 #include <latch>
@@ -52,8 +53,7 @@ TEST(CriticalSection, ExcludesOthersAndLetsItsHolderIn)
 TEST(RWLock, LetsReadersInTogetherAndKeepsWritersAlone)
 {
     // Threads, rounds, reads for each write.
-    for (auto const& [threads, rounds, readsPerWrite] :
-        {std::tuple(2, 20'000, 1), {3, 10'000, 4}, {12, 2'000, 0}, {12, 2'000, 9}})
+    for (auto const& [threads, rounds, readsPerWrite] : {std::tuple(3, 10'000, 4), {12, 2'000, 0}, {12, 2'000, 9}})
     {
         RWLockPtr const lock(CreateRWLock(kAnyCategory));
         int first = 0;
@@ -61,7 +61,7 @@ TEST(RWLock, LetsReadersInTogetherAndKeepsWritersAlone)
         std::atomic<int> torn{0};
         std::barrier<> step(threads);
         RunThreads(threads,
-            [&, isInStep = threads == 2, begin = rounds, cycle = readsPerWrite + 1](int me)
+            [&, begin = rounds, cycle = readsPerWrite + 1](int me)
             {
                 RWLock::ReadSmartLock together(*lock);
                 step.arrive_and_wait();
@@ -69,9 +69,6 @@ TEST(RWLock, LetsReadersInTogetherAndKeepsWritersAlone)
                 for (int i = begin + me; i < 2 * begin + me; ++i)
                 {
                     auto const tempt = [i] { i % 7 == 0 ? std::this_thread::yield() : void(); };
-                    // Where one writer meets one reader, nobody comes behind them who would free the reader.
-                    if (isInStep)
-                        step.arrive_and_wait();
                     if (i % cycle)
                     {
                         RWLock::ReadSmartLock const hold(*lock);
@@ -89,6 +86,52 @@ TEST(RWLock, LetsReadersInTogetherAndKeepsWritersAlone)
         EXPECT_EQ(torn, 0) << threads << " threads, " << readsPerWrite << " reads a write";
         EXPECT_EQ(first, second);
     }
+}
+
+// Who is not woken by the thread that leaves would be by the next one. Here none comes: all others meet the holder, and
+// a lock is used again only when all have left it.
+TEST(RWLock, WakesThoseWhoWaitWhereNobodyComesLater)
+{
+    constexpr int kThreads = 6;
+    constexpr int kRounds = 500;
+    std::array<RWLockPtr, 2> const locks{RWLockPtr(CreateRWLock(kAnyCategory)), RWLockPtr(CreateRWLock(kAnyCategory))};
+    std::barrier<> step(kThreads);
+    std::atomic<int> locked{0};
+    RunThreads(kThreads,
+        [&](int me)
+        {
+            for (int i = 0; i < kRounds; ++i)
+            {
+                RWLock& lock = *locks[i % 2];
+                bool const holderWrites = i / kThreads % 2 != 0;
+                // Now and then so long that the others go to sleep.
+                auto const meetTheOthers = [&]
+                {
+                    step.arrive_and_wait();
+                    std::this_thread::sleep_for(std::chrono::milliseconds(i % 16 == 0));
+                };
+                if (me == i % kThreads && holderWrites)
+                {
+                    RWLock::WriteSmartLock const hold(lock);
+                    meetTheOthers();
+                }
+                else if (me == i % kThreads)
+                {
+                    RWLock::ReadSmartLock const hold(lock);
+                    meetTheOthers();
+                }
+                else
+                {
+                    step.arrive_and_wait();
+                    if (holderWrites)
+                        RWLock::ReadSmartLock const hold(lock);
+                    else if (me == (i + 1) % kThreads)
+                        RWLock::WriteSmartLock const hold(lock);
+                }
+                ++locked;
+            }
+        });
+    EXPECT_EQ(locked, kThreads * kRounds);
 }
 
 // With a reader inside and a writer waiting, another reader must not go on coming in.
