@@ -1,7 +1,7 @@
 # Thin calls of the CMake workflow presets. `make demo` and `make test` are all that a newcomer needs; both install
 # what is missing (as root, or through sudo), configure, build and run.
 
-.PHONY: demo demo-kafka test bench check install package release deps clean
+.PHONY: demo demo-kafka test bench check coverage install package release deps clean
 
 # One at a time, whoever calls: two builds in one folder ruin each other.
 .NOTPARALLEL:
@@ -30,6 +30,11 @@ bench: deps-bench
 # All that guards the project beside the tests: format, lint, both compilers, sanitizers, the installed package.
 check: deps-check
 	@$(alone) scripts/check.sh
+
+# Which share of the lines of each folder the tests run.
+coverage: deps-kafka deps-integrations deps-coverage
+	@$(workflow) coverage
+	@scripts/coverage.sh
 
 # The Debian packages, below build/package.
 package: deps-check

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages of one or more groups that are not there yet: build, kafka, integrations, bench, check.
-# Does nothing, and needs no rights, when all are there.
+# Installs the Debian packages of one or more groups that are not there yet: build, kafka, integrations, bench, check,
+# coverage. Does nothing, and needs no rights, when all are there.
 set -euo pipefail
 
 declare -A groups=(
@@ -10,7 +10,9 @@ declare -A groups=(
     [kafka]="kcat"
     [integrations]="groff-base jq lnav systemd"
     [bench]="libbenchmark-dev libspdlog-dev liblog4cplus-dev"
-    [check]="clang clang-format clang-tidy libclang-rt-14-dev iwyu git doxygen dpkg-dev file lintian shellcheck spin"
+    [check]="clang clang-format clang-tidy libclang-rt-14-dev iwyu git doxygen dpkg-dev file lintian shellcheck spin
+        abigail-tools"
+    [coverage]="gcovr"
 )
 
 missing=()
