@@ -27,7 +27,17 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
 set(library_package libqzlog2-64-${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library_package})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
+# What a program needs at least, symbol by symbol: those of the last release stand in packaging/symbols and must all be
+# there; a program that uses another one needs a later package. After a release, take them over from the package.
+set(last_release 1.0.0)
+find_program(GENSYMBOLS_PROGRAM dpkg-gensymbols REQUIRED)
+set(symbols ${PROJECT_BINARY_DIR}/debian/symbols)
+add_custom_command(OUTPUT ${symbols}
+    COMMAND ${GENSYMBOLS_PROGRAM} -q -c1 -p${library_package} -v${last_release}+ -P${PROJECT_BINARY_DIR}
+        -e$<TARGET_FILE:QzLog2_64> -I${PROJECT_SOURCE_DIR}/packaging/symbols -O${symbols}
+    DEPENDS QzLog2_64 ${PROJECT_SOURCE_DIR}/packaging/symbols VERBATIM)
+add_custom_target(QzLogSymbols ALL DEPENDS ${symbols})
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers ${symbols})
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
 "diagnostic logging for servers of several processes
 QzLog writes rotating log files that several processes share, without a torn

@@ -7,6 +7,7 @@ cd "$(dirname "$0")/.."
 
 rm -f build/package/*.deb
 cmake --workflow --preset package
+scripts/abi.sh build/package/src/libQzLog2_64.so
 cd build/package
 ls -1 ./*.deb
 

@@ -48,7 +48,8 @@ headers_of_nobody()
 files_of_nobody()
 {
     local file folder name
-    for file in $(of_kind . | grep -vE '\.h$|CMakeLists\.txt$|README\.md$|^Makefile$|^\.ci/|/consumer/main\.cpp$'); do
+    local exempt='\.h$|CMakeLists\.txt$|README\.md$|\.abi\.xz$|^Makefile$|^\.ci/|/consumer/main\.cpp$'
+    for file in $(of_kind . | grep -vE "$exempt"); do
         name=${file##*/} folder=${file%/*}
         [ "$folder" = "$file" ] && folder=.
         while [ ! -e "$folder/CMakeLists.txt" ]; do folder=$(dirname "$folder"); done
