@@ -46,7 +46,7 @@ namespace QzLog
         return name;
     }
 
-    void CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target)
+    QzOs::FileIdentity CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target)
     {
         file.SetPosition(0);
         File::ScopedDescriptor descriptor(file.OpenDescriptorOfCopy(target.c_str()));
@@ -62,8 +62,11 @@ namespace QzLog
             if (File::WriteDescriptor(descriptor.Get(), piece->GetData(), size) != static_cast<std::int64_t>(size))
                 ThrowWriteFailure(target);
         }
+        QzOs::FileIdentity identity{};
+        QzOs::GetFileIdentity(QzOs::FromDescriptor(descriptor.Get()), identity);
         // Some file systems find out only here that there was no room.
         if (!descriptor.Close())
             ThrowWriteFailure(target);
+        return identity;
     }
 }

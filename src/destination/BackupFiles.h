@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/FileObjects.h"
+#include "os/Files.h"
 
 #include <QzBase/WideString.h>
 
@@ -18,5 +19,6 @@ namespace QzLog
 
     /// Copies the content of a log to a new file with the permissions of the log, which replaces what is there. Throws
     /// QzBase::Message; the target may then be incomplete.
-    void CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target);
+    /// \return  the copy, whatever its name becomes.
+    QzOs::FileIdentity CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target);
 }

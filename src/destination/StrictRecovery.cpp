@@ -57,6 +57,7 @@ namespace QzLog
         }
         catch (QzBase::Message& failure)
         {
+            mLog.Close();
             mRuns.AddFailure(failure, 0);
         }
     }
@@ -100,6 +101,7 @@ namespace QzLog
         }
         catch (QzBase::Message&)
         {
+            // What is still there is said below.
         }
         while (mRuns.GetTotal() != 0)
             notices.AddEnd(mRuns.TakeFirst());
@@ -115,8 +117,10 @@ namespace QzLog
     void StrictRecovery::Open()
     {
         mLog.CreateFolder();
+        // Before, so that it is not even opened, and afterwards for certain.
         QzFileSystem::RefuseSpecialFile(mLog.mPath.c_str());
         mLog.Open();
+        mLog.mpFile->RefuseSpecialFile();
     }
 
     void StrictRecovery::WriteRecord(std::string_view record, LossNotices& notices)
@@ -143,8 +147,8 @@ namespace QzLog
             // With the limit 0 an empty file is full. As a back-up it would only push others out.
             if (size == 0)
                 break;
-            StrictRollOver(*mLog.mpFile, mLog.mPath, mLog.mBackupCount);
-            mLog.mCounters.AddRollOver();
+            if (StrictRollOver(*mLog.mpFile, mLog.mPath, mLog.mBackupCount))
+                mLog.mCounters.AddRollOver();
         }
         mLog.ThrowRaceFailure();
     }

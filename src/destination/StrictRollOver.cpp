@@ -6,6 +6,8 @@
 #include "os/Cancellation.h"
 #include "os/FilesByPath.h"
 
+#include <QzBase/Message.h>
+
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -58,6 +60,12 @@ namespace QzLog
             return QzFileSystem::IsFile(path.c_str());
         }
 
+        bool IsAt(QzBase::WideString const& path, QzOs::FileIdentity const& identity)
+        {
+            QzOs::FileIdentity found{};
+            return QzOs::GetFileIdentity(path.c_str(), found) == 0 && found == identity;
+        }
+
         /// Frees number 0. The oldest back-up is renamed to `oldest` if all numbers are taken.
         void ShiftBackups(
             QzBase::WideString const& path, unsigned int backupCount, QzBase::WideString const& oldest, Moves& moves)
@@ -73,24 +81,44 @@ namespace QzLog
         }
     }
 
-    void StrictRollOver(QzFileSystem::UpdateableFile& file, QzBase::WideString const& path, unsigned int backupCount)
+    bool StrictRollOver(QzFileSystem::UpdateableFile& file, QzBase::WideString const& path, unsigned int backupCount)
     {
         QzOs::NoCancellation const noCancellation;
         unsigned int const count = std::max(backupCount, 1u);
         Leftover const copy(MakeBackupName(path, "~n"));
+        QzBase::WideString const newest = MakeBackupName(path, 0);
         QzBase::WideString const oldest = MakeBackupName(path, "~o");
         QzBase::WideString const lastName = MakeBackupName(path, count - 1);
         // A process that was killed may have renamed the oldest back-up and not yet moved another to its number.
         if (IsThere(oldest) && !IsThere(lastName))
             QzOs::MoveFile(oldest.c_str(), lastName.c_str());
 
-        CopyLog(file, copy.mPath);
+        QzOs::FileIdentity const identity = CopyLog(file, copy.mPath);
+        // Copying takes long. Whoever writes to another file at the path holds the lock on that one, and the lock on
+        // this one does not keep him from these names any more.
+        if (!file.IsAtPath())
+            return false;
         Moves moves;
-        ShiftBackups(path, count, oldest, moves);
-        moves.Move(copy.mPath, MakeBackupName(path, 0));
-        file.SetPosition(0);
-        file.Truncate();
+        try
+        {
+            ShiftBackups(path, count, oldest, moves);
+            moves.Move(copy.mPath, newest);
+            if (!IsAt(newest, identity))
+            {
+                moves.Keep(); // the names are another's
+                return false;
+            }
+            file.SetPosition(0);
+            file.Truncate();
+        }
+        catch (QzBase::Message&)
+        {
+            if (!file.IsAtPath())
+                moves.Keep();
+            throw;
+        }
         moves.Keep();
         QzOs::DeleteFile(oldest.c_str());
+        return true;
     }
 }

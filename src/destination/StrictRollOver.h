@@ -11,5 +11,7 @@ namespace QzLog
     /// record is in the log, in a back-up or in both.
     ///
     /// Throws QzBase::Message, and std::bad_alloc.
-    void StrictRollOver(QzFileSystem::UpdateableFile& file, QzBase::WideString const& path, unsigned int backupCount);
+    /// \return  false when another file has taken the log's place meanwhile, whose back-ups they are now. The log still
+    ///          has all its content.
+    bool StrictRollOver(QzFileSystem::UpdateableFile& file, QzBase::WideString const& path, unsigned int backupCount);
 }

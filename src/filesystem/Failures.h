@@ -40,6 +40,11 @@ namespace QzFileSystem
         return message;
     }
 
+    inline QzBase::Message MakeSpecialFileFailure(unsigned short const* path)
+    {
+        return MakeShortFailure("'%1' is a pipe, a device or a socket.", path);
+    }
+
     /// The text of a failed call, put together piece by piece.
     class CallText
     {

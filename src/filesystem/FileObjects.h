@@ -144,6 +144,9 @@ namespace QzFileSystem
         /// Like IsSameFile, for one that asks often: what is open is asked about once only. One system call.
         virtual bool IsAtPath() = 0;
 
+        /// Throws when what was opened is a pipe, a device or a socket.
+        virtual void RefuseSpecialFile() = 0;
+
         /// Creates a file at another path for a copy of this one, as QzOs::ReplaceFile does: for the same users, and
         /// never through a link or a pipe that stands there. A directory at the path fails.
         /// \return  a descriptor for writing, as of File::OpenDescriptor, whose failure this one has too.

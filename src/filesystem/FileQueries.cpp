@@ -50,7 +50,7 @@ namespace QzFileSystem
     void RefuseSpecialFile(unsigned short const* path)
     {
         if (QzOs::IsSpecialFile(path))
-            throw MakeShortFailure("'%1' is a pipe, a device or a socket.", path);
+            throw MakeSpecialFileFailure(path);
     }
 
     std::int32_t GetFileSize(unsigned short const* path)

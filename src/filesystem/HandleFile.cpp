@@ -88,6 +88,12 @@ namespace QzFileSystem
         return mIdentity && QzOs::GetFileIdentity(mPath.c_str(), identity) == 0 && identity == *mIdentity;
     }
 
+    void HandleFile::RefuseSpecialFile() const
+    {
+        if (!QzOs::IsPlainFile(mHandle))
+            throw MakeSpecialFileFailure(mPath.c_str());
+    }
+
     std::int64_t HandleFile::GetSize() const
     {
         std::int64_t size = 0;

@@ -129,6 +129,9 @@ namespace QzOs
 
     Error GetFileIdentity(FileHandle handle, FileIdentity& identity);
 
+    /// Whether it is a file on a disk: no pipe, device, socket or directory.
+    bool IsPlainFile(FileHandle handle);
+
     /// How long to wait for a lock that somebody else has.
     enum class LockWait
     {

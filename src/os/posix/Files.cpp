@@ -330,6 +330,12 @@ namespace QzOs
         return 0;
     }
 
+    bool IsPlainFile(FileHandle handle)
+    {
+        struct stat status;
+        return gKernel.mpFstat(ToDescriptor(handle), &status) == 0 && S_ISREG(status.st_mode);
+    }
+
     // Locks of the whole open file. The record locks of fcntl would not do: the classic ones are lost when any
     // descriptor of the file is closed in the process, and those of the open file need the right access mode.
 
