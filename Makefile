@@ -1,7 +1,7 @@
 # Thin calls of the CMake workflow presets. `make demo` and `make test` are all that a newcomer needs; both install
 # what is missing (as root, or through sudo), configure, build and run.
 
-.PHONY: demo demo-kafka test bench check coverage install package release deps clean
+.PHONY: demo demo-kafka test soak bench check coverage install package release deps clean
 
 # One at a time, whoever calls: two builds in one folder ruin each other.
 .NOTPARALLEL:
@@ -19,6 +19,11 @@ demo-kafka: deps-kafka
 
 test: deps-kafka deps-integrations
 	@$(workflow) test
+
+# Logs that fail in every way, for MINUTES, and a table of what has become of the messages.
+MINUTES ?= 60
+soak: release
+	@build/release/tests/stress/stress --campaign --milliseconds 3000 --minutes $(MINUTES)
 
 release: deps
 	@$(workflow) release

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <set>
 #include <sstream>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,27 @@ namespace
         Checker(WriterSettings const& settings, Ledger const& ledger, unsigned int processes, unsigned int kills)
             : mSettings(settings), mLedger(ledger), mProcesses(processes), mKills(kills), mCounts(processes)
         {
+        }
+
+        void RunCampaign(Place const& place, Fault const& fault, Outcome& outcome)
+        {
+            // Basic recovery leaves the copy of a roll-over that fails.
+            mMayDouble = fault.mMayDouble || !mSettings.mIsStrict;
+            mMayCut = !mSettings.mIsStrict && fault.mNeedsSmallDisk;
+            for (File const& file : ReadKept(place))
+            {
+                CheckHead(file, true);
+                mIsSpare = file.mName.ends_with(".bak~n");
+                auto const taken = place.mTaken.find(file.mName);
+                mpBegun = taken != place.mTaken.end() && mSettings.mIsStrict ? &taken->second : nullptr;
+                CheckRecords(file, true);
+            }
+            outcome.mTries += place.mTries;
+            for (unsigned int process = 0; process < mProcesses; ++process)
+                SumUp(process, fault, outcome);
+            if (!mReported.empty())
+                Fault("losses of a process that nobody knows", "");
+            outcome.mIsGood = outcome.mIsGood && mFaults == 0;
         }
 
         bool Run()
@@ -66,6 +88,77 @@ namespace
             std::map<std::uint64_t, unsigned int> mCut;
         };
 
+        static std::string Read(std::filesystem::path const& path)
+        {
+            std::ostringstream content;
+            content << std::ifstream(path, std::ios::binary).rdbuf();
+            return content.str();
+        }
+
+        /// All that stands anywhere; last the copies that a roll-over has not put into their places.
+        static std::vector<File> ReadKept(Place const& place)
+        {
+            std::vector<File> files;
+            for (auto const& entry : std::filesystem::recursive_directory_iterator(place.mTop))
+                if (!entry.is_symlink() && entry.is_regular_file())
+                    files.push_back({entry.path().string(), Read(entry.path())});
+            std::ranges::stable_partition(files, [](File const& file) { return !file.mName.ends_with(".bak~n"); });
+            return files;
+        }
+
+        /// What has become of the calls of one process.
+        void SumUp(unsigned int process, ::Fault const& fault, Outcome& outcome)
+        {
+            Ledger::Process const& told = mLedger.mProcesses[process];
+            std::uint64_t lost = 0;
+            for (unsigned int thread = 0; thread < mSettings.mThreads; ++thread)
+                for (std::uint64_t sequence = 1; sequence <= told.mThreads[thread].mReturned; ++sequence)
+                {
+                    unsigned int const found = mCounts[process][thread].mWhole[sequence];
+                    outcome.mRecords += found != 0;
+                    lost += found == 0;
+                    if (found > 1 && !mMayDouble)
+                        Fault(Name({process, thread, sequence}) + " found " + std::to_string(found) + " times", "");
+                }
+            auto const reported = mReported.extract(told.mId);
+            std::int64_t const count = reported.empty() ? 0 : reported.mapped();
+            std::int64_t const rest = static_cast<std::int64_t>(lost) - count;
+            std::int64_t const known = static_cast<std::int64_t>(told.mUnreported);
+            outcome.mLost += lost;
+            outcome.mReported += static_cast<std::uint64_t>(count);
+            (told.mWasKilled ? outcome.mKilledWith : outcome.mNotReported) +=
+                static_cast<std::uint64_t>(std::max(rest, std::int64_t{0}));
+            // The figures of one that was killed can be those before a call of each thread.
+            std::int64_t const inFlight = told.mWasKilled ? 2 * std::int64_t{mSettings.mThreads} : 0;
+            std::int64_t const most = mSettings.mIsStrict && !told.mWasKilled ? 0 : known + inFlight;
+            std::int64_t const least = mSettings.mIsStrict || told.mWasKilled ? -inFlight : known;
+            bool const isUncounted = !mSettings.mIsStrict && fault.mTakesUncounted;
+            bool const isRight = rest >= least && (rest <= most || isUncounted);
+            if (!isRight)
+                Fault("process " + std::to_string(process) + " has lost " + std::to_string(lost) + ", reported " +
+                          std::to_string(count) + " and knows of " + std::to_string(known) + " more",
+                    "");
+        }
+
+        /// Counts lines about losses, and returns the text without them.
+        std::string TakeLosses(std::string_view text)
+        {
+            std::string rest;
+            while (!text.empty())
+            {
+                std::size_t const end = std::min(text.find("\r\n"), text.size() - 2) + 2;
+                std::string const line(text.substr(0, end));
+                text.remove_prefix(std::min(end, text.size()));
+                std::size_t const process = line.find("[PID:");
+                std::size_t const missed = line.find(" Missed ");
+                if (process == line.npos || missed == line.npos)
+                    rest += line;
+                else if (!mMayDouble || mLossLines.insert(line).second)
+                    mReported[std::atoi(line.c_str() + process + 5)] += std::atoll(line.c_str() + missed + 8);
+            }
+            return rest;
+        }
+
         /// The log, then its back-ups from the newest on.
         std::vector<File> ReadFiles() const
         {
@@ -77,11 +170,7 @@ namespace
                 { return std::pair(a.string().size(), a) < std::pair(b.string().size(), b); });
             std::vector<File> files;
             for (std::filesystem::path const& path : paths)
-            {
-                std::ostringstream content;
-                content << std::ifstream(path, std::ios::binary).rdbuf();
-                files.push_back({path.filename().string(), content.str()});
-            }
+                files.push_back({path.filename().string(), Read(path)});
             return files;
         }
 
@@ -143,10 +232,15 @@ namespace
                 if (file.mContent.compare(mark, expected.size(), expected) == 0)
                 {
                     ++mWhole;
-                    ++count.mWhole[number.mSequence];
+                    unsigned int& found = count.mWhole[number.mSequence];
+                    if (!mIsSpare || found == 0)
+                        ++found;
+                    if (mpBegun && (number.mProcess >= mpBegun->size() ||
+                                       number.mSequence > (*mpBegun)[number.mProcess][number.mThread]))
+                        Fault(Name(number) + " was begun after the log was taken away", file.mName);
                     return mark + expected.size();
                 }
-                if (!WasInFlight(number))
+                if (!WasInFlight(number) && !mMayCut)
                     Fault("torn record " + Name(number), file.mName);
                 ++count.mCut[number.mSequence];
             }
@@ -158,10 +252,18 @@ namespace
         /// What a kill has left of a record. Where that was cut before its mark, who wrote it stays unknown.
         void TakeCutText(File const& file, std::size_t at, std::size_t end)
         {
-            std::string_view const text = std::string_view(file.mContent).substr(at, end - at);
+            std::string_view text = std::string_view(file.mContent).substr(at, end - at);
+            std::string rest;
+            if (mSettings.mIsCampaign)
+            {
+                rest = TakeLosses(text);
+                text = rest;
+                if (text.empty())
+                    return;
+            }
             if (text.find(" Missed ") != std::string_view::npos)
                 Fault("lost messages: " + std::string(text), file.mName);
-            else if (++mCut > mKills)
+            else if (++mCut > mKills && !mMayCut)
                 Fault("no record: " + std::string(text.substr(0, 200)), file.mName);
         }
 
@@ -209,6 +311,14 @@ namespace
         unsigned int const mProcesses;
         unsigned int const mKills;
         std::vector<std::array<Count, Ledger::kMaxThreads>> mCounts;
+        /// Of each process's ID.
+        std::map<int, std::int64_t> mReported;
+        Place::Begun const* mpBegun = nullptr;
+        /// Those that a content which stands twice must not bring up again.
+        std::set<std::string> mLossLines;
+        bool mMayDouble = false;
+        bool mIsSpare = false;
+        bool mMayCut = false;
         std::uint64_t mReturned = 0;
         std::uint64_t mWhole = 0;
         unsigned int mCut = 0;
@@ -217,6 +327,15 @@ namespace
         unsigned int mLeftovers = 0;
         int mFaults = 0;
     };
+}
+
+void CheckCampaign(WriterSettings const& settings, Ledger const& ledger, unsigned int processes, Place const& place,
+    Fault const& fault, Outcome& outcome)
+{
+    unsigned int kills = 0;
+    for (unsigned int process = 0; process < processes; ++process)
+        kills += ledger.mProcesses[process].mWasKilled;
+    Checker(settings, ledger, processes, kills).RunCampaign(place, fault, outcome);
 }
 
 bool CheckLog(WriterSettings const& settings, Ledger const& ledger, unsigned int processes, unsigned int kills)

@@ -1,7 +1,28 @@
 #pragma once
 
+#include "Faults.h"
 #include "Ledger.h"
 #include "Writer.h"
+
+/// What a campaign has come to.
+struct Outcome
+{
+    std::uint64_t mTries = 0;
+    std::uint64_t mRecords = 0;
+    std::uint64_t mLost = 0;
+    /// By lines in the log.
+    std::uint64_t mReported = 0;
+    /// Lost with a writer that was killed before it could report them.
+    std::uint64_t mKilledWith = 0;
+    std::uint64_t mNotReported = 0;
+    bool mIsGood = true;
+};
+
+/// Reads all that a campaign has left, wherever it stands: each record whose call returned is there once, or is one of
+/// those that the log or, with basic recovery, the writer's figures tell as lost. In a log that was taken away is
+/// nothing that was begun later (strict recovery). Adds to the outcome, and prints the first faults.
+void CheckCampaign(WriterSettings const& settings, Ledger const& ledger, unsigned int processes, Place const& place,
+    Fault const& fault, Outcome& outcome);
 
 /// Reads the log and all its back-ups and holds them against the ledger: every record whose logging call returned
 /// is there once and whole; of a killed process at most the record in flight of each thread is missing or cut;

@@ -24,6 +24,9 @@ struct Ledger
     {
         std::array<Thread, kMaxThreads> mThreads;
         bool mWasKilled = false;
+        int mId = 0;
+        /// Messages that were lost and not reported, after the last call that has returned.
+        std::atomic<std::uint64_t> mUnreported{0};
     };
 
     std::array<Process, kMaxProcesses> mProcesses;

@@ -9,9 +9,12 @@
 #include <QzLog/Module.h>
 #include <QzLog/Router.h>
 
+#include <cstdio>
 #include <random>
 #include <thread>
 #include <vector>
+
+#include <unistd.h>
 
 namespace
 {
@@ -23,16 +26,21 @@ namespace
     {
         auto const wide = [](std::string const& text) { return QzBase::UTF8ToWideChar(text.c_str(), false); };
         std::string const forms[] = {
-            settings.mFolder + "/stress.log", "stress.log", "sub\\../stress.log", "./stress.log"};
+            settings.mFolder + "/stress.log", "stress.log", "sub\\../stress.log", "./stress.log", "../way/stress.log"};
         QzLog::SetBasePath(wide(settings.mFolder).c_str());
-        return QzLog::GetDestination_DiskFile(wide(forms[process % std::size(forms)]).c_str());
+        return QzLog::GetDestination_DiskFile(
+            wide(forms[settings.mIsCampaign ? (settings.mSeed + process) % std::size(forms)
+                                            : process % (std::size(forms) - 1)])
+                .c_str());
     }
 
-    void WriteRecords(QzLog::Router& router, WriterSettings const& settings, RecordNumber number, Ledger& ledger)
+    void WriteRecords(QzLog::Router& router, QzLog::Destination_DiskFile& log, WriterSettings const& settings,
+        RecordNumber number, Ledger& ledger)
     {
         Ledger::Thread& own = ledger.mProcesses[number.mProcess].mThreads[number.mThread];
         std::mt19937_64 random(settings.mSeed + number.mProcess * Ledger::kMaxThreads + number.mThread);
-        std::uint64_t const share = 1 + random() % kLargestShare;
+        // In a campaign they end when no fault is at work, so that each can report what it has lost.
+        std::uint64_t const share = settings.mIsCampaign ? ~std::uint64_t{0} : 1 + random() % kLargestShare;
         for (number.mSequence = 1; number.mSequence <= share && !ledger.mStops; ++number.mSequence)
         {
             std::string const body = MakeBody(number, settings.mSeed);
@@ -40,23 +48,37 @@ namespace
             QzLog::LogString(router, body.c_str(), nullptr, nullptr, nullptr, 0);
             own.mReturned = number.mSequence;
             ledger.mBytes += body.size();
+            if (!settings.mIsCampaign)
+                continue;
+            QzLog::DiskFileStatistics const figures = log.GetStatistics();
+            ledger.mProcesses[number.mProcess].mUnreported = figures.mLossesWaiting + figures.mLossesDropped;
+            usleep(static_cast<useconds_t>(random() % 1000));
         }
     }
 }
 
 int RunWriter(WriterSettings const& settings, unsigned int process, Ledger& ledger)
 {
+    if (settings.mUser != 0 && (setgid(settings.mUser) != 0 || setuid(settings.mUser) != 0))
+        return 1;
+    // Each run of losses says a line there.
+    if (settings.mIsCampaign && !std::freopen("/dev/null", "w", stderr))
+        return 1;
     QzLog::Initializer const module;
     QzBase::CountedPtr<QzLog::Destination_DiskFile> const log = OpenLog(settings, process);
-    log->SetMaxFileSize(settings.mLimit);
+    log->SetMaxFileSize(settings.mIsCampaign ? settings.mLimit / (1 + process % 3) : settings.mLimit);
     log->SetBackupCount(kBackups);
+    log->SetRecovery(settings.mIsStrict ? QzLog::kRecoveryStrict : QzLog::kRecoveryBasic);
+    log->SetRetryInterval(settings.mRetrySeconds);
     QzBase::CountedPtr<QzLog::Router> const router(QzLog::CreateRouter("Stress", "Info"));
     router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({log.get()}));
 
     std::vector<std::thread> threads;
     for (unsigned int thread = 0; thread < settings.mThreads; ++thread)
-        threads.emplace_back([&, thread] { WriteRecords(*router, settings, {process, thread, 0}, ledger); });
+        threads.emplace_back([&, thread] { WriteRecords(*router, *log, settings, {process, thread, 0}, ledger); });
     for (std::thread& thread : threads)
         thread.join();
+    QzLog::DiskFileStatistics const figures = log->GetStatistics();
+    ledger.mProcesses[process].mUnreported = figures.mLossesWaiting + figures.mLossesDropped;
     return 0;
 }

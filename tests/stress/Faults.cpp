@@ -1,0 +1,203 @@
+#include "Faults.h"
+
+#include <csignal>
+#include <fstream>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+    void Pause(Place& place)
+    {
+        usleep(static_cast<useconds_t>(place.mRandom() % 10'000));
+    }
+
+    /// Takes the log away under another name.
+    void Rename(Place& place)
+    {
+        fs::path const kept = place.MakeName();
+        std::error_code error;
+        fs::rename(place.mLog, kept, error);
+        if (!error)
+            place.NoteTaken(kept);
+    }
+
+    void Delete(Place& place)
+    {
+        fs::path const kept = place.MakeName();
+        // With a second name, since what is deleted must still be counted.
+        if (link(place.mLog.c_str(), kept.c_str()) == 0 && unlink(place.mLog.c_str()) == 0)
+            place.NoteTaken(kept);
+    }
+
+    /// Puts something at once in the place of the log.
+    void ReplaceBy(Place& place, fs::path const& replacement)
+    {
+        fs::path const kept = place.MakeName();
+        bool const isKept = link(place.mLog.c_str(), kept.c_str()) == 0;
+        fs::rename(replacement, place.mLog);
+        if (isKept)
+            place.NoteTaken(kept);
+    }
+
+    void ReplaceByFile(Place& place)
+    {
+        fs::path const file = place.MakeName();
+        std::ofstream{file};
+        fs::permissions(file, fs::perms{0666});
+        ReplaceBy(place, file);
+    }
+
+    void ReplaceByLink(Place& place)
+    {
+        fs::path const link = place.MakeName();
+        fs::create_symlink(place.MakeName(), link);
+        ReplaceBy(place, link);
+        Pause(place);
+        Rename(place);
+    }
+
+    /// Puts something in the place of the log that is no log, for a while.
+    template <class Make>
+    void ReplaceFor(Place& place, Make make)
+    {
+        while (!make())
+            Rename(place);
+        Pause(place);
+        fs::remove(place.mLog);
+    }
+
+    void ReplaceByFolder(Place& place)
+    {
+        ReplaceFor(place, [&] { return mkdir(place.mLog.c_str(), 0777) == 0; });
+    }
+
+    void ReplaceByPipe(Place& place)
+    {
+        ReplaceFor(place, [&] { return mkfifo(place.mLog.c_str(), 0666) == 0; });
+    }
+
+    void ReplaceByDevice(Place& place)
+    {
+        ReplaceFor(place, [&] { return symlink("/dev/null", place.mLog.c_str()) == 0; });
+    }
+
+    void TakeFolder(Place& place)
+    {
+        fs::path const kept = place.MakeName();
+        fs::rename(place.mLog.parent_path(), kept);
+        place.NoteTaken(kept / place.mLog.filename());
+        Pause(place);
+        std::error_code error;
+        fs::create_directory(place.mLog.parent_path(), error);
+    }
+
+    void ForbidFolder(Place& place)
+    {
+        fs::path const folder = place.mLog.parent_path();
+        chmod(folder.c_str(), 0);
+        Pause(place);
+        chmod(folder.c_str(), 0777);
+    }
+
+    /// Empties the log as who shares its lock does.
+    void Empty(Place& place)
+    {
+        int const file = open(place.mLog.c_str(), O_RDWR | O_CLOEXEC);
+        if (file < 0)
+            return;
+        flock(file, LOCK_EX);
+        fs::copy_file("/proc/self/fd/" + std::to_string(file), place.MakeName());
+        if (ftruncate(file, 0) != 0)
+            std::abort();
+        close(file);
+    }
+
+    void Signal(Place& place, int signal)
+    {
+        if (!place.mRunning.empty())
+            kill(std::next(place.mRunning.begin(), static_cast<int>(place.mRandom() % place.mRunning.size()))->first,
+                signal);
+    }
+
+    void StopOne(Place& place)
+    {
+        Signal(place, SIGSTOP);
+        Pause(place);
+        for (auto const& [id, number] : place.mRunning)
+            kill(id, SIGCONT);
+    }
+
+    void KillOne(Place& place)
+    {
+        Signal(place, SIGKILL);
+    }
+
+    /// For several intervals of the writers.
+    void FillDisk(Place& place)
+    {
+        fs::path const ballast = place.mTop / "ballast";
+        {
+            std::ofstream file(ballast, std::ios::binary);
+            std::string const block(4096, 'x');
+            while (file.write(block.data(), static_cast<std::streamsize>(block.size())).flush())
+                continue;
+        }
+        usleep(static_cast<useconds_t>(300'000 + place.mRandom() % 2'000'000));
+        fs::remove(ballast);
+    }
+
+    void DoAny(Place& place);
+}
+
+std::vector<Fault> const gFaults{
+    {"none", [](Place&) {}},
+    {"renamed", Rename},
+    {"deleted", Delete},
+    {"replaced by a file", ReplaceByFile},
+    {"replaced by a link", ReplaceByLink},
+    {"replaced by a folder", ReplaceByFolder},
+    {"replaced by a pipe", ReplaceByPipe},
+    {"replaced by a device", ReplaceByDevice, false, false, false, false, true},
+    {"folder removed", TakeFolder, false, false, false, true},
+    {"folder forbidden", ForbidFolder, false, true},
+    {"emptied by others", Empty},
+    {"writers stopped", StopOne},
+    {"writers killed", KillOne, true, false, false, true},
+    {"all of these", DoAny, true, true, false, true, true},
+    {"disk full", FillDisk, false, false, true},
+};
+
+namespace
+{
+    void DoAny(Place& place)
+    {
+        constexpr std::size_t kOthers = 12; // before this one
+        gFaults[1 + place.mRandom() % kOthers].mpDo(place);
+    }
+}
+
+fs::path Place::MakeName()
+{
+    return mTop / ("kept" + std::to_string(mTries) + '_' + std::to_string(mRandom()));
+}
+
+void Place::NoteTaken(fs::path const& file)
+{
+    // Of those that have ended everything may be there, and nothing of those that are still to come.
+    Begun& begun = mTaken[file];
+    std::array<std::uint64_t, Ledger::kMaxThreads> all;
+    all.fill(~std::uint64_t{0});
+    for (auto const& [id, number] : mRunning)
+    {
+        if (begun.size() <= number)
+            begun.resize(number + 1, all);
+        for (unsigned int thread = 0; thread < Ledger::kMaxThreads; ++thread)
+            begun[number][thread] = mLedger.mProcesses[number].mThreads[thread].mBegun;
+    }
+}

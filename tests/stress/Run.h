@@ -1,0 +1,112 @@
+#pragma once
+
+#include "Faults.h"
+#include "Ledger.h"
+#include "Writer.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <random>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+// The back-ups that are kept hold more than this many limits, so that nothing is deleted.
+inline constexpr unsigned int kMostLimits = 150;
+
+struct RunOptions
+{
+    unsigned int mProcesses = 4;
+    unsigned int mMilliseconds = 5000;
+    bool mKills = false;
+};
+
+/// Starts writers, replaces those that have ended, and kills some, until the time is over or the back-ups are full.
+class Run
+{
+public:
+    Run(RunOptions const& options, WriterSettings const& settings, Ledger& ledger)
+        : mOptions(options), mSettings(settings), mLedger(ledger), mRandom(settings.mSeed)
+    {
+    }
+
+    /// Where the faults of a campaign are done, with `top` for all that is made.
+    Place MakePlace(std::filesystem::path const& top)
+    {
+        return {top, std::filesystem::path(mSettings.mFolder) / "stress.log", mRunning, mLedger, mRandom, {}, 0};
+    }
+
+    /// Runs processes for the time that was set, with a fault again and again if there is one.
+    void Go(Fault const* fault = nullptr, Place* place = nullptr)
+    {
+        auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(mOptions.mMilliseconds);
+        std::uint64_t const mostBytes = std::uint64_t{mSettings.mLimit} * kMostLimits;
+        while (std::chrono::steady_clock::now() < end && mLedger.mBytes < mostBytes &&
+               mStarted + mOptions.mProcesses < Ledger::kMaxProcesses)
+        {
+            while (mRunning.size() < mOptions.mProcesses)
+                Start();
+            usleep(static_cast<useconds_t>(mRandom() % 20'000));
+            if (mOptions.mKills && mRandom() % 2 == 0)
+                Kill();
+            if (fault)
+            {
+                fault->mpDo(*place);
+                ++place->mTries;
+            }
+            Reap(WNOHANG);
+        }
+        mLedger.mStops = true;
+        while (!mRunning.empty())
+            Reap(0);
+    }
+
+    unsigned int GetStarted() const { return mStarted; }
+    unsigned int GetKilled() const { return mKilled; }
+    bool HasFailed() const { return mHasFailed; }
+
+private:
+    void Start()
+    {
+        std::fflush(nullptr);
+        pid_t const id = fork();
+        if (id == 0)
+            _exit(RunWriter(mSettings, mStarted, mLedger));
+        if (id > 0)
+        {
+            mLedger.mProcesses[mStarted].mId = id;
+            mRunning[id] = mStarted++;
+        }
+    }
+
+    void Kill() { kill(std::next(mRunning.begin(), static_cast<int>(mRandom() % mRunning.size()))->first, SIGKILL); }
+
+    void Reap(int flags)
+    {
+        int status = 0;
+        auto const child = mRunning.find(waitpid(-1, &status, flags));
+        if (child == mRunning.end())
+            return;
+        bool const wasKilled = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+        mLedger.mProcesses[child->second].mWasKilled = wasKilled;
+        mKilled += wasKilled;
+        if (!wasKilled && status != 0)
+        {
+            std::printf("FAULT: process %u ended with status %d\n", child->second, status);
+            mHasFailed = true;
+        }
+        mRunning.erase(child);
+    }
+
+    RunOptions const& mOptions;
+    WriterSettings const& mSettings;
+    Ledger& mLedger;
+    std::mt19937_64 mRandom;
+    std::map<pid_t, unsigned int> mRunning; // and the number of each
+    unsigned int mStarted = 0;
+    unsigned int mKilled = 0;
+    bool mHasFailed = false;
+};
