@@ -29,10 +29,15 @@ namespace
     bool MountSmallDisk(std::filesystem::path const& folder)
     {
         unsigned int const user = geteuid();
+        unsigned int const group = getegid();
         if (user == 0 ? unshare(CLONE_NEWNS) != 0 : unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
             return false;
         if (user != 0)
+        {
             std::ofstream("/proc/self/uid_map") << "0 " << user << " 1\n";
+            std::ofstream("/proc/self/setgroups") << "deny";
+            std::ofstream("/proc/self/gid_map") << "0 " << group << " 1\n";
+        }
         return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=24m") == 0;
     }
