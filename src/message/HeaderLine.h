@@ -23,8 +23,10 @@ namespace QzLog
         void Clear() noexcept
         {
             mIsBuilt = false;
-            if (mText.capacity() > QzBase::kKeptBytes)
-                *this = HeaderLine();
+            if (mText.capacity() <= QzBase::kKeptBytes)
+                return;
+            QzBase::EmptyAndKeepMemory(mText);
+            mHasRest = false;
         }
 
         /// Something after the time has changed. The line still shows the old value until it is cleared.

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "support/base/Ascii.h"
 #include "support/datatype/DateTimeText.h"
 
 #include <QzLog/Timestamp.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 

@@ -50,7 +50,8 @@ namespace CallPath
         {
             if (mAction)
                 mAction();
-            if (mForgets)
+            // A header builds its line when it is asked for it.
+            if (mForgets && header.GetHeaderText())
                 return;
             std::lock_guard const hold(mLock);
             mRecords.push_back({text ? text : "(null)", header.GetMessageID(),
