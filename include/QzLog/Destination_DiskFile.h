@@ -33,7 +33,7 @@ namespace QzLog
         std::uint64_t mLossesReported;
         /// Lost and not yet reported.
         std::uint64_t mLossesWaiting;
-        /// Lost and never to be reported: see kRecoveryBasic. Always 0 with kRecoveryStrict.
+        /// Lost and never to be reported: see kRecoveryBasic. kRecoveryStrict adds none.
         std::uint64_t mLossesDropped;
         /// The longest time that a message waited for the lock on the file.
         std::uint64_t mLongestLockWaitNanoseconds;
@@ -89,7 +89,7 @@ namespace QzLog
     ///   file, the content is in the file and in the newest back-up, and the next roll-over copies it once more.
     /// - A destination that is destroyed with unreported losses tries for a second to report them. What it cannot
     ///   report is written to the debug output.
-    /// - If the clock was set back since the failure, the next message tries the file at once.
+    /// - If the clock was set back to before the failure, the next message tries the file at once.
     ///
     /// A message that is written while somebody deletes the file is lost all the same.
     ///

@@ -81,10 +81,10 @@ namespace QzLog
         mLog.Open();
         if (!mLosses.HasLosses())
             return;
-        std::string const line = MakeMissedMessagesLine(mLosses.Get());
+        Losses const reported = mLosses.Get();
+        std::string const line = MakeMissedMessagesLine(reported);
         LogFile::Lock const lock(mLog);
         mLog.Append(mLog.mpFile->MovePositionToEnd(), line);
-        Losses const reported = mLosses.Get();
         mLosses.Clear();
         mLog.mCounters.AddReported(reported.mCount);
         mLog.mCounters.SetWaiting(0);

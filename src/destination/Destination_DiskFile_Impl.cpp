@@ -33,6 +33,7 @@ namespace QzLog
 
     Destination_DiskFile_Impl::~Destination_DiskFile_Impl()
     {
+        QzOs::NoCancellation const noCancellation;
         try
         {
             LossNotices notices(mLog);
@@ -42,7 +43,7 @@ namespace QzLog
             }
             notices.Say();
         }
-        catch (std::exception const&)
+        catch (...)
         {
             // Without memory nothing can be reported, and a destructor lets no exception of an observer out.
         }

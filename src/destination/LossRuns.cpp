@@ -8,6 +8,8 @@ namespace QzLog
 {
     namespace
     {
+        constexpr std::string_view kOthers = " And other reasons.";
+
         bool IsDigit(char c) noexcept
         {
             return c >= '0' && c <= '9';
@@ -52,8 +54,6 @@ namespace QzLog
 
     void LossRuns::AddLosses(unsigned int count)
     {
-        if (mRuns.empty())
-            mRuns.emplace_back();
         Losses& last = mRuns.back();
         if (last.mCount == 0)
             last.mSince = QzDataType::DateTime::Now();
@@ -62,6 +62,8 @@ namespace QzLog
 
     bool LossRuns::IsRetryDue(unsigned int seconds) const
     {
+        if (mRuns.empty())
+            return true;
         int const elapsed = (QzDataType::DateTime::Now() - mLastFailureTime).GetTotalSeconds();
         return elapsed < 0 || elapsed >= std::int64_t{seconds};
     }
@@ -115,8 +117,11 @@ namespace QzLog
         if (mRuns.size() < 2)
             return;
         Losses& first = mRuns.front();
-        first.mReason.append(" And ").append(std::to_string(mRuns.size() - 1)).append(" more reasons.");
+        // Once only: runs can be joined again and again before they are reported.
+        if (!first.mReason.ends_with(kOthers))
+            first.mReason.append(kOthers);
         first.mCount = GetTotal();
+        first.mIsAnnounced = mRuns.back().mIsAnnounced;
         mRuns.resize(1);
     }
 }

@@ -12,14 +12,17 @@ namespace QzLog
     class LossRuns
     {
     public:
+        /// Makes room for all runs, so that none is dropped for want of memory.
+        LossRuns() { mRuns.reserve(kMostRuns + 1); }
+
         /// A failure or failed attempt, with the messages that were lost by it: none if the file could not be opened
         /// before there was a message.
         void AddFailure(QzBase::Message const& failure, unsigned int lostCount);
 
-        /// More messages were lost without an attempt.
+        /// More messages were lost because no attempt was due.
         void AddLosses(unsigned int count);
 
-        /// Whether the last failure is that old, or the clock was set back since then. True at first.
+        /// Whether the last failure is that old, or the clock was set back to before it. True while there are no runs.
         bool IsRetryDue(unsigned int seconds) const;
 
         bool AreEmpty() const noexcept { return mRuns.empty(); }

@@ -175,8 +175,9 @@ namespace QzLog
         {
             return mLog.Append(size, text);
         }
-        catch (QzBase::Message&)
+        catch (...)
         {
+            // Of any kind: there can be no memory for the text of the failure.
             TakeBack(*mLog.mpFile, size);
             throw;
         }

@@ -161,9 +161,9 @@ TEST_F(StrictRecoveryTest, ReportsEachRunOnceAndInOrder)
     EXPECT_EQ((std::vector{figures.mRecords, figures.mBytes, figures.mLossesReported, figures.mLossesWaiting}),
         (std::vector<std::uint64_t>{2, Get("x.log").size(), 32, 0}));
 
-    // Two reasons by turns: from the 17th run on they are one.
+    // Two reasons by turns: the 17th run is joined with those before it, and so is the 33rd. All are announced.
     mpDestination->SetRetryInterval(0);
-    for (int i = 0; i < 17; ++i)
+    for (int i = 0; i < 33; ++i)
     {
         Watch<&Kernel::mpFlock> const flock(ENOLCK, i % 2 == 0 ? 0 : 10);
         Watch<&Kernel::mpLseek> const lseek(EIO);
@@ -172,7 +172,8 @@ TEST_F(StrictRecoveryTest, ReportsEachRunOnceAndInOrder)
     Write("again");
     EXPECT_EQ(GetLossLines("x.log").size(), 3u);
     EXPECT_EQ(GetLossLines("x.log").back(),
-        "Missed 17 messages since 2027-01-15 07:03:00.000 due to: " + locked + " And 16 more reasons.");
+        "Missed 33 messages since 2027-01-15 07:03:00.000 due to: " + locked + " And other reasons.");
+    EXPECT_EQ(observer->mCalls.size(), 4u + 33u + 1u);
 }
 
 TEST_F(StrictRecoveryTest, TriesOnceMoreWhenItIsDestroyed)
@@ -183,6 +184,9 @@ TEST_F(StrictRecoveryTest, TriesOnceMoreWhenItIsDestroyed)
         auto const fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
         Write("lost");
         gSaid.clear();
+        QzBase::CountedPtr<Observer> const observer(new Observer);
+        observer->mAction = [] { throw QzBase::Message(); };
+        mpDestination->SetLossObserver(observer.get());
         auto const lastFault = works ? nullptr : Watch<&Kernel::mpOpen>::Make(EACCES, 0);
         mpDestination.reset();
         EXPECT_EQ(GetLossLines("x.log").size(), works ? 1u : 0u);
