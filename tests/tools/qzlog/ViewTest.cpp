@@ -152,6 +152,8 @@ namespace
                 "\x1B[36m2026-11-18 03:00:01.000\x1B[0m\x1B[2m [HOST:ws01][SERVER:Engine][PID:11][THR:21]\x1B[0m"
                 "\x1B[32m[Kernel][Trace]\x1B[0m\x1B[2m[UID:alice][SID:s1][OID:o1]\x1B[0m #1 \x1B[1;7mstart\x1B[0m up"
                 "\x1B[0m\n"},
+            {"qzlog view -F broken --color=always loose.log",
+                "\x1B[33m2026-11-18 03:00:01.000 [HOST:\x1B[1;7mbroken\x1B[0m\x1B[0m\nend\x1B[0m\n"},
             {"qzlog view loose.log",
                 "nobody's\nline\n"
                 "2026-11-18 03:00:01.000 [HOST:a][SERVER:b][PID:1][THR:2][c][d][UID:0][SID:0][OID:0] #1 a\nb\x80\n"

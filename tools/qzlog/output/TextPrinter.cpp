@@ -6,13 +6,14 @@ namespace QzLogTool
 {
     namespace
     {
+        // Control sequences of terminals.
         constexpr char kPlain[] = "\x1B[0m";
         constexpr char kTime[] = "\x1B[36m";
         constexpr char kFaint[] = "\x1B[2m";
         constexpr char kName[] = "\x1B[32m";
         constexpr char kError[] = "\x1B[1;31m";
         constexpr char kFound[] = "\x1B[1;7m";
-        constexpr char kLoose[] = "\x1B[33m";
+        constexpr char kNoMessage[] = "\x1B[33m";
     }
 
     TextPrinter::TextPrinter(Output& output, TextMatcher const& marked, bool usesColor)
@@ -29,14 +30,13 @@ namespace QzLogTool
             text.remove_prefix(mParser.GetLength());
         }
         else if (mUsesColor)
-            mText += kLoose;
+            mText += kNoMessage;
         PrintText(text);
         std::string_view part;
         while (source.NextPart(part))
             PrintText(part);
         if (mIsInLine)
-            mText += '\n';
-        mIsInLine = false;
+            EndLine();
         mOutput.Write(mText);
         mText.clear();
     }
@@ -48,17 +48,23 @@ namespace QzLogTool
             bool isEnded;
             std::string_view const line = TakeLine(text, isEnded);
             AppendMarked(line);
-            if (mUsesColor && isEnded)
-                mText += kPlain;
-            if (isEnded)
-                mText += '\n';
             mIsInLine = !isEnded;
+            if (isEnded)
+                EndLine();
         }
         mOutput.Write(mText);
         mText.clear();
     }
 
-    /// The time, then where the message comes from, then what it is about, then for whom.
+    void TextPrinter::EndLine()
+    {
+        if (mUsesColor)
+            mText += kPlain;
+        mText += '\n';
+        mIsInLine = false;
+    }
+
+    /// The time, and the logger with its dispatcher, have a colour. The rest is faint.
     void TextPrinter::AppendHeader(std::string_view header)
     {
         HeaderFields const& fields = mParser.GetFields();

@@ -22,6 +22,7 @@ namespace QzLogTool
 
     private:
         void PrintText(std::string_view text);
+        void EndLine();
         void AppendHeader(std::string_view header);
         void AppendMarked(std::string_view line);
         void AppendText(std::string_view text);
