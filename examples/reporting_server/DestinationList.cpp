@@ -7,9 +7,11 @@
 #include <QzLog/Destination_DiskFile.h>
 #include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Destination_SystemLog.h>
+#include <QzSynch/ReferenceCountedImpl.h>
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace ReportingServer
 {

@@ -1,6 +1,5 @@
 #include "Engine.h"
 
-#include "Kernel.h"
 #include "Messages.h"
 
 #include <QzLog/Log.h>

@@ -39,8 +39,8 @@ namespace ReportingServer
         void Fill();
         Event ReadSignal();
 
-        int mLines;
-        int mSignals;
+        int mLines;   // descriptor
+        int mSignals; // descriptor
         bool mSignalIsThere = false;
         bool mDataIsThere = false;
         bool mIsAtEnd = false;

@@ -9,12 +9,7 @@
 
 namespace ReportingServer
 {
-    // What a command answers: 0, or the ID of the message that says why not. The operations may be called from any
-    // thread; a failure of theirs leaves as QzBase::Message.
-
-    inline constexpr unsigned int kDone = 0;
-
-    /// Who is signed in.
+    /// Who is signed in. The operations may be called from any thread. They throw QzBase::Message.
     class Kernel
     {
     public:

@@ -19,7 +19,7 @@ namespace ReportingServer
             {kSettingsRejected, "SettingsRejected", "'%1' is not usable, nothing of it is in force.",
                 "'%1' ist nicht brauchbar, nichts davon gilt."},
             {kTraceNotPrinted, "TraceNotPrinted", "The trace file '%1' could not be written: %2.",
-                "Die Statistikdatei '%1' konnte nicht geschrieben werden: %2."},
+                "Die Trace-Datei '%1' konnte nicht geschrieben werden: %2."},
             {kSignedIn, "SignedIn", "User '%1' signed in to project '%2'.",
                 "Benutzer '%1' hat sich am Projekt '%2' angemeldet."},
             {kSignedOut, "SignedOut", "User '%1' signed out.", "Benutzer '%1' hat sich abgemeldet."},

@@ -1,6 +1,5 @@
 #include "Network.h"
 
-#include "Kernel.h"
 #include "Messages.h"
 #include "Secrets.h"
 

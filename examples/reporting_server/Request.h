@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -30,8 +31,11 @@ namespace ReportingServer
         std::string GetAttribute(std::string_view name) const;
     };
 
-    /// Lines longer than this are no requests, in bytes.
+    /// The longest line that can be a request, in bytes.
     inline constexpr std::size_t kLongestLine = 65536;
+
+    /// What a command answers: this, or the ID of the message that says why not.
+    inline constexpr unsigned int kDone = 0;
 
     /// Whether a line is to be passed over: blank, or a comment that begins with "#".
     bool IsIdleLine(std::string_view line);

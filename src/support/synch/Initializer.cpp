@@ -6,6 +6,7 @@ namespace QzSynch
 {
     namespace
     {
+        // The one that the library holds.
         Initializer const gInitializer;
     }
 
@@ -13,5 +14,6 @@ namespace QzSynch
     {
         PrepareThreadLocalStorages();
     }
+
     Initializer::Initializer(Initializer const&) noexcept : Initializer() {}
 }

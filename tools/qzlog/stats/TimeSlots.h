@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <utility>
@@ -7,8 +8,8 @@
 
 namespace QzLogTool
 {
-    /// How many records there are in each slot of time. Times are milliseconds since 1970-01-01 00:00 in local
-    /// time, so that slots begin on its full minutes, hours and days.
+    /// How many records there are in each slot of time. Times are milliseconds since 1970-01-01 00:00 in local time,
+    /// so that slots begin on its full minutes, hours and days.
     class TimeSlots
     {
     public:
@@ -20,7 +21,7 @@ namespace QzLogTool
 
         std::int64_t GetWidth() const { return mWidth; }
 
-        /// Start and count of each slot, in order of time. Empty ones in between are there too unless they are many.
+        /// Start and count of each slot, in order of time. Empty slots are there if that makes 1000 at most.
         std::vector<std::pair<std::int64_t, std::uint64_t>> GetSlots() const;
 
     private:
