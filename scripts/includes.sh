@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Names the headers of our own that a file includes and does not use. Wants the compile database of the clang preset.
-# Public headers are exempt: what they include, their users have come to rely on. So are the tests, for the time it takes;
-# they name what they use instead of including QzLog.h (scripts/tidy.sh).
+# Public headers are exempt, because their users have come to rely on what they include; QzLog.h in the examples; and the
+# tests, for the time it takes. They name what they use instead of including QzLog.h (scripts/tidy.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -16,7 +16,10 @@ done
 report=build/includes.txt
 iwyu_tool -j "$(nproc)" -p build/clang "${files[@]}" -- "${options[@]}" >"$report" 2>&1 || true
 if grep -E 'error: ' "$report"; then exit 1; fi
+# The tool stops at vectors of bytes, which these files use, and does not see what this configuration leaves out.
+exempt='/(Lines|Needle|RecordStart)\.cpp$'
 for file in "${files[@]}"; do
+    [[ $file =~ $exempt ]] || ! grep -qF "\"file\": \"$PWD/$file\"" build/clang/compile_commands.json && continue
     grep -qE "^(\(|The full include-list for )$PWD/$file( has correct|:)" "$report" && continue
     echo "$file was not looked at"
     exit 1
@@ -28,5 +31,5 @@ unused=$(sed -nE '/ should remove these lines:$/,/^$/ {
         G; s/(.*)\n(.*)/\2: \1/p; d
         :keep
         h
-    }' "$report" | sed "s|^$PWD/||" | grep -v '^include/' | sort -u || true)
+    }' "$report" | sed "s|^$PWD/||" | grep -vE '^include/|^examples/[^/]*: .*QzLog/QzLog\.h' | sort -u || true)
 [ -z "$unused" ] || { printf 'Included and not used:\n%s\n' "$unused"; exit 1; }

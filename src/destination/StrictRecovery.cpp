@@ -5,7 +5,6 @@
 #include "destination/StrictRollOver.h"
 #include "filesystem/FileQueries.h"
 
-#include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
 
 namespace QzLog

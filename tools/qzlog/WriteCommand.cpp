@@ -5,7 +5,7 @@
 #include <QzBase/Conversions.h>
 #include <QzLog/Destination_DiskFile.h>
 #include <QzLog/Dispatcher.h>
-#include <QzLog/LogFunctions.h>
+#include <QzLog/LogFunctions.h> // IWYU pragma: keep
 #include <QzLog/Module.h>
 #include <QzLog/Router.h>
 #include <QzLog/ThreadSpecificLogInfo.h>
