@@ -29,8 +29,8 @@ namespace QzLogTool
         {
             constexpr char kDigits[] = "0123456789abcdef";
             std::string text;
-            for (unsigned char const byte : bytes)
-                (text += kDigits[byte >> 4]) += kDigits[byte & 0xF];
+            for (char const byte : bytes)
+                (text += kDigits[(byte >> 4) & 0xF]) += kDigits[byte & 0xF];
             return text;
         }
 
