@@ -5,10 +5,10 @@ set -euo pipefail
 
 declare -A groups=(
     [build]="g++ cmake make ninja-build pkg-config ccache
-        libjsoncpp-dev librdkafka-dev libutfcpp-dev uuid-dev libcli11-dev libre2-dev
+        libjsoncpp-dev librdkafka-dev libutfcpp-dev uuid-dev libcli11-dev libre2-dev zlib1g-dev liblzma-dev libzstd-dev
         libgtest-dev libgmock-dev"
     [kafka]="kcat"
-    [integrations]="groff-base jq lnav systemd"
+    [integrations]="groff-base jq lnav systemd xz-utils zstd"
     [bench]="libbenchmark-dev libspdlog-dev liblog4cplus-dev"
     [check]="clang clang-format clang-tidy libclang-rt-14-dev iwyu git doxygen dpkg-dev file lintian shellcheck spin
         abigail-tools"

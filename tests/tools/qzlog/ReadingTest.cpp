@@ -216,6 +216,33 @@ namespace
         }
     }
 
+    TEST_F(ReadingTest, ReadsWhatWasCompressedInItsPlace)
+    {
+        if (Run("gzip -V && xz -V && zstd -V").mExitCode != 0)
+            GTEST_SKIP() << "needs gzip, xz and zstd";
+        auto const log = OpenLog("a.log", 100000);
+        std::string const long300k(300000, 'x');
+        for (unsigned int i = 0; i < 5; ++i)
+            Write(*log, {.mTime = MakeTime(i).c_str()}, long300k + " #" + std::to_string(i));
+        char const* const all = "#0\n#1\n#2\n#3\n#4\n";
+        Check({
+            {"gzip -k a.log.bak03; qzlog view a.log | grep -o '#.*'", all},
+            {"gzip -f a.log.bak03; xz a.log.bak02; zstd -q --rm a.log.bak01; qzlog view a.log | grep -o '#.*'", all},
+            {"qzlog view --cursor-file c a.log | grep -o '#.*'; qzlog view --cursor-file c a.log", all, 1},
+            {"qzlog check a.log", "a.log: 5 files, 5 records, 0 faults, 0 messages missed\n"},
+            {"cat a.log.bak03.gz a.log.bak03.gz > two; qzlog check -q two", "two:3: a head in the middle of the file\n",
+                1},
+            {"head -c 300 a.log.bak03.gz > cut.gz; qzlog view -c cut.gz",
+                "qzlog: cut.gz: the compressed data end too early; what there was of them was read, but for its last "
+                "record\n0\n",
+                2},
+            {"(cat a.log.bak01.zst; echo x) > bad; qzlog view -c bad",
+                "qzlog: bad: the compressed data are damaged; what stands before that place was read, but for its "
+                "last record\n0\n",
+                2},
+        });
+    }
+
     /// What a roll-over left that was killed or met a full disk stands once more in the next file.
     TEST_F(ReadingTest, SkipsWhatFailedRollOversLeft)
     {

@@ -37,7 +37,7 @@ namespace QzLogTool
 
         std::uint64_t GetSize(InputFile const& file)
         {
-            return file.GetStatus().mIdentity.mSize;
+            return file.GetLength();
         }
     }
 
@@ -149,7 +149,9 @@ namespace QzLogTool
             try
             {
                 auto const file = std::make_shared<InputFile>(backup.mPath);
-                backups.mNew.push_back(file);
+                // One that was compressed meanwhile was there before as it was.
+                if (!mHasLooked || !file->IsCompressed())
+                    backups.mNew.push_back(file);
                 backups.mKnown.emplace(GetKey(file->GetStatus()), file);
             }
             catch (Trouble const& trouble)

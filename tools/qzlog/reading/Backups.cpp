@@ -14,6 +14,15 @@ namespace QzLogTool
         constexpr std::string_view kMark = ".bak";
         constexpr unsigned int kLargestNumber = 255;
 
+        /// Without that of a program that compresses.
+        std::string_view WithoutSuffix(std::string_view path)
+        {
+            for (std::string_view const suffix : {".gz", ".zst", ".xz"})
+                if (path.ends_with(suffix))
+                    return path.substr(0, path.size() - suffix.size());
+            return path;
+        }
+
         /// Two digits, or three from 100 on, as they are written.
         bool ReadBackupNumber(std::string_view digits, unsigned int& number)
         {
@@ -26,8 +35,9 @@ namespace QzLogTool
 
     bool SplitBackupPath(std::string const& path, std::string& logPath, unsigned int& number)
     {
-        std::size_t const mark = path.rfind(kMark);
-        if (mark == std::string::npos || !ReadBackupNumber(std::string_view(path).substr(mark + kMark.size()), number))
+        std::string_view const plain = WithoutSuffix(path);
+        std::size_t const mark = plain.rfind(kMark);
+        if (mark == std::string::npos || !ReadBackupNumber(plain.substr(mark + kMark.size()), number))
             return false;
         logPath = path.substr(0, mark);
         return true;
@@ -55,8 +65,12 @@ namespace QzLogTool
         }
         if (error && error != std::errc::no_such_file_or_directory)
             throw Trouble(folder.string() + ": " + error.message());
-        std::sort(
-            backups.begin(), backups.end(), [](Backup const& a, Backup const& b) { return a.mNumber > b.mNumber; });
+        // Of one number the uncompressed file, whose path is shorter, comes first.
+        std::sort(backups.begin(), backups.end(),
+            [](Backup const& a, Backup const& b)
+            { return a.mNumber != b.mNumber ? a.mNumber > b.mNumber : a.mPath.size() < b.mPath.size(); });
+        auto const hasSameNumber = [](Backup const& a, Backup const& b) { return a.mNumber == b.mNumber; };
+        backups.erase(std::unique(backups.begin(), backups.end(), hasSameNumber), backups.end());
         return backups;
     }
 

@@ -10,8 +10,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <limits>
+#include <string_view>
 
 namespace QzLogTool
 {
@@ -73,7 +76,14 @@ namespace QzLogTool
         ThrowSystemError(path);
     }
 
-    InputFile::InputFile(std::string path) : mPath(std::move(path)), mDescriptor(Open(mPath)) {}
+    InputFile::InputFile(std::string path) : mPath(std::move(path)), mDescriptor(Open(mPath))
+    {
+        char beginning[Decompressor::kGlance];
+        ssize_t const count = pread(mDescriptor, beginning, sizeof beginning, 0);
+        std::string_view const text(beginning, count > 0 ? static_cast<std::size_t>(count) : 0);
+        if (Decompressor::IsCompressed(text))
+            mCompressedBeginning = text;
+    }
 
     InputFile::~InputFile()
     {
@@ -89,8 +99,19 @@ namespace QzLogTool
         return Translate(status);
     }
 
+    std::uint64_t InputFile::GetLength() const
+    {
+        return !IsCompressed() ? GetStatus().mIdentity.mSize : std::numeric_limits<std::uint64_t>::max();
+    }
+
     std::size_t InputFile::Read(char* buffer, std::size_t size)
     {
+        if (IsCompressed())
+        {
+            std::size_t const count = ReadPlainAt(mPosition, buffer, size);
+            mPosition += count;
+            return count;
+        }
         for (;;)
         {
             ssize_t const count = read(mDescriptor, buffer, size);
@@ -110,6 +131,54 @@ namespace QzLogTool
 
     std::size_t InputFile::ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const
     {
+        if (!IsCompressed())
+            return ReadStoredAt(offset, buffer, size);
+        std::size_t length = 0;
+        while (std::size_t const count = ReadPlainAt(offset + length, buffer + length, size - length))
+            length += count;
+        return length;
+    }
+
+    /// Of a compressed file; fewer bytes than asked for do not mean the end, 0 does.
+    std::size_t InputFile::ReadPlainAt(std::uint64_t offset, char* buffer, std::size_t size) const
+    {
+        if (size == 0)
+            return 0;
+        try
+        {
+            if (!mpDecompressor || offset < mPlainOffset)
+            {
+                auto const readMore = [this](char* to, std::size_t room)
+                {
+                    std::size_t const count = ReadStoredAt(mStoredOffset, to, room);
+                    mStoredOffset += count;
+                    return count;
+                };
+                mStoredOffset = mPlainOffset = 0;
+                mpDecompressor = Decompressor::Make(mCompressedBeginning, readMore);
+            }
+            while (mPlainOffset < offset)
+            {
+                char passed[4096];
+                std::size_t const room =
+                    static_cast<std::size_t>(std::min<std::uint64_t>(offset - mPlainOffset, sizeof passed));
+                std::size_t const count = mpDecompressor->Read(passed, room);
+                if (count == 0)
+                    return 0;
+                mPlainOffset += count;
+            }
+            std::size_t const count = mpDecompressor->Read(buffer, size);
+            mPlainOffset += count;
+            return count;
+        }
+        catch (Trouble const& trouble)
+        {
+            throw Trouble(mPath + ": " + trouble.what());
+        }
+    }
+
+    std::size_t InputFile::ReadStoredAt(std::uint64_t offset, char* buffer, std::size_t size) const
+    {
         std::size_t length = 0;
         while (length < size)
         {
@@ -128,6 +197,9 @@ namespace QzLogTool
 
     bool InputFile::MoveTo(std::uint64_t offset)
     {
+        mPosition = offset;
+        if (IsCompressed())
+            return true;
         return lseek(mDescriptor, static_cast<off_t>(offset), SEEK_SET) >= 0;
     }
 

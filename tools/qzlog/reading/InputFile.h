@@ -1,7 +1,10 @@
 #pragma once
 
+#include "reading/Decompressor.h"
+
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 // Everything that the tool asks of the system about files that it reads. Nothing is mapped into memory: a log may be
@@ -33,7 +36,9 @@ namespace QzLogTool
     /// Throws Trouble when the system does not tell; a missing file is no trouble.
     FileStatus GetFileStatus(std::string const& path);
 
-    /// A file open for reading, "-" for standard input. Throws Trouble with the path in its text.
+    /// A file open for reading, "-" for standard input. A file that is compressed gives its bytes as they were before
+    /// that, and offsets count those; going back in it takes as long as reading up to there. Throws Trouble with the
+    /// path in its text.
     class InputFile
     {
     public:
@@ -44,6 +49,11 @@ namespace QzLogTool
 
         std::string const& GetPath() const { return mPath; }
         FileStatus GetStatus() const;
+
+        bool IsCompressed() const { return !mCompressedBeginning.empty(); }
+
+        /// In bytes; of a compressed file nobody knows, and it is as large as a number can be.
+        std::uint64_t GetLength() const;
 
         /// Reads on from the present position; fewer bytes than asked for do not mean the end, 0 does.
         std::size_t Read(char* buffer, std::size_t size);
@@ -82,7 +92,17 @@ namespace QzLogTool
         };
 
     private:
+        std::size_t ReadPlainAt(std::uint64_t offset, char* buffer, std::size_t size) const;
+        std::size_t ReadStoredAt(std::uint64_t offset, char* buffer, std::size_t size) const;
+
         std::string const mPath;
         int mDescriptor;
+        // Empty unless the file is compressed.
+        std::string mCompressedBeginning;
+        std::uint64_t mPosition = 0;
+        // Of a compressed file: what reads it, where that stands in it, and what it has given so far.
+        mutable std::unique_ptr<Decompressor> mpDecompressor;
+        mutable std::uint64_t mStoredOffset = 0;
+        mutable std::uint64_t mPlainOffset = 0;
     };
 }

@@ -87,7 +87,7 @@ namespace QzLogTool
     bool LogBytes::IsLeftover(InputFile const& older, InputFile const& newer) const
     {
         std::uint64_t const size = older.GetStatus().mIdentity.mSize;
-        if (mFiles == Files::WithLeftovers || size <= kHead.size() || size > newer.GetStatus().mIdentity.mSize)
+        if (mFiles == Files::WithLeftovers || size <= kHead.size() || size > newer.GetLength())
             return false;
         return BeginsWith(newer, older.ReadAt(0, kBeginning));
     }
@@ -149,7 +149,7 @@ namespace QzLogTool
             if (!BeginsWith(*file, mBeginning))
                 continue;
             mVisited.insert(backup.mStatus.mIdentity);
-            if (backup.mStatus.mIdentity.mSize >= mOffset)
+            if (file->GetLength() >= mOffset)
                 found = std::move(file);
         }
         if (!found)
