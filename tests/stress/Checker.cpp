@@ -102,7 +102,8 @@ namespace
             for (auto const& entry : std::filesystem::recursive_directory_iterator(place.mTop))
                 if (!entry.is_symlink() && entry.is_regular_file())
                     files.push_back({entry.path().string(), Read(entry.path())});
-            std::ranges::stable_partition(files, [](File const& file) { return !file.mName.ends_with(".bak~n"); });
+            std::stable_partition(
+                files.begin(), files.end(), [](File const& file) { return !file.mName.ends_with(".bak~n"); });
             return files;
         }
 

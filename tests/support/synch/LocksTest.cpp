@@ -102,7 +102,7 @@ TEST(RWLock, WakesThoseWhoWaitWhereNobodyComesLater)
         {
             for (int i = 0; i < kRounds; ++i)
             {
-                RWLock& lock = *locks[i % 2];
+                RWLock& lock = *locks[static_cast<std::size_t>(i) % 2];
                 bool const holderWrites = i / kThreads % 2 != 0;
                 // Now and then so long that the others go to sleep.
                 auto const meetTheOthers = [&]
