@@ -48,16 +48,18 @@ namespace QzLog
         mpFile = QzFileSystem::CreateAppendableFile(mPath.c_str(), QzFileSystem::KeepOnClose);
     }
 
-    void LogFile::ReopenAfterFork()
+    bool LogFile::ReopenAfterFork()
     {
         try
         {
             mpFile->ReopenAfterFork();
+            return false;
         }
         catch (QzBase::Message&)
         {
             // The log is now the file at the path, even if it is another one. Nothing was lost.
             Open();
+            return true;
         }
     }
 

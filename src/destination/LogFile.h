@@ -42,8 +42,9 @@ namespace QzLog
         void Open();
         void Close() noexcept { mpFile.reset(); }
 
-        /// Gives a forked child an open file of its own, if it still has its parent's.
-        void ReopenAfterFork();
+        /// Gives a forked child an open file of its own, if it still has its parent's. Returns whether that is what
+        /// stands at the path now, which need not be the parent's file.
+        bool ReopenAfterFork();
 
         bool IsFull(std::int64_t size) const noexcept { return size >= std::int64_t{mMaxFileSize}; }
 

@@ -92,8 +92,7 @@ namespace QzLog
         {
             if (mLog.mpFile && !mLog.mpFile->IsAtPath())
                 mLog.Close();
-            if (!mLog.mpFile)
-                Open();
+            OpenOwnFile();
             LastLock const lock(*mLog.mpFile);
             if (lock.HoldsLock() && mLog.mpFile->IsAtPath())
                 ReportLosses(mLog.mpFile->MovePositionToEnd(), notices);
@@ -122,13 +121,19 @@ namespace QzLog
         mLog.mpFile->RefuseSpecialFile();
     }
 
+    void StrictRecovery::OpenOwnFile()
+    {
+        if (!mLog.mpFile)
+            Open();
+        else if (mLog.ReopenAfterFork())
+            mLog.mpFile->RefuseSpecialFile();
+    }
+
     void StrictRecovery::WriteRecord(std::string_view record, LossNotices& notices)
     {
         for (int pass = 0; pass < LogFile::kWritePasses; ++pass)
         {
-            if (!mLog.mpFile)
-                Open();
-            mLog.ReopenAfterFork();
+            OpenOwnFile();
             LogFile::Lock lock(mLog);
             // Checked under the lock: during the wait for it, another file can have replaced this one.
             if (!mLog.mpFile->IsAtPath())

@@ -31,6 +31,9 @@ namespace QzLog
         /// Opens the file, and creates it with its directory. Anything but a plain file fails and is not opened.
         void Open();
 
+        /// The same if the file is closed. A forked child gets an open file of its own.
+        void OpenOwnFile();
+
         /// Writes a record to the end of the file at the path, after the lines about losses.
         void WriteRecord(std::string_view record, LossNotices& notices);
 
