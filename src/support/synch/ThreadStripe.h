@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 
 // Objects that many threads write to, spread over cache lines: each thread always writes to the same one.
@@ -17,14 +18,16 @@ namespace QzSynch
         // Initial-exec, since every message uses it: no call of the dynamic linker.
         [[gnu::tls_model("initial-exec")]] extern constinit thread_local unsigned int tNumberOfThread;
 
-        unsigned int AssignNumber() noexcept;
+        extern constinit std::atomic<unsigned int> gThreadCount;
 
         /// Threads are numbered in the order of their first call. A thread keeps its number, also in a forked
         /// child.
         inline unsigned int GetNumberOfThread() noexcept
         {
-            unsigned int const number = tNumberOfThread;
-            return (number & kIsAssigned) != 0 ? number : AssignNumber();
+            // Without a call, for which those who come here would have to save registers.
+            if (tNumberOfThread == 0) [[unlikely]]
+                tNumberOfThread = gThreadCount.fetch_add(1, std::memory_order_relaxed) | kIsAssigned;
+            return tNumberOfThread;
         }
     }
 
