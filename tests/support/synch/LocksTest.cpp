@@ -53,7 +53,7 @@ TEST(CriticalSection, ExcludesOthersAndLetsItsHolderIn)
 TEST(RWLock, LetsReadersInTogetherAndKeepsWritersAlone)
 {
     // Threads, rounds, reads for each write.
-    for (auto const& [threads, rounds, readsPerWrite] : {std::tuple(3, 10'000, 4), {12, 2'000, 0}, {12, 2'000, 9}})
+    for (auto const& [threads, rounds, readsPerWrite] : {std::tuple(3, 1'000, 4), {12, 200, 0}, {12, 200, 9}})
     {
         RWLockPtr const lock(CreateRWLock(kAnyCategory));
         int first = 0;
