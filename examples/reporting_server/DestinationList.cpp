@@ -91,6 +91,7 @@ namespace ReportingServer
     QzBase::CountedPtr<QzLog::DestinationCollection> DestinationMaker::MakeList(std::vector<Target> const& targets)
     {
         std::vector<DestinationPtr> destinations;
+        destinations.reserve(targets.size());
         for (Target const& target : targets)
             destinations.push_back(GetDestination(target));
         return new DestinationList(std::move(destinations));

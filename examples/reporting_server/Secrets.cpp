@@ -58,7 +58,7 @@ namespace ReportingServer
         // Put together anew and not taken from the line: the mask wants exactly one blank before a name.
         std::string text;
         for (auto const& [name, value] : request.mAttributes)
-            text += ' ' + name + "=\"" + value + '"';
+            text.append(" ").append(name).append("=\"").append(value).append("\"");
         for (char const* const name : kSecretAttributes)
             text = QzLog::ReplaceSensitiveMessage(text.c_str(), name, kMask).c_str();
         return text;

@@ -31,7 +31,7 @@ namespace ReportingServer
         QzBase::CountedPtr<RoutingHook> InstallHook(std::string const& settingsFile)
         {
             RegisterMessageTexts();
-            QzBase::CountedPtr<RoutingHook> const hook(new RoutingHook(new Catalog));
+            QzBase::CountedPtr<RoutingHook> hook(new RoutingHook(new Catalog));
             ApplySettings(*hook, settingsFile);
             QzLog::SetConfigurationHook(hook.get());
             return hook;
