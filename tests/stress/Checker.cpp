@@ -102,7 +102,7 @@ namespace
             for (auto const& entry : std::filesystem::recursive_directory_iterator(place.mTop))
                 if (!entry.is_symlink() && entry.is_regular_file())
                     files.push_back({entry.path().string(), Read(entry.path())});
-            std::stable_partition(
+            std::partition(
                 files.begin(), files.end(), [](File const& file) { return !file.mName.ends_with(".bak~n"); });
             return files;
         }
