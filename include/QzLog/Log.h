@@ -73,7 +73,7 @@ namespace QzLog
     /// \param text  a literal, a constant or a RunTimeTemplate. It is not copied.
     template <class... Values>
     [[gnu::always_inline]] inline void Log(
-        Router& router, CallTemplate<CallDetails::kValueCount<Values...>> text, Values const&... values)
+        Router& router, CallDetails::TemplateFor<Values...> text, Values const&... values)
     {
         if (!router.mEnabled.load(std::memory_order_relaxed)) [[likely]]
             return;
@@ -115,7 +115,7 @@ namespace QzLog
     /// QzBase::ExceptionImpl<QzBase::Message> with the ID -1. See LogMessageAndThrowBaseException.
     template <class... Values>
     [[noreturn, gnu::always_inline]] inline void LogAndThrow(
-        Router& router, CallTemplate<CallDetails::kValueCount<Values...>> text, Values const&... values)
+        Router& router, CallDetails::TemplateFor<Values...> text, Values const&... values)
     {
         LogMessageAndThrowBaseException(
             router, text.GetText(), CallDetails::Collect<CallDetails::Passed<Values>...>(values...), nullptr);

@@ -172,7 +172,8 @@ namespace
         stamp = static_cast<Timestamp const&>(stamp);
         shared = static_cast<Shared const&>(shared);
         file = static_cast<DiskFile const&>(file);
-        file = static_cast<DiskFile&&>(file);
+        DiskFile& same = file;
+        file = static_cast<DiskFile&&>(same);
         Variant const values[] = {{Wide(), nullptr}, {Narrow(), nullptr}};
         Message const message(MESSAGE_DOMAIN_SERVER, 1, Narrow());
         Message copied(message);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QzLog/Format.h>
+#include <QzLog/details/CallText.h>
 #include <QzResource/MessageFormatter.h>
 
 #include <bit>
@@ -50,6 +51,10 @@ namespace QzLog::CallDetails
     /// How many of the arguments are values.
     template <class... Values>
     inline constexpr std::size_t kValueCount = (std::size_t{0} + ... + (IsManipulator<Values> ? 0 : 1));
+
+    /// The template for these arguments. They decide on it: it is not deduced from the text.
+    template <class... Values>
+    using TemplateFor = std::type_identity_t<CallTemplate<kValueCount<Values...>>>;
 
     template <class T>
     inline constexpr bool kIsSupported = false;
