@@ -50,7 +50,7 @@ namespace
         {
             std::vector<std::string> names;
             for (unsigned int i = begin; i < end; ++i)
-                names.push_back("n" + std::to_string(i));
+                names.emplace_back("n").append(std::to_string(i));
             return names;
         }
     };
