@@ -1,6 +1,6 @@
 #include "RoutingHook.h"
 
-#include "DestinationList.h"
+#include "DestinationMaker.h"
 
 #include <KafkaClient/KafkaProducer.h>
 #include <QzBase/Conversions.h>

@@ -1,4 +1,4 @@
-#include "DestinationList.h"
+#include "DestinationMaker.h"
 
 #include "NamedDestination.h"
 
