@@ -3,6 +3,7 @@
 #include "support/base/Ascii.h"
 
 #include <cstring>
+#include <initializer_list>
 #include <string_view>
 
 // The header as a line of text. It is built for every message: its length is bounded first, so that each piece is
@@ -45,6 +46,17 @@ namespace QzLog
             char* mpOut;
         };
 
+        /// Fills an empty text. Without memory for all of it the text stays empty: a part would be taken for the whole.
+        void Join(std::string& text, std::initializer_list<std::string_view> pieces)
+        {
+            std::size_t length = 0;
+            for (std::string_view const piece : pieces)
+                length += piece.size();
+            text.reserve(length);
+            for (std::string_view const piece : pieces)
+                text.append(piece);
+        }
+
         std::string_view OrZero(std::string const& id) noexcept
         {
             return id.empty() ? std::string_view("0") : std::string_view(id);
@@ -64,9 +76,8 @@ namespace QzLog
     {
         if (mOriginText.empty())
         {
-            mOriginText.append(" [HOST:").append(mHostName).append("][SERVER:").append(mServerName);
-            mOriginText.append("][PID:").append(GetProcessIDString()).append("][THR:").append(GetThreadIDString());
-            mOriginText.append("][");
+            Join(mOriginText, {" [HOST:", mHostName, "][SERVER:", mServerName, "][PID:", GetProcessIDString(),
+                                  "][THR:", GetThreadIDString(), "]["});
         }
         return mOriginText;
     }
@@ -75,8 +86,8 @@ namespace QzLog
     {
         if (mIdentityText.empty())
         {
-            mIdentityText.append("[UID:").append(OrZero(mUserID)).append("][SID:").append(OrZero(mSessionID));
-            mIdentityText.append("][OID:").append(OrZero(mObjectID)).append("]");
+            Join(mIdentityText,
+                {"[UID:", OrZero(mUserID), "][SID:", OrZero(mSessionID), "][OID:", OrZero(mObjectID), "]"});
         }
         return mIdentityText;
     }

@@ -103,6 +103,37 @@ TEST(AllocationTest, ALongMessageLeavesNoMemoryWithItsThread)
     }
 }
 
+TEST(AllocationTest, AHeaderLineThatFailsIsWholeTheNextTime)
+{
+    std::string const name(100, 'n');
+    auto const fill = [&](MessageHeader& header)
+    {
+        header.SetHostName(name.c_str());
+        header.SetServerName(name.c_str());
+        header.SetUserID(name.c_str());
+        header.SetObjectID(name.c_str());
+    };
+    CountedPtr<MessageHeader> const whole(CreateMessageHeader());
+    fill(*whole);
+    bool isBuilt = false;
+    for (std::size_t spare = 0; !isBuilt; ++spare)
+    {
+        CountedPtr<MessageHeader> const header(CreateMessageHeader());
+        fill(*header);
+        tLimit = tAllocations + spare;
+        try
+        {
+            header->GetHeaderText();
+            isBuilt = true;
+        }
+        catch (std::bad_alloc const&)
+        {
+        }
+        tLimit = kNoLimit;
+        EXPECT_STREQ(header->GetHeaderText(), whole->GetHeaderText()) << spare;
+    }
+}
+
 TEST(AllocationTest, AFormatterThatFailsIsEmptyAfterwards)
 {
     QzResource::MessageFormatter formatter;
