@@ -48,8 +48,8 @@ namespace QzSynch
     /// readers never starves it. Readers that have waited for one writer go before the next writer, so
     /// writers do not starve readers. A thread that holds the lock, shared or exclusively, must not take it
     /// again in either way: it could wait for a writer that waits for it. Readers are counted in eight counters,
-    /// each on a cache line of its own. Threads are assigned to the counters in the order of their first lock.
-    /// Threads that read at the same time slow each other down only if they share a counter.
+    /// each on a cache line of its own. Threads are assigned to the counters in turn, in the order of their first
+    /// log call or lock. Threads that read at the same time slow each other down only if they share a counter.
     class QZLOG_API RWLock
     {
     public:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QzBase/Export.h>
 #include <QzBase/ReferenceCounted.h>
 #include <QzSynch/AtomicLong.h>
 

@@ -119,16 +119,14 @@ namespace QzLog
 // The second names, by the symbols of the first ones: neither costs the other a frame.
 namespace QzLog::CallDetails
 {
-    [[gnu::alias("_ZN5QzLog10LogMessageERNS_6RouterEPKcRN10QzResource16MessageFormatterES3_S3_S3_i")]] void LogMessage(
-        Router&, char const*, QzResource::MessageFormatter&, char const*, char const*, char const*, int);
-    [[gnu::alias("_ZN5QzLog10LogMessageERNS_6RouterEjRN10QzResource16MessageFormatterEPKcS6_S6_i")]] void LogMessage(
-        Router&, unsigned int, QzResource::MessageFormatter&, char const*, char const*, char const*, int);
-    [[gnu::alias("_ZN5QzLog9LogStringERNS_6RouterEPKcS3_S3_S3_i")]] void LogString(
-        Router&, char const*, char const*, char const*, char const*, int);
-    [[gnu::alias("_ZN5QzLog9LogStringERNS_6RouterEjPKcS3_S3_i")]] void LogString(
-        Router&, unsigned int, char const*, char const*, char const*, int);
-    [[gnu::alias("_ZN5QzLog13LogMessage4NPERNS_6RouterEPKcRN10QzResource16MessageFormatterES3_S3_S3_i")]] void
-    LogMessage4NP(Router&, char const*, QzResource::MessageFormatter&, char const*, char const*, char const*, int);
-    [[gnu::alias("_ZN5QzLog13LogMessage4NPERNS_6RouterEjRN10QzResource16MessageFormatterEPKcS6_S6_i")]] void
-    LogMessage4NP(Router&, unsigned int, QzResource::MessageFormatter&, char const*, char const*, char const*, int);
+    MessageCall<char const*> LogMessage
+        [[gnu::alias("_ZN5QzLog10LogMessageERNS_6RouterEPKcRN10QzResource16MessageFormatterES3_S3_S3_i")]];
+    MessageCall<unsigned int> LogMessage
+        [[gnu::alias("_ZN5QzLog10LogMessageERNS_6RouterEjRN10QzResource16MessageFormatterEPKcS6_S6_i")]];
+    StringCall<char const*> LogString [[gnu::alias("_ZN5QzLog9LogStringERNS_6RouterEPKcS3_S3_S3_i")]];
+    StringCall<unsigned int> LogString [[gnu::alias("_ZN5QzLog9LogStringERNS_6RouterEjPKcS3_S3_i")]];
+    MessageCall<char const*> LogMessage4NP
+        [[gnu::alias("_ZN5QzLog13LogMessage4NPERNS_6RouterEPKcRN10QzResource16MessageFormatterES3_S3_S3_i")]];
+    MessageCall<unsigned int> LogMessage4NP
+        [[gnu::alias("_ZN5QzLog13LogMessage4NPERNS_6RouterEjRN10QzResource16MessageFormatterEPKcS6_S6_i")]];
 }

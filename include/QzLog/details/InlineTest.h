@@ -10,18 +10,18 @@ namespace QzLog
     // The library's functions under a second name, called when the test has succeeded.
     namespace CallDetails
     {
-        QZLOG_API void LogMessage(Router& router, char const* templateText, QzResource::MessageFormatter& formatter,
+        /// Text is char const* for a text, unsigned int for a message ID.
+        template <class Text>
+        using MessageCall = void(Router& router, Text text, QzResource::MessageFormatter& formatter,
             char const* catalogContext, char const* fileName, char const* functionName, int lineNumber);
-        QZLOG_API void LogMessage(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
-            char const* catalogContext, char const* fileName, char const* functionName, int lineNumber);
-        QZLOG_API void LogString(Router& router, char const* text, char const* catalogContext, char const* fileName,
+        template <class Text>
+        using StringCall = void(Router& router, Text text, char const* catalogContext, char const* fileName,
             char const* functionName, int lineNumber);
-        QZLOG_API void LogString(Router& router, unsigned int messageID, char const* catalogContext,
-            char const* fileName, char const* functionName, int lineNumber);
-        QZLOG_API void LogMessage4NP(Router& router, char const* text, QzResource::MessageFormatter& formatter,
-            char const* catalogContext, char const* fileName, char const* functionName, int lineNumber);
-        QZLOG_API void LogMessage4NP(Router& router, unsigned int messageID, QzResource::MessageFormatter& formatter,
-            char const* catalogContext, char const* fileName, char const* functionName, int lineNumber);
+
+        QZLOG_API MessageCall<char const*> LogMessage, LogMessage4NP;
+        QZLOG_API MessageCall<unsigned int> LogMessage, LogMessage4NP;
+        QZLOG_API StringCall<char const*> LogString;
+        QZLOG_API StringCall<unsigned int> LogString;
     }
 
 // The library's own source files define the functions instead.
