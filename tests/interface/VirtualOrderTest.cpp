@@ -1,6 +1,7 @@
 // Users' programs hold the slot of each virtual operation: an operation that is inserted, moved or
 // changed in type breaks every program that was compiled before. The slots are read out of pointers to
 // the members, whose form is that of the C++ ABI on Linux.
+#include <KafkaClient/KafkaProducer.h>
 #include <QzLog/QzLog.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 #include <QzSynch/ThreadLocalStorage.h>
@@ -9,6 +10,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <type_traits>
 
 using namespace QzLog;
 
@@ -153,4 +155,23 @@ TEST(VirtualOrder, Messages)
         SLOT(GetMessageText, Text(unsigned short)));
     EXPECT_SLOTS(
         LogTrace, kDestructorSlots, SLOT(CollectLogTrace, void()), SLOT(PrintAllLogTrace, long()), SLOT(Clear, void()));
+}
+
+// So do the values of enumerators, and the order of the fields of the structures that users fill in.
+namespace
+{
+    using Category = QzSynch::EnumHvnLockStackCategory;
+    using Producer = KafkaClient::KafkaProducer;
+    using Info = ThreadSpecificLogInfo;
+
+    static_assert(std::is_same_v<std::underlying_type_t<Category>, int>);
+    static_assert(Category(-3) == QzSynch::kLockStackCategoryDefault);
+    static_assert(sizeof(MsgOpType) == 4 && MsgOpFirst == 0 && MsgOpSecond == 1 && MsgOpThird == 2);
+    static_assert(Producer::kStatusUnusable == 0 && Producer::kStatusUp == 1 && Producer::kStatusDown == 3);
+
+    constexpr MsgTraceItem kMessage{1, 2, 3, 4};
+    static_assert(kMessage.firstCount == 1 && kMessage.secondCount == 2 && kMessage.thirdCount == 3);
+    static_assert(offsetof(Info, userID) < offsetof(Info, sessionID) &&
+                  offsetof(Info, sessionID) < offsetof(Info, objectID) &&
+                  offsetof(Info, objectID) < offsetof(Info, parentThreadID));
 }
