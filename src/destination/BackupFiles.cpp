@@ -1,5 +1,6 @@
 #include "destination/BackupFiles.h"
 
+#include "filesystem/Failures.h"
 #include "filesystem/stdio/FileDescriptors.h"
 #include "filesystem/stdio/FileGuards.h"
 
@@ -46,7 +47,7 @@ namespace QzLog
         return name;
     }
 
-    QzOs::FileIdentity CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target)
+    void CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target, QzOs::FileIdentity* copy)
     {
         file.SetPosition(0);
         File::ScopedDescriptor descriptor(file.OpenDescriptorOfCopy(target.c_str()));
@@ -62,11 +63,11 @@ namespace QzLog
             if (File::WriteDescriptor(descriptor.Get(), piece->GetData(), size) != static_cast<std::int64_t>(size))
                 ThrowWriteFailure(target);
         }
-        QzOs::FileIdentity identity{};
-        QzOs::GetFileIdentity(QzOs::FromDescriptor(descriptor.Get()), identity);
+        if (copy)
+            if (auto const error = QzOs::GetFileIdentity(QzOs::FromDescriptor(descriptor.Get()), *copy); error != 0)
+                throw QzFileSystem::MakeAttributesFailure(error, target.c_str());
         // Some file systems find out only here that there was no room.
         if (!descriptor.Close())
             ThrowWriteFailure(target);
-        return identity;
     }
 }

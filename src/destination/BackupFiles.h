@@ -19,6 +19,7 @@ namespace QzLog
 
     /// Copies the content of a log to a new file with the permissions of the log, which replaces what is there. Throws
     /// QzBase::Message; the target may then be incomplete.
-    /// \return  the copy, whatever its name becomes.
-    QzOs::FileIdentity CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target);
+    /// \param copy  gets the identity of the new file, whatever its name becomes, unless it is null.
+    void CopyLog(
+        QzFileSystem::UpdateableFile& file, QzBase::WideString const& target, QzOs::FileIdentity* copy = nullptr);
 }

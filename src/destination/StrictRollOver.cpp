@@ -1,14 +1,13 @@
 #include "destination/StrictRollOver.h"
 
 #include "destination/BackupFiles.h"
+#include "filesystem/Failures.h"
 #include "filesystem/FileChanges.h"
-#include "filesystem/FileQueries.h"
 #include "os/Cancellation.h"
 #include "os/FilesByPath.h"
 
-#include <QzBase/Message.h>
-
 #include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -55,15 +54,16 @@ namespace QzLog
             QzBase::WideString const mPath;
         };
 
-        bool IsThere(QzBase::WideString const& path)
+        /// The file at a path, if there is one; a directory is none. Throws if that cannot be determined: a back-up
+        /// that counted as missing would be overwritten.
+        std::optional<QzOs::FileIdentity> Find(QzBase::WideString const& path)
         {
-            return QzFileSystem::IsFile(path.c_str());
-        }
-
-        bool IsAt(QzBase::WideString const& path, QzOs::FileIdentity const& identity)
-        {
-            QzOs::FileIdentity found{};
-            return QzOs::GetFileIdentity(path.c_str(), found) == 0 && found == identity;
+            QzOs::FileKind kind;
+            QzOs::FileIdentity identity{};
+            QzOs::Error const error = QzOs::FindFile(path.c_str(), kind, identity);
+            if (error != 0)
+                throw QzFileSystem::MakeAttributesFailure(error, path.c_str());
+            return kind == QzOs::FileKind::File ? std::optional(identity) : std::nullopt;
         }
 
         /// Frees number 0. The oldest back-up is renamed to `oldest` if all numbers are taken.
@@ -71,7 +71,7 @@ namespace QzLog
             QzBase::WideString const& path, unsigned int backupCount, QzBase::WideString const& oldest, Moves& moves)
         {
             unsigned int number = 0;
-            while (number < backupCount && IsThere(MakeBackupName(path, number)))
+            while (number < backupCount && Find(MakeBackupName(path, number)))
                 ++number;
             if (number == backupCount)
                 moves.Move(MakeBackupName(path, --number), oldest);
@@ -90,10 +90,11 @@ namespace QzLog
         QzBase::WideString const oldest = MakeBackupName(path, "~o");
         QzBase::WideString const lastName = MakeBackupName(path, count - 1);
         // A process that was killed may have renamed the oldest back-up and not yet moved another to its number.
-        if (IsThere(oldest) && !IsThere(lastName))
+        if (Find(oldest) && !Find(lastName))
             QzOs::MoveFile(oldest.c_str(), lastName.c_str());
 
-        QzOs::FileIdentity const identity = CopyLog(file, copy.mPath);
+        QzOs::FileIdentity identity{};
+        CopyLog(file, copy.mPath, &identity);
         // Copying takes long. Whoever writes to another file at the path holds the lock on that one, and the lock on
         // this one does not keep him from these names any more.
         if (!file.IsAtPath())
@@ -103,7 +104,7 @@ namespace QzLog
         {
             ShiftBackups(path, count, oldest, moves);
             moves.Move(copy.mPath, newest);
-            if (!IsAt(newest, identity))
+            if (Find(newest) != identity)
             {
                 moves.Keep(); // the names are another's
                 return false;
@@ -111,9 +112,9 @@ namespace QzLog
             file.SetPosition(0);
             file.Truncate();
         }
-        catch (QzBase::Message&)
+        catch (...)
         {
-            if (!file.IsAtPath())
+            if (file.IsReplaced())
                 moves.Keep();
             throw;
         }

@@ -40,6 +40,13 @@ namespace QzFileSystem
         return message;
     }
 
+    inline constexpr char const* kAttributesFailureText = "Failed to get attributes of file '%1'.";
+
+    inline QzBase::Message MakeAttributesFailure(QzOs::Error error, unsigned short const* path)
+    {
+        return MakeFailure(error, kAttributesFailureText, path);
+    }
+
     inline QzBase::Message MakeSpecialFileFailure(unsigned short const* path)
     {
         return MakeShortFailure("'%1' is a pipe, a device or a socket.", path);

@@ -96,6 +96,7 @@ namespace QzFileSystem
 
             void ReopenAfterFork() override { mFile.ReopenAfterFork(); }
             bool IsAtPath() override { return mFile.IsAtPath(); }
+            bool IsReplaced() override { return mFile.IsReplaced(); }
             void RefuseSpecialFile() override { mFile.RefuseSpecialFile(); }
             int OpenDescriptorOfCopy(unsigned short const* path) override { return mFile.OpenDescriptorOfCopy(path); }
             void OffloadCopy(int descriptor, std::int64_t smallestSize) override

@@ -144,6 +144,9 @@ namespace QzFileSystem
         /// Like IsSameFile, for one that asks often: what is open is asked about once only. One system call.
         virtual bool IsAtPath() = 0;
 
+        /// Whether another file is at the path, or none. Like IsAtPath, false if that cannot be determined.
+        virtual bool IsReplaced() = 0;
+
         /// Throws when what was opened is a pipe, a device or a socket.
         virtual void RefuseSpecialFile() = 0;
 

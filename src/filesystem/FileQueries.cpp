@@ -19,8 +19,6 @@ namespace QzFileSystem
             return information;
         }
 
-        constexpr char const* kAttributesFailure = "Failed to get attributes of file '%1'.";
-
         // 0001-01-01 and 10000-01-01 in seconds since 1970.
         constexpr std::int64_t kFirstSecond = -62'135'596'800;
         constexpr std::int64_t kEndSecond = 253'402'300'800;
@@ -66,7 +64,7 @@ namespace QzFileSystem
     void GetLastModifiedTime(unsigned short const* path, QzDataType::DateTime& time)
     {
         using namespace std::chrono;
-        QzOs::FileInformation const information = GetInformation(path, kAttributesFailure);
+        QzOs::FileInformation const information = GetInformation(path, kAttributesFailureText);
         if (information.mModifiedSeconds < kFirstSecond || information.mModifiedSeconds >= kEndSecond)
             throw MakeFailure(QzOs::kErrorOverflow, "Failed to interpret last-modified time of file '%1'.", path);
 
@@ -82,7 +80,7 @@ namespace QzFileSystem
 
     int CopyFileAttributes(unsigned short const* from, unsigned short const* to, QzBase::Message* err)
     {
-        QzOs::FileInformation const information = GetInformation(from, kAttributesFailure);
+        QzOs::FileInformation const information = GetInformation(from, kAttributesFailureText);
         QzOs::Error const error = QzOs::SetFilePermissions(to, information.mPermissions);
         if (error == 0 || !err)
             return 1;

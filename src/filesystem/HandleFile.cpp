@@ -72,7 +72,7 @@ namespace QzFileSystem
         if (error != 0)
         {
             if (err)
-                Report(err, MakeFailure(error, "Failed to get attributes of file '%1'.", GetPathToReport().c_str()));
+                Report(err, MakeAttributesFailure(error, GetPathToReport().c_str()));
             return false;
         }
         // A path that cannot be asked about leads to no file, which simply is another one.
@@ -86,6 +86,15 @@ namespace QzFileSystem
         if (!mIdentity && QzOs::GetFileIdentity(mHandle, identity) == 0)
             mIdentity = identity;
         return mIdentity && QzOs::GetFileIdentity(mPath.c_str(), identity) == 0 && identity == *mIdentity;
+    }
+
+    bool HandleFile::IsReplaced() const
+    {
+        QzOs::FileIdentity own{};
+        QzOs::FileIdentity found{};
+        QzOs::FileKind kind;
+        return QzOs::GetFileIdentity(mHandle, own) == 0 && QzOs::FindFile(mPath.c_str(), kind, found) == 0 &&
+               (kind == QzOs::FileKind::None || found != own);
     }
 
     void HandleFile::RefuseSpecialFile() const

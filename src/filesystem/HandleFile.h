@@ -24,6 +24,7 @@ namespace QzFileSystem
         unsigned short const* GetPath() const { return mPath.c_str(); }
         bool IsSameFile(QzBase::Message* err) const;
         bool IsAtPath();
+        bool IsReplaced() const;
         void RefuseSpecialFile() const;
         std::int64_t GetSize() const;
 

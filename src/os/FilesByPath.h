@@ -27,8 +27,9 @@ namespace QzOs
 
     FileKind GetFileKind(unsigned short const* path, Links links);
 
-    /// Symbolic links are followed. Gives the identity too, unless the result is FileKind::None.
-    FileKind GetFileKind(unsigned short const* path, FileIdentity& identity);
+    /// Symbolic links are followed. A path that leads to nothing is no error: the kind is FileKind::None then, and
+    /// there is no identity.
+    Error FindFile(unsigned short const* path, FileKind& kind, FileIdentity& identity);
 
     /// Symbolic links are followed.
     Error GetFileIdentity(unsigned short const* path, FileIdentity& identity);

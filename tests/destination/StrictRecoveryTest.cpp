@@ -247,6 +247,20 @@ TEST_F(StrictRecoveryTest, ARollOverThatFailsLeavesEveryBackupAsItWas)
         expectNoChange(Watch<&Kernel::mpFtruncate>::Make(EIO, 0));
         expectNoChange(Watch<&Kernel::mpClose>::Make(ENOSPC, 0));
         expectNoChange(Watch<&Kernel::mpUnlink>::Make(EROFS, 0));
+        expectNoChange(Watch<&Kernel::mpFstat>::Make(EIO, 4));
+        // Not even whose the names are can be found out any more.
+        static int gQueriesLeft;
+        for (int query = 0; query < 2 + std::min(backups + 1, 3); ++query)
+        {
+            gQueriesLeft = query;
+            gKernel.mpStatx = [](int folder, char const* path, int flags, unsigned int mask, struct statx* status)
+            {
+                bool const fails = gQueriesLeft < 0 || (std::strstr(path, ".bak") && gQueriesLeft-- == 0);
+                return fails ? (errno = EIO, -1) : ::statx(folder, path, flags, mask, status);
+            };
+            expectNoChange(nullptr);
+        }
+        gKernel.mpStatx = mKernel.mpStatx;
         FillDisk();
         expectNoChange(nullptr);
         gKernel.mpWrite = mKernel.mpWrite;

@@ -49,13 +49,18 @@ namespace QzOs
         return Query(path, links, STATX_TYPE, status) == 0 ? ToKind(status) : FileKind::None;
     }
 
-    FileKind GetFileKind(unsigned short const* path, FileIdentity& identity)
+    Error FindFile(unsigned short const* path, FileKind& kind, FileIdentity& identity)
     {
+        kind = FileKind::None;
         struct statx status;
-        if (Query(path, Links::Follow, STATX_TYPE | STATX_INO, status) != 0)
-            return FileKind::None;
+        Error const error = Query(path, Links::Follow, STATX_TYPE | STATX_INO, status);
+        if (error == ENOENT || error == ENOTDIR || error == ELOOP)
+            return 0;
+        if (error != 0)
+            return error;
+        kind = ToKind(status);
         identity = ToIdentity(status);
-        return ToKind(status);
+        return 0;
     }
 
     Error GetFileIdentity(unsigned short const* path, FileIdentity& identity)
