@@ -2,6 +2,7 @@
 
 #include "destination/Destination_DebugOutput_Impl.h"
 #include "destination/LogFile.h"
+#include "os/Cancellation.h"
 
 #include <QzBase/Conversions.h>
 
@@ -40,8 +41,31 @@ namespace QzLog
 
     void LossNotices::Say()
     {
-        for (Notice const& notice : mNotices)
+        auto next = mNotices.begin();
+        try
+        {
+            while (next != mNotices.end())
+                Say(*next++);
+        }
+        catch (...)
+        {
+            QzOs::NoCancellation const noCancellation;
+            while (next != mNotices.end())
+                SayQuietly(*next++);
+            throw;
+        }
+    }
+
+    void LossNotices::SayQuietly(Notice const& notice) const noexcept
+    {
+        try
+        {
             Say(notice);
+        }
+        catch (...)
+        {
+            // The first exception is the one that the caller gets.
+        }
     }
 
     void LossNotices::Say(Notice const& notice) const

@@ -31,6 +31,7 @@ namespace QzLog
         /// Losses that the log will not report.
         void AddEnd(Losses losses);
 
+        /// Gives out all of them, also if an observer throws; the first exception then leaves.
         void Say();
 
     private:
@@ -50,6 +51,7 @@ namespace QzLog
 
         void Add(Kind kind, Losses losses);
         void Say(Notice const& notice) const;
+        void SayQuietly(Notice const& notice) const noexcept;
 
         LogFile const& mLog;
         // Copies of what the section guards.

@@ -178,19 +178,26 @@ TEST_F(StrictRecoveryTest, ReportsEachRunOnceAndInOrder)
 
 TEST_F(StrictRecoveryTest, TriesOnceMoreWhenItIsDestroyed)
 {
-    for (bool const works : {true, false})
+    for (std::size_t const reported : {0u, 1u, 2u})
     {
         MakeStrict("x.log");
-        auto const fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
-        Write("lost");
+        for (int const error : {ENOLCK, EIO})
+        {
+            Watch<&Kernel::mpFlock> const flock(error);
+            mpDestination->SetRetryInterval(0);
+            Write("lost");
+        }
         gSaid.clear();
         QzBase::CountedPtr<Observer> const observer(new Observer);
         observer->mAction = [] { throw QzBase::Message(); };
         mpDestination->SetLossObserver(observer.get());
-        auto const lastFault = works ? nullptr : Watch<&Kernel::mpOpen>::Make(EACCES, 0);
+        auto const noFile = reported == 0 ? Watch<&Kernel::mpOpen>::Make(EACCES, 0) : nullptr;
+        auto const noRoom = reported == 1 ? Watch<&Kernel::mpWrite>::Make(ENOSPC, 0) : nullptr; // the first is a writev
         mpDestination.reset();
-        EXPECT_EQ(GetLossLines("x.log").size(), works ? 1u : 0u);
-        EXPECT_EQ(gSaid.size(), works ? 0u : 1u);
+        EXPECT_EQ(GetLossLines("x.log").size(), reported);
+        // An observer that throws keeps no other notice back.
+        EXPECT_EQ(observer->mCalls.size(), reported);
+        EXPECT_EQ(gSaid.size(), 2 - reported);
         Clear();
     }
 }
