@@ -1,6 +1,7 @@
 #include "destination/LossRuns.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -8,6 +9,19 @@ namespace QzLog
 {
     namespace
     {
+        /// Without memory a reason is empty: the loss counts all the same.
+        std::string MakeReasonIfPossible(QzBase::Message const& failure)
+        {
+            try
+            {
+                return MakeReasonWithCauses(failure);
+            }
+            catch (std::bad_alloc const&)
+            {
+                return {};
+            }
+        }
+
         constexpr std::string_view kOthers = " And other reasons.";
 
         bool IsDigit(char c) noexcept
@@ -38,7 +52,7 @@ namespace QzLog
 
     void LossRuns::AddFailure(QzBase::Message const& failure, unsigned int lostCount)
     {
-        std::string reason = MakeReasonWithCauses(failure);
+        std::string reason = MakeReasonIfPossible(failure);
         if (mRuns.empty() || !IsSameReason(mRuns.back().mReason, reason))
         {
             // A reason for which no message was lost is not needed.
@@ -117,11 +131,11 @@ namespace QzLog
         if (mRuns.size() < 2)
             return;
         Losses& first = mRuns.front();
-        // Once only: runs can be joined again and again before they are reported.
-        if (!first.mReason.ends_with(kOthers))
-            first.mReason.append(kOthers);
         first.mCount = GetTotal();
         first.mIsAnnounced = mRuns.back().mIsAnnounced;
         mRuns.resize(1);
+        // Once only: runs can be joined again and again before they are reported. Last, since it needs memory.
+        if (!first.mReason.ends_with(kOthers))
+            first.mReason.append(kOthers);
     }
 }

@@ -1,3 +1,4 @@
+#include "destination/LossRuns.h"
 #include "routing/CallPath.h"
 
 #include <gtest/gtest.h>
@@ -198,6 +199,16 @@ TEST(AllocationTest, AMessageThatCannotBeAssignedStaysAsItWas)
         tLimit = kNoLimit;
     }
     EXPECT_STREQ(FormatMessage(message, 9).c_str(), FormatMessage(source, 9).c_str());
+}
+
+TEST(AllocationTest, ALossCountsWithoutMemoryForItsReason)
+{
+    QzBase::Message const failure(QzBase::MESSAGE_DOMAIN_SERVER, 1, "a reason that needs memory");
+    LossRuns runs;
+    tLimit = tAllocations;
+    runs.AddFailure(failure, 1);
+    tLimit = kNoLimit;
+    EXPECT_EQ(runs.GetTotal(), 1u);
 }
 
 TEST(AllocationTest, AModuleThatFindsNoMemoryLeavesTheNextOneRoom)
