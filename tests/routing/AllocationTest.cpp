@@ -41,6 +41,27 @@ namespace
 
 using namespace CallPath;
 
+namespace
+{
+    /// Whether the action is content with so many pieces of memory.
+    template <class Action>
+    bool SucceedsWith(std::size_t allocations, Action action)
+    {
+        tLimit = tAllocations + allocations;
+        bool succeeds = false;
+        try
+        {
+            action();
+            succeeds = true;
+        }
+        catch (std::bad_alloc const&)
+        {
+        }
+        tLimit = kNoLimit;
+        return succeeds;
+    }
+}
+
 TEST(AllocationTest, AnEnabledTextCallAllocatesNothingInTheSteadyState)
 {
     Module const module;
@@ -116,21 +137,11 @@ TEST(AllocationTest, AHeaderLineThatFailsIsWholeTheNextTime)
     };
     CountedPtr<MessageHeader> const whole(CreateMessageHeader());
     fill(*whole);
-    bool isBuilt = false;
-    for (std::size_t spare = 0; !isBuilt; ++spare)
+    for (std::size_t spare = 0; spare < 20; ++spare)
     {
         CountedPtr<MessageHeader> const header(CreateMessageHeader());
         fill(*header);
-        tLimit = tAllocations + spare;
-        try
-        {
-            header->GetHeaderText();
-            isBuilt = true;
-        }
-        catch (std::bad_alloc const&)
-        {
-        }
-        tLimit = kNoLimit;
+        SucceedsWith(spare, [&] { header->GetHeaderText(); });
         EXPECT_STREQ(header->GetHeaderText(), whole->GetHeaderText()) << spare;
     }
 }
@@ -140,9 +151,7 @@ TEST(AllocationTest, AFormatterThatFailsIsEmptyAfterwards)
     QzResource::MessageFormatter formatter;
     QzResource::MessageTemplate const messageTemplate("a template that needs memory: '%1'");
     formatter << 1;
-    tLimit = tAllocations;
-    EXPECT_THROW(formatter.Format(messageTemplate), std::bad_alloc);
-    tLimit = kNoLimit;
+    EXPECT_FALSE(SucceedsWith(0, [&] { formatter.Format(messageTemplate); }));
     EXPECT_STREQ(formatter.Format(messageTemplate), messageTemplate.GetText().c_str());
 }
 
@@ -159,17 +168,8 @@ TEST(AllocationTest, RoutersKnowTheirDestinationsWhenMemoryFails)
     {
         for (auto const& list : lists)
         {
-            tLimit = tAllocations + spare;
-            try
-            {
-                dispatcher->SetDestinations(list);
-                tLimit = kNoLimit;
-                EXPECT_EQ(dispatcher->HasDestinations(), static_cast<bool>(list));
-            }
-            catch (std::bad_alloc const&)
-            {
-                tLimit = kNoLimit;
-            }
+            bool const isSet = SucceedsWith(spare, [&] { dispatcher->SetDestinations(list); });
+            EXPECT_TRUE(!isSet || dispatcher->HasDestinations() == static_cast<bool>(list));
             for (CountedPtr<Router> const& router : routers)
                 EXPECT_EQ(router->mEnabled, dispatcher->HasDestinations()) << spare;
         }
@@ -182,21 +182,10 @@ TEST(AllocationTest, AMessageThatCannotBeAssignedStaysAsItWas)
     QzBase::Message const source = QzBase::Message(QzBase::MESSAGE_DOMAIN_SERVER, 1, "a text that needs memory")
                                        .WrapBy(QzBase::MESSAGE_DOMAIN_SERVER, 2, "and one that has a cause");
     QzBase::Message message(QzBase::MESSAGE_DOMAIN_SERVER, 3, "old");
-    bool isAssigned = false;
-    for (std::size_t spare = 0; !isAssigned; ++spare)
+    for (std::size_t spare = 0; !SucceedsWith(spare, [&] { message = source; }); ++spare)
     {
         EXPECT_EQ(message.GetID(), 3);
         EXPECT_STREQ(FormatMessage(message, 9).c_str(), "old");
-        tLimit = tAllocations + spare;
-        try
-        {
-            message = source;
-            isAssigned = true;
-        }
-        catch (std::bad_alloc const&)
-        {
-        }
-        tLimit = kNoLimit;
     }
     EXPECT_STREQ(FormatMessage(message, 9).c_str(), FormatMessage(source, 9).c_str());
 }
@@ -214,19 +203,7 @@ TEST(AllocationTest, ALossCountsWithoutMemoryForItsReason)
 TEST(AllocationTest, AModuleThatFindsNoMemoryLeavesTheNextOneRoom)
 {
     std::optional<Initializer> initializer;
-    for (std::size_t spare = 0; !initializer; ++spare)
-    {
-        tLimit = tAllocations + spare;
-        try
-        {
-            initializer.emplace();
-        }
-        catch (std::bad_alloc const&)
-        {
-            tLimit = kNoLimit;
-            EXPECT_THROW(GetConfigurationHook(), QzBase::Message);
-        }
-    }
-    tLimit = kNoLimit;
+    for (std::size_t spare = 0; !SucceedsWith(spare, [&] { initializer.emplace(); }); ++spare)
+        EXPECT_THROW(GetConfigurationHook(), QzBase::Message);
     EXPECT_FALSE(GetConfigurationHook());
 }

@@ -174,16 +174,7 @@ TEST_F(LogCallTest, ScopesTraceNestedBlocksUnderTheirFunction)
         return QZLOG_RETURN_CODE(ID::Done);
     };
     EXPECT_EQ(trace(), ID::Done);
-    struct
-    {
-        char const* mpEvent;
-        int mDistance;
-        char const* mpCode;
-    } const lines[] = {
-        {"Enter", 3, ""}, {"Enter", 5, ""}, {"Leave", 6, "with 0x00000007 "}, {"Leave", 8, "with 0xFFFFFFFE "}};
-    std::string expected;
-    for (auto const& [event, distance, code] : lines)
-        expected +=
-            event + std::string(" 'operator()' near ") + __FILE__ + "(" + std::to_string(line + distance) + ") " + code;
-    EXPECT_EQ(mDestination.TakeTexts(), expected);
+    auto const at = [](int place) { return " 'operator()' near " __FILE__ "(" + std::to_string(place) + ") "; };
+    EXPECT_EQ(mDestination.TakeTexts(), "Enter" + at(line + 3) + "Enter" + at(line + 5) + "Leave" + at(line + 6) +
+                                            "with 0x00000007 Leave" + at(line + 8) + "with 0xFFFFFFFE ");
 }
