@@ -8,26 +8,42 @@
 
 namespace
 {
+    using QzDataType::DateTime;
     using QzLog::Timestamp_Impl;
 
     constexpr char kTime[] = "2026-11-18 03:02:07.123";
 
-    TEST(Timestamp, TakesTheLocalTimeWithItsOffset)
+    TEST(Timestamp, NowHasTheOffsetOfItsMinute)
     {
         QzOs::Calls const calls = QzOs::gCalls;
-        static int zoneMinutes;
-        static std::int64_t now = 1'794'988'927'123;
-        QzOs::gCalls.mpGetUTCMilliseconds = [] { return now; };
-        QzOs::gCalls.mpGetZoneMinutes = [](std::int64_t) { return zoneMinutes; };
-        // Each in a minute of its own: the system is asked for the offset once a minute.
-        for (auto const& [zone, expected] :
-            {std::pair(-210, "2026-11-18 04:32:07.123-03:30"), {0, "2026-11-18 08:03:07.123"}})
+        static std::int64_t gClock = 0;
+        static int gZone = 0;
+        static int gZoneQuestions = 0;
+        QzOs::gCalls.mpGetUTCMilliseconds = [] { return gClock; };
+        QzOs::gCalls.mpGetZoneMinutes = [](std::int64_t)
         {
-            zoneMinutes = zone;
+            ++gZoneQuestions;
+            return gZone;
+        };
+        // Summer time ends; a zone at each end; before 1970; and the clock is set back.
+        std::tuple<std::int64_t, int, char const*> const rows[] = {{29'881'495, 120, "2026-10-25 02:55:00.000+02:00"},
+            {29'881'500, 60, "2026-10-25 02:00:00.000+01:00"}, {0, -720, "1969-12-31 12:00:00.000-12:00"},
+            {10, -210, "1969-12-31 20:40:00.000-03:30"}, {-1, 840, "1970-01-01 13:59:00.000+14:00"},
+            {5, 0, "1970-01-01 00:05:00.000"}};
+        for (auto const& [minute, zone, text] : rows)
+        {
+            gZone = zone;
+            gZoneQuestions = 0;
+            gClock = minute * 60'000;
+            EXPECT_STREQ(DateTime::Now().ToString().c_str(), text);
             Timestamp_Impl timestamp;
             timestamp.SetToNowLocal();
-            now += 60'000;
-            EXPECT_STREQ(timestamp.ToISO8601String().c_str(), expected);
+            EXPECT_STREQ(timestamp.ToISO8601String().c_str(), text);
+            gClock += 59'999;
+            DateTime const now = DateTime::Now();
+            EXPECT_EQ(now.GetMillisecond(), 999);
+            EXPECT_EQ(gZoneQuestions, 1) << "more than one question a minute";
+            EXPECT_EQ((now - DateTime::NowUTC()).GetTotalMilliseconds(), 0) << "distances are those in UTC";
         }
         QzOs::gCalls = calls;
     }

@@ -1,5 +1,3 @@
-#include "os/Calls.h"
-
 #include <QzDataType/DateTime.h>
 
 #include <gtest/gtest.h>
@@ -56,36 +54,5 @@ namespace
             EXPECT_EQ(unchanged.FromString(text), 0u) << text;
             EXPECT_EQ(TextOf(unchanged), "2000-01-01 00:00:00.000+01:00");
         }
-    }
-
-    TEST(DateTimeTest, NowHasTheOffsetOfItsMinute)
-    {
-        QzOs::Calls const calls = QzOs::gCalls;
-        static std::int64_t gClock = 0;
-        static int gZone = 0;
-        static int gZoneQuestions = 0;
-        QzOs::gCalls.mpGetUTCMilliseconds = [] { return gClock; };
-        QzOs::gCalls.mpGetZoneMinutes = [](std::int64_t)
-        {
-            ++gZoneQuestions;
-            return gZone;
-        };
-        // Summer time ends; a zone at each end; before 1970; and the clock is set back.
-        std::tuple<std::int64_t, int, char const*> const rows[] = {{29'881'495, 120, "2026-10-25 02:55:00.000+02:00"},
-            {29'881'500, 60, "2026-10-25 02:00:00.000+01:00"}, {0, -720, "1969-12-31 12:00:00.000-12:00"},
-            {-1, 840, "1970-01-01 13:59:00.000+14:00"}, {5, 0, "1970-01-01 00:05:00.000"}};
-        for (auto const& [minute, zone, text] : rows)
-        {
-            gZone = zone;
-            gZoneQuestions = 0;
-            gClock = minute * 60'000;
-            EXPECT_EQ(TextOf(DateTime::Now()), text);
-            gClock += 59'999;
-            DateTime const now = DateTime::Now();
-            EXPECT_EQ(now.GetMillisecond(), 999);
-            EXPECT_EQ(gZoneQuestions, 1) << "more than one question a minute";
-            EXPECT_EQ((now - DateTime::NowUTC()).GetTotalMilliseconds(), 0) << "distances are those in UTC";
-        }
-        QzOs::gCalls = calls;
     }
 }
