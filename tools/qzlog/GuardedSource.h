@@ -26,10 +26,6 @@ namespace QzLogTool
         {
             return Guard([&] { return mpSource->NextPart(text); });
         }
-        bool Again() override
-        {
-            return Guard([&] { return mpSource->Again(); });
-        }
 
     private:
         template <class Action>

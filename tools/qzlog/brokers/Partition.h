@@ -36,7 +36,6 @@ namespace QzLogTool
         void Look() override;
         bool Next(Record& record) override;
         bool NextPart(std::string_view&) override { return false; }
-        bool Again() override { return false; }
 
     private:
         bool Take();

@@ -1,5 +1,7 @@
 #include "filter/FilteredSource.h"
 
+#include <utility>
+
 namespace QzLogTool
 {
     bool FilteredSource::Next(Record& record)
@@ -12,18 +14,45 @@ namespace QzLogTool
                     continue;
                 record.mKind = Record::Kind::Loose;
             }
-            if (!mFilter.IsWanted(record, *mpSource))
-            {
-                // What this record lacks the next ones tend to lack too.
-                if (Needle const* const pMissing = mFilter.GetMissing())
-                    mpSource->SetNeedle(*pMissing);
-                continue;
-            }
-            // The filter may have read on in it. What comes again is the same record.
-            if (!record.mIsWhole && mpSource->Again())
-                return mpSource->Next(record);
-            return true;
+            if (IsWanted(record))
+                return !mHasReadOn || GiveAgain(record);
+            // What this record lacks the next ones tend to lack too.
+            if (Needle const* const pMissing = mFilter.GetMissing())
+                mpSource->SetNeedle(*pMissing);
         }
         return false;
+    }
+
+    bool FilteredSource::IsWanted(Record const& record)
+    {
+        if (std::exchange(mHasReadOn, false))
+            mKept.Clear();
+        mpExamined = &record;
+        bool const isWanted = mFilter.IsWanted(record, *this);
+        mpExamined = nullptr;
+        return isWanted;
+    }
+
+    /// Gives the record that the filter has read on in from its start.
+    bool FilteredSource::GiveAgain(Record& record)
+    {
+        if (!mpSource->CanGoBack())
+            return mKept.TakeNext(record.mText);
+        mpSource->Again();
+        return mpSource->Next(record);
+    }
+
+    bool FilteredSource::NextPart(std::string_view& text)
+    {
+        if (!mpExamined)
+            return mKept.TakeNext(text) || mpSource->NextPart(text);
+        bool const isFirst = !std::exchange(mHasReadOn, true);
+        bool const keeps = !mpSource->CanGoBack();
+        if (keeps && isFirst)
+            mKept.Add(mpExamined->mText);
+        bool const hasPart = mpSource->NextPart(text);
+        if (keeps && hasPart)
+            mKept.Add(text);
+        return hasPart;
     }
 }

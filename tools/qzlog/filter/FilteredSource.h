@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filter/KeptTexts.h"
 #include "filter/RecordFilter.h"
 #include "reading/Record.h"
 
@@ -19,11 +20,19 @@ namespace QzLogTool
         }
 
         bool Next(Record& record) override;
-        bool NextPart(std::string_view& text) override { return mpSource->NextPart(text); }
-        bool Again() override { return mpSource->Again(); }
+        bool NextPart(std::string_view& text) override;
 
     private:
+        bool IsWanted(Record const& record);
+        bool GiveAgain(Record& record);
+
         std::unique_ptr<RecordSource> const mpSource;
         RecordFilter& mFilter;
+
+        // The record that the filter has before it, until it decides; and whether it has read on in that.
+        Record const* mpExamined = nullptr;
+        bool mHasReadOn = false;
+        // What it has read of a record that the source cannot give again.
+        KeptTexts mKept;
     };
 }

@@ -311,10 +311,9 @@ namespace QzLogTool
         return count;
     }
 
-    bool FollowedBytes::MoveTo(std::uint64_t offset)
+    void FollowedBytes::MoveTo(std::uint64_t offset)
     {
         (mIsInLog ? mOffset : mPiece.mOffset) = offset;
-        return true;
     }
 
     FollowedBytes::Content FollowedBytes::Examine(InputFile const& file)

@@ -60,7 +60,8 @@ namespace QzLogTool
 
         bool OpenNext() override;
         std::size_t Read(char* buffer, std::size_t size) override;
-        bool MoveTo(std::uint64_t offset) override;
+        bool CanMove() const override { return true; }
+        void MoveTo(std::uint64_t offset) override;
         std::uint64_t GetOffset() const override { return mIsInLog ? mOffset : mPiece.mOffset; }
         std::string const& GetPath() const override { return mIsInLog ? mPath : mPiece.mpFile->GetPath(); }
 

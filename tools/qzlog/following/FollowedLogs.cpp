@@ -47,16 +47,17 @@ namespace QzLogTool
                 if (!isThere)
                     return false;
                 mDone = record.mOffset;
-                if (record.mKind == Record::Kind::Message)
-                    mNextTime = record.mTime;
-                if (std::optional<std::uint64_t> const loss =
-                        record.mKind == Record::Kind::Message ? mpBytes->TakeLoss() : std::nullopt)
+                if (record.mKind != Record::Kind::Message)
+                    return true;
+                mNextTime = record.mTime;
+                if (std::optional<std::uint64_t> const loss = mpBytes->TakeLoss())
                     TellOfLoss(*loss);
                 return true;
             }
 
             bool NextPart(std::string_view& text) override { return mpRecords->NextPart(text); }
-            bool Again() override { return mpRecords->Again(); }
+            bool CanGoBack() const override { return mpRecords->CanGoBack(); }
+            void Again() override { mpRecords->Again(); }
 
             void Look() override { mpBytes->Look(); }
             bool IsUrgent() const override { return mpBytes->IsUrgent(); }

@@ -21,7 +21,6 @@ namespace QzLogTool
                 return !EndRequest::IsSignalled() && mSource.Next(record);
             }
             bool NextPart(std::string_view& text) override { return mSource.NextPart(text); }
-            bool Again() override { return mSource.Again(); }
 
         private:
             RecordSource& mSource;

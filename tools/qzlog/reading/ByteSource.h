@@ -19,8 +19,11 @@ namespace QzLogTool
         /// The bytes that follow in the present stretch; 0 at its end.
         virtual std::size_t Read(char* buffer, std::size_t size) = 0;
 
-        /// Moves in the present file. False where there is no going back.
-        virtual bool MoveTo(std::uint64_t offset) = 0;
+        /// Whether MoveTo can be called for the present file.
+        virtual bool CanMove() const = 0;
+
+        /// Moves in the present file.
+        virtual void MoveTo(std::uint64_t offset) = 0;
 
         /// Where in its file the next Read begins.
         virtual std::uint64_t GetOffset() const = 0;

@@ -195,12 +195,11 @@ namespace QzLogTool
         return length;
     }
 
-    bool InputFile::MoveTo(std::uint64_t offset)
+    void InputFile::MoveTo(std::uint64_t offset)
     {
         mPosition = offset;
-        if (IsCompressed())
-            return true;
-        return lseek(mDescriptor, static_cast<off_t>(offset), SEEK_SET) >= 0;
+        if (!IsCompressed() && lseek(mDescriptor, static_cast<off_t>(offset), SEEK_SET) < 0)
+            ThrowSystemError(mPath);
     }
 
     InputFile::WriterPause::WriterPause(InputFile const& file)

@@ -62,8 +62,8 @@ namespace QzLogTool
         std::string ReadAt(std::uint64_t offset, std::size_t size) const;
         std::size_t ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const;
 
-        /// Moves to an offset from the start. False where there is no going back, as in a pipe.
-        bool MoveTo(std::uint64_t offset);
+        /// Moves to an offset from the start. Not for what is no regular file, such as a pipe.
+        void MoveTo(std::uint64_t offset);
 
         /// While this lives, no writer of this library writes or rolls over this file; they all wait, so it must not
         /// live longer than a glance takes. It is waited for no longer than about a second, in case a writer was

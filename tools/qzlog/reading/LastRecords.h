@@ -17,7 +17,6 @@ namespace QzLogTool
 
         bool Next(Record& record) override;
         bool NextPart(std::string_view&) override { return false; }
-        bool Again() override { return false; }
 
     private:
         struct Kept

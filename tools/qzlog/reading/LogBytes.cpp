@@ -117,12 +117,10 @@ namespace QzLogTool
         return count;
     }
 
-    bool LogBytes::MoveTo(std::uint64_t offset)
+    void LogBytes::MoveTo(std::uint64_t offset)
     {
-        if (!mIsRegular || !mpFile->MoveTo(offset))
-            return false;
+        mpFile->MoveTo(offset);
         mOffset = offset;
-        return true;
     }
 
     bool LogBytes::IsStillSame() const
@@ -157,6 +155,7 @@ namespace QzLogTool
         mpFile = std::move(found);
         mPath = mpFile->GetPath();
         mIsLog = false;
-        return mpFile->MoveTo(mOffset);
+        mpFile->MoveTo(mOffset);
+        return true;
     }
 }

@@ -42,18 +42,12 @@ namespace QzLogTool
         ///              back-up of it.
         LogBytes(std::string path, Files files);
 
-        /// Goes to the next file; false when there is none. To be called before the first Read.
         bool OpenNext() override;
-
-        /// The bytes that follow in the present file; 0 at its end.
         std::size_t Read(char* buffer, std::size_t size) override;
-
-        /// Moves in the present file. False where there is no going back.
-        bool MoveTo(std::uint64_t offset) override;
+        bool CanMove() const override { return mIsRegular; }
+        void MoveTo(std::uint64_t offset) override;
 
         std::uint64_t GetOffset() const override { return mOffset; }
-
-        /// The file that is being read, under the name that it had when it was opened.
         std::string const& GetPath() const override { return mPath; }
 
         /// Whether the present file is the log itself, which may still grow, and not a back-up.

@@ -30,11 +30,6 @@ namespace QzLogTool
         return mHasCurrent && mSources[mCurrent]->NextPart(text);
     }
 
-    bool Merger::Again()
-    {
-        return mHasCurrent && mSources[mCurrent]->Again();
-    }
-
     void Merger::Await(std::size_t source)
     {
         Waiting waiting{{}, source};

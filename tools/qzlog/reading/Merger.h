@@ -16,7 +16,6 @@ namespace QzLogTool
 
         bool Next(Record& record) override;
         bool NextPart(std::string_view& text) override;
-        bool Again() override;
 
     private:
         struct Waiting

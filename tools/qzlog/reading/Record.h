@@ -68,8 +68,10 @@ namespace QzLogTool
         /// others where skipping gains nothing.
         virtual void SetNeedle(Needle const&) {}
 
+        /// Whether Again can be called.
+        virtual bool CanGoBack() const { return false; }
+
         /// Makes Next give its last record once more, from its start. Only for one that is not whole.
-        /// False where there is no going back; nothing has happened then.
-        virtual bool Again() = 0;
+        virtual void Again() {}
     };
 }

@@ -61,15 +61,13 @@ namespace QzLogTool
         return !text.empty();
     }
 
-    bool RecordSplitter::Again()
+    void RecordSplitter::Again()
     {
-        if (!mpBytes->MoveTo(mStartOffset))
-            return false;
+        mpBytes->MoveTo(mStartOffset);
         mBegin = mEnd = 0;
         mOffset = mStartOffset;
         mIsAtEnd = mIsInside = false;
         mNext = Start();
-        return true;
     }
 
     bool RecordSplitter::BeginFile()

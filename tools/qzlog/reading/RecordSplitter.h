@@ -32,7 +32,8 @@ namespace QzLogTool
 
         bool Next(Record& record) override;
         bool NextPart(std::string_view& text) override;
-        bool Again() override;
+        bool CanGoBack() const override { return mpBytes->CanMove(); }
+        void Again() override;
 
     private:
         bool BeginFile();
