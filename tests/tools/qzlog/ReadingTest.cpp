@@ -123,8 +123,9 @@ namespace
                 "\n");
         Check({
             {"qzlog view -n 1 --json a.log | tail -c 9", "NEEDLE\"}\n"},
-            // A pipe does not go back.
+            // A pipe does not go back, and standard input need not begin where its file does.
             {"qzlog view -F NEEDLE a.log > found; cat a.log | qzlog view -F NEEDLE - | cmp found -", ""},
+            {"{ dd bs=36 count=1 of=/dev/null status=none; qzlog view -F NEEDLE - | cmp found -; } < a.log", ""},
             {"cat a.log | TMPDIR=/missing qzlog view -c -F NEEDLE - 2>&1 | grep -o '/missing.*directory'",
                 "/missing: No such file or directory\n"},
             {"qzlog check a.log | tail -1",

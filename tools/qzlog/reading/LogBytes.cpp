@@ -99,7 +99,8 @@ namespace QzLogTool
         mOffset = 0;
         mBeginning.clear();
         mIsLog = isLog;
-        mIsRegular = mpFile->GetStatus().mIsRegular;
+        // Standard input may begin in the middle of its file.
+        mIsRegular = mLogPath != "-" && mpFile->GetStatus().mIsRegular;
         mReachedLog = mReachedLog || isLog;
     }
 
