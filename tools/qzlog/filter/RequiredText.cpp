@@ -1,5 +1,7 @@
 #include "filter/RequiredText.h"
 
+#include "Characters.h"
+
 #include <cstddef>
 
 namespace QzLogTool
@@ -10,7 +12,7 @@ namespace QzLogTool
 
         bool IsLetterOrDigit(char c)
         {
-            return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+            return IsDigit(c) || IsLetter(c);
         }
 
         /// Behind the class of characters that begins at `at`.
@@ -55,7 +57,7 @@ namespace QzLogTool
             /// What is repeated need not be there, or not behind what stands before it.
             void DropLastCharacter()
             {
-                while (!mRun.empty() && (static_cast<unsigned char>(mRun.back()) & 0xC0) == 0x80)
+                while (!mRun.empty() && ContinuesCharacter(mRun.back()))
                     mRun.pop_back();
                 if (!mRun.empty())
                     mRun.pop_back();
@@ -80,6 +82,7 @@ namespace QzLogTool
     std::string FindRequiredText(std::string_view expression)
     {
         constexpr std::string_view kClasses = "dDsSwWbBAz";
+        constexpr std::string_view kEnds = ".^$+\r\n";
         Runs runs;
         for (std::size_t at = 0; at < expression.size();)
         {
@@ -106,9 +109,7 @@ namespace QzLogTool
                     return std::string();
                 at = end;
             }
-            else if (c == '\n' || c == '\r')
-                runs.End();
-            else if (c == '.' || c == '^' || c == '$' || c == '+' || (c == '\\' && IsLetterOrDigit(next)))
+            else if (kEnds.find(c) != std::string_view::npos || (c == '\\' && IsLetterOrDigit(next)))
                 runs.End();
             else
                 runs.Add(c == '\\' ? next : c);

@@ -24,7 +24,7 @@ namespace QzLogTool
         /// matches `expression`: the start of a line is in another place there. Empty when it is not that easy.
         std::string MakeForRecord(std::string const& expression)
         {
-            std::string const result = expression.starts_with('^') ? expression.substr(1) : expression;
+            std::string result = expression.starts_with('^') ? expression.substr(1) : expression;
             for (std::size_t i = 0; i < result.size(); ++i)
             {
                 bool const isNegation = i > 0 && result[i - 1] == '[';

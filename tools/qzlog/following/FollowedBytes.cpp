@@ -12,9 +12,6 @@ namespace QzLogTool
     {
         using std::chrono::steady_clock;
 
-        // Many records long, and each of them has its time.
-        constexpr std::size_t kBeginning = 4096;
-
         // How long a look may be away while a long stretch is read, or back-ups are deleted before they are open.
         constexpr steady_clock::duration kLongestReading = std::chrono::milliseconds(20);
 
@@ -33,11 +30,6 @@ namespace QzLogTool
         bool IsSameFile(FileStatus const& a, FileStatus const& b)
         {
             return a.mIsRegular == b.mIsRegular && GetKey(a) == GetKey(b);
-        }
-
-        std::uint64_t GetSize(InputFile const& file)
-        {
-            return file.GetLength();
         }
     }
 
@@ -195,7 +187,7 @@ namespace QzLogTool
         {
             File const& newer = from + 1 != backups.end() ? *(from + 1) : log;
             if (!newer || !IsLeftover(**from, *newer))
-                mPieces.push_back({*from, 0, GetSize(**from)});
+                mPieces.push_back({*from, 0, (*from)->GetLength()});
         }
         // Filled and replaced since the last look.
         if (log != mpLog && mpLog && !isStillThere)
@@ -207,7 +199,7 @@ namespace QzLogTool
     /// What was the log's content stands in `file`, which nobody writes.
     void FollowedBytes::MoveSeenTo(File const& file)
     {
-        Piece const rest{file, mOffset, GetSize(*file)};
+        Piece const rest{file, mOffset, file->GetLength()};
         if (mIsInLog)
             mPiece = rest;
         else
@@ -231,7 +223,7 @@ namespace QzLogTool
     /// Lets go of a file that is the log no longer, after what it still has.
     void FollowedBytes::Retire()
     {
-        std::uint64_t const size = GetSize(*mpLog);
+        std::uint64_t const size = mpLog->GetLength();
         MoveSeenTo(mpLog);
         mFormer = {mpLog, size, steady_clock::now() + kGrace};
     }
@@ -243,7 +235,7 @@ namespace QzLogTool
         Pause pause;
         if (!Hold(pause, *mFormer.mpFile))
             return;
-        std::uint64_t const size = GetSize(*mFormer.mpFile);
+        std::uint64_t const size = mFormer.mpFile->GetLength();
         bool const hasGrown = size > mFormer.mOffset;
         if (hasGrown)
         {
@@ -295,7 +287,7 @@ namespace QzLogTool
         {
             std::size_t const wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, mEnd - mOffset));
             std::size_t const count = mpLog->ReadAt(mOffset, buffer, wanted);
-            if (Holds(*mpLog, {mSeen.mBeginning, 0}))
+            if (mpLog->BeginsWith(mSeen.mBeginning))
             {
                 mOffset += count;
                 return count;
@@ -318,14 +310,14 @@ namespace QzLogTool
 
     FollowedBytes::Content FollowedBytes::Examine(InputFile const& file)
     {
-        Content content{file.ReadAt(0, kBeginning), GetSize(file)};
+        Content content{file.ReadAt(0, kBeginning), file.GetLength()};
         return kHead.starts_with(content.mBeginning) ? Content() : content;
     }
 
     /// Whether a file holds what was seen, and perhaps more behind it.
     bool FollowedBytes::Holds(InputFile const& file, Content const& content)
     {
-        return GetSize(file) >= content.mSize && file.ReadAt(0, content.mBeginning.size()) == content.mBeginning;
+        return file.GetLength() >= content.mSize && file.BeginsWith(content.mBeginning);
     }
 
     /// Whether a back-up is what a killed roll-over has left: its content stands once more in the next file.

@@ -1,5 +1,6 @@
 #include "output/JsonPrinter.h"
 
+#include "Characters.h"
 #include "output/Lines.h"
 
 #include <algorithm>
@@ -14,15 +15,14 @@ namespace QzLogTool
         bool IsUsualNumber(std::string_view digits)
         {
             constexpr std::size_t kMost = 9; // more can be too large
-            bool const isNumber =
-                std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+            bool const isNumber = std::all_of(digits.begin(), digits.end(), IsDigit);
             return isNumber && !digits.empty() && digits.size() <= kMost && (digits.size() == 1 || digits[0] != '0');
         }
 
         /// Nothing, or eight digits that are not all 0.
         bool IsUsualMessageID(std::string_view digits)
         {
-            auto const isUpperHex = [](char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F'); };
+            auto const isUpperHex = [](char c) { return IsDigit(c) || (c >= 'A' && c <= 'F'); };
             bool const isNumber = std::all_of(digits.begin(), digits.end(), isUpperHex);
             return digits.empty() || (isNumber && digits.size() == 8 && digits != "00000000");
         }
@@ -118,7 +118,7 @@ namespace QzLogTool
             if (length > kBlock)
             {
                 length = kBlock;
-                while (length > kBlock - 3 && (text[length] & 0xC0) == 0x80)
+                while (length > kBlock - 3 && ContinuesCharacter(text[length]))
                     --length;
                 mOwesLineEnd = false;
             }

@@ -1,5 +1,6 @@
 #include "output/Lines.h"
 
+#include "Characters.h"
 #include "reading/ByteScan.h"
 
 #include <QzBase/Conversions.h>
@@ -19,8 +20,7 @@ namespace QzLogTool
             unsigned char const lead = static_cast<unsigned char>(text[0]);
             std::size_t const length = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
             std::string_view const rest = text.substr(1, length - 1);
-            bool const isWhole = rest.size() == length - 1 &&
-                                 std::all_of(rest.begin(), rest.end(), [](char c) { return (c & 0xC0) == 0x80; });
+            bool const isWhole = rest.size() == length - 1 && std::all_of(rest.begin(), rest.end(), ContinuesCharacter);
             return isWhole ? length : 1;
         }
 

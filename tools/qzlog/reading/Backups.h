@@ -8,8 +8,7 @@
 namespace QzLogTool
 {
     /// A file that a roll-over of a log has left: the log's name, ".bak" and a number of at least two digits, and
-    /// ".gz",
-    /// ".zst" or ".xz" when it was compressed since.
+    /// ".gz", ".zst" or ".xz" when it was compressed since.
     struct Backup
     {
         std::string mPath;
@@ -18,8 +17,8 @@ namespace QzLogTool
     };
 
     /// The back-ups that lie beside a log, the oldest (the one with the largest number) first. One that is just being
-    /// compressed is there as it was. The log itself need
-    /// not be there. Unless its writers pause they may be renamed at any moment.
+    /// compressed is there as it was. The log itself need not be there. Unless its writers pause they may be renamed at
+    /// any moment.
     std::vector<Backup> FindBackups(std::string const& logPath);
 
     /// Takes out of a list of logs what stands in it twice, and back-ups whose log stands in it too: "server.log*" in a

@@ -62,6 +62,8 @@ namespace QzLogTool
         std::string ReadAt(std::uint64_t offset, std::size_t size) const;
         std::size_t ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const;
 
+        bool BeginsWith(std::string const& beginning) const { return ReadAt(0, beginning.size()) == beginning; }
+
         /// Moves to an offset from the start. Not for what is no regular file, such as a pipe.
         void MoveTo(std::uint64_t offset);
 

@@ -23,17 +23,19 @@ namespace QzLogTool
     void LastRecords::Collect()
     {
         std::string_view part;
-        for (Kept kept; mpSource->Next(kept.mRecord);)
+        for (Record record; mpSource->Next(record);)
         {
-            // What goes out gives its memory to what comes in.
-            if (mKept.size() == mCount && !mKept.empty())
-            {
-                kept.mText = std::move(mKept.front().mText);
-                mKept.pop_front();
-            }
             if (mCount == 0)
                 continue;
-            kept.mText = kept.mRecord.mText;
+            Kept kept;
+            // What goes out gives its memory to what comes in.
+            if (mKept.size() == mCount)
+            {
+                kept = std::move(mKept.front());
+                mKept.pop_front();
+            }
+            kept.mRecord = record;
+            kept.mText = record.mText;
             while (mpSource->NextPart(part))
                 kept.mText += part;
             kept.mRecord.mIsWhole = true;

@@ -11,17 +11,9 @@ namespace QzLogTool
 {
     namespace
     {
-        // Many records long, and each of them has its time.
-        constexpr std::size_t kBeginning = 4096;
-
         std::unique_ptr<InputFile> OpenIfThere(std::string const& path)
         {
             return GetFileStatus(path).mExists ? std::make_unique<InputFile>(path) : nullptr;
-        }
-
-        bool BeginsWith(InputFile const& file, std::string const& beginning)
-        {
-            return file.ReadAt(0, beginning.size()) == beginning;
         }
     }
 
@@ -89,7 +81,7 @@ namespace QzLogTool
         std::uint64_t const size = older.GetStatus().mIdentity.mSize;
         if (mFiles == Files::WithLeftovers || size <= kHead.size() || size > newer.GetLength())
             return false;
-        return BeginsWith(newer, older.ReadAt(0, kBeginning));
+        return newer.BeginsWith(older.ReadAt(0, kBeginning));
     }
 
     void LogBytes::Open(std::unique_ptr<InputFile> file, bool isLog)
@@ -108,7 +100,7 @@ namespace QzLogTool
     {
         std::size_t count = mpFile->Read(buffer, size);
         // Asked behind the reading: what was read before the file was emptied would do, but nobody can tell.
-        if (mIsLog && mIsRegular && !IsStillSame())
+        if (mIsLog && mIsRegular && !mpFile->BeginsWith(mBeginning))
             count = FindAgain() ? mpFile->Read(buffer, size) : 0;
         if (mOffset == mBeginning.size() && mBeginning.size() < kBeginning)
             mBeginning.append(buffer, std::min(count, kBeginning - mBeginning.size()));
@@ -122,11 +114,6 @@ namespace QzLogTool
     {
         mpFile->MoveTo(offset);
         mOffset = offset;
-    }
-
-    bool LogBytes::IsStillSame() const
-    {
-        return BeginsWith(*mpFile, mBeginning);
     }
 
     bool LogBytes::FindAgain()
@@ -145,7 +132,7 @@ namespace QzLogTool
             if (mVisited.contains(backup.mStatus.mIdentity))
                 continue;
             auto file = std::make_unique<InputFile>(backup.mPath);
-            if (!BeginsWith(*file, mBeginning))
+            if (!file->BeginsWith(mBeginning))
                 continue;
             mVisited.insert(backup.mStatus.mIdentity);
             if (file->GetLength() >= mOffset)

@@ -63,7 +63,6 @@ namespace QzLogTool
         bool IsLeftover(InputFile const& older, InputFile const& newer) const;
         bool OpenOldestUnread();
         void Open(std::unique_ptr<InputFile> file, bool isLog);
-        bool IsStillSame() const;
         bool FindAgain();
 
         std::string const mLogPath;

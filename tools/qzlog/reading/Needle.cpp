@@ -1,5 +1,6 @@
 #include "reading/Needle.h"
 
+#include "Characters.h"
 #include "reading/ByteScan.h"
 
 #include <algorithm>
@@ -9,11 +10,6 @@ namespace QzLogTool
 {
     namespace
     {
-        bool IsLetter(char c)
-        {
-            return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-        }
-
         char ToLower(char c)
         {
             return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;

@@ -1,5 +1,6 @@
 #include "reading/RecordSplitter.h"
 
+#include "Characters.h"
 #include "reading/HeaderParser.h"
 #include "reading/RecordStart.h"
 
@@ -202,7 +203,7 @@ namespace QzLogTool
             return static_cast<std::size_t>(static_cast<char const*>(found) - mBuffer.data()) + 1;
         std::size_t const cut = mBegin + kLargest - kLongestHeader;
         std::size_t start = cut;
-        while (start > cut - 3 && (static_cast<unsigned char>(mBuffer[start]) & 0xC0) == 0x80)
+        while (start > cut - 3 && ContinuesCharacter(mBuffer[start]))
             --start;
         return start;
     }

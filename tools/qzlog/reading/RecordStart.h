@@ -9,6 +9,10 @@ namespace QzLogTool
     /// The bytes that every log file begins with, byte order mark and line end included.
     inline constexpr std::string_view kHead = "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n";
 
+    /// So many of its first bytes distinguish what a log holds from all that it held before: they have many records
+    /// with their times.
+    inline constexpr std::size_t kBeginning = 4096;
+
     /// The functions below need at least so much of a line, or all that there is.
     inline constexpr std::size_t kGlance = 64;
 

@@ -1,5 +1,7 @@
 #include "stats/MessageKind.h"
 
+#include "Characters.h"
+
 #include <algorithm>
 
 namespace QzLogTool
@@ -11,14 +13,9 @@ namespace QzLogTool
         // Shorter words of hexadecimal digits alone are more often words.
         constexpr std::size_t kShortestHex = 4;
 
-        bool IsDigit(char c)
-        {
-            return c >= '0' && c <= '9';
-        }
-
         bool IsWordCharacter(char c)
         {
-            return IsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c & 0x80) != 0;
+            return IsDigit(c) || IsLetter(c) || (c & 0x80) != 0;
         }
 
         bool IsHexDigit(char c)

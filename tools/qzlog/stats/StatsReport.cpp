@@ -1,5 +1,6 @@
 #include "stats/StatsReport.h"
 
+#include "Characters.h"
 #include "output/Lines.h"
 #include "time/Moments.h"
 
@@ -24,8 +25,7 @@ namespace QzLogTool
         /// How many columns a text takes, about.
         std::size_t GetWidth(std::string_view text)
         {
-            return static_cast<std::size_t>(
-                std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+            return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), ContinuesCharacter));
         }
 
         std::string MakeLabel(std::string const& name)

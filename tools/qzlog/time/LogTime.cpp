@@ -1,5 +1,7 @@
 #include "time/LogTime.h"
 
+#include "Characters.h"
+
 #include <chrono>
 #include <cstring>
 
@@ -8,11 +10,6 @@ namespace QzLogTool
     namespace
     {
         constexpr std::string_view kTimeForm = "dddd-dd-dd dd:dd:dd";
-
-        constexpr bool IsDigit(char c)
-        {
-            return c >= '0' && c <= '9';
-        }
 
         constexpr unsigned int kDigitPlaces[] = {0, 1, 2, 3, 5, 6, 8, 9, 11, 12, 14, 15};
         constexpr std::size_t kMinuteLength = 16;

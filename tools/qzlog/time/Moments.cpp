@@ -1,5 +1,6 @@
 #include "time/Moments.h"
 
+#include "Characters.h"
 #include "Trouble.h"
 #include "time/LogTime.h"
 
@@ -31,11 +32,6 @@ namespace QzLogTool
         std::int64_t GetMilliseconds(std::int64_t moment)
         {
             return ((moment % 1000) + 1000) % 1000;
-        }
-
-        bool IsDigit(char c)
-        {
-            return c >= '0' && c <= '9';
         }
 
         /// The moment at which the clock on the wall here shows what it shows in UTC at `wall`.
