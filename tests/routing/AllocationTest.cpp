@@ -194,9 +194,7 @@ TEST(AllocationTest, ALossCountsWithoutMemoryForItsReason)
 {
     QzBase::Message const failure(QzBase::MESSAGE_DOMAIN_SERVER, 1, "a reason that needs memory");
     LossRuns runs;
-    tLimit = tAllocations;
-    runs.AddFailure(failure, 1);
-    tLimit = kNoLimit;
+    EXPECT_TRUE(SucceedsWith(0, [&] { runs.AddFailure(failure, 1); }));
     EXPECT_EQ(runs.GetTotal(), 1u);
 }
 
