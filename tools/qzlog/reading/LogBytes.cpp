@@ -13,7 +13,9 @@ namespace QzLogTool
     {
         std::unique_ptr<InputFile> OpenIfThere(std::string const& path)
         {
-            return GetFileStatus(path).mExists ? std::make_unique<InputFile>(path) : nullptr;
+            if (!GetFileStatus(path).mExists)
+                return nullptr;
+            return std::make_unique<InputFile>(path);
         }
     }
 

@@ -27,6 +27,7 @@ namespace QzLogTool
         explicit RecordSplitter(std::unique_ptr<ByteSource> pBytes);
 
         void SetNeedle(Needle const& needle) override { mNeedle = needle; }
+
         /// Where in its file begins what comes next, once all parts of the last record were given.
         std::uint64_t GetOffset() const { return mOffset; }
 
