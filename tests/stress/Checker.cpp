@@ -27,8 +27,13 @@ namespace
     class Checker
     {
     public:
-        Checker(WriterSettings const& settings, Ledger const& ledger, unsigned int processes, unsigned int kills)
-            : mSettings(settings), mLedger(ledger), mProcesses(processes), mKills(kills), mCounts(processes)
+        Checker(WriterSettings const& settings, Ledger const& ledger, unsigned int processes)
+            : mSettings(settings),
+              mLedger(ledger),
+              mProcesses(processes),
+              mKills(static_cast<unsigned int>(std::count_if(ledger.mProcesses.begin(),
+                  ledger.mProcesses.begin() + processes, [](auto const& process) { return process.mWasKilled; }))),
+              mCounts(processes)
         {
         }
 
@@ -37,6 +42,7 @@ namespace
             // Basic recovery leaves the copy of a roll-over that fails.
             mMayDouble = fault.mMayDouble || !mSettings.mIsStrict;
             mMayCut = !mSettings.mIsStrict && fault.mNeedsSmallDisk;
+            mTakesUncounted = !mSettings.mIsStrict && fault.mTakesUncounted;
             for (File const& file : ReadKept(place))
             {
                 CheckHead(file, true);
@@ -46,8 +52,7 @@ namespace
                 CheckRecords(file, true);
             }
             outcome.mTries += place.mTries;
-            for (unsigned int process = 0; process < mProcesses; ++process)
-                SumUp(process, fault, outcome);
+            SumUp(outcome);
             if (!mReported.empty())
                 Fault("losses of a process that nobody knows", "");
             outcome.mIsGood = outcome.mIsGood && mFaults == 0;
@@ -72,12 +77,14 @@ namespace
             }
             if (mLeftovers > mKills)
                 Fault("more contents twice than roll-overs were killed", "");
-            CheckCounts();
+            Outcome outcome;
+            SumUp(outcome);
             std::printf("seed %llu: %u processes, %u of them killed; %zu files, %u of them left by killed roll-overs; "
                         "%llu records returned, %llu found whole, %u cut and %llu missing in flight; %d faults\n",
                 static_cast<unsigned long long>(mSettings.mSeed), mProcesses, mKills, files.size(), mLeftovers,
-                static_cast<unsigned long long>(mReturned), static_cast<unsigned long long>(mWhole), mCut,
-                static_cast<unsigned long long>(mMissingInFlight), mFaults);
+                static_cast<unsigned long long>(outcome.mRecords + outcome.mLost),
+                static_cast<unsigned long long>(mWhole), mCut, static_cast<unsigned long long>(mMissingInFlight),
+                mFaults);
             return mFaults == 0;
         }
 
@@ -107,25 +114,28 @@ namespace
             return files;
         }
 
-        /// What has become of the calls of one process.
-        void SumUp(unsigned int process, ::Fault const& fault, Outcome& outcome)
+        /// What has become of all calls.
+        void SumUp(Outcome& outcome)
+        {
+            for (unsigned int process = 0; process < mProcesses; ++process)
+            {
+                std::uint64_t lost = 0;
+                for (unsigned int thread = 0; thread < mSettings.mThreads; ++thread)
+                    lost += CheckThread(process, thread, outcome);
+                if (mSettings.mIsCampaign)
+                    CheckLosses(process, lost, outcome);
+                outcome.mLost += lost;
+            }
+        }
+
+        /// Whether the log and the figures tell what a process has lost.
+        void CheckLosses(unsigned int process, std::uint64_t lost, Outcome& outcome)
         {
             Ledger::Process const& told = mLedger.mProcesses[process];
-            std::uint64_t lost = 0;
-            for (unsigned int thread = 0; thread < mSettings.mThreads; ++thread)
-                for (std::uint64_t sequence = 1; sequence <= told.mThreads[thread].mReturned; ++sequence)
-                {
-                    unsigned int const found = mCounts[process][thread].mWhole[sequence];
-                    outcome.mRecords += found != 0;
-                    lost += found == 0;
-                    if (found > 1 && !mMayDouble)
-                        Fault(Name({process, thread, sequence}) + " found " + std::to_string(found) + " times", "");
-                }
             auto const reported = mReported.extract(told.mId);
             std::int64_t const count = reported.empty() ? 0 : reported.mapped();
             std::int64_t const rest = static_cast<std::int64_t>(lost) - count;
             std::int64_t const known = static_cast<std::int64_t>(told.mUnreported);
-            outcome.mLost += lost;
             outcome.mReported += static_cast<std::uint64_t>(count);
             (told.mWasKilled ? outcome.mKilledWith : outcome.mNotReported) +=
                 static_cast<std::uint64_t>(std::max(rest, std::int64_t{0}));
@@ -133,9 +143,7 @@ namespace
             std::int64_t const inFlight = told.mWasKilled ? 2 * std::int64_t{mSettings.mThreads} : 0;
             std::int64_t const most = mSettings.mIsStrict && !told.mWasKilled ? 0 : known + inFlight;
             std::int64_t const least = mSettings.mIsStrict || told.mWasKilled ? -inFlight : known;
-            bool const isUncounted = !mSettings.mIsStrict && fault.mTakesUncounted;
-            bool const isRight = rest >= least && (rest <= most || isUncounted);
-            if (!isRight)
+            if (rest < least || (rest > most && !mTakesUncounted))
                 Fault("process " + std::to_string(process) + " has lost " + std::to_string(lost) + ", reported " +
                           std::to_string(count) + " and knows of " + std::to_string(known) + " more",
                     "");
@@ -268,31 +276,29 @@ namespace
                 Fault("no record: " + std::string(text.substr(0, 200)), file.mName);
         }
 
-        void CheckCounts()
-        {
-            for (unsigned int process = 0; process < mProcesses; ++process)
-                for (unsigned int thread = 0; thread < mSettings.mThreads; ++thread)
-                    CheckThread(process, thread);
-        }
-
-        void CheckThread(unsigned int process, unsigned int thread)
+        /// Returns how many of the calls that have returned are lost.
+        std::uint64_t CheckThread(unsigned int process, unsigned int thread, Outcome& outcome)
         {
             Ledger::Thread const& told = mLedger.mProcesses[process].mThreads[thread];
             Count& count = mCounts[process][thread];
-            mReturned += told.mReturned;
+            std::uint64_t lost = 0;
             for (std::uint64_t sequence = 1; sequence <= told.mReturned; ++sequence)
-                if (count.mWhole[sequence] != 1)
-                    Fault(Name({process, thread, sequence}) + " found " + std::to_string(count.mWhole[sequence]) +
-                              " times",
-                        "");
+            {
+                unsigned int const found = count.mWhole[sequence];
+                lost += found == 0;
+                if (found == 0 ? !mSettings.mIsCampaign : found > 1 && !mMayDouble)
+                    Fault(Name({process, thread, sequence}) + " found " + std::to_string(found) + " times", "");
+            }
+            outcome.mRecords += told.mReturned - lost;
             if (told.mBegun == told.mReturned)
-                return;
+                return lost;
             if (!mLedger.mProcesses[process].mWasKilled)
                 Fault("a call that never returned: " + Name({process, thread, told.mBegun}), "");
             unsigned int const found = count.mWhole[told.mBegun] + count.mCut[told.mBegun];
-            if (found > 1)
+            if (found > 1 && !mMayDouble)
                 Fault(Name({process, thread, told.mBegun}) + " found twice", "");
             mMissingInFlight += found == 0;
+            return lost;
         }
 
         static std::string Name(RecordNumber const& number)
@@ -320,7 +326,7 @@ namespace
         bool mMayDouble = false;
         bool mIsSpare = false;
         bool mMayCut = false;
-        std::uint64_t mReturned = 0;
+        bool mTakesUncounted = false;
         std::uint64_t mWhole = 0;
         unsigned int mCut = 0;
         std::size_t mTimeLength = 0;
@@ -333,13 +339,10 @@ namespace
 void CheckCampaign(WriterSettings const& settings, Ledger const& ledger, unsigned int processes, Place const& place,
     Fault const& fault, Outcome& outcome)
 {
-    unsigned int kills = 0;
-    for (unsigned int process = 0; process < processes; ++process)
-        kills += ledger.mProcesses[process].mWasKilled;
-    Checker(settings, ledger, processes, kills).RunCampaign(place, fault, outcome);
+    Checker(settings, ledger, processes).RunCampaign(place, fault, outcome);
 }
 
-bool CheckLog(WriterSettings const& settings, Ledger const& ledger, unsigned int processes, unsigned int kills)
+bool CheckLog(WriterSettings const& settings, Ledger const& ledger, unsigned int processes)
 {
-    return Checker(settings, ledger, processes, kills).Run();
+    return Checker(settings, ledger, processes).Run();
 }

@@ -29,4 +29,4 @@ void CheckCampaign(WriterSettings const& settings, Ledger const& ledger, unsigne
 /// only a killed roll-over has left its content in two back-ups; every file begins with the head and has it nowhere
 /// else; no back-up is shorter than the limit. Prints the figures in one line, and a line for each of the first
 /// faults. Returns whether there was none.
-bool CheckLog(WriterSettings const& settings, Ledger const& ledger, unsigned int processes, unsigned int kills);
+bool CheckLog(WriterSettings const& settings, Ledger const& ledger, unsigned int processes);

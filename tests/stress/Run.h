@@ -65,7 +65,6 @@ public:
     }
 
     unsigned int GetStarted() const { return mStarted; }
-    unsigned int GetKilled() const { return mKilled; }
     bool HasFailed() const { return mHasFailed; }
 
 private:
@@ -92,7 +91,6 @@ private:
             return;
         bool const wasKilled = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
         mLedger.mProcesses[child->second].mWasKilled = wasKilled;
-        mKilled += wasKilled;
         if (!wasKilled && status != 0)
         {
             std::printf("FAULT: process %u ended with status %d\n", child->second, status);
@@ -107,6 +105,5 @@ private:
     std::mt19937_64 mRandom;
     std::map<pid_t, unsigned int> mRunning; // and the number of each
     unsigned int mStarted = 0;
-    unsigned int mKilled = 0;
     bool mHasFailed = false;
 };

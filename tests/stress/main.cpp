@@ -46,7 +46,7 @@ int main(int argc, char** argv)
 
     Run run(options, settings, *ledger);
     run.Go();
-    bool const isGood = CheckLog(settings, *ledger, run.GetStarted(), run.GetKilled()) && !run.HasFailed();
+    bool const isGood = CheckLog(settings, *ledger, run.GetStarted()) && !run.HasFailed();
     if (folder.empty())
         std::filesystem::remove_all(temporary);
     return isGood ? 0 : 1;
