@@ -1,6 +1,5 @@
 #include "destination/DiskFileTest.h"
 #include "filesystem/stdio/FileGuards.h"
-#include "support/ForkedChild.h"
 
 #include <QzLog/Module.h>
 
@@ -141,22 +140,6 @@ TEST_F(DiskFileTest, WaitsForAFileThatCannotBeMade)
     Case const cases[] = {
         {"a folder in its place", [&] { return MakeFolder("d/x.log"), nullptr; }, noReason},
         {"its folder removed", [&] { return std::filesystem::remove(In("d")), nullptr; }, noReason},
-        {"permission taken away",
-            [&]
-            {
-                // Root needs none, so it becomes somebody else meanwhile.
-                std::filesystem::permissions(In("d"), std::filesystem::perms::none);
-                uid_t const user = geteuid();
-                if (user == 0 && seteuid(65534) != 0)
-                    ADD_FAILURE() << "cannot give up root's rights";
-                return UntilDropped(
-                    [=, this]
-                    {
-                        seteuid(user);
-                        std::filesystem::permissions(In("d"), std::filesystem::perms::owner_all);
-                    });
-            },
-            noReason},
         {"no place for its folder from the start",
             [&]
             {
@@ -209,20 +192,4 @@ TEST_F(DiskFileTest, StampsTheLossLineWithTheThreadsHeader)
     std::filesystem::rename(In("x.log"), In("d/x.log"));
     QzOs::gCalls.mpGetUTCMilliseconds = []() -> std::int64_t { throw std::bad_alloc(); };
     EXPECT_THROW(Write("text"), std::bad_alloc);
-}
-
-TEST_F(DiskFileTest, AForkedChildTellsItsOwnLosses)
-{
-    Make("x.log");
-    Fault fault = Fail<&Kernel::mpFlock>(ENOLCK);
-    Write("lost by the parent");
-    fault.reset();
-    ExpectInChild(
-        [&]
-        {
-            Write("lost by the child");
-            gNow += 300'000;
-            Write("again");
-            return GetLossLine("x.log").find("Missed 1 messages since 2027-01-15 08:00:00.000 due to: Failed") == 0;
-        });
 }

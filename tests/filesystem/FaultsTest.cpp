@@ -252,15 +252,3 @@ TEST_F(Faults, AMoveAcrossKeepsTheContentAndItsTime)
     stat("other", &status);
     EXPECT_EQ(status.st_mtim.tv_sec, 2'000);
 }
-
-TEST_F(Faults, AFolderThatAnotherProcessMakesMeanwhileWillDo)
-{
-    static auto const makeFolder = gKernel.mpMkdir;
-    gKernel.mpMkdir = [](char const* path, mode_t mode)
-    {
-        gKernel.mpMkdir = makeFolder;
-        return makeFolder(path, mode) + makeFolder(path, mode);
-    };
-    EXPECT_EQ(Catch([] { CreateDirectory(u"a/b"_w, true); }), "");
-    EXPECT_TRUE(IsDirectory(u"a/b"_w));
-}
