@@ -162,7 +162,7 @@ namespace
                 std::size_t const missed = line.find(" Missed ");
                 if (process == line.npos || missed == line.npos)
                     rest += line;
-                else if (!mMayDouble || mLossLines.insert(line).second)
+                else if (mLossLines.insert(line).second || !(mMayDouble || mIsSpare))
                     mReported[std::atoi(line.c_str() + process + 5)] += std::atoll(line.c_str() + missed + 8);
             }
             return rest;
