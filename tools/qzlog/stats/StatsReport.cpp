@@ -8,6 +8,8 @@
 #include <json/writer.h>
 
 #include <algorithm>
+#include <cmath>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -57,7 +59,7 @@ namespace QzLogTool
             {
                 std::string const digits = std::to_string(count);
                 double const part = static_cast<double>(count) / static_cast<double>(most);
-                std::size_t const bar = static_cast<std::size_t>(part * static_cast<double>(barWidth) + 0.5);
+                std::size_t const bar = static_cast<std::size_t>(std::lround(part * static_cast<double>(barWidth)));
                 std::string line = label + std::string(labelWidth - GetWidth(label) + 2, ' ');
                 line += std::string(countWidth - digits.size(), ' ') + digits;
                 if (bar != 0)
@@ -174,7 +176,7 @@ namespace QzLogTool
 
     void StatsReport::AddUsual(Json::Value& report) const
     {
-        for (std::size_t i = 0; i < mGroupings.size(); ++i)
+        for (std::size_t i = 0; i < std::size(kUsual); ++i)
             report[kUsual[i][1]] = ToJson(mGroupings[i].GetCounter());
         report["slot_milliseconds"] = Json::Int64{mSlots.GetWidth()};
         report["slots"] = Json::Value(Json::arrayValue);
