@@ -72,6 +72,34 @@ foreach(file IN LISTS files)
     endforeach()
 endforeach()
 
+# The kit stands on the public headers of the core like any user, and no other part of this project on the kit but tests,
+# examples and benchmarks.
+file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/kit/*.h" "${SOURCE_DIR}/kit/*.cpp")
+foreach(file IN LISTS files)
+    file(STRINGS "${SOURCE_DIR}/${file}" lines REGEX "^[ \t]*#[ \t]*include")
+    foreach(line IN LISTS lines)
+        set(is_own FALSE)
+        if(line MATCHES "<(Qz[A-Za-z]*|KafkaClient)/" AND NOT line MATCHES "/details/")
+            set(is_own TRUE)
+        elseif(line MATCHES "include[ \t]*\"([^\"]+)\"" AND EXISTS "${SOURCE_DIR}/kit/src/${CMAKE_MATCH_1}")
+            set(is_own TRUE)
+        elseif(line MATCHES "<(json/)?[a-z_]+(\.h)?>|<utf8/" AND NOT line MATCHES "${system_header}")
+            set(is_own TRUE)
+        endif()
+        if(NOT is_own OR (file MATCHES "^kit/include/" AND NOT line MATCHES "<(Qz[A-Za-z]*/[A-Za-z_0-9]+\.h|[a-z_]+)>"))
+            list(APPEND faults "${file}: ${line}")
+        endif()
+    endforeach()
+endforeach()
+file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/src/*.h" "${SOURCE_DIR}/src/*.cpp"
+    "${SOURCE_DIR}/include/*.h" "${SOURCE_DIR}/tools/*.h" "${SOURCE_DIR}/tools/*.cpp")
+foreach(file IN LISTS files)
+    file(STRINGS "${SOURCE_DIR}/${file}" lines REGEX "^[ \t]*#[ \t]*include.*QzLogKit/")
+    foreach(line IN LISTS lines)
+        list(APPEND faults "${file}: ${line}")
+    endforeach()
+endforeach()
+
 # What stands in a folder named details/ is for the public headers and the library itself.
 file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/tools/*.h" "${SOURCE_DIR}/tools/*.cpp"
     "${SOURCE_DIR}/examples/*.h" "${SOURCE_DIR}/examples/*.cpp")

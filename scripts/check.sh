@@ -21,7 +21,7 @@ step "clang, warnings are errors"
 cmake --workflow --preset clang
 
 step "clang-tidy"
-git ls-files 'src/*.cpp' 'examples/*.cpp' 'tools/*.cpp' |
+git ls-files 'src/*.cpp' 'kit/*.cpp' 'examples/*.cpp' 'tools/*.cpp' |
     xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/clang 2>&1 |
     { grep -v -E 'warnings? generated|^Suppressed|^Use -header-filter|^$' || true; } | tee build/clang-tidy.txt
 [ ! -s build/clang-tidy.txt ]

@@ -11,7 +11,7 @@ while IFS=, read -r file total covered _; do
         all[$name]=$((${all[$name]:-0} + total))
         run[$name]=$((${run[$name]:-0} + covered))
     done
-done < <(gcovr -r . --object-directory build/coverage -f 'src/' -f 'include/' -f 'tools/' --csv \
+done < <(gcovr -r . --object-directory build/coverage -f 'src/' -f 'include/' -f 'kit/' -f 'tools/' --csv \
     --gcov-ignore-parse-errors build/coverage | tail -n +2)
 
 [ ${#all[@]} -gt 0 ] || { echo "No counts: run the tests of the coverage preset first." >&2; exit 1; }

@@ -5,10 +5,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-[ $# -gt 0 ] || mapfile -t files < <(git ls-files 'src/*.cpp' 'tools/*.cpp' 'examples/*.cpp')
+[ $# -gt 0 ] || mapfile -t files < <(git ls-files 'src/*.cpp' 'kit/*.cpp' 'tools/*.cpp' 'examples/*.cpp')
 [ $# -eq 0 ] || files=("$@")
 options=(-Xiwyu --no_fwd_decls)
-for folder in src tools examples; do
+for folder in src kit tools examples; do
     options+=(-Xiwyu "--check_also=$PWD/$folder/*")
 done
 
@@ -31,5 +31,5 @@ unused=$(sed -nE '/ should remove these lines:$/,/^$/ {
         G; s/(.*)\n(.*)/\2: \1/p; d
         :keep
         h
-    }' "$report" | sed "s|^$PWD/||" | grep -vE '^include/|^examples/[^/]*: .*QzLog/QzLog\.h' | sort -u || true)
+    }' "$report" | sed "s|^$PWD/||" | grep -vE '^(kit/)?include/|^examples/[^/]*: .*QzLog/QzLog\.h' | sort -u || true)
 [ -z "$unused" ] || { printf 'Included and not used:\n%s\n' "$unused"; exit 1; }

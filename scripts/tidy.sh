@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 export LC_ALL=C.UTF-8
 
-folders=(.ci bench cmake docs examples fuzz include integrations packaging scripts src tests tools)
+folders=(.ci bench cmake docs examples fuzz include integrations kit packaging scripts src tests tools)
 mapfile -t files < <(find "${folders[@]}" ./*.* Makefile -type f -not -path '*/corpus/*' | sed 's|^\./||' | sort)
 of_kind() { printf '%s\n' "${files[@]}" | grep -E "$1"; }
 mapfile -t code < <(of_kind '\.(h|cpp)$')
@@ -18,9 +18,10 @@ mapfile -t includes < <(grep -HE '^ *#include' "${code[@]}" | sed -E 's/^([^:]*)
 without_header()
 {
     local file stem own='^#include ("|<Qz|<KafkaClient/)[A-Za-z_/]+\.h[">]$'
-    for file in $(of_kind '^(src|tools)/.*\.cpp$|^examples/.*/.*\.cpp$' | grep -vE '/main\.cpp$|/Interfaces\.cpp$'); do
+    for file in $(of_kind '^(src|kit|tools)/.*\.cpp$|^examples/.*/.*\.cpp$' | grep -vE '/main\.cpp$|/Interfaces\.cpp$'); do
         stem=${file%.cpp}
         [ -e "$stem.h" ] || [ -e "${stem/\/posix\///}.h" ] || compgen -G "include/*/${stem##*/}.h" >/dev/null && continue
+        compgen -G "kit/include/*/${stem##*/}.h" >/dev/null && continue
         # With the next line, which $() drops if it is empty.
         [[ $(grep -m 1 -A 1 '^#include' "$file") =~ $own ]] || echo "$file"
     done
@@ -34,7 +35,7 @@ headers_of_nobody()
     for line in "${includes[@]}"; do
         from=${line%%:*} to=${line#*:}
         own=${from/\/posix\///}
-        for folder in src include tools/qzlog tests "${from%/*}"; do
+        for folder in src include kit/include kit/src tools/qzlog tests "${from%/*}"; do
             [ "$folder/$to" = "${own%.cpp}.h" ] || used[$folder/$to]=1
         done
     done
@@ -70,7 +71,7 @@ locks_not_held_at_fork()
 # All of the library in one include is for its users: whoever includes it is compiled anew with each public header.
 includes_of_everything()
 {
-    printf '%s\n' "${includes[@]}" | grep -E '^(src|tools|tests)/.*:QzLog/QzLog\.h$' |
+    printf '%s\n' "${includes[@]}" | grep -E '^(src|kit|tools|tests)/.*:QzLog/QzLog\.h$' |
         grep -vE '^tests/(interface/|consumer/|routing/CallPath\.h)'
 }
 
