@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Calls.h"
+
 #include <atomic>
 #include <cstddef>
 
@@ -28,4 +30,7 @@ namespace Baseline
 
     /// A log call that one sink receives.
     void LogEnabled(Switch const& switchedOn, Sink& sink, char const* text);
+
+    /// The same for messages that differ.
+    void LogCall(Switch const& switchedOn, Sink& sink, CallPath::Call const& call, char const* text);
 }

@@ -1,7 +1,9 @@
 // The log path without a real destination: a disabled call, an enabled call whose destination takes the header
-// text and the body and drops them, both with their values in the call, the header text alone, a scope guard. Beside
-// each the baseline and spdlog with the same header content in its pattern and a sink that formats and drops.
+// text and the body and drops them, both with their values in the call, calls that differ from one to the next, the
+// header text alone, a scope guard. Beside each the baseline and spdlog with the same header content in its pattern
+// and a sink that formats and drops.
 
+#include "CallPath.h"
 #include "CallPathBaseline.h"
 
 #include <QzLog/QzLog.h>
@@ -14,52 +16,40 @@
 #include <spdlog/spdlog.h>
 #endif
 
+#include <cstddef>
+#include <memory>
 #include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace
 {
-    constexpr char const* kText = "Report 4711 of user alice finished after 128 ms";
-
-    class DroppingDestination : public QzSynch::Counted<QzLog::Destination_Impl>
-    {
-    public:
-        void WriteMessage(QzLog::MessageHeader& header, QzLog::MessageBody& body) override
-        {
-            WriteMessage(body.GetMessageText(GetLanguageID()), header);
-        }
-
-        void WriteMessage(char const* bodyText, QzLog::MessageHeader& header) override
-        {
-            benchmark::DoNotOptimize(header.GetHeaderText());
-            benchmark::DoNotOptimize(bodyText);
-        }
-    };
+    using CallPath::kText;
 
     /// The module with one router that is off and one that reaches a dropping destination.
-    struct CallPath
+    struct Setup
     {
-        CallPath()
+        Setup()
         {
             using namespace QzBase::Literals;
             QzLog::SetServerInstanceName(u"Engine"_w);
-            QzBase::CountedPtr<QzLog::Destination> const destination(new DroppingDestination);
-            mpEnabled->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({destination.get()}));
         }
 
         QzLog::Initializer mModule;
         QzBase::CountedPtr<QzLog::Router> mpDisabled{QzLog::CreateRouter("Kernel", "Off")};
-        QzBase::CountedPtr<QzLog::Router> mpEnabled{QzLog::CreateRouter("Kernel", "Info")};
+        QzBase::CountedPtr<QzLog::Router> mpEnabled{CallPath::MakeDroppingRouter("Kernel", "Info")};
     };
 
-    CallPath& GetCallPath()
+    Setup& GetSetup()
     {
-        static CallPath callPath;
-        return callPath;
+        static Setup setup;
+        return setup;
     }
 
     void DisabledCall(benchmark::State& state)
     {
-        QzLog::Router& router = *GetCallPath().mpDisabled;
+        QzLog::Router& router = *GetSetup().mpDisabled;
         for (auto _ : state)
             QzLog::LogString(router, kText, nullptr, __FILE__, __func__, __LINE__);
     }
@@ -73,14 +63,24 @@ namespace
 
     void EnabledCall(benchmark::State& state)
     {
-        QzLog::Router& router = *GetCallPath().mpEnabled;
+        QzLog::Router& router = *GetSetup().mpEnabled;
         for (auto _ : state)
             QzLog::LogString(router, kText, nullptr, __FILE__, __func__, __LINE__);
     }
 
+    void MixedCalls(benchmark::State& state)
+    {
+        GetSetup();
+        static CallPath::MixedMessages messages;
+        std::size_t number = 0;
+        for (auto _ : state)
+            messages.Log(number++);
+        QzLog::ClearThreadSpecificLogInfo();
+    }
+
     void FormattedCall(benchmark::State& state)
     {
-        QzLog::Router& router = *GetCallPath().mpEnabled;
+        QzLog::Router& router = *GetSetup().mpEnabled;
         for (auto _ : state)
         {
             QzResource::MessageFormatter& formatter = QzLog::GetMessageFormatter();
@@ -115,12 +115,12 @@ namespace
 
     void DisabledLog(benchmark::State& state)
     {
-        LogWithValues(state, *GetCallPath().mpDisabled);
+        LogWithValues(state, *GetSetup().mpDisabled);
     }
 
     void EnabledLog(benchmark::State& state)
     {
-        LogWithValues(state, *GetCallPath().mpEnabled);
+        LogWithValues(state, *GetSetup().mpEnabled);
     }
 
     class BaselineSink : public Baseline::Sink
@@ -140,6 +140,15 @@ namespace
         BaselineSink sink;
         for (auto _ : state)
             Baseline::LogEnabled(switchedOn, sink, kText);
+    }
+
+    void MixedBaseline(benchmark::State& state)
+    {
+        static Baseline::Switch switchedOn{true};
+        BaselineSink sink;
+        std::size_t number = 0;
+        for (auto _ : state)
+            Baseline::LogCall(switchedOn, sink, CallPath::kCalls[number++ % CallPath::kCallCount], kText);
     }
 
     void HeaderText(benchmark::State& state)
@@ -170,14 +179,14 @@ namespace
 
     void GuardOff(benchmark::State& state)
     {
-        QzLog::Router& router = *GetCallPath().mpDisabled;
+        QzLog::Router& router = *GetSetup().mpDisabled;
         for (auto _ : state)
             QzLog::ScopeGuard const guard(router, "Writer::Flush", __FILE__, 42);
     }
 
     void GuardOn(benchmark::State& state)
     {
-        QzLog::Router& router = *GetCallPath().mpEnabled;
+        QzLog::Router& router = *GetSetup().mpEnabled;
         for (auto _ : state)
             QzLog::ScopeGuard const guard(router, "Writer::Flush", __FILE__, 42);
     }
@@ -207,6 +216,9 @@ namespace
     BENCHMARK(DisabledBaseline)->Name("Disabled/Baseline")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(EnabledCall)->Name("Enabled/QzLog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(EnabledBaseline)->Name("Enabled/Baseline")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(MixedCalls)->Name("Mixed/QzLog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(EnabledCall)->Name("Mixed/SameMessageAgain")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(MixedBaseline)->Name("Mixed/Baseline")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(FormattedCall)->Name("Formatted/QzLog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(DisabledLog)->Name("DisabledLog/QzLog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(DisabledCall)->Name("DisabledLog/LogString")->ThreadRange(1, 2)->UseRealTime();
@@ -280,6 +292,40 @@ namespace
             logger.log(Here(__LINE__), spdlog::level::info, kText);
     }
 
+    /// A logger for each of the calls. Message ID and user have no place of their own there; they begin the text.
+    std::shared_ptr<spdlog::logger> MakeMixedSpdlog(CallPath::Call const& call, spdlog::sink_ptr sink)
+    {
+        std::string pattern("%Y-%m-%d %H:%M:%S.%e%z [HOST:ws01][SERVER:Engine][PID:%P][THR:%t][%n][");
+        pattern.append(call.mpDispatcher).append(call.IsError() ? "][%s:%! at line:%#]%v" : "]%v");
+        auto const made = std::make_shared<spdlog::logger>(call.mpLogger, std::move(sink));
+        made->set_formatter(std::make_unique<spdlog::pattern_formatter>(pattern, spdlog::pattern_time_type::local, ""));
+        return made;
+    }
+
+    template <class Mutex>
+    void MixedSpdlog(benchmark::State& state)
+    {
+        static auto const loggers = []
+        {
+            std::vector<std::shared_ptr<spdlog::logger>> made;
+            for (CallPath::Call const& call : CallPath::kCalls)
+                made.push_back(MakeMixedSpdlog(call, std::make_shared<SpdlogSink<Mutex>>()));
+            return made;
+        }();
+        std::size_t number = 0;
+        for (auto _ : state)
+        {
+            std::size_t const i = number++ % CallPath::kCallCount;
+            CallPath::Call const& call = CallPath::kCalls[i];
+            spdlog::source_loc const location{call.mpFile, call.mLine, call.mpFunction};
+            if (call.mMessageID != 0)
+                loggers[i]->log(location, spdlog::level::info, "[0x{:08X}][UID:{}][SID:0][OID:0] {}", call.mMessageID,
+                    call.mpUser, kText);
+            else
+                loggers[i]->log(location, spdlog::level::info, "[UID:{}][SID:0][OID:0] {}", call.mpUser, kText);
+        }
+    }
+
     void FormattedSpdlog(benchmark::State& state)
     {
         spdlog::logger& logger = GetSpdlog(state.threads());
@@ -322,6 +368,8 @@ namespace
 
     BENCHMARK(DisabledSpdlog)->Name("Disabled/spdlog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(DisabledLogSpdlog)->Name("DisabledLog/spdlog")->ThreadRange(1, 2)->UseRealTime();
+    BENCHMARK(MixedSpdlog<spdlog::details::null_mutex>)->Name("Mixed/spdlog")->UseRealTime()->Threads(1);
+    BENCHMARK(MixedSpdlog<std::mutex>)->Name("Mixed/spdlog")->UseRealTime()->Threads(2);
     BENCHMARK(FormattedSpdlog)->Name("EnabledLog/spdlog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(EnabledSpdlog)->Name("Enabled/spdlog")->ThreadRange(1, 2)->UseRealTime();
     BENCHMARK(FormattedSpdlog)->Name("Formatted/spdlog")->ThreadRange(1, 2)->UseRealTime();
