@@ -91,9 +91,29 @@ namespace QzLog
         notices.AddReport(reported);
     }
 
+    void BasicRecovery::GoOnInForkedChild()
+    {
+        mLosses.ForgetCount();
+        if (mLog.mpFile)
+            LeaveFileOfParent();
+    }
+
+    void BasicRecovery::LeaveFileOfParent()
+    {
+        try
+        {
+            mLog.mpFile->ReopenAfterFork();
+        }
+        catch (QzBase::Message&)
+        {
+            // The log is now the file at the path, even if it is another one. Nothing was lost.
+            mLog.Open();
+        }
+    }
+
     void BasicRecovery::WriteRecord(std::string_view record)
     {
-        mLog.ReopenAfterFork();
+        LeaveFileOfParent();
         for (int pass = 0; pass < LogFile::kWritePasses; ++pass)
         {
             LogFile::Lock const lock(mLog);

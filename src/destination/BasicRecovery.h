@@ -16,7 +16,7 @@ namespace QzLog
         void Start() override;
         bool Write(std::string_view record, unsigned int messages, LossNotices& notices) override;
         void End(LossNotices&) override {}
-        void ForgetLosses() noexcept override { mLosses.ForgetCount(); }
+        void GoOnInForkedChild() override;
         Losses TakeLosses() override { return mLosses.Take(); }
         void PutLosses(Losses&& losses) override { mLosses.Put(std::move(losses)); }
 
@@ -31,6 +31,9 @@ namespace QzLog
 
         /// Opens the file and reports in it what was lost.
         void ReopenFile(LossNotices& notices);
+
+        /// Gives a forked child an open file of its own, if it still has its parent's.
+        void LeaveFileOfParent();
 
         /// Writes a record at the end of the file, under the lock on the file.
         void WriteRecord(std::string_view record);

@@ -154,17 +154,13 @@ namespace QzLog
 
     void Destination_DiskFile_Impl::GoOnInForkedChild(bool /*wasGap*/) noexcept
     {
-        // The parent reports its own losses in the log.
-        mpRecovery->ForgetLosses();
         mLog.mCounters.Reset();
-        if (!mLog.mpFile)
-            return;
         QzOs::NoCancellation const noCancellation;
         try
         {
             // At once and not with the next message: while the child has the parent's open file, the lock of a parent
             // that was killed would stay held.
-            mLog.ReopenAfterFork();
+            mpRecovery->GoOnInForkedChild();
         }
         catch (QzBase::Message&)
         {

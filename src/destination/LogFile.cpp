@@ -48,21 +48,6 @@ namespace QzLog
         mpFile = QzFileSystem::CreateAppendableFile(mPath.c_str(), QzFileSystem::KeepOnClose);
     }
 
-    bool LogFile::ReopenAfterFork()
-    {
-        try
-        {
-            mpFile->ReopenAfterFork();
-            return false;
-        }
-        catch (QzBase::Message&)
-        {
-            // The log is now the file at the path, even if it is another one. Nothing was lost.
-            Open();
-            return true;
-        }
-    }
-
     std::int64_t LogFile::Append(std::int64_t size, std::string_view record)
     {
         std::size_t written = record.size();

@@ -42,10 +42,6 @@ namespace QzLog
         void Open();
         void Close() noexcept { mpFile.reset(); }
 
-        /// Gives a forked child an open file of its own, if it still has its parent's. Returns whether that is what
-        /// stands at the path now, which need not be the parent's file.
-        bool ReopenAfterFork();
-
         bool IsFull(std::int64_t size) const noexcept { return size >= std::int64_t{mMaxFileSize}; }
 
         /// Writes a record under the lock that the caller holds. An empty file gets its head with it.

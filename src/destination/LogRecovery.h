@@ -25,8 +25,9 @@ namespace QzLog
         /// The destination is about to be destroyed.
         virtual void End(LossNotices& notices) = 0;
 
-        /// For a forked child: the parent reports what was lost up to now.
-        virtual void ForgetLosses() noexcept = 0;
+        /// For a forked child: the parent reports what was lost up to now. If the log is open, the child gets an open
+        /// file of its own. Throws QzBase::Message and std::bad_alloc if it cannot; the next message tries again.
+        virtual void GoOnInForkedChild() = 0;
 
         /// For a change of the recovery: one hands over its unreported losses, and the other takes them.
         virtual Losses TakeLosses() = 0;

@@ -123,10 +123,25 @@ namespace QzLog
 
     void StrictRecovery::OpenOwnFile()
     {
+        try
+        {
+            if (mLog.mpFile)
+                mLog.mpFile->ReopenAfterFork();
+        }
+        catch (QzBase::Message&)
+        {
+            // What is at the path now can be anything.
+            mLog.Close();
+        }
         if (!mLog.mpFile)
             Open();
-        else if (mLog.ReopenAfterFork())
-            mLog.mpFile->RefuseSpecialFile();
+    }
+
+    void StrictRecovery::GoOnInForkedChild()
+    {
+        mRuns.ForgetCounts();
+        if (mLog.mpFile)
+            OpenOwnFile();
     }
 
     void StrictRecovery::WriteRecord(std::string_view record, LossNotices& notices)

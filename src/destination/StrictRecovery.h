@@ -18,7 +18,7 @@ namespace QzLog
         void Start() override;
         bool Write(std::string_view record, unsigned int messages, LossNotices& notices) override;
         void End(LossNotices& notices) override;
-        void ForgetLosses() noexcept override { mRuns.ForgetCounts(); }
+        void GoOnInForkedChild() override;
         Losses TakeLosses() override { return mRuns.Take(); }
         void PutLosses(Losses&& losses) override { mRuns.Put(std::move(losses)); }
 

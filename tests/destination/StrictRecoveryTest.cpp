@@ -104,6 +104,15 @@ TEST_F(StrictRecoveryTest, FollowsThePath)
         Write("first");
         gSaid.clear();
         each.mChange();
+        // Without /proc a forked child opens what is at the path.
+        gKernel.mpOpen = OpenWithoutProc;
+        ExpectInChild(
+            [&]
+            {
+                Write("child");
+                return mpDestination->GetStatistics().mLossesWaiting == (each.mReason.empty() ? 0u : 1u);
+            });
+        gKernel.mpOpen = mKernel.mpOpen;
         if (!each.mReason.empty())
         {
             Write("lost");
