@@ -1,4 +1,4 @@
-#include "support/kafka/RdKafkaCounts.h"
+#include "support/kafka/RecordCounts.h"
 
 #include "os/Calls.h"
 #include "support/synch/ForkSafeLocks.h"

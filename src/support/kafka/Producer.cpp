@@ -1,13 +1,13 @@
 // librdkafka runs threads of its own: one serves the events of a producer (delivery reports, errors, statistics),
 // from which counts, status and refusals come.
 
-#include "support/kafka/RdKafkaProducer.h"
+#include "support/kafka/Producer.h"
 
 #include "os/Calls.h"
 #include "os/Cancellation.h"
 #include "os/Fork.h"
 #include "os/Sockets.h"
-#include "support/kafka/RdKafkaCounts.h"
+#include "support/kafka/RecordCounts.h"
 #include "support/kafka/TopicLosses.h"
 
 #include <QzBase/Conversions.h>

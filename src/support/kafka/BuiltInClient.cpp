@@ -3,8 +3,8 @@
 
 #include "support/kafka/Client.h"
 
-#include "support/kafka/RdKafkaCounts.h"
-#include "support/kafka/RdKafkaProducer.h"
+#include "support/kafka/RecordCounts.h"
+#include "support/kafka/Producer.h"
 #include "support/synch/ForkSafeLocks.h"
 
 namespace KafkaClient
