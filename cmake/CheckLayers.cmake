@@ -61,6 +61,17 @@ foreach(file IN LISTS files)
     endforeach()
 endforeach()
 
+# The Kafka module shares no code with the library, which would be there twice.
+file(GLOB files RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/src/support/kafka/module/*.cpp"
+    "${SOURCE_DIR}/src/support/kafka/KafkaModule.h")
+foreach(file IN LISTS files)
+    file(STRINGS "${SOURCE_DIR}/${file}" lines REGEX "^[ \t]*#[ \t]*include.*[\"<](os|support|Qz[A-Za-z]+|KafkaClient)/")
+    list(FILTER lines EXCLUDE REGEX "\"support/kafka/KafkaModule.h\"")
+    foreach(line IN LISTS lines)
+        list(APPEND faults "${file}: ${line}")
+    endforeach()
+endforeach()
+
 # A public header stands on public headers and the standard library alone.
 file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}/include" "${SOURCE_DIR}/include/*.h")
 foreach(file IN LISTS files)

@@ -1,5 +1,5 @@
-# The installed package, in three components: the library, what is needed to build with it (public headers,
-# find_package(QzLog), pkg-config's qzlog), and the operator's tool.
+# The installed package, in four components: the library, its Kafka module, what is needed to build with it (public
+# headers, find_package(QzLog), pkg-config's qzlog), and the operator's tool.
 
 include(CMakePackageConfigHelpers)
 find_program(GZIP_PROGRAM gzip REQUIRED)
@@ -8,6 +8,9 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/QzLog)
 
 install(TARGETS QzLog2_64 EXPORT QzLogTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
+if(TARGET QzLogKafka)
+    install(TARGETS QzLogKafka LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT kafka)
+endif()
 install(DIRECTORY include/ ${PROJECT_BINARY_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
     FILES_MATCHING PATTERN "*.h")
 install(EXPORT QzLogTargets NAMESPACE QzLog:: DESTINATION ${package_dir} COMPONENT development)

@@ -1,4 +1,5 @@
-# Debian packages by CPack: the library under the name that its soname asks for, the development files, the tool.
+# Debian packages by CPack: the library under the name that its soname asks for, its Kafka module, the development files,
+# the tool.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME qzlog)
@@ -13,6 +14,9 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL library development)
+if(TARGET QzLogKafka)
+    list(APPEND CPACK_COMPONENTS_ALL kafka)
+endif()
 if(QZLOG_BUILD_TOOLS)
     list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
@@ -38,11 +42,26 @@ add_custom_command(OUTPUT ${symbols}
     DEPENDS QzLog2_64 ${PROJECT_SOURCE_DIR}/packaging/symbols VERBATIM)
 add_custom_target(QzLogSymbols ALL DEPENDS ${symbols})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers ${symbols})
+# A package of its own, so that a server without Kafka can do without librdkafka, OpenSSL and SASL. Others get it with
+# the library.
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS ${library_package}-kafka)
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
 "diagnostic logging for servers of several processes
 QzLog writes rotating log files that several processes share, without a torn
 or silently lost record, and the system log and Kafka streams beside them.
 What was lost is counted and said in the log itself.")
+
+set(CPACK_DEBIAN_KAFKA_PACKAGE_NAME ${library_package}-kafka)
+set(CPACK_DEBIAN_KAFKA_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_KAFKA_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION}-1)")
+set(CPACK_DEBIAN_KAFKA_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
+set(CPACK_DEBIAN_KAFKA_PACKAGE_ENHANCES ${library_package})
+set(CPACK_COMPONENT_KAFKA_DESCRIPTION
+"diagnostic logging for servers of several processes (Kafka client)
+QzLog writes rotating log files that several processes share.
+
+This package has the module that sends log records to Kafka. The library
+loads it when a program configures a Kafka producer.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libqzlog-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -76,7 +95,7 @@ add_custom_command(OUTPUT ${changelog}
     COMMAND sh -c "${GZIP_PROGRAM} -9nc ${PROJECT_SOURCE_DIR}/packaging/changelog > ${changelog}"
     DEPENDS ${PROJECT_SOURCE_DIR}/packaging/changelog VERBATIM)
 add_custom_target(QzLogChangelog ALL DEPENDS ${changelog})
-foreach(pair library:${library_package} development:libqzlog-dev tool:qzlog)
+foreach(pair library:${library_package} kafka:${library_package}-kafka development:libqzlog-dev tool:qzlog)
     string(REPLACE ":" ";" pair ${pair})
     list(GET pair 0 component)
     list(GET pair 1 package)

@@ -23,14 +23,22 @@ export LD_LIBRARY_PATH=$libraries
 
 cmake -S ../../tests/consumer -B consumer -DCMAKE_PREFIX_PATH="$root/usr" >/dev/null
 cmake --build consumer >/dev/null
-consumer/consumer 2>/dev/null
-echo "find_package(QzLog): built and ran"
+consumer/consumer 2>consumer/output
+grep -q "property 'no.such.property'" consumer/output || { cat consumer/output; exit 1; }
+echo "find_package(QzLog): built and ran, with Kafka"
 
 flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs qzlog)
 read -ra flags <<<"$flags"
 "${CXX:-c++}" -std=c++20 ../../tests/consumer/main.cpp -o consumer/by_pkg_config "${flags[@]}"
 consumer/by_pkg_config 2>/dev/null
 echo "pkg-config qzlog: built and ran"
+
+# librdkafka comes with the Kafka module alone, which the library recommends.
+field() { dpkg-deb -f libqzlog2-64-"$1"_*.deb "$2"; }
+[[ $(field 1 Depends) != *librdkafka* && $(field 1 Recommends) == libqzlog2-64-1-kafka ]] ||
+    { echo "the library depends on: $(field 1 Depends)"; exit 1; }
+[[ $(field 1-kafka Depends) == *libqzlog2-64-1*librdkafka1* ]] ||
+    { echo "its Kafka module depends on: $(field 1-kafka Depends)"; exit 1; }
 
 # Without its dependency on the library the tool's package would install and not run.
 depends=$(dpkg-deb -f qzlog_*.deb Depends)

@@ -8,9 +8,13 @@
 #include <map>
 #include <string>
 
-/// The client that sends records to Kafka, on librdkafka. In a library that was built without librdkafka the
-/// producer is unusable: its status stays 0, Send returns false and Configure throws. The messages of librdkafka
-/// itself go to the debug output; its property "log_level" sets how many.
+/// The client that sends records to Kafka, on librdkafka. The messages of librdkafka itself go to the debug output; its
+/// property "log_level" sets how many.
+///
+/// librdkafka, and the libraries that it needs, are loaded by the first call of Configure with properties, together
+/// with the Kafka module of this library: libQzLogKafka.so.1, in the folder that libQzLog2_64.so.1 was loaded from, or
+/// where that leads through symbolic links. They are never unloaded. Without them the producer is unusable: Configure
+/// throws, the status stays 0 and Send returns false, so that log records go to the disk file of their destination.
 namespace KafkaClient
 {
     /// Keeps the producer running. The first one starts the producer if it is configured, the last one destroys it.
@@ -74,6 +78,9 @@ namespace KafkaClient
         /// destroyed as described at Initializer. An empty map destroys the producer. In a forked child, Configure
         /// starts a producer of the child's own. It throws there if, at the time of the fork, a thread of the parent
         /// was waiting for the threads of a producer to end.
+        ///
+        /// Throws QzBase::Message if the Kafka module cannot be loaded; the text names the file and the reason. The
+        /// next call tries again.
         ///
         /// Throws QzBase::Message, with a text that names the property, if a property is unknown or its value invalid;
         /// the present producer is then unchanged. While no Initializer is alive, the properties are only checked one

@@ -1,10 +1,13 @@
 // Uses the installed library as a stranger would: every public header, a hook, a log line on the debug
-// output, and an exception that is caught by its type across the library's border.
+// output, an exception that is caught by its type across the library's border, and a Kafka producer, which alone needs
+// librdkafka.
 
 #include <QzLog/QzLog.h>
 
 #include <cstdio>
-#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
 #include <string_view>
 
 #ifdef PACKAGE_VERSION
@@ -25,6 +28,27 @@ namespace
             dispatcher->SetDestinations(QzLog::CreateDestinationCollection({output.get()}));
         }
     };
+
+    std::string GetText(QzBase::Message& message)
+    {
+        return QzBase::WideCharToUTF8(message.GetMessage(), true).c_str();
+    }
+
+    bool HasLoadedRdKafka()
+    {
+        std::ifstream maps("/proc/self/maps");
+        return std::string(std::istreambuf_iterator<char>(maps), {}).find("/librdkafka.so") != std::string::npos;
+    }
+
+    void ConfigureKafka()
+    try
+    {
+        KafkaClient::KafkaProducer::Configure({{"no.such.property", "1"}});
+    }
+    catch (QzBase::Message& message)
+    {
+        std::fprintf(stderr, "%s\n", GetText(message).c_str());
+    }
 }
 
 int main()
@@ -42,8 +66,10 @@ int main()
     }
     catch (QzBase::Message& message)
     {
-        QzBase::ReturnString const text = QzBase::WideCharToUTF8(message.GetMessage(), true);
-        return std::strcmp(text.c_str(), "thrown and caught") == 0 ? 0 : 1;
+        if (GetText(message) != "thrown and caught" || HasLoadedRdKafka())
+            return 1;
     }
-    return 1;
+    ConfigureKafka();
+    std::fprintf(stderr, "librdkafka is %sloaded\n", HasLoadedRdKafka() ? "" : "not ");
+    return 0;
 }

@@ -14,14 +14,33 @@ run(${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${WORK_DIR}/prefix)
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix
     -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${FLAGS})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
-run(${WORK_DIR}/build/consumer)
 
-foreach(line "[Consumer][Info]" "Hello from the installed package, 2 calls" "thrown and caught")
-    string(FIND "${output}" "${line}" position)
-    if(position EQUAL -1)
-        message(FATAL_ERROR "'${line}' is missing in:\n${output}")
-    endif()
-endforeach()
+function(run_consumer)
+    run(${ARGN} ${WORK_DIR}/build/consumer)
+    foreach(line IN ITEMS "[Consumer][Info]" "Hello from the installed package, 2 calls" "thrown and caught"
+            LISTS expected)
+        string(FIND "${output}" "${line}" position)
+        if(position EQUAL -1)
+            message(FATAL_ERROR "'${line}' is missing in:\n${output}")
+        endif()
+    endforeach()
+endfunction()
+
+# The Kafka module is found beside the library, or beside the file that the library is a link to. Without it there is
+# an error that says where it was looked for.
+file(GLOB_RECURSE library ${WORK_DIR}/prefix/libQzLog2_64.so.1)
+cmake_path(GET library PARENT_PATH folder)
+set(module ${folder}/libQzLogKafka.so.1)
+if(EXISTS ${module})
+    set(expected "property 'no.such.property'" "librdkafka is loaded")
+    run_consumer()
+    file(MAKE_DIRECTORY ${WORK_DIR}/links)
+    file(CREATE_LINK ${library} ${WORK_DIR}/links/libQzLog2_64.so.1 SYMBOLIC)
+    run_consumer(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${WORK_DIR}/links)
+    file(REMOVE ${module})
+endif()
+set(expected "the Kafka module cannot be loaded: '${module}': " "librdkafka is not loaded")
+run_consumer()
 
 # pkg-config answers with the prefix that was installed to.
 file(GLOB_RECURSE pc_file ${WORK_DIR}/prefix/*/qzlog.pc)

@@ -1,17 +1,18 @@
-// The Kafka client on librdkafka. A sender touches the producer under a read lock only, so that it never waits for the
-// network and never sees it destroyed.
+// The Kafka client on the module with librdkafka. A sender touches the producer under a read lock only, so that it
+// never waits for the network and never sees it destroyed.
 
 #include "support/kafka/Client.h"
 
-#include "support/kafka/RecordCounts.h"
+#include "support/kafka/ModuleLoader.h"
 #include "support/kafka/Producer.h"
+#include "support/kafka/RecordCounts.h"
 #include "support/synch/ForkSafeLocks.h"
 
 namespace KafkaClient
 {
     namespace
     {
-        class RdKafkaClient final : public Client, private QzSynch::ForkHold::Client
+        class BuiltInClient final : public Client, private QzSynch::ForkHold::Client
         {
         public:
             KafkaProducer::EnumKafkaProducerStatus GetStatus() override
@@ -41,10 +42,8 @@ namespace KafkaClient
             {
                 std::unique_ptr<Producer> producer;
                 QzSynch::CriticalSection::SmartLock const serialise(*mpConfigurationLock);
-                if (mInitializerCount == 0)
-                    static_cast<void>(MakeConf(properties));
-                else if (!properties.empty())
-                    producer = std::make_unique<Producer>(properties);
+                if (!properties.empty())
+                    producer = CheckOrConnect(properties);
                 mProperties = properties;
                 Exchange(producer);
             }
@@ -57,7 +56,7 @@ namespace KafkaClient
                 QzSynch::CriticalSection::SmartLock const serialise(*mpConfigurationLock);
                 if (mInitializerCount == 0 && !mProperties.empty())
                 {
-                    producer = std::make_unique<Producer>(mProperties);
+                    producer = std::make_unique<Producer>(GetModule(), mProperties);
                     Exchange(producer);
                 }
                 ++mInitializerCount;
@@ -72,6 +71,17 @@ namespace KafkaClient
             }
 
         private:
+            /// A producer if somebody keeps it running. Throws QzBase::Message if the properties are refused.
+            std::unique_ptr<Producer> CheckOrConnect(Properties const& properties) const
+            {
+                KafkaModule const& module = GetModule();
+                if (mInitializerCount != 0)
+                    return std::make_unique<Producer>(module, properties);
+                if (std::string const refusal = module.Check(properties); !refusal.empty())
+                    ThrowConfigurationError(refusal);
+                return nullptr;
+            }
+
             void GoOnInForkedChild() noexcept override { Producer::GoOnInForkedChild(); }
 
             /// Senders go on with the new producer. The caller gets the old one, and destroys it without any lock: that
@@ -96,7 +106,7 @@ namespace KafkaClient
     Client& GetBuiltInClient()
     {
         // Not destroyed: static objects of the host program may log until the process ends.
-        static RdKafkaClient& client = *new RdKafkaClient;
+        static BuiltInClient& client = *new BuiltInClient;
         return client;
     }
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "support/kafka/KafkaModule.h"
+
 #include <KafkaClient/KafkaProducer.h>
 #include <QzBase/WideString.h>
-
-#include <librdkafka/rdkafka.h>
 
 #include <atomic>
 #include <cstdint>
@@ -14,28 +14,15 @@
 
 namespace KafkaClient
 {
-    using Properties = std::map<std::string, std::string>;
-
-    struct ConfDelete
-    {
-        void operator()(rd_kafka_conf_t* conf) const { rd_kafka_conf_destroy(conf); }
-    };
-
-    using Conf = std::unique_ptr<rd_kafka_conf_t, ConfDelete>;
-
-    /// librdkafka's own configuration object with all properties set. Starts nothing. Throws QzBase::Message for a
-    /// property that librdkafka does not know, and for a value that is none of that property.
-    Conf MakeConf(Properties const& properties);
-
     /// One running producer. No thread is cancelled inside librdkafka, where it would leave locks held for ever. Any
     /// thread may call all operations at any time, but MakeTopic must not overlap any of them.
-    class Producer
+    class Producer final : private ConnectionOwner
     {
     public:
         class Topic;
 
         /// Throws QzBase::Message when librdkafka refuses the properties.
-        explicit Producer(Properties const& properties);
+        Producer(KafkaModule const& module, Properties const& properties);
         Producer(Producer const&) = delete;
         Producer& operator=(Producer const&) = delete;
 
@@ -61,15 +48,17 @@ namespace KafkaClient
         bool Send(Topic& topic, std::string const* key, std::string_view value);
 
     private:
-        using Status = std::atomic<KafkaProducer::EnumKafkaProducerStatus>;
+        void TakeReport(void* tag, char const* reason) noexcept override;
+        void EndReports() noexcept override;
+        void SetConnected(bool isConnected) noexcept override;
+        void TakeLogLine(char const* facility, char const* text) noexcept override;
+        int OpenSocket(int domain, int type, int protocol) noexcept override;
 
-        static void TakeEvent(rd_kafka_t* handle, rd_kafka_event_t* event, void* opaque);
-        static void TakeDeliveryReports(rd_kafka_event_t* event);
-        void ServeEventsInBackground();
-
-        Status mStatus{KafkaProducer::kStatusDown};
+        std::atomic<KafkaProducer::EnumKafkaProducerStatus> mStatus{KafkaProducer::kStatusDown};
         std::uint32_t const mForkGeneration;
-        rd_kafka_t* mpHandle = nullptr;
+        // Since the last EndReports.
+        std::uint64_t mNewlyDelivered = 0;
+        std::unique_ptr<Connection> mpConnection;
         std::map<QzBase::WideString, std::unique_ptr<Topic>> mTopics;
     };
 }

@@ -17,6 +17,7 @@ namespace KafkaClient
         {
             std::uint64_t mFailed = 0;
             std::int64_t mTime = 0;
+            std::string mLastReason;
 
             void GoOnInForkedChild() noexcept override
             {
@@ -52,10 +53,12 @@ namespace KafkaClient
         return {mAccepted.load(std::memory_order_relaxed), delivered, failed};
     }
 
-    void RecordCounts::AddFailed(std::uint64_t count, rd_kafka_resp_err_t error) noexcept
+    void AddFailed(std::uint64_t count, char const* reason)
     {
-        mLastError.store(error, std::memory_order_relaxed);
-        mFailed.fetch_add(count, std::memory_order_release);
+        Told& told = GetTold();
+        QzSynch::CriticalSection::SmartLock const hold(*told.mpLock);
+        told.mLastReason = reason;
+        gRecordCounts.mFailed.fetch_add(count, std::memory_order_release);
     }
 
     void Tell(std::string const& text)
@@ -69,6 +72,7 @@ namespace KafkaClient
         Told& told = GetTold();
         std::int64_t const now = QzOs::gCalls.mpGetMonotonicNanoseconds();
         std::uint64_t count = 0;
+        std::string reason;
         {
             QzSynch::CriticalSection::SmartLock const hold(*told.mpLock);
             std::uint64_t const failed = gRecordCounts.mFailed.load(std::memory_order_acquire);
@@ -78,8 +82,8 @@ namespace KafkaClient
             count = failed - told.mFailed;
             told.mFailed = failed;
             told.mTime = now;
+            reason = told.mLastReason;
         }
-        Tell(std::to_string(count) + " accepted records were given up since the last report: " +
-             rd_kafka_err2str(gRecordCounts.mLastError.load(std::memory_order_relaxed)));
+        Tell(std::to_string(count) + " accepted records were given up since the last report: " + reason);
     }
 }

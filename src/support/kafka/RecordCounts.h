@@ -2,8 +2,6 @@
 
 #include <KafkaClient/KafkaProducer.h>
 
-#include <librdkafka/rdkafka.h>
-
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -17,13 +15,14 @@ namespace KafkaClient
         std::atomic<std::uint64_t> mAccepted{0};
         std::atomic<std::uint64_t> mDelivered{0};
         std::atomic<std::uint64_t> mFailed{0};
-        std::atomic<rd_kafka_resp_err_t> mLastError{RD_KAFKA_RESP_ERR_NO_ERROR};
 
         KafkaProducer::Counters Get() const noexcept;
-        void AddFailed(std::uint64_t count, rd_kafka_resp_err_t error) noexcept;
     };
 
     extern RecordCounts gRecordCounts;
+
+    /// Counts lost records.
+    void AddFailed(std::uint64_t count, char const* reason);
 
     /// Writes a line (UTF-8) to the debug output.
     void Tell(std::string const& text);
