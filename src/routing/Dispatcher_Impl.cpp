@@ -73,19 +73,6 @@ namespace QzLog
     {
     }
 
-    /// A destination may release the last reference to the dispatcher that calls it.
-    Dispatcher_Impl::~Dispatcher_Impl()
-    {
-        if (mpDestinations)
-            LoanBase::HandOver(*mpDestinations);
-    }
-
-    Loan<Dispatcher_Impl::DestinationList> Dispatcher_Impl::BorrowList() const
-    {
-        QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-        return Loan<DestinationList>(mpDestinations.get());
-    }
-
     /// A pin that sees a module also sees its number, which was set before the module was published.
     inline bool Dispatcher_Impl::HasOutlivedItsModule(Logger const& logger) noexcept
     {
@@ -96,7 +83,7 @@ namespace QzLog
     bool Dispatcher_Impl::HasDestinations()
     {
         QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-        return static_cast<bool>(mpDestinations);
+        return mDestinations.Get() != nullptr;
     }
 
     // In the three deliveries the pin is taken first and released last, so that a destination whose last reference
@@ -111,7 +98,7 @@ namespace QzLog
             return;
         ErrnoGuard const keepErrno;
         ModulePin const module;
-        Loan<DestinationList> const list = BorrowList();
+        Loan<DestinationList> const list(mDestinations, *mpLock);
         if (!list || !module || HasOutlivedItsModule(logger))
             return;
         MessageHeader& header =
@@ -126,7 +113,7 @@ namespace QzLog
             return;
         ErrnoGuard const keepErrno;
         ModulePin const module;
-        Loan<DestinationList> const list = BorrowList();
+        Loan<DestinationList> const list(mDestinations, *mpLock);
         if (!list || !module || HasOutlivedItsModule(logger))
             return;
         ThreadContext& context = *module->GetThreadContext();
@@ -142,7 +129,7 @@ namespace QzLog
             return;
         ErrnoGuard const keepErrno;
         ModulePin const module;
-        Loan<DestinationList> const list = BorrowList();
+        Loan<DestinationList> const list(mDestinations, *mpLock);
         if (!list || !module || HasOutlivedItsModule(logger))
             return;
         ThreadContext& context = *module->GetThreadContext();
@@ -167,19 +154,15 @@ namespace QzLog
 
     void Dispatcher_Impl::SetDestinations(QzBase::CountedPtr<DestinationCollection> const& destinations)
     {
-        DestinationListPtr list;
-        if (destinations)
-        {
-            list = new DestinationList(*destinations);
-            if (list->mDestinations.empty())
-                list.reset();
-        }
+        QzBase::ReturnPtrI<DestinationList> list(destinations ? new DestinationList(*destinations) : nullptr);
+        if (list && list->mDestinations.empty())
+            list = nullptr;
+        auto const exchange = [&]
         {
             QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
-            mpDestinations.swap(list);
-        }
-        if (list)
-            LoanBase::HandOver(*list);
+            return mDestinations.Exchange(std::move(list));
+        };
+        Replaced<DestinationList> const replaced = exchange();
         mCallbacks.CallEach([this](Dispatcher::Callback& callback) { callback.OnDestinationsChanged(*this); });
     }
 

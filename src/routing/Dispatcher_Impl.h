@@ -17,7 +17,6 @@ namespace QzLog
     {
     public:
         explicit Dispatcher_Impl(char const* name);
-        ~Dispatcher_Impl() override;
 
         char const* GetName() override { return mName.c_str(); }
         bool HasDestinations() override;
@@ -42,17 +41,13 @@ namespace QzLog
             std::vector<QzBase::CountedPtr<Destination>> mDestinations;
         };
 
-        using DestinationListPtr = QzBase::CountedPtr<DestinationList>;
-
         /// For callers that have pinned the module.
         static bool HasOutlivedItsModule(Logger const& logger) noexcept;
-
-        Loan<DestinationList> BorrowList() const;
 
         QzSynch::RWLockPtr const mpLock;
         std::string const mName;
         /// Null when there are no destinations.
-        DestinationListPtr mpDestinations;
+        Lendable<DestinationList> mDestinations;
         CallbackSet<Dispatcher::Callback> mCallbacks;
     };
 }

@@ -1,87 +1,74 @@
 #include "routing/Loan.h"
 
-#include "support/synch/ThreadStripe.h"
-
-#include <array>
-#include <cstddef>
-
-// tests/models/Loan.pml is a model of this file.
+#include <algorithm>
 
 namespace QzLog
 {
     namespace
     {
-        // Two for a log call, and two more for a log call that a destination makes within it.
-        constexpr std::size_t kPlaces = 4;
+        /// In a forked child: addresses that threads of the parent had stored. An object there gets a reference that
+        /// nobody releases, once it is taken out of use. If the thread had not compared the address yet, that can be an
+        /// object of the child that has come to this address: it is not destroyed either.
+        constinit std::array<std::atomic<void*>, 256> gLeftBehind{};
 
-        /// The slots of one thread, or of several that share them.
-        struct Record
+        void* Mark(QzBase::ReferenceCounted& object) noexcept
         {
-            std::array<std::atomic<void*>, kPlaces> mPlaces{};
-        };
-
-        constinit QzSynch::ThreadStripes<Record, 64> gRecords;
-
-        // Replaces the object in a slot when there is a reference for it.
-        constinit char gHandedOver = 0;
-    }
-
-    LoanBase::LoanBase(QzBase::ReferenceCounted* object) : mpObject(object)
-    {
-        if (!object)
-            return;
-        for (std::atomic<void*>& place : gRecords.OfThisThread().mPlaces)
-        {
-            void* free = nullptr;
-            if (place.load(std::memory_order_relaxed) == nullptr && place.compare_exchange_strong(free, object))
-            {
-                mpPlace = &place;
-                return;
-            }
+            return static_cast<char*>(static_cast<void*>(&object)) + 1;
         }
-        object->AddRef();
     }
 
-    LoanBase::~LoanBase()
+    constinit QzSynch::ThreadStripes<LoanBase::Record, 64> LoanBase::gRecords;
+
+    void LoanBase::ReleaseReference(void* left)
     {
-        if (!mpObject)
-            return;
-        if (!mpPlace || mpPlace->exchange(nullptr) == &gHandedOver)
-            mpObject->Release();
+        static_cast<QzBase::ReferenceCounted*>(static_cast<void*>(static_cast<char*>(left) - 1))->Release();
     }
 
-    void LoanBase::HandOver(QzBase::ReferenceCounted& object)
+    void LoanBase::HandOver(void const* address, QzBase::ReferenceCounted& object)
     {
         for (Record& record : gRecords)
         {
-            for (std::atomic<void*>& place : record.mPlaces)
+            for (Place& place : record.mPlaces)
             {
-                void* lent = &object;
-                if (place.load() != lent)
+                void* lent = place.load();
+                if (lent != address)
                     continue;
                 // First the reference, then the mark: the loan can end directly after that.
                 object.AddRef();
-                if (!place.compare_exchange_strong(lent, &gHandedOver))
+                if (!place.compare_exchange_strong(lent, Mark(object)))
                     object.Release();
             }
         }
+        for (std::atomic<void*>& left : gLeftBehind)
+        {
+            void* lent = left.load(std::memory_order_relaxed);
+            if (lent == address && left.compare_exchange_strong(lent, nullptr))
+                object.AddRef();
+        }
     }
 
+    /// Allocates nothing: without room in the list, an address stays in its place, and the child's threads that come to
+    /// that place count their loans.
     void LoanBase::ForgetOtherThreads() noexcept
     {
+        // This thread's own record may have loans of its own, which it will end.
         Record const& own = gRecords.OfThisThread();
+        auto left = gLeftBehind.begin();
         for (Record& record : gRecords)
         {
-            // This thread's own record may have loans of its own, which it will release.
-            void* const left = &record == &own ? &gHandedOver : nullptr;
-            for (std::atomic<void*>& place : record.mPlaces)
+            if (&record == &own)
+                continue;
+            for (Place& place : record.mPlaces)
             {
                 void* const lent = place.load();
-                if (!lent)
-                    continue;
-                if (lent != &gHandedOver)
-                    static_cast<QzBase::ReferenceCounted*>(lent)->AddRef();
-                place.store(left);
+                if (lent && !IsReference(lent))
+                {
+                    left = std::find(left, gLeftBehind.end(), nullptr);
+                    if (left == gLeftBehind.end())
+                        return;
+                    left->store(lent);
+                }
+                place.store(nullptr);
             }
         }
     }

@@ -90,13 +90,6 @@ namespace QzLog
         mModuleNumber = gModuleInit.moduleNumber.load();
     }
 
-    /// A destination may release the last reference to the logger through which it is called.
-    Logger_Impl::~Logger_Impl()
-    {
-        for (DispatcherPtr const& dispatcher : mDispatchers)
-            LoanBase::HandOver(*dispatcher);
-    }
-
     QzBase::CountedPtr<Logger_Impl> Logger_Impl::Create(char const* name, QzSynch::EnumHvnLockStackCategory category)
     {
         // The proxy gets the logger only now that somebody holds it: a notification that took the first reference
@@ -161,20 +154,16 @@ namespace QzLog
         std::size_t const index = IndexOf(handle);
         {
             QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-            if (index < mDispatchers.size())
-                return QzBase::ReturnPtrI<Dispatcher>(mDispatchers[index].get());
+            if (index < mDispatchers.GetSize())
+                return QzBase::ReturnPtrI<Dispatcher>(mDispatchers[index]);
         }
         ThrowForeignHandle();
     }
 
-    Loan<Dispatcher> Logger_Impl::BorrowDispatcher(unsigned short handle) const
+    inline Loan<Dispatcher> Logger_Impl::BorrowDispatcher(unsigned short handle) const
     {
-        std::size_t const index = IndexOf(handle);
-        {
-            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-            if (index < mDispatchers.size())
-                return Loan<Dispatcher>(mDispatchers[index].get());
-        }
+        if (Lendable<Dispatcher> const* const entry = mDispatchers.Find(IndexOf(handle))) [[likely]]
+            return Loan<Dispatcher>(*entry, *mpLock);
         ThrowForeignHandle();
     }
 
@@ -186,22 +175,25 @@ namespace QzLog
     Logger_Impl::DispatcherPtr Logger_Impl::GetDispatcherAt(std::size_t index) const
     {
         QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-        return index < mDispatchers.size() ? mDispatchers[index] : DispatcherPtr();
+        return index < mDispatchers.GetSize() ? DispatcherPtr(mDispatchers[index]) : DispatcherPtr();
     }
 
     std::size_t Logger_Impl::FindByName(std::string const& name) const
     {
         std::size_t index = 0;
-        while (index < mDispatchers.size() && name != mDispatchers[index]->GetName())
+        while (index < mDispatchers.GetSize() && name != mDispatchers[index]->GetName())
             ++index;
         return index;
     }
 
     bool Logger_Impl::IsListedOrArriving(Dispatcher const* dispatcher) const
     {
-        auto const isIt = [&](auto const& other) { return &*other == dispatcher; };
-        return std::any_of(mDispatchers.begin(), mDispatchers.end(), isIt) ||
-               std::any_of(mArriving.begin(), mArriving.end(), isIt);
+        for (std::size_t index = 0; index < mDispatchers.GetSize(); ++index)
+        {
+            if (mDispatchers[index] == dispatcher)
+                return true;
+        }
+        return std::find(mArriving.begin(), mArriving.end(), dispatcher) != mArriving.end();
     }
 
     unsigned short Logger_Impl::GetDispatcherHandle(char const* dispatcherName)
@@ -210,7 +202,7 @@ namespace QzLog
         {
             QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
             std::size_t const index = FindByName(name);
-            if (index < mDispatchers.size())
+            if (index < mDispatchers.GetSize())
                 return HandleOf(index);
         }
         // The hook is held until its work is done, also when another one is installed meanwhile.
@@ -229,20 +221,21 @@ namespace QzLog
                 return HandleOf(index);
         }
         DetachUnlessListed(*dispatcher);
-        if (index == kMaxDispatchers)
+        if (index == mDispatchers.kMaxSize)
             ThrowMessage("The logger '%1' cannot have more than 65536 dispatchers.", GetName());
         return HandleOf(index);
     }
 
     /// Appends the dispatcher and gives its index, unless another thread was first with the name or the list is
-    /// full: `index` is then the one of the name, or kMaxDispatchers.
+    /// full: `index` is then the one of the name, or the list's kMaxSize.
     bool Logger_Impl::Append(std::string const& name, DispatcherPtr const& dispatcher, std::size_t& index)
     {
+        QzBase::ReturnPtrI<Dispatcher> reference(dispatcher.get());
         QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
         index = FindByName(name);
-        if (index < mDispatchers.size() || index == kMaxDispatchers)
+        if (index < mDispatchers.GetSize() || index == mDispatchers.kMaxSize)
             return false;
-        mDispatchers.push_back(dispatcher);
+        mDispatchers.Append(std::move(reference));
         return true;
     }
 
@@ -255,21 +248,23 @@ namespace QzLog
             DispatcherPtr offered = present;
             OfferToHook(*hook, offered, *this);
             if (offered != present)
-                Exchange(index, std::move(offered));
+                Exchange(index, offered);
         }
     }
 
     /// The new dispatcher gets the callback before it enters the list; the old one loses it after it has left.
-    void Logger_Impl::Exchange(std::size_t index, DispatcherPtr dispatcher)
+    void Logger_Impl::Exchange(std::size_t index, DispatcherPtr const& dispatcher)
     {
+        auto const enter = [&]
         {
             Arrival const arrival(*this, dispatcher.get());
             dispatcher->AddCallback(mpProxy.get());
+            QzBase::ReturnPtrI<Dispatcher> reference(dispatcher.get());
             QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
-            mDispatchers[index].swap(dispatcher);
-        }
-        LoanBase::HandOver(*dispatcher);
-        DetachUnlessListed(*dispatcher);
+            return mDispatchers.Exchange(index, std::move(reference));
+        };
+        Replaced<Dispatcher> const replaced = enter();
+        DetachUnlessListed(*replaced);
         Notify(Places().set(index), index + 1);
     }
 
@@ -303,8 +298,8 @@ namespace QzLog
         {
             std::string_view const name(dispatcher.GetName());
             QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-            for (DispatcherPtr const& listed : mDispatchers)
-                places[end++] = listed.get() == &dispatcher || name == listed->GetName();
+            for (; end < mDispatchers.GetSize(); ++end)
+                places[end] = mDispatchers[end] == &dispatcher || name == mDispatchers[end]->GetName();
         }
         Notify(places, end);
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "routing/CallbackSet.h"
-#include "routing/Loan.h"
+#include "routing/LendableList.h"
 
 #include <QzLog/Dispatcher.h>
 #include <QzLog/Logger.h>
@@ -42,19 +42,18 @@ namespace QzLog
     private:
         class CallbackProxy;
         class Arrival;
-        static constexpr std::size_t kMaxDispatchers = 0x10000;
         /// Indexes in the list. It allocates nothing: a notification must not be lost for want of memory.
-        using Places = std::bitset<kMaxDispatchers>;
+        using Places = std::bitset<LendableList<Dispatcher>::kMaxSize>;
         using DispatcherPtr = QzBase::CountedPtr<Dispatcher>;
 
         Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category);
-        ~Logger_Impl() override;
+        ~Logger_Impl() override = default;
 
         bool Append(std::string const& name, DispatcherPtr const& dispatcher, std::size_t& index);
-        void Exchange(std::size_t index, DispatcherPtr dispatcher);
+        void Exchange(std::size_t index, DispatcherPtr const& dispatcher);
         void DetachUnlessListed(Dispatcher& dispatcher);
 
-        /// The dispatcher of a handle for one call; throws as GetDispatcher does.
+        /// The dispatcher of a handle for one call; throws as GetDispatcher does. Takes no lock.
         Loan<Dispatcher> BorrowDispatcher(unsigned short handle) const;
         [[noreturn]] void ThrowForeignHandle() const;
 
@@ -73,7 +72,7 @@ namespace QzLog
         std::string const mName;
         QzBase::CountedPtr<MessageCatalog> mpCatalog;
         /// In the order of creation. Grows only; an entry can be exchanged.
-        std::vector<DispatcherPtr> mDispatchers;
+        LendableList<Dispatcher> mDispatchers;
         /// Dispatchers that are being added to the list, once for each time; guarded by the same lock.
         std::vector<Dispatcher const*> mArriving;
         CallbackSet<Logger::Callback> mCallbacks;

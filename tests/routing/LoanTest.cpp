@@ -2,20 +2,21 @@
 #include "support/ForkedChild.h"
 
 #include <QzBase/CountedPtr.h>
+#include <QzSynch/Locks.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <latch>
-#include <mutex>
 #include <optional>
-#include <shared_mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
 {
+    using QzLog::Lendable;
     using QzLog::Loan;
     using QzLog::LoanBase;
 
@@ -34,7 +35,19 @@ namespace
         std::atomic<bool> mIsAlive{true};
     };
 
-    using ObjectPtr = QzBase::CountedPtr<Object>;
+    QzBase::ReturnPtrI<Object> MakeObject()
+    {
+        return QzBase::ReturnPtrI<Object>(new Object);
+    }
+
+    /// An object that can be borrowed, and its lock.
+    struct Owner
+    {
+        void Replace(QzBase::ReturnPtrI<Object> object) { static_cast<void>(mObject.Exchange(std::move(object))); }
+
+        Lendable<Object> mObject;
+        QzSynch::RWLockPtr const mpLock{QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)};
+    };
 }
 
 TEST(Loan, KeepsWhatWasReplacedUntilItsEndAndNoLonger)
@@ -43,14 +56,17 @@ TEST(Loan, KeepsWhatWasReplacedUntilItsEndAndNoLonger)
     for (std::size_t const loans : {1u, 4u, 6u})
     {
         SCOPED_TRACE(loans);
-        ObjectPtr object(new Object);
+        std::optional<Owner> owner(std::in_place);
+        owner->Replace(MakeObject());
         std::vector<std::optional<Loan<Object>>> open(loans);
         for (auto& loan : open)
-            loan.emplace(object.get());
+            loan.emplace(owner->mObject, *owner->mpLock);
         open.front().reset(); // one that is over by then gets no reference
 
-        LoanBase::HandOver(*object);
-        object.reset();
+        if (loans == 4)
+            owner.reset();
+        else
+            owner->Replace(nullptr);
         EXPECT_EQ(gAlive, loans == 1 ? 0 : 1);
         for (auto& loan : open)
         {
@@ -58,15 +74,14 @@ TEST(Loan, KeepsWhatWasReplacedUntilItsEndAndNoLonger)
             loan.reset();
         }
         EXPECT_EQ(gAlive, 0);
+        EXPECT_FALSE(owner && Loan<Object>(owner->mObject, *owner->mpLock));
     }
-    Loan<Object> const none(nullptr);
-    EXPECT_FALSE(none);
 }
 
 TEST(Loan, OutlivesNoObjectThatIsReplacedAgainAndAgain)
 {
-    std::shared_mutex lock;
-    ObjectPtr object(new Object);
+    Owner owner;
+    owner.Replace(MakeObject());
     std::atomic<bool> isOver{false};
     std::atomic<int> faults{0};
     std::vector<std::thread> borrowers;
@@ -76,37 +91,34 @@ TEST(Loan, OutlivesNoObjectThatIsReplacedAgainAndAgain)
             {
                 while (!isOver)
                 {
-                    auto const borrow = [&]
-                    {
-                        std::shared_lock const hold(lock);
-                        return Loan<Object>(object.get());
-                    };
-                    Loan<Object> const outer = borrow();
-                    Loan<Object> const inner = borrow();
+                    Loan<Object> const outer(owner.mObject, *owner.mpLock);
+                    Loan<Object> const inner(owner.mObject, *owner.mpLock);
                     faults += !outer->mIsAlive + !inner->mIsAlive;
                 }
             });
     for (int i = 0; i < 5'000; ++i)
     {
-        ObjectPtr replaced(new Object);
+        auto const exchange = [&]
         {
-            std::unique_lock const hold(lock);
-            object.swap(replaced);
-        }
-        LoanBase::HandOver(*replaced);
+            auto object = MakeObject();
+            QzSynch::RWLock::WriteSmartLock const hold(*owner.mpLock);
+            return owner.mObject.Exchange(std::move(object));
+        };
+        static_cast<void>(exchange());
     }
     isOver = true;
     for (std::thread& borrower : borrowers)
         borrower.join();
-    object.reset();
+    owner.Replace(nullptr);
     EXPECT_EQ(faults, 0);
     EXPECT_EQ(gAlive, 0);
 }
 
 TEST(Loan, OfAnotherThreadKeepsItsObjectForEverInAForkedChild)
 {
-    ObjectPtr object(new Object);
-    std::optional<Loan<Object>> own(std::in_place, object.get());
+    Owner owner;
+    owner.Replace(MakeObject());
+    std::optional<Loan<Object>> own(std::in_place, owner.mObject, *owner.mpLock);
     std::latch lent(1);
     std::latch leave(1);
     for (bool const isLentToAnother : {false, true})
@@ -117,7 +129,7 @@ TEST(Loan, OfAnotherThreadKeepsItsObjectForEverInAForkedChild)
             other = std::jthread(
                 [&]
                 {
-                    Loan<Object> const loan(object.get());
+                    Loan<Object> const loan(owner.mObject, *owner.mpLock);
                     lent.count_down();
                     leave.wait();
                 });
@@ -127,8 +139,7 @@ TEST(Loan, OfAnotherThreadKeepsItsObjectForEverInAForkedChild)
             [&]
             {
                 LoanBase::ForgetOtherThreads();
-                LoanBase::HandOver(*object);
-                object.reset();
+                owner.Replace(nullptr);
                 bool const isHeld = gAlive == 1;
                 own.reset();
                 return isHeld && gAlive == isLentToAnother;
