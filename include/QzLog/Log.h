@@ -28,7 +28,8 @@
 //     RunTimeTemplate(text)                   a template that is known only at run time, char const* or std::string. A
 //                                             number without a value is kept as it is. For a text that is no
 //                                             template write Log(router, "%1", text)
-//     an integer or enumeration               a message ID of at most 32 bits: the text is that of the logger's catalog
+//     an integer or enumeration               a message ID of at most 32 bits (no bool, no character): the text is
+//                                             that of the logger's catalog
 //     CallID(id, context)                     a message ID, and a context for the catalog (char const*)
 //     a QzBase::Message                       a structured message under its own ID, without a source location: each
 //                                             destination takes the text in its own language. No values
@@ -45,22 +46,32 @@
 //     float, double, long double                              the shortest that reads back as the same, no locale
 //     enumerations                                            the number, as integers
 //     pointers, nullptr                                       "0x" and hexadecimal digits
-//     functions without parameters (lambdas)                  what they return; called in their order, before any value
-//                                                             is inserted, and only by an enabled call; they may log
+//     functions without parameters that return a value,       what they return; called in their order, before any value
+//     pointers to them, lambdas                               is inserted, and only by an enabled call; they may log
 //     a type with an operator<< for the formatter             what that inserts
+//     durations, ranges and more of the standard library      see QzLog/StandardValues.h, to be included besides
 //
-// Other types do not compile. A type of your own becomes a value by an operator in its namespace, which inserts exactly
-// one value:
+// Other types do not compile. A type of your own becomes a value by an operator in its namespace, or in QzResource for
+// a type of somebody else's. However many pieces it inserts, they are one value of the call, and a manipulator in it
+// ends with it:
 //
 //     QzResource::MessageFormatter& operator<<(QzResource::MessageFormatter& formatter, Money const& money)
 //     {
-//         return formatter << ToText(money);
+//         return formatter << money.mAmount << ' ' << money.mCurrency;
 //     }
+//
+// Where such a value is inserted into a formatter without Log, QzResource::SingleValue does the same.
 
 namespace QzLog
 {
     namespace CallDetails
     {
+        template <class T>
+        concept IsRouterPointer = requires(T const& pointer)
+        {
+            static_cast<Router&>(*pointer);
+        };
+
         /// Keeps the call before it from becoming a jump, which would remove the caller from the call stack of its
         /// own message.
         [[gnu::always_inline]] inline void KeepFrame()
@@ -109,6 +120,26 @@ namespace QzLog
             return;
         router.LogBaseMessage(message);
         CallDetails::KeepFrame();
+    }
+
+    /// The same through a pointer to the router, plain, counted or smart, which must not be null.
+    template <CallDetails::IsRouterPointer Pointer, class... Values>
+    [[gnu::always_inline]] inline void Log(
+        Pointer const& router, CallDetails::TemplateFor<Values...> text, Values const&... values)
+    {
+        Log(static_cast<Router&>(*router), text, values...);
+    }
+
+    template <CallDetails::IsRouterPointer Pointer, class... Values>
+    [[gnu::always_inline]] inline void Log(Pointer const& router, CallID id, Values const&... values)
+    {
+        Log(static_cast<Router&>(*router), id, values...);
+    }
+
+    template <CallDetails::IsRouterPointer Pointer>
+    [[gnu::always_inline]] inline void Log(Pointer const& router, QzBase::Message const& message)
+    {
+        Log(static_cast<Router&>(*router), message);
     }
 
     /// Builds the text whether the router is enabled or not, logs it without a source location, and throws it as

@@ -11,6 +11,7 @@
 // (u"..."_w comes from `using namespace QzBase::Literals`.) The headers are the manual. In reading order:
 //
 //     to log          Log.h            the call, and the values that it takes
+//                     StandardValues.h texts of more types of the standard library, to be included besides
 //                     Router.h         what a piece of code logs through
 //                     ScopeGuard.h     traces a function, with its return code
 //     to set up       Module.h         start and stop of the library

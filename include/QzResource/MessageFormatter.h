@@ -95,6 +95,7 @@ namespace QzResource
     private:
         friend struct MessageFormat;
         friend class FormatterRing;
+        friend class SingleValue;
 
         enum class NumberForm : unsigned char
         {
@@ -118,6 +119,26 @@ namespace QzResource
         MessageFormatter& InsertUnsigned(unsigned long long value);
         void MakeRoomForEnd();
         bool AppendValue(std::size_t index);
+    };
+
+    /// Makes one value of all that is inserted into a formatter while this object lives, an empty one of nothing. When
+    /// it is destroyed, the numbers after it have the form again that they had before.
+    ///
+    ///     QzResource::SingleValue const value(formatter);
+    ///     formatter << point.x << '/' << point.y;
+    class QZLOG_API SingleValue
+    {
+    public:
+        /// \param formatter  must outlive this object. Throws std::bad_alloc, and then changes nothing.
+        explicit SingleValue(MessageFormatter& formatter);
+        ~SingleValue();
+        SingleValue(SingleValue const&) = delete;
+        SingleValue& operator=(SingleValue const&) = delete;
+
+    private:
+        MessageFormatter& mFormatter;
+        std::size_t const mFirst;
+        MessageFormatter::NumberForm const mNumberForm;
     };
 
     /// Manipulators that choose how the numbers after them are inserted.

@@ -2,8 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <QzLog/StandardValues.h>
+
 #include <cerrno>
 #include <filesystem>
+#include <forward_list>
+#include <list>
+#include <map>
+#include <span>
+#include <stdexcept>
 
 namespace User
 {
@@ -18,7 +25,20 @@ namespace User
     {
         ++*money.mpAsked;
         errno = 5;
-        return formatter << std::to_string(money.mCents) + " ct";
+        return formatter << QzResource::MessageFormat::Dec << money.mCents << " ct" << QzResource::MessageFormat::Hex;
+    }
+
+    /// A type of somebody else's, in a namespace where nothing can be added.
+    struct Silent
+    {
+    };
+}
+
+namespace QzResource
+{
+    static MessageFormatter& operator<<(MessageFormatter& formatter, User::Silent const&)
+    {
+        return formatter;
     }
 }
 
@@ -32,6 +52,11 @@ namespace
     {
         Done = -2
     };
+
+    char const* GetText()
+    {
+        return "text";
+    }
 
     struct LogCallTest : testing::Test, Module
     {
@@ -75,12 +100,66 @@ TEST_F(LogCallTest, EveryKindOfValueHasItsText)
         {TextOf(std::bit_cast<int (*)(int)>(~std::uintptr_t{0})), "0xffffffffffffffff"},
         {TextOf(nullptr), "0x0"},
         {TextOf(User::Money{5, &asked}), "5 ct"},
+        {TextOf(User::Silent{}), ""},
         {TextOf([] { return 2.5f; }), "2.5"},
+        {TextOf(
+             [&] {
+                 return User::Money{6, &asked};
+             }),
+            "6 ct"},
+        {TextOf([]() noexcept { return ID::Done; }), "-2"},
+        {TextOf(GetText), "text"},
+        {TextOf(&GetText), "text"},
+        {TextOf(static_cast<char const* (*)()>(nullptr)), "0x0"},
     };
     for (auto const& [actual, expected] : cases)
         EXPECT_EQ(actual, expected + "| ");
     QzLog::Log(mRouter, "%1 %2 %3", Format::Hex, 255, Format::WideHex, ID::Done, QzResource::MessageFormat::Dec, 255);
     EXPECT_EQ(mDestination.TakeTexts(), "FF 0xFFFFFFFE 255 ");
+    QzLog::Log(mRouter, "%1 %2 %3 %4", Format::Hex, User::Silent{}, 255, User::Money{10, &asked}, 255);
+    EXPECT_EQ(mDestination.TakeTexts(), " FF 10 ct FF ");
+}
+
+TEST_F(LogCallTest, ValuesOfTheStandardLibraryHaveTheirTexts)
+{
+    using namespace std::chrono;
+    using namespace std::chrono_literals;
+    sys_days const day = 2026y / November / 5;
+    std::list<int> numbers(20, 7);
+    using Int128 = QzLog::CallDetails::Int128;
+    struct
+    {
+        std::string mActual;
+        std::string mExpected;
+    } const cases[] = {
+        {TextOf(-15ms), "-15ms"},
+        {TextOf(duration<double, std::ratio<1, 30>>(0.5)), "0.5[1/30]s"},
+        {TextOf(days(3)), "3d"},
+        {TextOf(day), "2026-11-05T00:00:00Z"},
+        {TextOf(day + 3h + 4ms), "2026-11-05T03:00:00.004Z"},
+        {TextOf(sys_seconds(-1s)), "1969-12-31T23:59:59Z"},
+        {TextOf(sys_seconds::max()), "9223372036854775807s"},
+        {TextOf(sys_time<duration<double>>(1.5s)), "1970-01-01T00:00:01.500000000Z"},
+        {TextOf(steady_clock::time_point(5ns)), "5ns"},
+        {TextOf(std::optional<std::optional<int>>(std::nullopt)), "none"},
+        {TextOf(std::make_optional(2.5)), "2.5"},
+        {TextOf(std::make_error_code(std::errc::no_such_file_or_directory)), "No such file or directory (generic 2)"},
+        {TextOf(std::out_of_range("range")), "range"},
+        {TextOf(std::thread::id()), "thread::id of a non-executing thread"},
+        {TextOf(std::map<std::string, std::tuple<char, bool>>{{"a", {'b', true}}, {"c", {'d', false}}}),
+            "[(a, (b, true)), (c, (d, false))]"},
+        {TextOf(std::vector<bool>{true, false}), "[true, false]"},
+        {TextOf(numbers), "[7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, ... 4 more]"},
+        {TextOf(Limited(numbers, 0)), "[... 20 more]"},
+        {TextOf(Limited(std::forward_list{1, 2, 3}, 2)), "[1, 2, ...]"},
+        {TextOf(std::span<int const>()), "[]"},
+        {TextOf(Int128{1} << 127), "-170141183460469231731687303715884105728"},
+        {TextOf(~QzLog::CallDetails::UInt128{0}), "340282366920938463463374607431768211455"},
+    };
+    for (auto const& [actual, expected] : cases)
+        EXPECT_EQ(actual, expected + "| ");
+    QzLog::Log(mRouter, "%1 %2", Format::Hex, std::pair(10, std::vector{11, 12}), 13);
+    EXPECT_EQ(mDestination.TakeTexts(), "(A, [B, C]) D ");
 }
 
 TEST_F(LogCallTest, FunctionsMayLogWhileTheirCallIsMade)
@@ -106,11 +185,13 @@ TEST_F(LogCallTest, TemplatesAreCheckedAgainstTheirValues)
     static_assert(FindFault("%99", 100) == TemplateFault::ValueWithoutNumber);
 
     constexpr char const* kTemplate = "constant %%%1";
+    static constexpr char kArray[] = "array %1";
     QzLog::Log(mRouter, kTemplate, 1);
+    QzLog::Log(&mRouter, kArray, 1);
     QzLog::Log(mRouter, "100%%");
     QzLog::Log(mRouter, RunTimeTemplate(std::string("%1 %7 %%")), 1, 2);
     QzLog::Log(mRouter, RunTimeTemplate(nullptr));
-    EXPECT_EQ(mDestination.TakeTexts(), "constant %1 100% 1 %7 %  ");
+    EXPECT_EQ(mDestination.TakeTexts(), "constant %1 array 1 100% 1 %7 %  ");
 }
 
 TEST_F(LogCallTest, EachFormOfTheCallNotesItsPlace)

@@ -62,8 +62,33 @@ namespace QzLog
             return TemplateFault::None;
         }
 
+        /// By hand, since string_view::find compares pointers, which g++ with the undefined-behaviour sanitizer does
+        /// not take for constant in arrays of a function.
+        constexpr bool IsPlain(char const* text)
+        {
+            while (*text != '\0' && *text != '%')
+                ++text;
+            return *text == '\0';
+        }
+
+        template <class T, class... Others>
+        inline constexpr bool kIsOneOf = (std::is_same_v<T, Others> || ...);
+
         template <class T>
-        concept IsMessageID = sizeof(T) <= sizeof(unsigned int) && (std::is_integral_v<T> || std::is_enum_v<T>);
+        concept IsIntegerOrEnumeration = std::is_integral_v<T> || std::is_enum_v<T>;
+
+        template <class T>
+        concept IsMessageID = IsIntegerOrEnumeration<T> && sizeof(T) <= sizeof(unsigned int) &&
+                              !kIsOneOf<T, bool, char, wchar_t, char8_t, char16_t, char32_t>;
+
+        /// What cannot stand after the router.
+        template <class T>
+        concept IsNoTemplate = !IsIntegerOrEnumeration<T> && !std::convertible_to<T const&, char const*> &&
+                               !std::same_as<T, RunTimeTemplate>;
+
+        /// False, and known to be only when a template that says it is used.
+        template <class T>
+        inline constexpr bool kIsSupported = false;
 
         // Declared only: a compiler that meets one in a constant expression shows its name.
         void ANumberInTheTemplateHasNoValue();
@@ -81,9 +106,7 @@ namespace QzLog
         requires std::convertible_to<Text const&, char const*>
         consteval CallTemplate(Text const& text, char const* fileName = __builtin_FILE(),
             char const* functionName = __builtin_FUNCTION(), int lineNumber = __builtin_LINE())
-            : mpText(text),
-              mLocation{fileName, functionName, lineNumber},
-              mIsPlain(std::string_view(mpText).find('%') == std::string_view::npos)
+            : mpText(text), mLocation{fileName, functionName, lineNumber}, mIsPlain(CallDetails::IsPlain(mpText))
         {
             CallDetails::TemplateFault const fault = CallDetails::FindFault(mpText, valueCount);
             if (fault == CallDetails::TemplateFault::NumberWithoutValue)
@@ -98,6 +121,18 @@ namespace QzLog
         {
         }
 
+        /// Does not compile, and says why.
+        template <CallDetails::IsNoTemplate Text>
+        CallTemplate(Text const&)
+        {
+            static_assert(!std::convertible_to<Text const&, std::string_view>,
+                "Write RunTimeTemplate(text) for a template that is known only at run time, and (router, \"%1\", text) "
+                "for a text that is no template");
+            static_assert(std::convertible_to<Text const&, std::string_view>,
+                "After the router stands a template (a literal or a RunTimeTemplate), a message ID, or a "
+                "QzBase::Message, which has no values");
+        }
+
         constexpr char const* GetText() const noexcept { return mpText; }
         constexpr SourceLocation const& GetLocation() const noexcept { return mLocation; }
 
@@ -110,8 +145,8 @@ namespace QzLog
         bool mIsPlain;
     };
 
-    /// A message ID in place of a template: an integer or an enumeration of at most 32 bits. Name it to give the
-    /// logger's catalog a context: Log(router, CallID(kReportDone, "nightly"), user).
+    /// A message ID in place of a template: an integer or an enumeration of at most 32 bits, no bool or character. Name
+    /// it to give the logger's catalog a context: Log(router, CallID(kReportDone, "nightly"), user).
     class CallID
     {
     public:
@@ -123,6 +158,14 @@ namespace QzLog
               mpCatalogContext(catalogContext),
               mLocation{fileName, functionName, lineNumber}
         {
+        }
+
+        /// Does not compile, and says why.
+        template <CallDetails::IsIntegerOrEnumeration Value>
+        requires(!CallDetails::IsMessageID<Value>) CallID(Value, char const* = nullptr)
+        {
+            static_assert(CallDetails::kIsSupported<Value>,
+                "A message ID is an integer or an enumeration of at most 32 bits, and no bool or character");
         }
 
         constexpr unsigned int GetID() const noexcept { return mID; }

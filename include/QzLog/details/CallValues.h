@@ -10,6 +10,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -32,14 +33,21 @@ namespace QzLog::CallDetails
         MessageFormatter() << value.c_str();
     };
 
+    /// An object that is text, or holds one.
     template <class T>
-    concept IsFunction = std::is_class_v<T> && requires(T const& value)
+    concept IsTextObject = std::is_class_v<T> &&(std::is_convertible_v<T const&, std::string_view> ||
+                                                 std::is_convertible_v<T const&, std::string> || HasText<T>);
+
+    template <class T>
+    concept ReturnsValue = requires(T const& value)
     {
-        MessageFormatter() << value();
+        value();
+        requires !std::is_void_v<decltype(value())>;
     };
 
-    template <class T, class... Others>
-    inline constexpr bool kIsOneOf = (std::is_same_v<T, Others> || ...);
+    /// A function without parameters, a pointer to one, or an object that can be called like one.
+    template <class T>
+    concept IsCalled = !HasInsertion<T> && !IsTextObject<T> && ReturnsValue<T>;
 
     /// Characters of texts that the library does not support: they would otherwise be logged as numbers or addresses.
     template <class T>
@@ -55,9 +63,6 @@ namespace QzLog::CallDetails
     /// The template for these arguments. They decide on it: it is not deduced from the text.
     template <class... Values>
     using TemplateFor = std::type_identity_t<CallTemplate<kValueCount<Values...>>>;
-
-    template <class T>
-    inline constexpr bool kIsSupported = false;
 
     template <class Value>
     struct PassingOf
@@ -113,15 +118,24 @@ namespace QzLog::CallDetails
             formatter << static_cast<std::string>(value);
         else if constexpr (HasText<T>)
             formatter << value.c_str();
+        else if constexpr (kIsForeignCharacter<T>)
+            static_assert(kIsSupported<T>, "Wide text is unsigned short const* here (u\"text\"_w)");
         else
-            static_assert(kIsSupported<T>, "Give this type an operator<< for QzResource::MessageFormatter");
+            static_assert(kIsSupported<T>,
+                "Give this type an operator<< for QzResource::MessageFormatter, or include QzLog/StandardValues.h for "
+                "a "
+                "type of the standard library. A function must need no arguments, return a value and be callable as a "
+                "constant");
     }
 
     template <class T>
     void InsertValue(MessageFormatter& formatter, T const& value)
     {
         if constexpr (HasInsertion<T>)
+        {
+            QzResource::SingleValue const single(formatter);
             operator<<(formatter, value);
+        }
         else if constexpr (std::is_null_pointer_v<T>)
             InsertAddress(formatter, 0);
         else if constexpr (std::is_pointer_v<T> && !IsManipulator<T>)
@@ -136,14 +150,32 @@ namespace QzLog::CallDetails
             InsertObject(formatter, value);
     }
 
-    template <class T>
-    concept IsCalled = IsFunction<T> && !HasInsertion<T>;
+    /// What a pointer to a function has given; nothing if it was null.
+    template <class Result>
+    struct Returned
+    {
+        std::optional<Result> mResult;
+
+        friend MessageFormatter& operator<<(MessageFormatter& formatter, Returned const& returned)
+        {
+            if (returned.mResult)
+                InsertValue<Result>(formatter, *returned.mResult);
+            else
+                InsertAddress(formatter, 0);
+            return formatter;
+        }
+    };
 
     /// The value itself, or what the function returns.
     template <class T>
     decltype(auto) Evaluate(T const& value)
     {
-        if constexpr (IsCalled<T>)
+        if constexpr (IsCalled<T> && std::is_pointer_v<T>)
+        {
+            using Result = std::decay_t<decltype(value())>;
+            return value ? Returned<Result>{value()} : Returned<Result>{};
+        }
+        else if constexpr (IsCalled<T>)
             return value();
         else
             return (value);

@@ -7,6 +7,7 @@
 
 #include <QzBase/details/TemplateText.h>
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cstring>
@@ -210,6 +211,22 @@ namespace QzResource
         std::size_t const begin = index == 0 ? 0 : mEnds[index - 1];
         mResult.append(mValues, begin, mEnds[index] - begin);
         return true;
+    }
+
+    SingleValue::SingleValue(MessageFormatter& formatter)
+        : mFormatter(formatter), mFirst(formatter.mEnds.size()), mNumberForm(formatter.mNumberForm)
+    {
+        formatter.MakeRoomForEnd();
+    }
+
+    SingleValue::~SingleValue()
+    {
+        // The constructor has made room for this end. It is gone only if the formatter was emptied in between.
+        std::vector<std::size_t>& ends = mFormatter.mEnds;
+        ends.resize(std::min(mFirst, ends.size()));
+        if (ends.size() < ends.capacity())
+            ends.push_back(mFormatter.mValues.size());
+        mFormatter.mNumberForm = mNumberForm;
     }
 
     void MessageFormat::Dec(MessageFormatter& formatter)
