@@ -1,157 +1,34 @@
-// One record into a log file, on up to four threads and in up to four processes, and the roll-over of a file of
-// 2,000,000 bytes. Beside each the baseline: the bare system calls that the same guarantee takes (is the path a file,
-// lock, seek to the end, write, unlock; for the roll-over copy and truncate). Peers: log4cplus with a lock file
-// gives the same guarantee; log4cplus and spdlog rotating with a flush per record give a weaker one (one process),
-// and say so in their names.
+// One record into a log file, on up to 64 threads and in up to four processes. Beside each the baseline: the bare
+// system calls that the same guarantee takes (is the path a file, lock, seek to the end, write, unlock), with a header
+// of the moment. Peers: DiskFilePeers.cpp.
+
+#include "FileSubjects.h"
 
 #include <QzLog/QzLog.h>
 
 #include <benchmark/benchmark.h>
 
-#ifdef QZLOG_BENCH_LOG4CPLUS
-#include <log4cplus/fileappender.h>
-#include <log4cplus/helpers/property.h>
-#include <log4cplus/layout.h>
-#include <log4cplus/logger.h>
-#include <log4cplus/loggingmacros.h>
-#endif
-#ifdef QZLOG_BENCH_SPDLOG
-#include <spdlog/sinks/rotating_file_sink.h>
-#include <spdlog/spdlog.h>
-#endif
-
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <list>
-#include <memory>
 #include <optional>
 #include <string>
-#include <utility>
+#include <thread>
 #include <vector>
 
-#include <fcntl.h>
-#include <sys/file.h>
+#include <csignal>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace
 {
-    // Never reached, so that records are measured without roll-overs.
-    constexpr unsigned int kNoLimit = 2'000'000'000;
-    constexpr int kRollOverSize = 2'000'000;
-
-    /// A private folder that goes with the program.
-    class Folder
-    {
-    public:
-        Folder()
-        {
-            char name[] = "/tmp/qzlog-bench-XXXXXX";
-            mName = mkdtemp(name);
-        }
-
-        Folder(Folder const&) = delete;
-        Folder& operator=(Folder const&) = delete;
-        ~Folder() { std::filesystem::remove_all(mName); }
-
-        std::string Path(char const* file) const { return mName + '/' + file; }
-
-    private:
-        std::string mName;
-    };
-
-    std::string GetPath(char const* file)
-    {
-        static Folder const folder;
-        return folder.Path(file);
-    }
+    using namespace FileSubjects;
 
     std::string MakeText(benchmark::State const& state)
     {
         return std::string(static_cast<std::size_t>(state.range(0)), 'x');
-    }
-
-    /// Keeps the files small enough for the page cache; called outside the measured time.
-    void Empty(std::string const& path)
-    {
-        if (truncate(path.c_str(), 0) != 0)
-            std::ofstream(path).flush();
-    }
-
-    class BareFile
-    {
-    public:
-        explicit BareFile(std::string path)
-            : mPath(std::move(path)), mDescriptor(open(mPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666))
-        {
-        }
-
-        BareFile(BareFile const&) = delete;
-        BareFile& operator=(BareFile const&) = delete;
-        ~BareFile() { close(mDescriptor); }
-
-        void Write(std::string const& record)
-        {
-            struct stat status;
-            benchmark::DoNotOptimize(stat(mPath.c_str(), &status));
-            flock(mDescriptor, LOCK_EX);
-            benchmark::DoNotOptimize(lseek(mDescriptor, 0, SEEK_END));
-            benchmark::DoNotOptimize(write(mDescriptor, record.data(), record.size()));
-            flock(mDescriptor, LOCK_UN);
-        }
-
-        void RollOver(std::string const& target)
-        {
-            int const copy = open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-            lseek(mDescriptor, 0, SEEK_SET);
-            static std::vector<char> buffer(262144);
-            while (ssize_t const count = read(mDescriptor, buffer.data(), buffer.size()))
-                benchmark::DoNotOptimize(write(copy, buffer.data(), static_cast<std::size_t>(count)));
-            close(copy);
-            benchmark::DoNotOptimize(ftruncate(mDescriptor, 0));
-        }
-
-    private:
-        std::string mPath;
-        int mDescriptor;
-    };
-
-    /// The module with one disk-file destination on `file`.
-    struct OwnLog
-    {
-        explicit OwnLog(char const* file)
-            : mpLog(QzLog::GetDestination_DiskFile(QzBase::UTF8ToWideChar(GetPath(file).c_str(), false).c_str()))
-        {
-            mpLog->SetMaxFileSize(kNoLimit);
-        }
-
-        QzLog::Initializer mModule;
-        QzBase::CountedPtr<QzLog::Destination_DiskFile> mpLog;
-    };
-
-    /// Writes a record through the destination, with a header that has its text already: what is measured is the
-    /// way into the file.
-    class OwnWriter
-    {
-    public:
-        explicit OwnWriter(QzLog::Destination& log) : mLog(log) {}
-
-        void Write(std::string const& text) { mLog.WriteMessage(text.c_str(), *mpHeader); }
-        std::size_t GetHeaderLength() { return std::string(mpHeader->GetHeaderText()).size() + 3; }
-
-    private:
-        QzLog::Destination& mLog;
-        QzBase::CountedPtr<QzLog::MessageHeader> mpHeader{QzLog::CreateMessageHeader()};
-    };
-
-    std::size_t MeasureHeader()
-    {
-        QzBase::CountedPtr<QzLog::MessageHeader> const header(QzLog::CreateMessageHeader());
-        return std::string(header->GetHeaderText()).size() + 3;
     }
 
     void RecordOwn(benchmark::State& state)
@@ -161,8 +38,7 @@ namespace
             Empty(GetPath("own.log"));
         OwnWriter writer(*log.mpLog);
         std::string const text = MakeText(state);
-        for (auto _ : state)
-            writer.Write(text);
+        MeasureLongest(state, [&] { writer.Write(text); });
     }
 
     void RecordBaseline(benchmark::State& state)
@@ -171,9 +47,8 @@ namespace
         BareFile file(GetPath("baseline.log"));
         if (state.thread_index() == 0)
             Empty(GetPath("baseline.log"));
-        std::string const record = MakeText(state) + std::string(MeasureHeader(), 'h');
-        for (auto _ : state)
-            file.Write(record);
+        std::string const text = MakeText(state);
+        MeasureLongest(state, [&] { file.Write(text); });
     }
 
     /// How many records all processes of a measurement have written, in memory that they share.
@@ -200,7 +75,7 @@ namespace
         std::atomic<std::int64_t>* mpCount;
     };
 
-    /// Runs `work` in a process of its own for as long as the measured one is at it.
+    /// Runs `work`, which does not return, in a process of its own for as long as the measured one is at it.
     template <class Work>
     class Companion
     {
@@ -208,8 +83,10 @@ namespace
         explicit Companion(Work const& work) : mID(fork())
         {
             if (mID == 0)
-                for (;;)
-                    work();
+            {
+                work();
+                std::abort();
+            }
         }
 
         Companion(Companion const&) = delete;
@@ -236,9 +113,14 @@ namespace
             write();
             (*count).fetch_add(1, std::memory_order_relaxed);
         };
-        std::list<Companion<decltype(work)>> companions;
+        auto const workOn = [&]
+        {
+            for (;;)
+                work();
+        };
+        std::list<Companion<decltype(workOn)>> companions;
         for (std::int64_t i = 1; i < state.range(1); ++i)
-            companions.emplace_back(work);
+            companions.emplace_back(workOn);
         std::int64_t due = *count;
         for (auto _ : state)
             for (++due; *count < due;)
@@ -258,7 +140,7 @@ namespace
     {
         std::string const path = GetPath("baseline2.log");
         Empty(path);
-        std::string const record = MakeText(state) + std::string(MeasureHeader(), 'h');
+        std::string const text = MakeText(state);
         // Each process opens the file itself: an inherited one shares its lock with the parent.
         std::optional<BareFile> file;
         pid_t owner = 0;
@@ -267,123 +149,80 @@ namespace
             {
                 if (std::exchange(owner, getpid()) != getpid())
                     file.emplace(path);
-                file->Write(record);
+                file->Write(text);
             });
     }
 
-    void FillTo(std::string const& path, int size)
+    constexpr int kCrowd = 4;
+
+    /// Calls `work` again and again on as many threads as a crowd has.
+    template <class Work>
+    void WorkAsCrowd(Work const& work)
     {
-        std::ofstream(path, std::ios::binary | std::ios::app) << std::string(
-            static_cast<std::size_t>(size) - static_cast<std::size_t>(std::filesystem::file_size(path)), 'x');
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kCrowd; ++i)
+            threads.emplace_back(work);
+        for (std::thread& thread : threads)
+            thread.join();
     }
 
-    void RollOverOwn(benchmark::State& state)
+    void RecordOwnBesideCrowd(benchmark::State& state)
     {
-        static OwnLog log("roll.log");
-        log.mpLog->SetMaxFileSize(kRollOverSize);
+        static OwnLog log("own3.log");
+        Empty(GetPath("own3.log"));
+        std::string const text = MakeText(state);
+        auto const crowd = [&]
+        {
+            WorkAsCrowd(
+                [&]
+                {
+                    for (OwnWriter writer(*log.mpLog);;)
+                        writer.Write(text);
+                });
+        };
         OwnWriter writer(*log.mpLog);
-        writer.Write("first");
-        for (auto _ : state)
-        {
-            state.PauseTiming();
-            FillTo(GetPath("roll.log"), kRollOverSize);
-            state.ResumeTiming();
-            writer.Write("next");
-        }
+        Companion<decltype(crowd)> const companion(crowd);
+        MeasureLongest(state, [&] { writer.Write(text); });
     }
 
-    void RollOverBaseline(benchmark::State& state)
+    void RecordBaselineBesideCrowd(benchmark::State& state)
     {
-        std::string const path = GetPath("rollbaseline.log");
-        BareFile file(path);
-        for (auto _ : state)
+        std::string const path = GetPath("baseline3.log");
+        Empty(path);
+        std::string const text = MakeText(state);
+        auto const crowd = [&]
         {
-            state.PauseTiming();
-            FillTo(path, kRollOverSize);
-            state.ResumeTiming();
-            file.RollOver(GetPath("rollbaseline.log.bak00"));
-            file.Write("next");
-        }
+            WorkAsCrowd(
+                [&]
+                {
+                    for (BareFile file(path);;)
+                        file.Write(text);
+                });
+        };
+        Companion<decltype(crowd)> const companion(crowd);
+        BareFile file(path);
+        MeasureLongest(state, [&] { file.Write(text); });
     }
 
     void Sizes(benchmark::internal::Benchmark* benchmark)
     {
-        benchmark->Arg(100)->Arg(1000)->Arg(64000)->ThreadRange(1, 4)->UseRealTime();
+        benchmark->ArgName("bytes")->Arg(100)->Arg(1000)->Arg(64000)->ThreadRange(1, 64)->UseRealTime();
     }
 
     void SizesAndProcesses(benchmark::internal::Benchmark* benchmark)
     {
-        benchmark->ArgsProduct({{100, 1000, 64000}, {1, 2, 4}})->UseRealTime();
+        benchmark->ArgNames({"bytes", "processes"})->ArgsProduct({{100, 1000, 64000}, {1, 2, 4}})->UseRealTime();
+    }
+
+    void OneSize(benchmark::internal::Benchmark* benchmark)
+    {
+        benchmark->ArgName("bytes")->Arg(100)->UseRealTime();
     }
 
     BENCHMARK(RecordOwn)->Name("Record/QzLog")->Apply(Sizes);
     BENCHMARK(RecordBaseline)->Name("Record/Baseline")->Apply(Sizes);
     BENCHMARK(RecordOwnInProcesses)->Name("RecordInProcesses/QzLog")->Apply(SizesAndProcesses);
     BENCHMARK(RecordBaselineInProcesses)->Name("RecordInProcesses/Baseline")->Apply(SizesAndProcesses);
-    BENCHMARK(RollOverOwn)->Name("RollOver/QzLog")->UseRealTime();
-    BENCHMARK(RollOverBaseline)->Name("RollOver/Baseline")->UseRealTime();
-
-#ifdef QZLOG_BENCH_LOG4CPLUS
-    log4cplus::Logger MakeLog4cplus(char const* name, bool withLockFile)
-    {
-        log4cplus::helpers::Properties properties;
-        properties.setProperty("File", GetPath(name));
-        properties.setProperty("MaxFileSize", "2000000000");
-        properties.setProperty("MaxBackupIndex", "1");
-        properties.setProperty("ImmediateFlush", "true");
-        properties.setProperty("UseLockFile", withLockFile ? "true" : "false");
-        log4cplus::SharedAppenderPtr const appender(new log4cplus::RollingFileAppender(properties));
-        appender->setLayout(std::make_unique<log4cplus::PatternLayout>(
-            "%D{%Y-%m-%d %H:%M:%S.%q} [HOST:ws01][SERVER:Engine][PID:%i][THR:%t][%c][Info][UID:0][SID:0][OID:0] %m%n"));
-        log4cplus::Logger logger = log4cplus::Logger::getInstance(name);
-        logger.addAppender(appender);
-        logger.setAdditivity(false);
-        return logger;
-    }
-
-    void RecordLog4cplus(benchmark::State& state, log4cplus::Logger const& logger)
-    {
-        if (state.thread_index() == 0)
-            Empty(GetPath(logger.getName().c_str()));
-        std::string const text = MakeText(state);
-        for (auto _ : state)
-            LOG4CPLUS_INFO(logger, text);
-    }
-
-    void RecordLog4cplusWithLockFile(benchmark::State& state)
-    {
-        static log4cplus::Logger const logger = MakeLog4cplus("locked.log", true);
-        RecordLog4cplus(state, logger);
-    }
-
-    void RecordLog4cplusAlone(benchmark::State& state)
-    {
-        static log4cplus::Logger const logger = MakeLog4cplus("alone.log", false);
-        RecordLog4cplus(state, logger);
-    }
-
-    BENCHMARK(RecordLog4cplusWithLockFile)->Name("Record/log4cplus_lockfile")->Apply(Sizes);
-    BENCHMARK(RecordLog4cplusAlone)->Name("Record/log4cplus_weaker_guarantee")->Apply(Sizes);
-#endif
-
-#ifdef QZLOG_BENCH_SPDLOG
-    void RecordSpdlog(benchmark::State& state)
-    {
-        static std::shared_ptr<spdlog::logger> const logger = []
-        {
-            auto const made = spdlog::rotating_logger_mt("file", GetPath("spdlog.log"), kNoLimit, 1);
-            made->set_pattern(
-                "%Y-%m-%d %H:%M:%S.%e [HOST:ws01][SERVER:Engine][PID:%P][THR:%t][%n][Info][UID:0][SID:0][OID:0] %v");
-            made->flush_on(spdlog::level::info);
-            return made;
-        }();
-        if (state.thread_index() == 0)
-            Empty(GetPath("spdlog.log"));
-        std::string const text = MakeText(state);
-        for (auto _ : state)
-            logger->info(text);
-    }
-
-    BENCHMARK(RecordSpdlog)->Name("Record/spdlog_weaker_guarantee")->Apply(Sizes);
-#endif
+    BENCHMARK(RecordOwnBesideCrowd)->Name("RecordBesideProcessOfFourThreads/QzLog")->Apply(OneSize);
+    BENCHMARK(RecordBaselineBesideCrowd)->Name("RecordBesideProcessOfFourThreads/Baseline")->Apply(OneSize);
 }

@@ -1,7 +1,8 @@
-// Runs the benchmarks of one program and prints, after the usual lines, one row per case with the median
-// of each subject and its ratio to QzLog's rivals. A benchmark is named <case>/<subject>[/<variant>...];
-// the subjects of one case and variant stand in one row. Times of several threads are wall-clock time per
-// message of all threads together, so a smaller figure is more throughput.
+// Runs the benchmarks of one program and prints, after the usual lines, one row per case with the medians of each
+// subject: wall time, processor time of the measuring process, and where it is counted the longest time of one
+// iteration. In brackets QzLog's times as ratios of the subject's. A benchmark is named
+// <case>/<subject>[/<variant>...]; the subjects of one case and variant stand in one row. Times of several threads are
+// per message of all threads together, so a smaller wall time is more throughput.
 
 #include <benchmark/benchmark.h>
 
@@ -31,26 +32,38 @@ namespace
 
         void PrintTable() const
         {
-            std::printf("\nMedians in nanoseconds; in brackets QzLog's time as a ratio of that subject's\n");
+            std::printf("\nMedians: wall time, processor time (cpu) in ns, longest iteration (max) in us; in brackets "
+                        "QzLog's times as ratios of that subject's\n");
             for (auto const& [row, subjects] : mRows)
             {
                 auto const own = subjects.find(kOwnSubject);
                 std::printf("%-44s", row.c_str());
                 if (own != subjects.end())
-                    std::printf(" %s %.1f", kOwnSubject, own->second);
-                for (auto const& [subject, time] : subjects)
-                {
-                    if (subject == kOwnSubject)
-                        continue;
-                    std::printf(" | %s %.1f", subject.c_str(), time);
-                    if (own != subjects.end())
-                        std::printf(" [%.2f]", own->second / time);
-                }
+                    Print(own->first, own->second, nullptr);
+                for (auto const& [subject, times] : subjects)
+                    if (subject != kOwnSubject)
+                        Print(subject, times, own != subjects.end() ? &own->second : nullptr);
                 std::printf("\n");
             }
         }
 
     private:
+        struct Times
+        {
+            double mWall = 0;      // nanoseconds
+            double mProcessor = 0; // nanoseconds
+            double mLongest = 0;   // microseconds; 0 if it is not counted
+        };
+
+        static void Print(std::string const& subject, Times const& times, Times const* own)
+        {
+            std::printf(" | %s %.1f cpu %.1f", subject.c_str(), times.mWall, times.mProcessor);
+            if (own)
+                std::printf(" [%.2f cpu %.2f]", own->mWall / times.mWall, own->mProcessor / times.mProcessor);
+            if (times.mLongest != 0)
+                std::printf(" max %.0f", times.mLongest);
+        }
+
         void Take(Run const& run)
         {
             std::string name = run.run_name.function_name;
@@ -62,12 +75,15 @@ namespace
             std::size_t const subjectEnd = std::min(name.find('/', subjectStart), name.size());
             std::string const row = name.substr(0, subjectStart - 1) + name.substr(subjectEnd);
             // The run is counted in the unit that the benchmark chose.
-            double const nanoseconds =
-                run.GetAdjustedRealTime() * 1e9 / benchmark::GetTimeUnitMultiplier(run.time_unit);
-            mRows[row][name.substr(subjectStart, subjectEnd - subjectStart)] = nanoseconds;
+            double const toNanoseconds = 1e9 / benchmark::GetTimeUnitMultiplier(run.time_unit);
+            Times& times = mRows[row][name.substr(subjectStart, subjectEnd - subjectStart)];
+            times.mWall = run.GetAdjustedRealTime() * toNanoseconds;
+            times.mProcessor = run.GetAdjustedCPUTime() * toNanoseconds;
+            if (auto const longest = run.counters.find("longest_us"); longest != run.counters.end())
+                times.mLongest = longest->second;
         }
 
-        std::map<std::string, std::map<std::string, double>> mRows;
+        std::map<std::string, std::map<std::string, Times>> mRows;
     };
 }
 
