@@ -116,12 +116,13 @@ namespace QzLog
         LeaveFileOfParent();
         for (int pass = 0; pass < LogFile::kWritePasses; ++pass)
         {
-            LogFile::Lock const lock(mLog);
+            LogFile::Lock lock(mLog);
             // Nothing is remembered between messages: any writer may have written to the file or emptied it.
             std::int64_t const size = mLog.mpFile->MovePositionToEnd();
             if (!mLog.IsFull(size))
             {
                 mLog.Append(size, record);
+                lock.PassOn();
                 return;
             }
             // A file that has replaced this one at the path must not be rolled over from here.

@@ -38,7 +38,7 @@ namespace QzLog
         {
             LossNotices notices(mLog);
             {
-                QzSynch::ForkableSection::Hold const hold(mSection);
+                Hold const hold(*this);
                 mpRecovery->End(notices);
             }
             notices.Say();
@@ -51,37 +51,37 @@ namespace QzLog
 
     void Destination_DiskFile_Impl::SetMaxFileSize(unsigned int maxFileSize)
     {
-        QzSynch::ForkableSection::Look const look(mSection);
+        Look const look(*this);
         mLog.mMaxFileSize = std::min(maxFileSize, kLargestMaxFileSize);
     }
 
     unsigned int Destination_DiskFile_Impl::GetMaxFileSize()
     {
-        QzSynch::ForkableSection::Look const look(mSection);
+        Look const look(*this);
         return mLog.mMaxFileSize;
     }
 
     void Destination_DiskFile_Impl::SetBackupCount(unsigned int backupCount)
     {
-        QzSynch::ForkableSection::Look const look(mSection);
+        Look const look(*this);
         mLog.mBackupCount = std::min(backupCount, kLargestBackupCount);
     }
 
     unsigned int Destination_DiskFile_Impl::GetBackupCount()
     {
-        QzSynch::ForkableSection::Look const look(mSection);
+        Look const look(*this);
         return mLog.mBackupCount;
     }
 
     QzBase::ReturnWString Destination_DiskFile_Impl::GetFilePath()
     {
-        QzSynch::ForkableSection::Look const look(mSection);
+        Look const look(*this);
         return QzBase::ReturnWString(mLog.mPath.size(), mLog.mPath.c_str());
     }
 
     void Destination_DiskFile_Impl::SetRecovery(Recovery recovery)
     {
-        QzSynch::ForkableSection::Hold const hold(mSection);
+        Hold const hold(*this);
         LogRecovery* const pChosen = recovery == kRecoveryStrict ? static_cast<LogRecovery*>(&mStrict) : &mBasic;
         if (pChosen == mpRecovery)
             return;
@@ -93,32 +93,32 @@ namespace QzLog
 
     Recovery Destination_DiskFile_Impl::GetRecovery()
     {
-        QzSynch::ForkableSection::Look const look(mSection);
+        Look const look(*this);
         return mpRecovery == &mStrict ? kRecoveryStrict : kRecoveryBasic;
     }
 
     void Destination_DiskFile_Impl::SetRetryInterval(unsigned int seconds)
     {
-        QzSynch::ForkableSection::Look const look(mSection);
+        Look const look(*this);
         mLog.mRetryInterval = std::min(seconds, kLongestRetryInterval);
     }
 
     unsigned int Destination_DiskFile_Impl::GetRetryInterval()
     {
-        QzSynch::ForkableSection::Look const look(mSection);
+        Look const look(*this);
         return mLog.mRetryInterval;
     }
 
     void Destination_DiskFile_Impl::SetLossObserver(LossObserver* observer)
     {
         QzBase::CountedPtr<LossObserver> replaced(observer);
-        QzSynch::ForkableSection::Look const look(mSection);
+        Look const look(*this);
         mLog.mpObserver.swap(replaced);
     }
 
     void Destination_DiskFile_Impl::SetFilePath(unsigned short const* path)
     {
-        QzSynch::ForkableSection::Hold const hold(mSection);
+        Hold const hold(*this);
         if (mLog.mPath == path)
             return;
         mLog.mPath = path;
@@ -145,11 +145,17 @@ namespace QzLog
         LossNotices notices(mLog);
         bool isWritten = false;
         {
-            QzSynch::ForkableSection::Hold const hold(mSection);
+            Hold const hold(*this);
             isWritten = mpRecovery->Write(text, messages, notices);
         }
         notices.Say();
         return isWritten;
+    }
+
+    void Destination_DiskFile_Impl::PrepareForFork() noexcept
+    {
+        // A child that took over the lock without having it would write into the records of others.
+        mLog.Release();
     }
 
     void Destination_DiskFile_Impl::GoOnInForkedChild(bool /*wasGap*/) noexcept

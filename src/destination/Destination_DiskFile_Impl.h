@@ -43,6 +43,26 @@ namespace QzLog
         bool WriteForeignRecord(std::string_view text);
 
     private:
+        /// A stay in the section, of either kind. Leaves the lock on the file held only for a thread that comes next.
+        template <class InSection>
+        class Stay : private InSection
+        {
+        public:
+            explicit Stay(Destination_DiskFile_Impl& destination)
+                : InSection(destination.mSection), mLog(destination.mLog)
+            {
+            }
+            ~Stay() { mLog.ReleaseUnlessAwaited(); }
+            Stay(Stay const&) = delete;
+            Stay& operator=(Stay const&) = delete;
+
+        private:
+            LogFile& mLog;
+        };
+        using Hold = Stay<QzSynch::ForkableSection::Hold>;
+        using Look = Stay<QzSynch::ForkableSection::Look>;
+
+        void PrepareForFork() noexcept override;
         void GoOnInForkedChild(bool wasGap) noexcept override;
 
         /// Writes a record that contains a number of messages. False: they are lost, and have been counted.
@@ -54,7 +74,7 @@ namespace QzLog
         LogRecovery* mpRecovery = &mBasic;
         /// Guards all members and every use of the file, but for the counters. Taken before the lock on the file and
         /// held through a whole delivery, so a process that keeps the file's lock stalls the threads here. The wait for
-        /// that lock is the only gap.
+        /// that lock is the only gap. The lock on the file can outlast a stay in the section: see LogFile::Lock.
         // The last member: a fork takes it, when all others must be constructed.
         QzSynch::ForkableSection mSection;
     };

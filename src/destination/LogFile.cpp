@@ -7,6 +7,8 @@
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
 
+#include <utility>
+
 namespace QzLog
 {
     namespace
@@ -20,9 +22,49 @@ namespace QzLog
 
     LogFile::LogFile(QzSynch::ForkableSection* section) : mpSection(section), mHeader(MakeFileHeader()) {}
 
-    LogFile::Lock::Lock(LogFile& log, std::int64_t before) : FileWriteLock(*log.mpFile, *log.mpSection)
+    LogFile::Lock::Lock(LogFile& log) : mLog(log)
     {
+        if (log.mFileLock)
+            return;
+        std::int64_t const before = log.GetLockNanoseconds();
+        log.mFileLock.emplace(*log.mpFile, *log.mpSection);
+        log.mRecordsUnderLock = 0;
+        log.mWriteNanosecondsBefore = log.GetWriteNanoseconds();
         log.mCounters.AddLockWait(static_cast<std::uint64_t>(log.GetLockNanoseconds() - before));
+    }
+
+    void LogFile::Lock::Unlock() noexcept
+    {
+        if (std::exchange(mIsOwner, false))
+            mLog.Release();
+    }
+
+    void LogFile::Lock::PassOn() noexcept
+    {
+        mIsOwner = false;
+        ++mLog.mRecordsUnderLock;
+        mLog.ReleaseUnlessAwaited();
+    }
+
+    void LogFile::ReleaseUnlessAwaited() noexcept
+    {
+        if (!mFileLock)
+            return;
+        bool const isLong = mRecordsUnderLock >= kRecordsPerLock ||
+                            GetWriteNanoseconds() - mWriteNanosecondsBefore >= kNanosecondsPerLock;
+        if (isLong || !mpSection->IsTriedFor())
+            Release();
+    }
+
+    void LogFile::Release() noexcept
+    {
+        mFileLock.reset();
+    }
+
+    void LogFile::Close() noexcept
+    {
+        Release();
+        mpFile.reset();
     }
 
     void LogFile::CreateFolder() const

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,22 +26,38 @@ namespace QzLog
         /// \param section  the destination's. Not used before its construction is done.
         explicit LogFile(QzSynch::ForkableSection* section);
 
-        /// Holds the lock on the file, and records the wait for it. A wait of more than some milliseconds is a gap in
-        /// the section. By then a delivery must not have done more than open the file.
-        class Lock : public QzFileSystem::FileWriteLock
+        /// Holds the lock on the file: the one that the thread before has left, or else takes it and records the wait.
+        /// A wait of more than some milliseconds is a gap in the section. By then a delivery must not have done more
+        /// than open the file.
+        class Lock
         {
         public:
-            explicit Lock(LogFile& log) : Lock(log, log.GetLockNanoseconds()) {}
+            explicit Lock(LogFile& log);
+            ~Lock() { Unlock(); }
+            Lock(Lock const&) = delete;
+            Lock& operator=(Lock const&) = delete;
+
+            void Unlock() noexcept;
+
+            /// In place of Unlock, when a record is written. Leaves the lock held for a thread that will soon be in the
+            /// section, within the limits below.
+            void PassOn() noexcept;
 
         private:
-            Lock(LogFile& log, std::int64_t before);
+            LogFile& mLog;
+            bool mIsOwner = true;
         };
+
+        /// Releases the lock on the file that Lock::PassOn has left held: to be called by whoever leaves the section,
+        /// and before a fork. Only then can the lock stay held, when another thread will soon be in the section.
+        void ReleaseUnlessAwaited() noexcept;
+        void Release() noexcept;
 
         void CreateFolder() const;
 
         /// Opens the file at the path, or creates it.
         void Open();
-        void Close() noexcept { mpFile.reset(); }
+        void Close() noexcept;
 
         bool IsFull(std::int64_t size) const noexcept { return size >= std::int64_t{mMaxFileSize}; }
 
@@ -63,10 +80,24 @@ namespace QzLog
         /// How often a message tries to find room in the file before it is lost.
         static constexpr int kWritePasses = 10;
 
+        /// So many records are written under one lock on the file if threads wait for each other. Taking and releasing
+        /// that lock is two of the five system calls of a record. More would save little, and make other processes wait
+        /// for longer.
+        static constexpr unsigned int kRecordsPerLock = 8;
+
+        /// No further record follows once the writes under the lock have taken that long: then two system calls hardly
+        /// count, and other processes would wait for a slow disk.
+        static constexpr std::int64_t kNanosecondsPerLock = 50'000;
+
     private:
         std::int64_t GetLockNanoseconds() const { return mpFile->GetWriteLockTimer().GetTotalNanoseconds(); }
+        std::int64_t GetWriteNanoseconds() const { return mpFile->GetWriteTimer().GetTotalNanoseconds(); }
 
         QzSynch::ForkableSection* const mpSection;
+        /// While the lock on the file is held.
+        std::optional<QzFileSystem::FileWriteLock> mFileLock;
+        unsigned int mRecordsUnderLock = 0;
+        std::int64_t mWriteNanosecondsBefore = 0; // before that lock
         std::string const mHeader;
     };
 }

@@ -161,6 +161,7 @@ namespace QzLog
             if (!mLog.IsFull(size))
             {
                 Append(ReportLosses(size, notices), record);
+                lock.PassOn();
                 return;
             }
             // With the limit 0 an empty file is full. As a back-up it would only push others out.

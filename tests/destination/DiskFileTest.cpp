@@ -2,14 +2,62 @@
 #include "filesystem/FileLocks.h"
 #include "support/ForkedChild.h"
 
+#include <algorithm>
+#include <atomic>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include <sched.h>
+#include <unistd.h>
 
 using namespace QzBase::Literals;
 using namespace QzTest;
 using QzLog::Destination_DiskFile_Impl;
 using QzOs::Posix::Kernel;
+
+namespace
+{
+    /// Watches the lock on the only open log.
+    struct LockRules
+    {
+        LockRules()
+        {
+            gIsHeld = false;
+            gLocks = gWrites = gRecords = gMostRecords = gUnlockedWrites = 0;
+            QzOs::Posix::gKernel.mpFlock = [](int file, int operation)
+            {
+                int const result = flock(file, operation);
+                if (result != 0)
+                    return result;
+                gIsHeld = operation != LOCK_UN;
+                gLocks += gIsHeld;
+                gRecords = 0;
+                return result;
+            };
+            QzOs::Posix::gKernel.mpWrite = [](int file, void const* data, std::size_t size)
+            {
+                ++gWrites;
+                gUnlockedWrites += !gIsHeld;
+                gMostRecords = std::max(gMostRecords.load(), ++gRecords);
+                if (!IsPassedOn())
+                    sched_yield();
+                return write(file, data, size);
+            };
+        }
+
+        ~LockRules()
+        {
+            QzOs::Posix::gKernel.mpFlock = flock;
+            QzOs::Posix::gKernel.mpWrite = write;
+        }
+
+        static bool IsPassedOn() { return gLocks < gWrites; }
+
+        static inline std::atomic<bool> gIsHeld;
+        static inline std::atomic<int> gLocks, gWrites, gRecords, gMostRecords, gUnlockedWrites;
+    };
+}
 
 TEST_F(DiskFileTest, WritesAHeadAndWholeRecords)
 {
@@ -117,6 +165,55 @@ TEST_F(DiskFileTest, AForkedChildWritesThroughItsOwnOpenFile)
         return;
     EXPECT_EQ(Get("x.log").size(),
         kHead.size() + Record("child").size() * kChildren * kRecords + Record("busy").size() * busyRecords);
+}
+
+TEST_F(DiskFileTest, ThreadsPassTheLockOnTheFileOnForSomeRecords)
+{
+    // A child that took the lock for its own would write without it, and one record more after another by threads that
+    // leave the lock to each other would starve other processes.
+    constexpr int kRecords = 100;
+    Make("x.log");
+    mpDestination->SetMaxFileSize(1'000'000'000);
+    Write("with the head");
+    LockRules const rules;
+    auto const work = [&](int records)
+    {
+        QzBase::CountedPtr<QzLog::MessageHeader> const header(QzLog::CreateMessageHeader());
+        for (int i = 0; i < records || (!rules.IsPassedOn() && i < 100'000); ++i)
+            mpDestination->WriteMessage("busy", *header);
+    };
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 3; ++i)
+            threads.emplace_back(work, kRecords);
+        ExpectInChildrenOfBusyParent(
+            8, [&] { work(10); },
+            [&]
+            {
+                bool const wasHeld = rules.gIsHeld;
+                Write("child");
+                return !wasHeld && rules.gUnlockedWrites == 0;
+            });
+    }
+    EXPECT_EQ(rules.gUnlockedWrites, 0);
+    EXPECT_TRUE(rules.IsPassedOn());
+    EXPECT_LE(rules.gMostRecords, 8);
+
+    // Those who only look at the settings are waited for like writers, and must not leave the lock behind.
+    auto const other = QzFileSystem::CreateUpdateableFile(WideIn("x.log"), QzFileSystem::KeepOnClose);
+    for (int round = 0; round < 20; ++round)
+    {
+        std::jthread looking(
+            [&](std::stop_token stop)
+            {
+                while (!stop.stop_requested())
+                    mpDestination->GetBackupCount();
+            });
+        for (int i = 0; i < 20; ++i)
+            Write("beside looks");
+        looking = {};
+        ASSERT_TRUE(QzFileSystem::FileTryWriteLock(*other).HoldsLock()) << round;
+    }
 }
 
 TEST_F(DiskFileTest, AForkPassesWhoWaitsForTheLockOnTheFile)

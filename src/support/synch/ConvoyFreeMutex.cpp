@@ -21,6 +21,11 @@ namespace QzSynch
         }
     }
 
+    bool ConvoyFreeMutex::IsTriedFor() const noexcept
+    {
+        return mTrying.load(std::memory_order_relaxed) == GetMark();
+    }
+
     void ConvoyFreeMutex::Wait() noexcept
     {
         // A thread that was woken tries too, even if another one does: it has waited for longer.

@@ -28,6 +28,10 @@ namespace QzSynch
                 WakeUnlessOneTries();
         }
 
+        /// For the thread that holds it: whether another thread of this process tries for it. That thread, or one that
+        /// comes first, takes the mutex next, at most some milliseconds after its release unless it gets no processor.
+        bool IsTriedFor() const noexcept;
+
     private:
         static constexpr int kLocked = 1;
         /// A thread may be asleep: set by the thread that goes to sleep, cleared by the one that wakes it.

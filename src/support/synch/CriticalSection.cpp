@@ -20,6 +20,7 @@ namespace QzSynch
 
             void Delete() override { delete this; }
             EnumHvnLockStackCategory GetCategory() const override { return mCategory; }
+            bool IsTriedFor() const noexcept { return mMutex.IsTriedFor(); }
 
         protected:
             void Enter() final
@@ -77,5 +78,10 @@ namespace QzSynch
         EnumHvnLockStackCategory category, ForkHold::Rank rank, ForkHold::Client* client)
     {
         return new ForkSafeSection(category, rank, client);
+    }
+
+    bool IsTriedFor(CriticalSection const& section) noexcept
+    {
+        return static_cast<CriticalSection_Impl const&>(section).IsTriedFor();
     }
 }

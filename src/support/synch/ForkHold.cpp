@@ -52,6 +52,8 @@ namespace QzSynch
         {
             hold->mLock.EnterBeforeFork();
             hold->mIsTaken = true;
+            if (hold->mpClient)
+                hold->mpClient->PrepareForFork();
         }
     }
 

@@ -39,6 +39,9 @@ namespace QzSynch
         class Client
         {
         public:
+            /// Called before a fork by the thread that forks, which has just taken the lock.
+            virtual void PrepareForFork() noexcept {}
+
             /// Called in the child by its only thread, with all the locks still held. Clients of the locks after
             /// this one have been called before.
             virtual void GoOnInForkedChild() noexcept = 0;

@@ -16,4 +16,7 @@ namespace QzSynch
     /// \param client  may be null; outlives the lock. Create the lock only when the client can be called.
     CriticalSection* CreateForkSafeSection(EnumHvnLockStackCategory category,
         ForkHold::Rank rank = ForkHold::kInnermost, ForkHold::Client* client = nullptr);
+
+    /// ConvoyFreeMutex::IsTriedFor of a critical section of this library.
+    bool IsTriedFor(CriticalSection const& section) noexcept;
 }

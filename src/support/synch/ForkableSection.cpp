@@ -1,7 +1,5 @@
 #include "support/synch/ForkableSection.h"
 
-#include "support/synch/ForkSafeLocks.h"
-
 #include <utility>
 
 namespace QzSynch

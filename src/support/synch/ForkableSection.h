@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/synch/ForkHold.h"
+#include "support/synch/ForkSafeLocks.h"
 
 #include <QzSynch/Locks.h>
 
@@ -20,6 +20,9 @@ namespace QzSynch
         class Client
         {
         public:
+            /// Called before a fork, by the thread that forks and holds the section, also during a gap.
+            virtual void PrepareForFork() noexcept {}
+
             /// Called in a forked child by its only thread, while this thread holds the section and all other locks
             /// that are held around forks. Sections that are taken after this one have been called before.
             /// \param wasGap  whether a thread of the parent was in a gap. The child does not have that thread.
@@ -71,7 +74,11 @@ namespace QzSynch
             explicit Look(ForkableSection& section) : SmartLock(*section.mpLock) {}
         };
 
+        /// For the thread in the section: whether another one of this process will soon be in it.
+        bool IsTriedFor() const noexcept { return QzSynch::IsTriedFor(*mpLock); }
+
     private:
+        void PrepareForFork() noexcept override { mClient.PrepareForFork(); }
         void GoOnInForkedChild() noexcept override;
 
         /// The holder, also in its gap; guarded by mpLock. Other threads that find one wait until mTurn changes.
