@@ -69,7 +69,11 @@ namespace
         Place place = run.MakePlace(top);
         run.Go(&fault, &place);
         CheckCampaign(settings, *ledger, run.GetStarted(), place, fault, row.mOutcome);
-        row.mOutcome.mIsGood = row.mOutcome.mIsGood && !run.HasFailed();
+        bool const isGood = !run.HasFailed() && row.mOutcome.mIsGood;
+        if (!isGood)
+            std::printf("FAULT in '%s', %s, seed %llu\n", fault.mpName, row.mIsStrict ? "strict" : "basic",
+                static_cast<unsigned long long>(settings.mSeed));
+        row.mOutcome.mIsGood = isGood;
     }
 
     /// In a process of its own: it can have other mounts, and gives its memory back.

@@ -133,7 +133,8 @@ namespace
         {
             Ledger::Process const& told = mLedger.mProcesses[process];
             auto const reported = mReported.extract(told.mId);
-            std::int64_t const count = reported.empty() ? 0 : reported.mapped();
+            std::int64_t const count =
+                (reported.empty() ? 0 : reported.mapped()) + static_cast<std::int64_t>(told.mReportedAtEnd);
             std::int64_t const rest = static_cast<std::int64_t>(lost) - count;
             std::int64_t const known = static_cast<std::int64_t>(told.mUnreported);
             outcome.mReported += static_cast<std::uint64_t>(count);

@@ -10,7 +10,7 @@ struct Outcome
     std::uint64_t mTries = 0;
     std::uint64_t mRecords = 0;
     std::uint64_t mLost = 0;
-    /// By lines in the log.
+    /// By lines in the log, or on standard error by one that could not get at the log when it ended.
     std::uint64_t mReported = 0;
     /// Lost with a writer that was killed before it could report them.
     std::uint64_t mKilledWith = 0;

@@ -27,6 +27,8 @@ struct Ledger
         int mId = 0;
         /// Messages that were lost and not reported, after the last call that has returned.
         std::atomic<std::uint64_t> mUnreported{0};
+        /// Those that it reported on standard error when its log was closed, because it could not do it in the log.
+        std::uint64_t mReportedAtEnd = 0;
     };
 
     std::array<Process, kMaxProcesses> mProcesses;

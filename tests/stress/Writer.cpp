@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace
@@ -55,30 +56,51 @@ namespace
             usleep(static_cast<useconds_t>(random() % 1000));
         }
     }
+
+    void Log(WriterSettings const& settings, unsigned int process, Ledger& ledger)
+    {
+        QzLog::Initializer const module;
+        QzBase::CountedPtr<QzLog::Destination_DiskFile> const log = OpenLog(settings, process);
+        log->SetMaxFileSize(settings.mIsCampaign ? settings.mLimit / (1 + process % 3) : settings.mLimit);
+        log->SetBackupCount(kBackups);
+        log->SetRecovery(settings.mIsStrict ? QzLog::kRecoveryStrict : QzLog::kRecoveryBasic);
+        log->SetRetryInterval(settings.mRetrySeconds);
+        QzBase::CountedPtr<QzLog::Router> const router(QzLog::CreateRouter("Stress", "Info"));
+        router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({log.get()}));
+
+        std::vector<std::thread> threads;
+        for (unsigned int thread = 0; thread < settings.mThreads; ++thread)
+            threads.emplace_back([&, thread] { WriteRecords(*router, *log, settings, {process, thread, 0}, ledger); });
+        for (std::thread& thread : threads)
+            thread.join();
+        QzLog::DiskFileStatistics const figures = log->GetStatistics();
+        ledger.mProcesses[process].mUnreported = figures.mLossesWaiting + figures.mLossesDropped;
+    }
+
+    /// The sum of the lines in which a log that is closed reports what it has lost.
+    std::uint64_t SumLosses(int errors)
+    {
+        std::uint64_t sum = 0;
+        lseek(errors, 0, SEEK_SET);
+        std::FILE* const lines = fdopen(errors, "r");
+        unsigned long long count = 0;
+        for (char line[1000]; std::fgets(line, sizeof line, lines);)
+            if (std::sscanf(line, "QzLog: %llu messages lost and not reported", &count) == 1)
+                sum += count;
+        std::fclose(lines);
+        return sum;
+    }
 }
 
 int RunWriter(WriterSettings const& settings, unsigned int process, Ledger& ledger)
 {
     if (settings.mUser != 0 && (setgid(settings.mUser) != 0 || setuid(settings.mUser) != 0))
         return 1;
-    // Each run of losses says a line there.
-    if (settings.mIsCampaign && !std::freopen("/dev/null", "w", stderr))
+    int const errors = settings.mIsCampaign ? memfd_create("stderr", MFD_CLOEXEC) : -1;
+    if (settings.mIsCampaign && dup2(errors, STDERR_FILENO) < 0)
         return 1;
-    QzLog::Initializer const module;
-    QzBase::CountedPtr<QzLog::Destination_DiskFile> const log = OpenLog(settings, process);
-    log->SetMaxFileSize(settings.mIsCampaign ? settings.mLimit / (1 + process % 3) : settings.mLimit);
-    log->SetBackupCount(kBackups);
-    log->SetRecovery(settings.mIsStrict ? QzLog::kRecoveryStrict : QzLog::kRecoveryBasic);
-    log->SetRetryInterval(settings.mRetrySeconds);
-    QzBase::CountedPtr<QzLog::Router> const router(QzLog::CreateRouter("Stress", "Info"));
-    router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({log.get()}));
-
-    std::vector<std::thread> threads;
-    for (unsigned int thread = 0; thread < settings.mThreads; ++thread)
-        threads.emplace_back([&, thread] { WriteRecords(*router, *log, settings, {process, thread, 0}, ledger); });
-    for (std::thread& thread : threads)
-        thread.join();
-    QzLog::DiskFileStatistics const figures = log->GetStatistics();
-    ledger.mProcesses[process].mUnreported = figures.mLossesWaiting + figures.mLossesDropped;
+    Log(settings, process, ledger);
+    if (settings.mIsCampaign)
+        ledger.mProcesses[process].mReportedAtEnd = SumLosses(errors);
     return 0;
 }
