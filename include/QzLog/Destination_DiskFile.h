@@ -86,7 +86,8 @@ namespace QzLog
     ///   oldest back-up is kept as "<path>.bak~o" until all is done. So the disk needs room for one more file, and the
     ///   process needs the permission to create and rename files in the directory. If a process is killed in a
     ///   roll-over, these two can remain; the next roll-over removes them. If it is killed just before it empties the
-    ///   file, the content is in the file and in the newest back-up, and the next roll-over copies it once more.
+    ///   file, or loses its permissions for the directory in the middle of a roll-over, so that it cannot rename back,
+    ///   the content is in the file and in the newest back-up, and the next roll-over copies it once more.
     /// - A destination that is destroyed with unreported losses tries for a second to report them. What it cannot
     ///   report is written to the debug output.
     /// - If the clock was set back to before the failure, the next message tries the file at once.

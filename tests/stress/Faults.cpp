@@ -165,7 +165,7 @@ std::vector<Fault> const gFaults{
     {"replaced by a pipe", ReplaceByPipe},
     {"replaced by a device", ReplaceByDevice, false, false, false, false, true},
     {"folder removed", TakeFolder, false, false, false, true},
-    {"folder forbidden", ForbidFolder, false, true},
+    {"folder forbidden", ForbidFolder, false, true, false, true},
     {"emptied by others", Empty},
     {"writers stopped", StopOne},
     {"writers killed", KillOne, true, false, false, true},
