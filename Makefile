@@ -33,7 +33,7 @@ bench: deps-bench
 	@scripts/bench.sh
 
 # All that guards the project beside the tests: format, lint, both compilers, sanitizers, the installed package.
-check: deps-check
+check: deps-check deps-bench
 	@$(alone) scripts/check.sh
 
 # Which share of the lines of each folder the tests run.

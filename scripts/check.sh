@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Format, lint, the models of the locks, both compilers, the packages, the sanitizers, the fuzz targets. The first
-# failure ends it.
+# Format, lint, the models of the locks, both compilers, the packages, the instructions of a log call, the sanitizers,
+# the fuzz targets. The first failure ends it.
 set -euo pipefail
 
 step() { printf '\n== %s\n' "$1"; }
@@ -34,6 +34,9 @@ tests/consumer/subproject.sh
 
 step "Debian packages, and a foreign project against them"
 scripts/package.sh
+
+step "instructions of a log call"
+scripts/instructions.sh
 
 for sanitizer in asan tsan; do
     step "tests under $sanitizer"

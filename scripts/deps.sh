@@ -11,7 +11,7 @@ declare -A groups=(
     [integrations]="groff-base jq lnav systemd xz-utils zstd"
     [bench]="libbenchmark-dev libspdlog-dev liblog4cplus-dev"
     [check]="clang clang-format clang-tidy libclang-rt-14-dev iwyu git doxygen dpkg-dev file lintian shellcheck spin
-        abigail-tools"
+        abigail-tools valgrind"
     [coverage]="gcovr"
 )
 
