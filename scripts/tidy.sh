@@ -60,12 +60,12 @@ files_of_nobody()
     done
 }
 
-# A forked child must find no lock taken by a thread that it does not have: support/synch makes locks that see to that,
-# and the layer below it has its own means.
+# A forked child must find no lock taken by a thread that it does not have: support/synch and the kit's ForkSafeLock make
+# locks that see to that, and the layer below support has its own means.
 locks_not_held_at_fork()
 {
     grep -nE '\bCreate(RWLock|CriticalSection)\(|std::[a-z_]*mutex|pthread_(mutex|rwlock)_' "${code[@]}" |
-        grep -E '^src/' | grep -vE '^src/(os|support/synch)/'
+        grep -E '^(src|kit)/' | grep -vE '^src/(os|support/synch)/|^kit/src/ForkSafeLock'
 }
 
 # All of the library in one include is for its users: whoever includes it is compiled anew with each public header.

@@ -1,0 +1,106 @@
+#include "ForkSafeLock.h"
+
+#include <pthread.h>
+
+#include <atomic>
+
+namespace QzLogKit
+{
+    namespace
+    {
+        std::atomic<unsigned int> gForkCount{0};
+    }
+
+    /// All locks of the process. Its own mutex is held around a fork too, and taken before any of them.
+    class ForkSafeLock::All
+    {
+    public:
+        static All& Get()
+        {
+            // Static objects may have locks that end after it.
+            static All& all = *new All;
+            return all;
+        }
+
+        void Add(ForkSafeLock& lock)
+        {
+            std::lock_guard const hold(mMutex);
+            lock.mpNext = mpFirst;
+            lock.mpPrevious = &mpFirst;
+            if (mpFirst)
+                mpFirst->mpPrevious = &lock.mpNext;
+            mpFirst = &lock;
+        }
+
+        void Remove(ForkSafeLock& lock)
+        {
+            std::lock_guard const hold(mMutex);
+            *lock.mpPrevious = lock.mpNext;
+            if (lock.mpNext)
+                lock.mpNext->mpPrevious = lock.mpPrevious;
+        }
+
+    private:
+        All()
+        {
+            // The core holds no lock while it calls a destination, so it does not matter whose handlers come first.
+            pthread_atfork([] { Get().Hold(); }, [] { Get().Release(); },
+                []
+                {
+                    gForkCount.fetch_add(1, std::memory_order_relaxed);
+                    Get().Release();
+                });
+        }
+
+        void Hold()
+        {
+            mMutex.lock();
+            for (ForkSafeLock* lock = mpFirst; lock; lock = lock->mpNext)
+                lock->LockAll();
+        }
+
+        void Release()
+        {
+            for (ForkSafeLock* lock = mpFirst; lock; lock = lock->mpNext)
+                lock->UnlockAll();
+            mMutex.unlock();
+        }
+
+        std::mutex mMutex;
+        ForkSafeLock* mpFirst = nullptr;
+    };
+
+    ForkSafeLock::ForkSafeLock()
+    {
+        All::Get().Add(*this);
+    }
+
+    ForkSafeLock::~ForkSafeLock()
+    {
+        All::Get().Remove(*this);
+    }
+
+    unsigned int ForkSafeLock::GetForkCount()
+    {
+        return gForkCount.load(std::memory_order_relaxed);
+    }
+
+    std::size_t ForkSafeLock::GetStripe()
+    {
+        static std::atomic<std::size_t> gNextThread{0};
+        thread_local std::size_t const tStripe = gNextThread.fetch_add(1, std::memory_order_relaxed) % 8;
+        return tStripe;
+    }
+
+    void ForkSafeLock::LockAll()
+    {
+        for (Stripe& stripe : mStripes)
+            stripe.mMutex.lock();
+    }
+
+    void ForkSafeLock::UnlockAll()
+    {
+        for (Stripe& stripe : mStripes)
+            stripe.mMutex.unlock();
+    }
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <mutex>
+
+namespace QzLogKit
+{
+    /// A readers-writer lock that is held for writing whenever the process forks, so that no child inherits it from a
+    /// thread that it does not have. It is made of ordinary mutexes, which the child can release: a reader takes the
+    /// one of its thread's stripe, a writer takes all. Readers disturb each other only if they share a stripe.
+    ///
+    /// Nothing of the user's and nothing of the core is called under one, and a thread that holds one takes no other.
+    class ForkSafeLock
+    {
+    public:
+        class ReadHold
+        {
+        public:
+            explicit ReadHold(ForkSafeLock& lock) : mHold(lock.mStripes[GetStripe()].mMutex) {}
+
+        private:
+            std::lock_guard<std::mutex> const mHold;
+        };
+
+        class WriteHold
+        {
+        public:
+            explicit WriteHold(ForkSafeLock& lock) : mLock(lock) { mLock.LockAll(); }
+            ~WriteHold() { mLock.UnlockAll(); }
+            WriteHold(WriteHold const&) = delete;
+            WriteHold& operator=(WriteHold const&) = delete;
+
+        private:
+            ForkSafeLock& mLock;
+        };
+
+        ForkSafeLock();
+        ~ForkSafeLock();
+        ForkSafeLock(ForkSafeLock const&) = delete;
+        ForkSafeLock& operator=(ForkSafeLock const&) = delete;
+
+        /// How many forks lie between this process and the one that loaded the library.
+        static unsigned int GetForkCount();
+
+    private:
+        class All;
+
+        struct alignas(64) Stripe
+        {
+            std::mutex mMutex;
+        };
+
+        static std::size_t GetStripe();
+        void LockAll();
+        void UnlockAll();
+
+        std::array<Stripe, 8> mStripes;
+        ForkSafeLock* mpNext = nullptr;
+        ForkSafeLock** mpPrevious = nullptr;
+    };
+}
