@@ -5,24 +5,38 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+#include <algorithm>
 #include <atomic>
+#include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <random>
+#include <set>
+#include <string_view>
+#include <tuple>
 #include <type_traits>
+#include <vector>
 
 namespace QzTest
 {
-    /// Counts the calls of one entry of the table, and makes one of them fail with an error number, after
+    // In place of an error number: the call does half of what it is asked for, or nothing. For those that return a
+    // length.
+    inline constexpr int kShort = -1;
+    inline constexpr int kZero = -2;
+
+    /// Counts the calls of one entry of the table, and makes some of them fail with an error number, after
     /// `skip` others. One for each entry at a time.
     template <auto entry>
     class Watch
     {
     public:
-        explicit Watch(int error = 0, int skip = 0)
+        explicit Watch(int error = 0, int skip = 0, int times = 1)
         {
             gReal = QzOs::Posix::gKernel.*entry;
             gError = error;
             gSkip = skip;
+            gTimes = times;
             gCount = 0;
             QzOs::Posix::gKernel.*entry = MakeWatching(gReal);
         }
@@ -32,36 +46,157 @@ namespace QzTest
         Watch& operator=(Watch const&) = delete;
 
         static int GetCount() { return gCount; }
-        static std::shared_ptr<void> Make(int error, int skip) { return std::make_shared<Watch>(error, skip); }
+        static std::shared_ptr<void> Make(int error, int skip, int times = 1)
+        {
+            return std::make_shared<Watch>(error, skip, times);
+        }
+
+        static constexpr bool HasLength() { return HasLength(Entry()); }
 
     private:
         using Entry = std::remove_reference_t<decltype(QzOs::Posix::gKernel.*entry)>;
 
-        using Closing = std::integral_constant<decltype(&QzOs::Posix::Kernel::mpClose), &QzOs::Posix::Kernel::mpClose>;
+        template <auto other>
+        static constexpr bool Is()
+        {
+            return std::is_same_v<std::integral_constant<decltype(entry), entry>,
+                std::integral_constant<decltype(other), other>>;
+        }
+
+        using K = QzOs::Posix::Kernel;
+
+        template <class Result, class... Arguments>
+        static constexpr bool HasLength(Result (*)(Arguments...))
+        {
+            return Is<&K::mpWritev>() || (!std::is_pointer_v<Result> && sizeof(Result) == sizeof(size_t) &&
+                                             (std::is_same_v<Arguments, size_t> || ...));
+        }
 
         template <class Result, class... Arguments>
         static Entry MakeWatching(Result (*)(Arguments...))
         {
             return [](Arguments... arguments) -> Result
             {
-                if (gCount++ != gSkip || gError == 0)
+                int const number = gCount++ - gSkip;
+                if (number < 0 || number >= gTimes || gError == 0)
                     return gReal(arguments...);
+                if constexpr (HasLength())
+                    if (gError < 0)
+                        return gError == kZero ? Result() : Halve(arguments...);
                 // What closes something has done so also when it fails.
-                if constexpr (std::is_same_v<std::integral_constant<decltype(entry), entry>, Closing>)
+                if constexpr (Is<&K::mpClose>() || Is<&K::mpClosedir>() || Is<&K::mpFclose>())
                     gReal(arguments...);
+                // A stream notes its failures. That bit has no name for programs, and no function sets it.
+                if constexpr (std::is_same_v<std::tuple_element_t<sizeof...(Arguments) - 1, std::tuple<Arguments...>>,
+                                  std::FILE*> &&
+                              !Is<&K::mpFclose>())
+                    std::get<std::FILE*>(std::tuple(arguments...))->_flags |= 0x20;
                 errno = gError;
                 if constexpr (std::is_pointer_v<Result>)
                     return nullptr;
                 else
-                    return static_cast<Result>(-1);
+                    return std::is_signed_v<Result> ? static_cast<Result>(-1) : Result();
             };
+        }
+
+        static ssize_t Halve(int descriptor, iovec const* pieces, int)
+        {
+            iovec const half{pieces->iov_base, pieces->iov_len / 2};
+            return gReal(descriptor, &half, 1);
+        }
+
+        template <class... Arguments>
+        static auto Halve(Arguments... arguments)
+        {
+            std::tuple values(arguments...);
+            size_t* length = nullptr; // the last one
+            std::apply([&](auto&... each) { (NoteLength(each, length), ...); }, values);
+            *length /= 2;
+            return std::apply(gReal, values);
+        }
+
+        template <class Argument>
+        static void NoteLength(Argument& argument, size_t*& length)
+        {
+            if constexpr (std::is_same_v<Argument, size_t>)
+                length = &argument;
         }
 
         static inline Entry gReal = nullptr;
         static inline int gError = 0;
         static inline int gSkip = 0;
+        static inline int gTimes = 0;
         static inline int gCount = 0;
     };
+
+    struct KernelCall
+    {
+        std::string_view mName;
+        std::shared_ptr<void> (*mpFail)(int error, int skip, int times);
+        int (*mpGetCount)();
+        bool mHasLength;
+    };
+
+    template <auto entry>
+    constexpr KernelCall MakeKernelCall(std::string_view name)
+    {
+        return {name, Watch<entry>::Make, Watch<entry>::GetCount, Watch<entry>::HasLength()};
+    }
+
+    /// All entries of the table.
+    inline constexpr KernelCall kKernelCalls[] = {
+#define QZLOG_KERNEL_CALL(Result, name, function, ...) MakeKernelCall<&QzOs::Posix::Kernel::mp##name>(#name),
+        QZLOG_KERNEL_CALLS(QZLOG_KERNEL_CALL)
+#undef QZLOG_KERNEL_CALL
+    };
+
+    constexpr int kAlways = INT_MAX;
+
+    struct Fault
+    {
+        KernelCall const& mCall;
+        int mError;
+        int mTimes;
+    };
+
+    /// Calls `attempt` with each error of each call that `action` makes, once, twice and always, and with how many
+    /// calls go well before: EIO once
+    /// with all numbers, the others with one at random, or with all if QZLOG_EVERY_FAULT is set. Returns
+    /// the names of the calls.
+    template <class Action, class Attempt>
+    std::set<std::string_view> ForEachFault(Action&& action, Attempt&& attempt)
+    {
+        static std::mt19937 random{std::random_device()()};
+        bool const wantsAll = getenv("QZLOG_EVERY_FAULT") != nullptr;
+        std::vector<std::shared_ptr<void>> watches;
+        for (KernelCall const& call : kKernelCalls)
+            watches.push_back(call.mpFail(0, 0, 1));
+        action();
+        watches.clear();
+        std::vector<int> counts;
+        std::set<std::string_view> made;
+        for (KernelCall const& call : kKernelCalls)
+        {
+            counts.push_back(call.mpGetCount());
+            if (counts.back() != 0)
+                made.insert(call.mName);
+        }
+        for (std::size_t i = 0; i < counts.size(); ++i)
+            for (int const error : {EIO, ENOSPC, EDQUOT, EACCES, EMFILE, EINTR, ENOLCK, ESTALE, kShort, kZero})
+                // Signals end some time.
+                for (int const times : {1, 2, error == EINTR ? 100 : kAlways})
+                {
+                    KernelCall const& call = kKernelCalls[i];
+                    if (error < 0 && !call.mHasLength)
+                        continue;
+                    bool const isEach = wantsAll || (error == EIO && times == 1);
+                    int const chosen = isEach ? -1 : static_cast<int>(random() % std::max(counts[i], 1));
+                    for (int skip = 0; skip < counts[i]; ++skip)
+                        if (isEach || skip == chosen)
+                            attempt(Fault{call, error, times}, skip);
+                }
+        return made;
+    }
 
     /// Opens as in a root directory without /proc.
     inline int OpenWithoutProc(char const* path, int flags, mode_t mode)

@@ -84,23 +84,27 @@ namespace QzOs
             {
                 std::uint64_t written = 0;
                 Error const error = WriteFile(FromDescriptor(descriptor), data, count, written);
-                if (error != 0)
-                    return error;
+                if (error != 0 || written == 0)
+                    return error != 0 ? error : kErrorNoSpace;
                 data += written;
                 count -= written;
             }
             return 0;
         }
 
-        Error CopyContent(int from, int to)
+        /// The file that is read goes when this has succeeded, so an end before `size` bytes is a failure.
+        Error CopyContent(int from, off_t size, int to)
         {
             std::vector<char> buffer(kCopyBufferSize);
-            for (;;)
+            for (std::int64_t rest = size;;)
             {
                 std::uint64_t read = 0;
                 Error error = ReadFile(FromDescriptor(from), buffer.data(), buffer.size(), read);
-                if (error != 0 || read == 0)
+                if (error != 0)
                     return error;
+                if (read == 0)
+                    return rest > 0 ? EIO : 0;
+                rest -= static_cast<std::int64_t>(read);
                 error = WriteAll(to, buffer.data(), read);
                 if (error != 0)
                     return error;
@@ -124,7 +128,7 @@ namespace QzOs
                 OpenAboveStandard([&] { return gKernel.mpOpen(from, O_RDONLY | O_CLOEXEC, 0); }));
             if (source.Get() == -1)
                 return errno;
-            Error error = CopyContent(source.Get(), to);
+            Error error = CopyContent(source.Get(), status.st_size, to);
             if (error == 0)
                 error = CopyAttributes(status, to);
             if (error == 0)

@@ -30,58 +30,8 @@ namespace QzOs::Posix
     }
 
     constinit Kernel gKernel{
-        .mpOpen = Open,
-        .mpClose = ::close,
-        .mpRead = ::read,
-        .mpWrite = ::write,
-        .mpWritev = ::writev,
-        .mpWriteAtOnce = WriteAtOnce,
-        .mpCopyFileRange = ::copy_file_range,
-        .mpLseek = ::lseek,
-        .mpFlock = ::flock,
-        .mpFtruncate = ::ftruncate,
-        .mpFsync = ::fsync,
-        .mpFdatasync = ::fdatasync,
-
-        .mpStatx = ::statx,
-        .mpStat = ::stat,
-        .mpLstat = ::lstat,
-        .mpFstat = ::fstat,
-        .mpStatvfs = ::statvfs,
-        .mpChmod = ::chmod,
-        .mpFchmod = ::fchmod,
-        .mpFchown = ::fchown,
-        .mpFutimens = ::futimens,
-        .mpFgetxattr = ::fgetxattr,
-        .mpFsetxattr = ::fsetxattr,
-        .mpFremovexattr = ::fremovexattr,
-
-        .mpRename = ::rename,
-        .mpUnlink = ::unlink,
-        .mpMkostemp = ::mkostemp,
-        .mpMkdir = ::mkdir,
-        .mpRmdir = ::rmdir,
-        .mpFdopendir = ::fdopendir,
-        .mpReaddir = ::readdir,
-        .mpClosedir = ::closedir,
-        .mpGetcwd = ::getcwd,
-        .mpChdir = ::chdir,
-
-        .mpFdopen = ::fdopen,
-        .mpFread = std::fread,
-        .mpFwrite = std::fwrite,
-        .mpFgets = std::fgets,
-        .mpFflush = std::fflush,
-        .mpFseeko = ::fseeko,
-        .mpFtello = ::ftello,
-        .mpFclose = std::fclose,
-
-        .mpPoll = ::poll,
-
-        .mpGetrlimit = Getrlimit,
-        .mpSigaction = ::sigaction,
-        .mpSigmask = ::pthread_sigmask,
-        .mpSigpending = ::sigpending,
-        .mpSigtimedwait = ::sigtimedwait,
+#define QZLOG_KERNEL_ENTRY(Result, name, function, ...) .mp##name = (function),
+        QZLOG_KERNEL_CALLS(QZLOG_KERNEL_ENTRY)
+#undef QZLOG_KERNEL_ENTRY
     };
 }
