@@ -63,6 +63,11 @@ namespace QzLog
             if (File::WriteDescriptor(descriptor.Get(), piece->GetData(), size) != static_cast<std::int64_t>(size))
                 ThrowWriteFailure(target);
         }
+        // A file system that has lost sight of the file may read nothing from it without an error. The log is emptied
+        // when this returns.
+        if (std::int64_t const rest = file.GetSize() - file.GetPosition(); rest > 0)
+            throw QzFileSystem::MakeShortFailure(
+                "Failed to read %1 bytes from file '%2'.", static_cast<unsigned long>(rest), file.GetPath());
         if (copy)
             if (auto const error = QzOs::GetFileIdentity(QzOs::FromDescriptor(descriptor.Get()), *copy); error != 0)
                 throw QzFileSystem::MakeAttributesFailure(error, target.c_str());

@@ -15,7 +15,8 @@ namespace QzLog
 {
     namespace
     {
-        /// Renames files, and renames them back when it is destroyed, unless Keep was called.
+        /// Renames files, and renames them back when it is destroyed, unless Keep was called. If one cannot be renamed
+        /// back, neither are those before it: their names are taken by files that are still to go back.
         class Moves
         {
         public:
@@ -26,7 +27,8 @@ namespace QzLog
             ~Moves()
             {
                 for (auto move = mDone.rbegin(); move != mDone.rend(); ++move)
-                    QzOs::MoveFile(move->second.c_str(), move->first.c_str());
+                    if (QzOs::MoveFile(move->second.c_str(), move->first.c_str()) != 0)
+                        break;
             }
 
             void Move(QzBase::WideString from, QzBase::WideString to)
