@@ -20,9 +20,12 @@ demo-kafka: deps-kafka
 test: deps-kafka deps-integrations
 	@$(workflow) test
 
-# Logs that fail in every way, for MINUTES, and a table of what has become of the messages.
+# Calls to the system that fail, each of them everywhere; then logs that fail in every way, for MINUTES. Both end with a
+# table of what has become of the messages.
 MINUTES ?= 60
 soak: release
+	@QZLOG_EVERY_FAULT=1 build/release/tests/filesystem/test_filesystem --gtest_filter='Faults.*'
+	@QZLOG_EVERY_FAULT=1 build/release/tests/stress/test_log_faults
 	@build/release/tests/stress/stress --campaign --milliseconds 3000 --minutes $(MINUTES)
 
 release: deps

@@ -1,11 +1,9 @@
 #include "destination/DiskFileTest.h"
-#include "filesystem/stdio/FileGuards.h"
 
 #include <QzLog/Module.h>
 
 #include <utility>
 
-#include <sys/file.h>
 #include <sys/resource.h>
 
 using namespace QzTest;
@@ -45,12 +43,6 @@ namespace
             return ftruncate(file, 0) == 0 ? position : -1;
         };
         return UntilDropped([] { QzOs::Posix::gKernel.mpLseek = ::lseek; });
-    }
-
-    bool IsLocked(std::string const& path)
-    {
-        QzFileSystem::File::ScopedDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-        return flock(file.Get(), LOCK_EX | LOCK_NB) != 0;
     }
 
     struct Case

@@ -4,6 +4,7 @@
 #include "filesystem/KernelFaults.h"
 #include "filesystem/Paths.h"
 #include "filesystem/TemporaryFolder.h"
+#include "filesystem/stdio/FileGuards.h"
 #include "os/Calls.h"
 
 #include <QzLog/MessageHeader.h>
@@ -16,6 +17,13 @@ namespace QzTest
     inline std::int64_t gNow = 0;
 
     constexpr std::int64_t kStart = 1'800'000'000'000; // 2027-01-15 08:00
+
+    /// Whether somebody has the lock on the file.
+    inline bool IsLocked(std::string const& path)
+    {
+        QzFileSystem::File::ScopedDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        return flock(file.Get(), LOCK_EX | LOCK_NB) != 0;
+    }
 
     /// A disk file in a folder of its own, with a clock that is stopped at gNow.
     class DiskFileTest : public TemporaryFolder

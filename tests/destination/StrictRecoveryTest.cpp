@@ -241,60 +241,6 @@ TEST_F(StrictRecoveryTest, TakesLossesAlongWhereverItGoes)
     EXPECT_EQ(GetLossLines("y.log").size(), 3u);
 }
 
-TEST_F(StrictRecoveryTest, ARollOverThatFailsLeavesEveryBackupAsItWas)
-{
-    MakeStrict("x.log");
-    mpDestination->SetBackupCount(3);
-    mpDestination->SetRetryInterval(0);
-    Write("old");
-    mpDestination->SetMaxFileSize(60);
-    std::string const old = Get("x.log");
-    Snapshot before{{"x.log", old}};
-    unsigned int lost = 0;
-    for (int backups = 0; backups <= 3; ++backups)
-    {
-        SCOPED_TRACE(backups);
-        if (backups > 0)
-            before["x.log.bak0" + std::to_string(backups - 1)] = std::to_string(backups - 1);
-        for (auto const& [name, content] : before)
-            Put(name, content);
-        auto const expectNoChange = [&](std::shared_ptr<void> fault)
-        {
-            Write("lost " + std::to_string(++lost));
-            fault.reset();
-            EXPECT_EQ(TakeSnapshot(), before);
-        };
-        for (int move = 0; move <= backups; ++move)
-            expectNoChange(Watch<&Kernel::mpRename>::Make(EIO, move));
-        expectNoChange(Watch<&Kernel::mpFtruncate>::Make(EIO, 0));
-        expectNoChange(Watch<&Kernel::mpClose>::Make(ENOSPC, 0));
-        expectNoChange(Watch<&Kernel::mpUnlink>::Make(EROFS, 0));
-        expectNoChange(Watch<&Kernel::mpFstat>::Make(EIO, 4));
-        // Not even whose the names are can be found out any more.
-        static int gQueriesLeft;
-        for (int query = 0; query < 2 + std::min(backups + 1, 3); ++query)
-        {
-            gQueriesLeft = query;
-            gKernel.mpStatx = [](int folder, char const* path, int flags, unsigned int mask, struct statx* status)
-            {
-                bool const fails = gQueriesLeft < 0 || (std::strstr(path, ".bak") && gQueriesLeft-- == 0);
-                return fails ? (errno = EIO, -1) : ::statx(folder, path, flags, mask, status);
-            };
-            expectNoChange(nullptr);
-        }
-        gKernel.mpStatx = mKernel.mpStatx;
-        FillDisk();
-        expectNoChange(nullptr);
-        gKernel.mpWrite = mKernel.mpWrite;
-    }
-    EXPECT_EQ(mpDestination->GetStatistics().mRollOvers, 0u);
-    Write("new");
-    EXPECT_EQ(TakeSnapshot(),
-        (Snapshot{{"x.log", Get("x.log")}, {"x.log.bak00", old}, {"x.log.bak01", "0"}, {"x.log.bak02", "1"}}));
-    EXPECT_TRUE(Get("x.log").ends_with(Record("new")));
-    EXPECT_EQ(mpDestination->GetStatistics().mLossesReported, lost);
-}
-
 TEST_F(StrictRecoveryTest, AKilledRollOverLosesNothing)
 {
     static int gCallsLeft;

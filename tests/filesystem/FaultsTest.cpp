@@ -231,7 +231,7 @@ namespace
 
         /// Runs the operation with calls that fail. A failure tells the error, leaves each file as it was before
         /// or as it is afterwards, takes none away and loses no descriptor.
-        void Fail(Operation const& operation, Fault const& fault, int skip)
+        void Fail(Operation const& operation, KernelFault const& fault, int skip)
         {
             SCOPED_TRACE(testing::Message() << operation.mName << ' ' << fault.mCall.mName << ' ' << skip << ' '
                                             << fault.mError << ' ' << fault.mTimes);
@@ -274,7 +274,7 @@ namespace
                 EXPECT_EQ(Catch(operation.mAction), "") << operation.mName;
                 mAfter = TakeSnapshot();
             };
-            mReached.merge(ForEachFault(go, [&](Fault const& fault, int skip) { Fail(operation, fault, skip); }));
+            mReached.merge(ForEachFault(go, [&](KernelFault const& fault, int skip) { Fail(operation, fault, skip); }));
             std::set<std::string> expected;
             for (std::string const& text : operation.mTexts)
                 expected.insert(text.find("Failed") == 0 ? DescribeFailure(text, EIO) : DescribeCall(text, EIO));

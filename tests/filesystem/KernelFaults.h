@@ -152,7 +152,7 @@ namespace QzTest
 
     constexpr int kAlways = INT_MAX;
 
-    struct Fault
+    struct KernelFault
     {
         KernelCall const& mCall;
         int mError;
@@ -193,7 +193,7 @@ namespace QzTest
                     int const chosen = isEach ? -1 : static_cast<int>(random() % std::max(counts[i], 1));
                     for (int skip = 0; skip < counts[i]; ++skip)
                         if (isEach || skip == chosen)
-                            attempt(Fault{call, error, times}, skip);
+                            attempt(KernelFault{call, error, times}, skip);
                 }
         return made;
     }
