@@ -20,13 +20,15 @@ demo-kafka: deps-kafka
 test: deps-kafka deps-integrations
 	@$(workflow) test
 
-# Calls to the system that fail, each of them everywhere; then logs that fail in every way, for MINUTES. Both end with a
-# table of what has become of the messages.
+# Calls to the system that fail, each of them everywhere; then logs and Kafka brokers that fail in every way, for MINUTES,
+# of which brokers have a quarter. All end with a table of what has become of the messages.
 MINUTES ?= 60
 soak: release
 	@QZLOG_EVERY_FAULT=1 build/release/tests/filesystem/test_filesystem --gtest_filter='Faults.*'
 	@QZLOG_EVERY_FAULT=1 build/release/tests/stress/test_log_faults
-	@build/release/tests/stress/stress --campaign --milliseconds 3000 --minutes $(MINUTES)
+	@build/release/tests/stress/stress --campaign --milliseconds 3000 --minutes $$(($(MINUTES) * 3 / 4))
+	@! [ -e build/release/tests/stress/stress_kafka ] || \
+	    build/release/tests/stress/stress_kafka --milliseconds 3000 --minutes $$(($(MINUTES) / 4))
 
 release: deps
 	@$(workflow) release

@@ -1,6 +1,8 @@
 #include "Campaign.h"
 
 #include "Checker.h"
+#include "Shared.h"
+#include "Table.h"
 
 #include <algorithm>
 #include <fstream>
@@ -15,15 +17,6 @@ namespace
     constexpr unsigned int kOrdinaryUser = 65534;
     constexpr unsigned int kLimit = 100'000;
     constexpr unsigned int kShortestFillMilliseconds = 3'000;
-
-    /// One line of the table, in memory that the process which does it shares.
-    struct Row
-    {
-        Fault const* mpFault;
-        bool mIsStrict;
-        Outcome mOutcome;
-        bool mIsSkipped = false;
-    };
 
     /// Mounts a file system of its own with little room.
     bool MountSmallDisk(std::filesystem::path const& folder)
@@ -42,14 +35,13 @@ namespace
                mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=24m") == 0;
     }
 
-    void RunOne(RunOptions options, WriterSettings settings, std::filesystem::path const& top, Row& row)
+    void RunOne(
+        RunOptions options, WriterSettings settings, std::filesystem::path const& top, Fault const& fault, Row& row)
     {
-        Fault const& fault = *row.mpFault;
-        Ledger* const ledger = Ledger::Create();
+        Ledger* const ledger = CreateShared<Ledger>();
         settings.mFolder = top / "d";
         settings.mLimit = kLimit;
         settings.mIsCampaign = true;
-        settings.mIsStrict = row.mIsStrict;
         settings.mRetrySeconds = fault.mNeedsSmallDisk ? 1 : 0;
         settings.mUser = fault.mIsOrdinaryUser && geteuid() == 0 ? kOrdinaryUser : 0;
         if (fault.mNeedsSmallDisk)
@@ -57,7 +49,7 @@ namespace
             options.mMilliseconds = std::max(options.mMilliseconds, kShortestFillMilliseconds);
             if (!MountSmallDisk(top))
             {
-                row.mIsSkipped = true;
+                row.mpSkipped = "no file system of its own here";
                 return;
             }
         }
@@ -65,54 +57,21 @@ namespace
         std::filesystem::create_directory_symlink("d", top / "way");
         for (std::filesystem::path const& folder : {top, std::filesystem::path(settings.mFolder)})
             std::filesystem::permissions(folder, std::filesystem::perms{0777});
-        Run run(options, settings, *ledger);
+        Run run(
+            options, settings, *ledger, [&](unsigned int process) { return RunWriter(settings, process, *ledger); });
         Place place = run.MakePlace(top);
-        run.Go(&fault, &place);
+        run.Go(
+            [&]
+            {
+                fault.mpDo(place);
+                ++place.mTries;
+            });
         CheckCampaign(settings, *ledger, run.GetStarted(), place, fault, row.mOutcome);
         bool const isGood = !run.HasFailed() && row.mOutcome.mIsGood;
         if (!isGood)
-            std::printf("FAULT in '%s', %s, seed %llu\n", fault.mpName, row.mIsStrict ? "strict" : "basic",
+            std::printf("FAULT in '%s', %s, seed %llu\n", fault.mpName, row.mpMode,
                 static_cast<unsigned long long>(settings.mSeed));
         row.mOutcome.mIsGood = isGood;
-    }
-
-    /// In a process of its own: it can have other mounts, and gives its memory back.
-    void RunApart(RunOptions const& options, WriterSettings const& settings, Row& row)
-    {
-        std::string top = (std::filesystem::temp_directory_path() / "qzlog-campaign-XXXXXX").string();
-        std::fflush(nullptr);
-        if (!mkdtemp(top.data()))
-            return;
-        pid_t const id = fork();
-        if (id == 0)
-        {
-            RunOne(options, settings, top, row);
-            std::fflush(nullptr);
-            _exit(0);
-        }
-        int status = 0;
-        waitpid(id, &status, 0);
-        std::filesystem::remove_all(top);
-        if (status != 0)
-            row.mOutcome.mIsGood = false;
-    }
-
-    void Print(std::vector<Row*> const& rows)
-    {
-        std::printf("%-22s %-7s %8s %10s %9s %9s %12s %13s\n", "fault", "", "tries", "records", "lost", "reported",
-            "killed with", "not reported");
-        for (Row const* const row : rows)
-        {
-            Outcome const& sum = row->mOutcome;
-            std::printf("%-22s %-7s ", row->mpFault->mpName, row->mIsStrict ? "strict" : "basic");
-            if (row->mIsSkipped)
-                std::printf("skipped: no file system of its own here\n");
-            else
-                std::printf("%8llu %10llu %9llu %9llu %12llu %13llu%s\n", static_cast<unsigned long long>(sum.mTries),
-                    static_cast<unsigned long long>(sum.mRecords), static_cast<unsigned long long>(sum.mLost),
-                    static_cast<unsigned long long>(sum.mReported), static_cast<unsigned long long>(sum.mKilledWith),
-                    static_cast<unsigned long long>(sum.mNotReported), sum.mIsGood ? "" : "  FAULT");
-        }
     }
 }
 
@@ -121,17 +80,19 @@ bool RunCampaigns(RunOptions const& options, WriterSettings const& settings, uns
     std::vector<Row*> rows;
     for (bool const isStrict : {true, false})
         for (Fault const& fault : gFaults)
-            rows.push_back(new (mmap(nullptr, sizeof(Row), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
-                    Row{&fault, isStrict, {}});
+            *rows.emplace_back(CreateShared<Row>()) = {fault.mpName, isStrict ? "strict" : "basic", {}, nullptr};
     auto const end = std::chrono::steady_clock::now() + std::chrono::minutes(minutes);
     WriterSettings own = settings;
     std::printf("seed %llu\n", static_cast<unsigned long long>(own.mSeed));
     do
     {
-        for (Row* const row : rows)
-            RunApart(options, own, *row);
+        for (std::size_t i = 0; i < rows.size(); ++i)
+        {
+            own.mIsStrict = i < gFaults.size();
+            RunApart(*rows[i], [&](std::filesystem::path const& top)
+                { RunOne(options, own, top, gFaults[i % gFaults.size()], *rows[i]); });
+        }
         ++own.mSeed;
     } while (std::chrono::steady_clock::now() < end);
-    Print(rows);
-    return std::ranges::all_of(rows, [](Row const* row) { return row->mOutcome.mIsGood; });
+    return PrintTable(rows);
 }

@@ -2,21 +2,8 @@
 
 #include "Faults.h"
 #include "Ledger.h"
+#include "Table.h"
 #include "Writer.h"
-
-/// What a campaign has come to.
-struct Outcome
-{
-    std::uint64_t mTries = 0;
-    std::uint64_t mRecords = 0;
-    std::uint64_t mLost = 0;
-    /// By lines in the log, or on standard error by one that could not get at the log when it ended.
-    std::uint64_t mReported = 0;
-    /// Lost with a writer that was killed before it could report them.
-    std::uint64_t mKilledWith = 0;
-    std::uint64_t mNotReported = 0;
-    bool mIsGood = true;
-};
 
 /// Reads all that a campaign has left, wherever it stands: each record whose call returned is there once, or is one of
 /// those that the log or, with basic recovery, the writer's figures tell as lost. In a log that was taken away is

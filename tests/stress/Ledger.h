@@ -4,10 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include <sys/mman.h>
-
-/// What the processes report of their work, in memory that they share with the one that checks, so that it survives
-/// a SIGKILL.
+/// What the processes report of their work, in memory that they share with the one that checks.
 struct Ledger
 {
     static constexpr unsigned int kMaxProcesses = 4096;
@@ -34,12 +31,4 @@ struct Ledger
     std::array<Process, kMaxProcesses> mProcesses;
     std::atomic<std::uint64_t> mBytes{0};
     std::atomic<bool> mStops{false};
-
-    /// Null when there is no memory. Stays until the process ends.
-    static Ledger* Create()
-    {
-        void* const memory =
-            mmap(nullptr, sizeof(Ledger), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        return memory == MAP_FAILED ? nullptr : new (memory) Ledger;
-    }
 };

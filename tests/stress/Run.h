@@ -8,8 +8,10 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <random>
+#include <utility>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -28,8 +30,11 @@ struct RunOptions
 class Run
 {
 public:
-    Run(RunOptions const& options, WriterSettings const& settings, Ledger& ledger)
-        : mOptions(options), mSettings(settings), mLedger(ledger), mRandom(settings.mSeed)
+    /// The work of one process, with its number; returns the exit code.
+    using Work = std::function<int(unsigned int process)>;
+
+    Run(RunOptions const& options, WriterSettings const& settings, Ledger& ledger, Work work)
+        : mOptions(options), mSettings(settings), mLedger(ledger), mWork(std::move(work)), mRandom(settings.mSeed)
     {
     }
 
@@ -39,8 +44,8 @@ public:
         return {top, std::filesystem::path(mSettings.mFolder) / "stress.log", mRunning, mLedger, mRandom, {}, 0};
     }
 
-    /// Runs processes for the time that was set, with a fault again and again if there is one.
-    void Go(Fault const* fault = nullptr, Place* place = nullptr)
+    /// Runs processes for the time that was set, and disturbs them again and again.
+    void Go(std::function<void()> const& disturb = {})
     {
         auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(mOptions.mMilliseconds);
         std::uint64_t const mostBytes = std::uint64_t{mSettings.mLimit} * kMostLimits;
@@ -52,16 +57,20 @@ public:
             usleep(static_cast<useconds_t>(mRandom() % 20'000));
             if (mOptions.mKills && mRandom() % 2 == 0)
                 Kill();
-            if (fault)
-            {
-                fault->mpDo(*place);
-                ++place->mTries;
-            }
+            if (disturb)
+                disturb();
             Reap(WNOHANG);
         }
         mLedger.mStops = true;
         while (!mRunning.empty())
             Reap(0);
+    }
+
+    /// Kills one of the processes that are running.
+    void Kill()
+    {
+        if (!mRunning.empty())
+            kill(std::next(mRunning.begin(), static_cast<int>(mRandom() % mRunning.size()))->first, SIGKILL);
     }
 
     unsigned int GetStarted() const { return mStarted; }
@@ -73,15 +82,13 @@ private:
         std::fflush(nullptr);
         pid_t const id = fork();
         if (id == 0)
-            _exit(RunWriter(mSettings, mStarted, mLedger));
+            _exit(mWork(mStarted));
         if (id > 0)
         {
             mLedger.mProcesses[mStarted].mId = id;
             mRunning[id] = mStarted++;
         }
     }
-
-    void Kill() { kill(std::next(mRunning.begin(), static_cast<int>(mRandom() % mRunning.size()))->first, SIGKILL); }
 
     void Reap(int flags)
     {
@@ -102,6 +109,7 @@ private:
     RunOptions const& mOptions;
     WriterSettings const& mSettings;
     Ledger& mLedger;
+    Work const mWork;
     std::mt19937_64 mRandom;
     std::map<pid_t, unsigned int> mRunning; // and the number of each
     unsigned int mStarted = 0;

@@ -6,6 +6,7 @@
 #include "Checker.h"
 #include "Ledger.h"
 #include "Run.h"
+#include "Shared.h"
 
 #include <CLI/CLI.hpp>
 
@@ -35,7 +36,7 @@ int main(int argc, char** argv)
         return RunCampaigns(options, settings, minutes) ? 0 : 1;
 
     std::string temporary = (std::filesystem::temp_directory_path() / "qzlog-stress-XXXXXX").string();
-    Ledger* const ledger = Ledger::Create();
+    Ledger* const ledger = CreateShared<Ledger>();
     if (!ledger || (folder.empty() && !mkdtemp(temporary.data())))
     {
         std::perror("stress");
@@ -44,7 +45,7 @@ int main(int argc, char** argv)
     settings.mFolder = folder.empty() ? temporary : folder;
     std::filesystem::create_directories(settings.mFolder);
 
-    Run run(options, settings, *ledger);
+    Run run(options, settings, *ledger, [&](unsigned int process) { return RunWriter(settings, process, *ledger); });
     run.Go();
     bool const isGood = CheckLog(settings, *ledger, run.GetStarted()) && !run.HasFailed();
     if (folder.empty())

@@ -15,7 +15,10 @@ class MockBroker
 public:
     MockBroker()
     {
-        mpHost = rd_kafka_new(RD_KAFKA_PRODUCER, rd_kafka_conf_new(), nullptr, 0);
+        rd_kafka_conf_t* const conf = rd_kafka_conf_new();
+        // The host has no brokers, and would complain about that.
+        rd_kafka_conf_set_log_cb(conf, nullptr);
+        mpHost = rd_kafka_new(RD_KAFKA_PRODUCER, conf, nullptr, 0);
         mpCluster = rd_kafka_mock_cluster_new(mpHost, 1);
     }
 
@@ -33,10 +36,13 @@ public:
     void GoDown() { rd_kafka_mock_broker_set_down(mpCluster, 1); }
     void ComeUp() { rd_kafka_mock_broker_set_up(mpCluster, 1); }
 
-    /// Refuses the next record for good.
-    void RefuseNext()
+    /// Delays each answer by that.
+    void SetDelay(int milliseconds) { rd_kafka_mock_broker_set_rtt(mpCluster, 1, milliseconds); }
+
+    /// Refuses the next record; with that error, for good.
+    void RefuseNext(rd_kafka_resp_err_t error = RD_KAFKA_RESP_ERR_MSG_SIZE_TOO_LARGE)
     {
-        rd_kafka_mock_push_request_errors(mpCluster, 0, 1, RD_KAFKA_RESP_ERR_MSG_SIZE_TOO_LARGE); // 0: Produce
+        rd_kafka_mock_push_request_errors(mpCluster, 0, 1, error); // 0: Produce
     }
 
     /// The values of the records that a topic holds now, in their order.

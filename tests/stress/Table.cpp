@@ -1,0 +1,47 @@
+#include "Table.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+void RunApart(Row& row, std::function<void(std::filesystem::path const& top)> const& work)
+{
+    std::string top = (std::filesystem::temp_directory_path() / "qzlog-campaign-XXXXXX").string();
+    std::fflush(nullptr);
+    if (!mkdtemp(top.data()))
+        return;
+    pid_t const id = fork();
+    if (id == 0)
+    {
+        work(top);
+        std::fflush(nullptr);
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(id, &status, 0);
+    std::filesystem::remove_all(top);
+    if (status != 0)
+        row.mOutcome.mIsGood = false;
+}
+
+bool PrintTable(std::vector<Row*> const& rows)
+{
+    std::printf("%-22s %-7s %8s %10s %9s %9s %12s %13s\n", "fault", "", "tries", "records", "lost", "reported",
+        "killed with", "not reported");
+    for (Row const* const row : rows)
+    {
+        Outcome const& sum = row->mOutcome;
+        std::printf("%-22s %-7s ", row->mpFault, row->mpMode);
+        if (row->mpSkipped)
+            std::printf("skipped: %s\n", row->mpSkipped);
+        else
+            std::printf("%8llu %10llu %9llu %9llu %12llu %13llu%s\n", static_cast<unsigned long long>(sum.mTries),
+                static_cast<unsigned long long>(sum.mRecords), static_cast<unsigned long long>(sum.mLost),
+                static_cast<unsigned long long>(sum.mReported), static_cast<unsigned long long>(sum.mKilledWith),
+                static_cast<unsigned long long>(sum.mNotReported), sum.mIsGood ? "" : "  FAULT");
+    }
+    return std::ranges::all_of(rows, [](Row const* row) { return row->mOutcome.mIsGood; });
+}

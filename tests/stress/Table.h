@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+/// What a campaign has come to.
+struct Outcome
+{
+    std::uint64_t mTries = 0;
+    std::uint64_t mRecords = 0;
+    std::uint64_t mLost = 0;
+    /// By lines in the log, or on standard error by one that could not get at the log when it ended.
+    std::uint64_t mReported = 0;
+    /// Lost with a writer that was killed before it could report them.
+    std::uint64_t mKilledWith = 0;
+    std::uint64_t mNotReported = 0;
+    bool mIsGood = true;
+};
+
+/// One line of a campaign's table, in memory that the process which does it shares.
+struct Row
+{
+    char const* mpFault = "";
+    char const* mpMode = "";
+    Outcome mOutcome;
+    /// Why it was not done; null if it was.
+    char const* mpSkipped = nullptr;
+};
+
+/// Does a row in a process of its own, which can have other mounts and gives its memory back, with a new folder that is
+/// removed afterwards.
+void RunApart(Row& row, std::function<void(std::filesystem::path const& top)> const& work);
+
+/// Prints the rows with a title. Returns whether all were right.
+bool PrintTable(std::vector<Row*> const& rows);
