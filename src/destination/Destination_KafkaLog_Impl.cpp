@@ -206,16 +206,8 @@ namespace QzLog
 
     bool Destination_KafkaLog_Impl::StatusHasChanged(int status)
     {
-        {
-            QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-            if (mLastStatus == status)
-                return false;
-        }
-        QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
-        if (mLastStatus == status)
-            return false;
-        mLastStatus = status;
-        return true;
+        // One of the threads that see a change reports it.
+        return mLastStatus.load(std::memory_order_relaxed) != status && mLastStatus.exchange(status) != status;
     }
 
     QzBase::ReturnPtrI<Destination_DiskFile> Destination_KafkaLog_Impl::GetDiskFileDestination()

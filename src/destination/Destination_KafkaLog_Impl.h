@@ -6,6 +6,8 @@
 #include <QzLog/Destination_KafkaLog.h>
 #include <QzSynch/Locks.h>
 
+#include <atomic>
+
 namespace QzLog
 {
     class Destination_KafkaLog_Impl final : public ConcreteDestination<Destination_KafkaLog>
@@ -36,9 +38,9 @@ namespace QzLog
         bool StatusHasChanged(int status);
 
         QzBase::CountedPtr<Destination_DiskFile> mpDiskFile;
-        // Guards the last two members. Test and update are two holds: two threads may both probe.
+        // Guards the time. Test and update are two holds: two threads may both probe.
         QzSynch::RWLockPtr mpLock;
         QzDataType::DateTime mLastProbeTime;
-        int mLastStatus;
+        std::atomic<int> mLastStatus;
     };
 }

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <string>
@@ -48,6 +49,16 @@ namespace KafkaClient
         bool Send(Topic& topic, std::string const* key, std::string_view value);
 
     private:
+        /// Seldom has to compare texts: every record looks for its topic, and the names begin alike.
+        struct ShorterFirst
+        {
+            bool operator()(QzBase::WideString const& a, QzBase::WideString const& b) const noexcept
+            {
+                return a.size() != b.size() ? a.size() < b.size()
+                                            : std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0])) < 0;
+            }
+        };
+
         void TakeReport(void* tag, char const* reason) noexcept override;
         void EndReports() noexcept override;
         void SetConnected(bool isConnected) noexcept override;
@@ -59,6 +70,6 @@ namespace KafkaClient
         // Since the last EndReports.
         std::uint64_t mNewlyDelivered = 0;
         std::unique_ptr<Connection> mpConnection;
-        std::map<QzBase::WideString, std::unique_ptr<Topic>> mTopics;
+        std::map<QzBase::WideString, std::unique_ptr<Topic>, ShorterFirst> mTopics;
     };
 }
