@@ -112,7 +112,7 @@ namespace QzLogTool
                 Progress progress;
                 Output output(&progress);
                 bool isRight = true;
-                for (std::string const& path : mInput.GetPaths())
+                for (std::string const& path : mInput.FindPaths(troubles))
                     try
                     {
                         LogCheck check(path, mInput.GetFiles(LogBytes::Files::WithLeftovers), progress, output);

@@ -2,7 +2,6 @@
 
 #include "brokers/Streams.h"
 #include "following/FollowedLogs.h"
-#include "reading/Backups.h"
 
 namespace QzLogTool
 {
@@ -49,11 +48,11 @@ namespace QzLogTool
         return mCursorPath.empty() ? nullptr : std::make_unique<CursorFile>(mCursorPath, mSyncs);
     }
 
-    std::unique_ptr<GrowingSources> GrowingInput::Open(
-        LogInput const& logs, FilterOptions const& options, RecordFilter const& filter, CursorFile const* pCursor) const
+    std::unique_ptr<GrowingSources> GrowingInput::Open(LogInput const& logs, FilterOptions const& options,
+        RecordFilter const& filter, CursorFile const* pCursor, Troubles& troubles) const
     {
         if (!mBrokers.mBrokers.empty())
             return OpenStreams(mBrokers, options.mSince);
-        return std::make_unique<FollowedLogs>(WithoutRepetitions(logs.mPaths), filter.GetNeedle(), pCursor);
+        return std::make_unique<FollowedLogs>(logs.FindPaths(troubles), filter.GetNeedle(), pCursor);
     }
 }

@@ -27,6 +27,6 @@ namespace QzLogTool
         /// Throws Trouble when streams cannot be read.
         /// \param pCursor  says where to go on; may be null. It must outlive what is returned.
         std::unique_ptr<GrowingSources> Open(LogInput const& logs, FilterOptions const& options,
-            RecordFilter const& filter, CursorFile const* pCursor) const;
+            RecordFilter const& filter, CursorFile const* pCursor, Troubles& troubles) const;
     };
 }

@@ -3,10 +3,12 @@
 #include "GrowingInput.h"
 #include "GuardedSource.h"
 #include "LogInput.h"
+#include "filter/Context.h"
 #include "filter/FilteredSource.h"
 #include "following/EndRequest.h"
 #include "following/Follower.h"
 #include "output/JsonPrinter.h"
+#include "output/Pager.h"
 #include "output/TextPrinter.h"
 #include "reading/LastRecords.h"
 
@@ -42,25 +44,39 @@ namespace QzLogTool
                     ->excludes(pTail);
                 app.add_flag("--count,-c", mCounts, "Prints how many records there are, and not the records");
                 app.add_flag("--quiet,-q", mIsQuiet, "Prints nothing; the exit code says whether there is one");
-                for (char const* const option : {"--head", "--count", "--quiet"})
+                AddContextOptions(app);
+                for (char const* const option :
+                    {"--head", "--count", "--quiet", "--before-context", "--after-context", "--context"})
                     app.get_option("--cursor-file")->excludes(option);
+                for (char const* const option : {"--before-context", "--after-context", "--context"})
+                    pTail->excludes(option);
                 app.add_flag("--json", mIsJson, "Prints one JSON object a record");
                 app.add_option("--color", mColor, "auto, always or never")
                     ->check(CLI::IsMember({"auto", "always", "never"}))
                     ->option_text("WHEN");
+                app.add_flag(
+                    "--no-pager", mHasNoPager, "Shows records on a terminal without QZLOG_PAGER, PAGER or less");
             }
 
             ExitCode Run() override
             {
-                Troubles troubles;
-                Progress progress;
-                RecordFilter filter(mFilterOptions);
-                Output output(&progress);
                 if (!mGrowing.IsAskedFor() && mInput.mPaths.empty())
                     throw Trouble("LOG is required, or --brokers (see --help)");
+                if (mBefore != 0 || mAfter != 0)
+                    mContext.emplace(mBefore, mAfter, GetMost());
+                RecordFilter filter(mFilterOptions, mContext.has_value());
+                if (!mHasNoPager && !mGrowing.mFollows && !mCounts && !mIsQuiet)
+                    Pager::Start();
+                Troubles troubles;
+                Progress progress;
+                Output output(&progress);
                 std::uint64_t const count =
                     mGrowing.IsAskedFor() ? PrintGrowing(filter, progress, troubles, output)
                                           : Print(TakeTail(mInput.Open(filter, progress, troubles)), filter, output);
+                if (mContext && mContext->GetLeftOut() != 0)
+                    troubles.Report(
+                        Trouble("records before a match were left out (" + std::to_string(mContext->GetLeftOut()) +
+                                "), since they have more than 16 MB; ask for fewer with --before-context"));
                 if (mCounts && !mIsQuiet)
                     output.Write(std::to_string(count) + '\n');
                 output.Flush();
@@ -70,13 +86,31 @@ namespace QzLogTool
             }
 
         private:
+            void AddContextOptions(CLI::App& app)
+            {
+                auto const add = [this, &app](char const* name, char const* description, bool isBefore, bool isAfter)
+                {
+                    auto const take = [=, this](std::uint64_t const& count)
+                    {
+                        mBefore = isBefore ? count : mBefore;
+                        mAfter = isAfter ? count : mAfter;
+                    };
+                    app.add_option_function<std::uint64_t>(name, take, description)
+                        ->option_text("N")
+                        ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
+                };
+                // The two that come later overrule the first, in whatever order they are given.
+                add("--context,-C", "Also N records before and after each, of all logs", true, true);
+                add("--before-context,-B", "Also N records before each", true, false);
+                add("--after-context,-A", "Also N records after each", false, true);
+            }
+
             /// One look, or look after look until the end is asked for. Returns how many records there were.
-            std::uint64_t PrintGrowing(
-                RecordFilter& filter, Progress& progress, Troubles& troubles, Output& output) const
+            std::uint64_t PrintGrowing(RecordFilter& filter, Progress& progress, Troubles& troubles, Output& output)
             {
                 std::unique_ptr<CursorFile> const pCursor = mGrowing.OpenCursor();
                 std::unique_ptr<GrowingSources> const pSources =
-                    mGrowing.Open(mInput, mFilterOptions, filter, pCursor.get());
+                    mGrowing.Open(mInput, mFilterOptions, filter, pCursor.get(), troubles);
                 auto const wrap = [&](std::unique_ptr<RecordSource> pSource)
                 {
                     return std::make_unique<GuardedSource>(
@@ -97,7 +131,7 @@ namespace QzLogTool
                 std::uint64_t count = takesTail ? Print(TakeTail(follower.Look()), filter, output)
                                                 : Print(follower.Look(), filter, output, 0, remember);
                 remember();
-                while (mGrowing.mFollows && count < GetMost() && !EndRequest::IsMade())
+                while (mGrowing.mFollows && !IsDone(count) && !EndRequest::IsMade())
                 {
                     output.Flush();
                     follower.Wait();
@@ -112,6 +146,9 @@ namespace QzLogTool
                 return mIsQuiet ? 1 : mHead.value_or(std::numeric_limits<std::uint64_t>::max());
             }
 
+            /// Whether nothing more is to be shown after so many wanted records.
+            bool IsDone(std::uint64_t count) const { return mContext ? mContext->IsDone() : count >= GetMost(); }
+
             /// For what there is at first; of what comes later nothing is left out.
             std::unique_ptr<RecordSource> TakeTail(std::unique_ptr<RecordSource> pSource) const
             {
@@ -120,27 +157,29 @@ namespace QzLogTool
                 return std::make_unique<LastRecords>(std::move(pSource), *mTail);
             }
 
-            /// Returns how many records there were.
+            /// Returns how many wanted records there were.
             /// \param before  how many there were before.
             /// \param remember  is called from time to time, between two records.
             std::uint64_t Print(
                 std::unique_ptr<RecordSource> pSource, RecordFilter const& filter, Output& output,
-                std::uint64_t before = 0, std::function<void()> const& remember = [] {}) const
+                std::uint64_t before = 0, std::function<void()> const& remember = [] {})
             {
-                TextPrinter text(output, filter.GetMatcher(), UsesColor(mColor, output.IsTerminal()));
-                JsonPrinter json(output);
+                bool const usesUTC = mFilterOptions.mUsesUTC;
+                TextPrinter text(output, filter.GetMatcher(), UsesColor(mColor, output.IsTerminal()), usesUTC);
+                JsonPrinter json(output, usesUTC);
                 RecordPrinter& printer = mIsJson ? static_cast<RecordPrinter&>(json) : text;
-                std::uint64_t const most = GetMost() - before;
-                std::uint64_t count = 0;
-                Record record;
-                for (; count < most && pSource->Next(record); ++count)
+                if (mContext)
+                    pSource = std::make_unique<ContextSource>(std::move(pSource), *mContext);
+                std::uint64_t count = before;
+                for (Record record; !IsDone(count) && pSource->Next(record);)
                 {
                     if (count % kRecordsAtRisk == kRecordsAtRisk - 1)
                         remember();
                     if (!mCounts && !mIsQuiet)
                         printer.Print(record, *pSource);
+                    count += record.mIsWanted ? 1 : 0;
                 }
-                return count;
+                return count - before;
             }
 
             LogInput mInput;
@@ -152,6 +191,10 @@ namespace QzLogTool
             bool mCounts = false;
             bool mIsQuiet = false;
             bool mIsJson = false;
+            bool mHasNoPager = false;
+            std::uint64_t mBefore = 0;
+            std::uint64_t mAfter = 0;
+            std::optional<Context> mContext;
         };
     }
 

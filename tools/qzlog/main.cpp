@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "Trouble.h"
+#include "output/Pager.h"
 
 #include <QzLog/Version.h>
 
@@ -56,13 +57,15 @@ int main(int argumentCount, char** arguments)
     // A reader that has seen enough, such as `head`, ends the tool without a word. Whoever started it may have told
     // it otherwise.
     std::signal(SIGPIPE, SIG_DFL);
+    ExitCode code = ExitCode::Trouble;
     try
     {
-        return static_cast<int>(Run(argumentCount, arguments));
+        code = Run(argumentCount, arguments);
     }
     catch (std::exception const& error)
     {
         std::fprintf(stderr, "qzlog: %s\n", error.what());
-        return static_cast<int>(ExitCode::Trouble);
     }
+    Pager::End();
+    return static_cast<int>(code);
 }

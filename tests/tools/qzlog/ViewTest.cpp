@@ -97,6 +97,13 @@ namespace
             {"qzlog view -n 2 server.log other.log", "5 3"},
             {"qzlog view -m 2 server.log other.log", "1 4"},
             {"qzlog view -n 0 server.log", ""},
+            {"qzlog view -B 1 -F select server.log other.log", "1 4"},
+            {"qzlog view -A 2 -F select -m 1 server.log other.log", "4 2 5"},
+            {"qzlog view -C 1 -E 'start|done' server.log other.log", "1 4 2 5 3"},
+            {"qzlog view -C 9 -A 0 --user bob server.log other.log", "1 4 2 5 3"},
+            {"qzlog view -C 9 -F nothing server.log", ""},
+            {"mkdir -p f/g && cp other.log f/ && cp server.log.bak00 f/g/x.log.bak03 && qzlog view f", "4 5"},
+            {"gzip -c now.log > f/g/n && seq 99 > f/g/no && qzlog view -r f", "4 2 5 6"},
         };
         for (auto const& testCase : cases)
         {
@@ -167,7 +174,18 @@ namespace
                 R"({"message":"2026-11-18 03:00:01.000 [HOST:broken\nend"})"
                 "\n"},
             {"printf 'a\\0\\1\\177\\r\\n' | qzlog view --json -", "{\"message\":\"a\\u0000\\u0001\\u007f\"}\n"},
+            {"qzlog view --json -A 1 -F start server.log | tail -1 | grep -o '\"time.*true'",
+                "\"time\":\"2026-11-18 03:00:03.000\",\"context\":true\n"},
+            {"qzlog view -A 1 -E 'start|done' server.log other.log | sed 's/.*OID.*#/#/'",
+                "#1 start up\n#4 select\n--\n#5 done\n#3 Caf\xC3\xA9 [Kernel][Error] "
+                "\x1B[31m\x9B\xC2\x9B\x7F\xC3\x9B\n"},
+            {"qzlog view --utc --until '2026-11-18 03:00:02.5' other.log",
+                "2026-11-18 03:00:02.000 [HOST:ws02][SERVER:Standby][PID:12][THR:22][Query][Trace]"
+                "[UID:0][SID:0][OID:0] #4 select\n"},
+            {"TZ=EST5 qzlog view --json --utc --since '2026-11-18 03:00:03' other.log | grep -o '\"time.*000\"'",
+                "\"time\":\"2026-11-18 03:00:03.000\"\n"},
             {"qzlog view -c server.log other.log", "5\n"},
+            {"qzlog view -c -C 2 -F failed server.log", "1\n"},
             {"qzlog view -c -n 2 server.log", "2\n"},
             {"qzlog view -q -F failed server.log", ""},
         });
@@ -190,6 +208,7 @@ namespace
             {"TERM=xterm", "view --user bob server.log", true, shown},
             {"TERM=xterm NO_COLOR=1", "view --user bob server.log", false, shown},
             {"TERM=dumb", "view --user bob server.log", false, shown},
+            {"TERM=xterm PAGER='sed s/^/PAGED:/'", "view --user bob server.log", true, "PAGED:"},
             {"TERM=xterm", "view --json --user bob server.log", false, R"(\u001b[31m\ufffd\u009b\u007f\u00db")"},
             {"TERM=xterm", "check bad.log", false, "[HOST:^[[31m'"},
         };
@@ -206,8 +225,8 @@ namespace
 
     TEST_F(ViewTest, TellsWhatIsWrong)
     {
-        // More than a pipe holds.
-        Put("long.log", std::string(1000000, '\n'));
+        // More than a pipe holds, and more than is kept of the context.
+        Put("long.log", std::string(20000000, '\n'));
         struct
         {
             char const* mCommand;
@@ -215,7 +234,12 @@ namespace
             char const* mPart;
         } const cases[] = {
             {"qzlog view missing.log server.log", 2, "missing.log: No such file or directory\n2026"},
-            {"qzlog view .", 2, ".: is a folder"},
+            {"mkdir -p e/f; cp server.log e/f; qzlog view e server.log", 2,
+                "--recursive looks into its folders too\n2026"},
+            {"qzlog view -f e", 2, "there is no log to follow"},
+            {"qzlog view -n 1 -C 1 server.log", 2, "--tail excludes --context"},
+            {"qzlog view --cursor-file c -A 1 server.log", 2, "--cursor-file"},
+            {"{ cat long.log; tail -c +37 other.log; } | qzlog view -B 1 -F select -", 2, "a match were left out (1)"},
             {"qzlog view -q missing.log server.log", 0, "missing.log: No such"},
             {"qzlog view --message-id 4294967296 server.log", 2, "'4294967296' is no number"},
             {"qzlog view --process x server.log", 2, "'x' is no number"},

@@ -4,6 +4,8 @@
 #include "time/Moments.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <functional>
 
 namespace QzLogTool
@@ -100,6 +102,14 @@ namespace QzLogTool
 
     void FilterOptions::AddTo(CLI::App& app)
     {
+        // In front of the options with moments, which are read in this order.
+        auto const useUTC = [this](std::int64_t)
+        {
+            mUsesUTC = true;
+            setenv("TZ", "UTC0", 1);
+            tzset();
+        };
+        app.add_flag("--utc", useUTC, "Times in UTC: what is shown, and TIME without an offset");
         AddTexts(app, "--logger", "NAME", "Of this logger", mLoggers);
         AddTexts(app, "--dispatcher", "NAME", "Of this dispatcher, such as Error", mDispatchers);
         AddNumbers(app, "--message-id", "ID", "With this message ID: decimal, or hexadecimal with 0x; 0 is none",

@@ -33,6 +33,9 @@ namespace QzLogTool
         std::int64_t mSince = std::numeric_limits<std::int64_t>::min();
         std::int64_t mUntil = std::numeric_limits<std::int64_t>::max();
 
+        // Moments without an offset are in UTC, and so are those that are shown.
+        bool mUsesUTC = false;
+
         /// Adds them to a subcommand. This object must outlive it.
         void AddTo(CLI::App& app);
     };

@@ -14,8 +14,13 @@ namespace QzLogTool
                     continue;
                 record.mKind = Record::Kind::Loose;
             }
-            if (IsWanted(record))
-                return !mHasReadOn || GiveAgain(record);
+            bool const isWanted = IsWanted(record);
+            if (isWanted || mFilter.KeepsOthers())
+            {
+                bool const isThere = !mHasReadOn || GiveAgain(record);
+                record.mIsWanted = isWanted;
+                return isThere;
+            }
             // What this record lacks the next ones tend to lack too.
             if (Needle const* const pMissing = mFilter.GetMissing())
                 mpSource->SetNeedle(*pMissing);

@@ -8,8 +8,8 @@
 
 namespace QzLogTool
 {
-    /// The records of a source that a filter wants. The heads of files are left out, except one in the middle of a
-    /// file, which does not belong there and becomes a loose line.
+    /// The records of a source that a filter wants, or all of them with a mark if it keeps the others. The heads of
+    /// files are left out, except one in the middle of a file, which does not belong there and becomes a loose line.
     class FilteredSource : public RecordSource
     {
     public:

@@ -11,8 +11,10 @@ namespace QzLogTool
         constexpr std::size_t kOverlap = 4096;
     }
 
-    RecordFilter::RecordFilter(FilterOptions options)
-        : mOptions(std::move(options)), mMatcher(mOptions.mTexts, mOptions.mExpressions, mOptions.mIgnoresCase)
+    RecordFilter::RecordFilter(FilterOptions options, bool keepsOthers)
+        : mOptions(std::move(options)),
+          mKeepsOthers(keepsOthers),
+          mMatcher(mOptions.mTexts, mOptions.mExpressions, mOptions.mIgnoresCase)
     {
         // Those first that tend to be the rarest: of those with one value the first gives the needle.
         AddCondition(&HeaderFields::mMessageID, mOptions.mMessageIDs, "][0x", "]");
@@ -27,7 +29,7 @@ namespace QzLogTool
         AddCondition(&HeaderFields::mHost, mOptions.mHosts, " [HOST:", "][SERVER:");
         if (!mMatcher.GetNeedle().IsEmpty())
             mNeedle = mMatcher.GetNeedle();
-        if (mOptions.mIsInverted)
+        if (mOptions.mIsInverted || mKeepsOthers)
             mNeedle = Needle();
     }
 
@@ -77,7 +79,7 @@ namespace QzLogTool
         // The text may stand in a later part.
         if (!pMissing && record.mIsWhole && isMissing(mMatcher.GetNeedle()))
             pMissing = &mMatcher.GetNeedle();
-        mpMissing = mOptions.mIsInverted ? nullptr : pMissing;
+        mpMissing = mOptions.mIsInverted || mKeepsOthers ? nullptr : pMissing;
         return pMissing != nullptr;
     }
 

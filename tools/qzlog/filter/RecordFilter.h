@@ -16,9 +16,12 @@ namespace QzLogTool
     {
     public:
         /// Throws Trouble if an expression is invalid.
-        explicit RecordFilter(FilterOptions options);
+        /// \param keepsOthers  records that are not wanted are needed too.
+        explicit RecordFilter(FilterOptions options, bool keepsOthers = false);
 
-        /// Bytes that every wanted record holds; the empty ones when there are none.
+        bool KeepsOthers() const { return mKeepsOthers; }
+
+        /// Bytes that every wanted record holds; the empty ones when there are none, or when it keeps others.
         Needle const& GetNeedle() const { return mNeedle; }
 
         /// Such bytes as well: those whose lack excluded the last record that was not wanted. Null if it was excluded
@@ -51,6 +54,7 @@ namespace QzLogTool
         bool MatchesText(Record const& record, std::string_view message, RecordSource& source) const;
 
         FilterOptions const mOptions;
+        bool const mKeepsOthers;
         TextMatcher const mMatcher;
         std::vector<Condition> mConditions;
         /// Bytes that the first part of every record which meets the conditions holds.

@@ -4,8 +4,6 @@
 #include "reading/RecordSplitter.h"
 #include "time/Moments.h"
 
-#include <sys/resource.h>
-
 #include <cstdio>
 #include <limits>
 #include <optional>
@@ -16,15 +14,6 @@ namespace QzLogTool
     namespace
     {
         /// Back-ups that wait to be read stay open, up to some hundred for each log.
-        void AllowManyFiles()
-        {
-            rlimit limit;
-            if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
-                return;
-            limit.rlim_cur = limit.rlim_max;
-            setrlimit(RLIMIT_NOFILE, &limit);
-        }
-
         class FollowedLog : public RecordSource, public Growth
         {
         public:
@@ -108,6 +97,8 @@ namespace QzLogTool
     FollowedLogs::FollowedLogs(std::vector<std::string> paths, Needle needle, CursorFile const* pCursor)
         : mPaths(std::move(paths)), mNeedle(std::move(needle)), mpCursor(pCursor), mWatch(mPaths)
     {
+        if (mPaths.empty())
+            throw Trouble("there is no log to follow");
         for (std::string const& path : mPaths)
             if (path == "-" || GetFileStatus(path).mIsFolder)
                 throw Trouble(path + ": only files can be followed");

@@ -17,13 +17,13 @@ _qzlog()
     fi
 
     local filters='--logger --dispatcher --message-id --user --session --object --process --thread --host --server
-        --since --until --text --regex --ignore-case --invert'
+        --since --until --text --regex --ignore-case --invert --utc --recursive'
     case $command in
         view)
             options="--follow --tail --head --count --quiet --json --color --no-backups --brokers --topic
-                --cursor-file --sync $filters"
+                --cursor-file --sync --context --before-context --after-context --no-pager $filters"
             ;;
-        check) options='--quiet --no-backups' ;;
+        check) options='--quiet --no-backups --recursive' ;;
         stats) options="--slot --by --top --json --no-backups $filters" ;;
         write) options='--logger --dispatcher --user --session --object --server --max-size --backups' ;;
         mask) options='--attribute --with --http --lines' ;;
@@ -41,7 +41,7 @@ _qzlog()
         --max-size) COMPREPLY=($(compgen -W '500k 2000000 20m' -- "$current")) ;;
         --host) COMPREPLY=($(compgen -A hostname -- "$current")) ;;
         --logger | --message-id | --user | --session | --object | --process | --thread | --server | --text | --regex | \
-            --tail | --head | --topic | --brokers | --top | --backups | --attribute | --with | -[FELusonmbXaw]) ;;
+            --tail | --head | --context | --before-context | --after-context | --topic | --brokers | --top | --backups | --attribute | --with | -[ABCFELusonmbXaw]) ;;
         *)
             if [[ $current == -* ]]; then
                 COMPREPLY=($(compgen -W "$options --help" -- "$current"))

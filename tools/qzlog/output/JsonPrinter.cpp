@@ -2,6 +2,7 @@
 
 #include "Characters.h"
 #include "output/Lines.h"
+#include "time/Moments.h"
 
 #include <algorithm>
 
@@ -41,12 +42,14 @@ namespace QzLogTool
     {
         std::string_view text = record.mText;
         mJson.assign(1, '{'); // of a literal, at -O3, g++ 12 warns without a reason
-        if (record.mKind == Record::Kind::Message && mParser.Parse(text) && AppendHeader())
+        if (record.mKind == Record::Kind::Message && mParser.Parse(text) && AppendHeader(record.mTime))
         {
             text.remove_prefix(mParser.GetLength());
             if (text.starts_with(' '))
                 text.remove_prefix(1);
         }
+        if (!record.mIsWanted)
+            mJson += "\"context\":true,";
         mJson += "\"message\":\"";
         mOwesLineEnd = false;
         AppendText(text);
@@ -58,13 +61,15 @@ namespace QzLogTool
     }
 
     /// False when the library cannot read it.
-    bool JsonPrinter::AppendHeader()
+    bool JsonPrinter::AppendHeader(std::int64_t moment)
     {
-        if (AppendUsualHeader())
+        if (AppendUsualHeader(moment))
             return true;
         QzLog::MessageHeader* const pHeader = mParser.ReadHeader();
         if (!pHeader)
             return false;
+        if (mUsesUTC)
+            pHeader->SetTimestampString(FormatMoment(moment).c_str());
         constexpr std::string_view kEnd = "}\n";
         mJson = pHeader->GetHeaderJSON();
         mJson.replace(mJson.size() - kEnd.size(), kEnd.size(), ",");
@@ -75,7 +80,7 @@ namespace QzLogTool
     }
 
     /// Writes what the library would make of a header in which nothing needs to be escaped or put in another form.
-    bool JsonPrinter::AppendUsualHeader()
+    bool JsonPrinter::AppendUsualHeader(std::int64_t moment)
     {
         HeaderFields const& fields = mParser.GetFields();
         std::string_view const header = mParser.GetHeader();
@@ -100,7 +105,7 @@ namespace QzLogTool
         append("\"server\":\"", fields.mServer);
         appendIfAny("\"sid\":\"", fields.mSession);
         append("\"thr\":\"", fields.mThread);
-        append("\"time\":\"", time);
+        append("\"time\":\"", mUsesUTC ? std::string_view(FormatMoment(moment)) : time);
         appendIfAny("\"uid\":\"", fields.mUser);
         return true;
     }

@@ -2,6 +2,7 @@
 
 #include "Trouble.h"
 #include "output/Lines.h"
+#include "output/Pager.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
@@ -44,7 +45,10 @@ namespace QzLogTool
         }
     }
 
-    Output::Output(Progress* pProgress) : mpProgress(pProgress), mIsTerminal(isatty(STDOUT_FILENO) == 1) {}
+    Output::Output(Progress* pProgress)
+        : mpProgress(pProgress), mIsTerminal(isatty(STDOUT_FILENO) == 1 || Pager::IsRunning())
+    {
+    }
 
     void Output::Write(std::string_view text)
     {

@@ -21,6 +21,7 @@ namespace QzLogTool
         Output(Output const&) = delete;
         Output& operator=(Output const&) = delete;
 
+        /// Also when a pager shows it on one.
         bool IsTerminal() const { return mIsTerminal; }
 
         void Write(std::string_view text);

@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -74,6 +75,15 @@ namespace QzLogTool
         if (errno == ENOENT || errno == ENOTDIR)
             return FileStatus();
         ThrowSystemError(path);
+    }
+
+    void AllowManyFiles()
+    {
+        rlimit limit;
+        if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+            return;
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
     }
 
     InputFile::InputFile(std::string path) : mPath(std::move(path)), mDescriptor(Open(mPath))

@@ -37,6 +37,9 @@ namespace QzLogTool
     /// Throws Trouble when the system does not tell; a missing file is no trouble.
     FileStatus GetFileStatus(std::string const& path);
 
+    /// Lets this process have as many files open as the system lets it.
+    void AllowManyFiles();
+
     /// A file open for reading, "-" for standard input. A file that is compressed gives its bytes as they were before
     /// that, and offsets count those; going back in it takes as long as reading up to there. Throws Trouble with the
     /// path in its text.

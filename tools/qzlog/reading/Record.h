@@ -49,6 +49,11 @@ namespace QzLogTool
 
         /// False when the record is so long that it comes in parts: mText is its first one.
         bool mIsWhole = true;
+
+        /// False when it is shown only because of another one near it, and whether records are left out in front of
+        /// it. See Context.
+        bool mIsWanted = true;
+        bool mFollowsGap = false;
     };
 
     /// Gives records, one after the other. Used by one thread. Operations throw Trouble when a file cannot be read.

@@ -11,9 +11,6 @@ namespace QzLogTool
 {
     namespace
     {
-        // Small enough to stay in the processor's cache between the reading and the looking.
-        constexpr std::size_t kBlock = std::size_t{256} << 10;
-
         // Of the time in front of it, without and with its distance from UTC.
         constexpr std::size_t kShortestTime = 23;
         constexpr std::size_t kLongestTime = 29;
@@ -21,7 +18,10 @@ namespace QzLogTool
         constexpr std::size_t kLongestLineTime = kGlance - kHost.size();
     }
 
-    RecordSplitter::RecordSplitter(std::unique_ptr<ByteSource> pBytes) : mpBytes(std::move(pBytes)), mBuffer(kBlock) {}
+    RecordSplitter::RecordSplitter(std::unique_ptr<ByteSource> pBytes, std::size_t block)
+        : mpBytes(std::move(pBytes)), mBlock(block), mBuffer(block)
+    {
+    }
 
     bool RecordSplitter::Next(Record& record)
     {
@@ -92,7 +92,7 @@ namespace QzLogTool
         mBegin = 0;
         mEnd = kept;
         // In proportion to what is kept, so that a long record is looked through a few times and not at each block.
-        std::size_t const room = std::max(kBlock, std::min(kept, kLargest));
+        std::size_t const room = std::max(mBlock, std::min(kept, kLargest));
         if (mBuffer.size() < kept + room)
             mBuffer.resize(kept + room);
         std::size_t const count = mIsAtEnd ? 0 : mpBytes->Read(mBuffer.data() + mEnd, room);

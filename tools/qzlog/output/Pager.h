@@ -1,0 +1,19 @@
+#pragma once
+
+namespace QzLogTool
+{
+    /// A program that shows standard output page by page, of which there is one at most. Used by the main thread.
+    class Pager
+    {
+    public:
+        /// Starts what QZLOG_PAGER says, else PAGER, else `less` if it is there, and gives it standard output; standard
+        /// error too where that is a terminal. Does nothing unless standard output is a terminal that can do something
+        /// (TERM), nor if the command is empty or "cat". SIGINT then waits for the pager before it ends the process.
+        static void Start();
+
+        static bool IsRunning();
+
+        /// Ends the output and waits until the user has seen enough. Nothing can be written after it.
+        static void End();
+    };
+}
