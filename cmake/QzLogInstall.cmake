@@ -1,5 +1,5 @@
 # The installed package, in four components: the library, its Kafka module, what is needed to build with it (public
-# headers, find_package(QzLog), pkg-config's qzlog), and the operator's tool.
+# headers, find_package(QzLog), pkg-config's qzlog), and the operator's tool; and the kit in two, as the library.
 
 include(CMakePackageConfigHelpers)
 find_program(GZIP_PROGRAM gzip REQUIRED)
@@ -14,6 +14,17 @@ endif()
 install(DIRECTORY include/ ${PROJECT_BINARY_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
     FILES_MATCHING PATTERN "*.h")
 install(EXPORT QzLogTargets NAMESPACE QzLog:: DESTINATION ${package_dir} COMPONENT development)
+if(QZLOG_BUILD_KIT)
+    # An export of its own: the kit's packages are separate from the library's.
+    install(TARGETS QzLogKit EXPORT QzLogKitTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT kit NAMELINK_COMPONENT kit_development)
+    install(DIRECTORY kit/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT kit_development
+        FILES_MATCHING PATTERN "*.h")
+    install(EXPORT QzLogKitTargets NAMESPACE QzLog:: DESTINATION ${package_dir} COMPONENT kit_development)
+    if(NOT QZLOG_BUILD_PACKAGES)
+        set_target_properties(QzLogKit PROPERTIES INSTALL_RPATH "$ORIGIN")
+    endif()
+endif()
 if(QZLOG_BUILD_TOOLS)
     # The tool finds the library from where it stands, under any prefix; packages go where the system looks.
     if(NOT QZLOG_BUILD_PACKAGES)
@@ -44,4 +55,9 @@ foreach(folder IN ITEMS INCLUDEDIR LIBDIR)
     string(REPLACE "${CMAKE_INSTALL_PREFIX}/" "\${prefix}/" QZLOG_PC_${folder} "${CMAKE_INSTALL_FULL_${folder}}")
 endforeach()
 configure_file(cmake/qzlog.pc.in ${PROJECT_BINARY_DIR}/qzlog.pc @ONLY)
+if(QZLOG_BUILD_KIT)
+    configure_file(cmake/qzlog-kit.pc.in ${PROJECT_BINARY_DIR}/qzlog-kit.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/qzlog-kit.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT kit_development)
+endif()
 install(FILES ${PROJECT_BINARY_DIR}/qzlog.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -17,6 +17,9 @@ set(CPACK_COMPONENTS_ALL library development)
 if(TARGET QzLogKafka)
     list(APPEND CPACK_COMPONENTS_ALL kafka)
 endif()
+if(QZLOG_BUILD_KIT)
+    list(APPEND CPACK_COMPONENTS_ALL kit kit_development)
+endif()
 if(QZLOG_BUILD_TOOLS)
     list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
@@ -26,7 +29,7 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 # Packages of one build find each other's libraries there.
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src ${PROJECT_BINARY_DIR}/kit)
 
 set(library_package libqzlog2-64-${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library_package})
@@ -73,6 +76,38 @@ QzLog writes rotating log files that several processes share.
 
 This package has the headers, and what CMake and pkg-config need.")
 
+if(QZLOG_BUILD_KIT)
+    set(kit_package libqzlogkit${PROJECT_VERSION_MAJOR})
+    set(CPACK_DEBIAN_KIT_PACKAGE_NAME ${kit_package})
+    set(CPACK_DEBIAN_KIT_PACKAGE_SECTION libs)
+    set(CPACK_DEBIAN_KIT_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION}-1)")
+    # No release has had it; after one, take its symbols over as those of the library.
+    set(kit_symbols ${PROJECT_BINARY_DIR}/debian-kit/symbols)
+    add_custom_command(OUTPUT ${kit_symbols}
+        COMMAND ${GENSYMBOLS_PROGRAM} -q -p${kit_package} -v${PROJECT_VERSION} -P${PROJECT_BINARY_DIR}
+            -e$<TARGET_FILE:QzLogKit> -O${kit_symbols}
+        DEPENDS QzLogKit VERBATIM)
+    add_custom_target(QzLogKitSymbols ALL DEPENDS ${kit_symbols})
+    set(CPACK_DEBIAN_KIT_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers ${kit_symbols})
+    set(CPACK_COMPONENT_KIT_DESCRIPTION
+"what servers need around the QzLog logging library
+QzLog writes rotating log files that several processes share.
+
+This library has destinations that limit, select, translate or capture
+messages, identities that nest and are cleaned, and handles of loggers.")
+
+    set(CPACK_DEBIAN_KIT_DEVELOPMENT_PACKAGE_NAME libqzlogkit-dev)
+    set(CPACK_DEBIAN_KIT_DEVELOPMENT_PACKAGE_SECTION libdevel)
+    set(CPACK_DEBIAN_KIT_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+    set(CPACK_DEBIAN_KIT_DEVELOPMENT_PACKAGE_DEPENDS
+        "${kit_package} (= ${PROJECT_VERSION}-1), libqzlog-dev (= ${PROJECT_VERSION}-1)")
+    set(CPACK_COMPONENT_KIT_DEVELOPMENT_DESCRIPTION
+"what servers need around the QzLog logging library (development files)
+QzLog writes rotating log files that several processes share.
+
+This package has the headers of its kit, and what CMake and pkg-config need.")
+endif()
+
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME qzlog)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
 # dpkg-shlibdeps knows no package yet that the library is in, and passes it by without a word.
@@ -95,7 +130,11 @@ add_custom_command(OUTPUT ${changelog}
     COMMAND sh -c "${GZIP_PROGRAM} -9nc ${PROJECT_SOURCE_DIR}/packaging/changelog > ${changelog}"
     DEPENDS ${PROJECT_SOURCE_DIR}/packaging/changelog VERBATIM)
 add_custom_target(QzLogChangelog ALL DEPENDS ${changelog})
-foreach(pair library:${library_package} kafka:${library_package}-kafka development:libqzlog-dev tool:qzlog)
+set(pairs library:${library_package} kafka:${library_package}-kafka development:libqzlog-dev tool:qzlog)
+if(QZLOG_BUILD_KIT)
+    list(APPEND pairs kit:${kit_package} kit_development:libqzlogkit-dev)
+endif()
+foreach(pair IN LISTS pairs)
     string(REPLACE ":" ";" pair ${pair})
     list(GET pair 0 component)
     list(GET pair 1 package)

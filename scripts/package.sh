@@ -21,17 +21,22 @@ done
 libraries=$(dirname "$(find "$root/usr/lib" -name libQzLog2_64.so)")
 export LD_LIBRARY_PATH=$libraries
 
-cmake -S ../../tests/consumer -B consumer -DCMAKE_PREFIX_PATH="$root/usr" >/dev/null
+cmake -S ../../tests/consumer -B consumer -DCMAKE_PREFIX_PATH="$root/usr" -DWITH_KIT=ON >/dev/null
 cmake --build consumer >/dev/null
 consumer/consumer 2>consumer/output
 grep -q "property 'no.such.property'" consumer/output || { cat consumer/output; exit 1; }
-echo "find_package(QzLog): built and ran, with Kafka"
+consumer/kit_consumer 2>/dev/null
+echo "find_package(QzLog): built and ran, with Kafka and the kit"
 
 flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs qzlog)
 read -ra flags <<<"$flags"
 "${CXX:-c++}" -std=c++20 ../../tests/consumer/main.cpp -o consumer/by_pkg_config "${flags[@]}"
 consumer/by_pkg_config 2>/dev/null
-echo "pkg-config qzlog: built and ran"
+flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs qzlog-kit)
+read -ra flags <<<"$flags"
+"${CXX:-c++}" -std=c++20 ../../tests/consumer/kit.cpp -o consumer/kit_by_pkg_config "${flags[@]}"
+consumer/kit_by_pkg_config 2>/dev/null
+echo "pkg-config qzlog, qzlog-kit: built and ran"
 
 # librdkafka comes with the Kafka module alone, which the library recommends.
 field() { dpkg-deb -f libqzlog2-64-"$1"_*.deb "$2"; }

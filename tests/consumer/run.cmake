@@ -1,5 +1,6 @@
 # Installs the build into a private folder, builds the foreign project against it and runs that.
-# Run as: cmake -D BINARY_DIR=<build> -D SOURCE_DIR=<this folder> -D WORK_DIR=<private> -D COMPILER=<c++> -P run.cmake
+# Run as: cmake -D BINARY_DIR=<build> -D SOURCE_DIR=<this folder> -D WORK_DIR=<private> -D COMPILER=<c++>
+#   -D WITH_KIT=<whether it has the kit> -P run.cmake
 
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -12,7 +13,7 @@ endfunction()
 file(REMOVE_RECURSE ${WORK_DIR})
 run(${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${WORK_DIR}/prefix)
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix
-    -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${FLAGS})
+    -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${FLAGS} -DWITH_KIT=${WITH_KIT})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 
 function(run_consumer)
@@ -41,6 +42,16 @@ if(EXISTS ${module})
 endif()
 set(expected "the Kafka module cannot be loaded: '${module}': " "librdkafka is not loaded")
 run_consumer()
+
+if(WITH_KIT)
+    run(${WORK_DIR}/build/kit_consumer)
+    foreach(line IN ITEMS "UID:alice］" "Hello from the kit␊" "Held back 2 messages of Consumer/Info since ")
+        string(FIND "${output}" "${line}" position)
+        if(position EQUAL -1)
+            message(FATAL_ERROR "'${line}' is missing in:\n${output}")
+        endif()
+    endforeach()
+endif()
 
 # pkg-config answers with the prefix that was installed to.
 file(GLOB_RECURSE pc_file ${WORK_DIR}/prefix/*/qzlog.pc)

@@ -12,9 +12,10 @@ configure() {
 rm -rf $build
 # What only the tool needs is not asked for, unless the tool is.
 configure -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON 2>&1 | grep "QzLog is a shared library"
-configure -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=OFF -DQZLOG_BUILD_TOOLS=ON >/dev/null
+configure -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=OFF -DQZLOG_BUILD_TOOLS=ON -DQZLOG_BUILD_KIT=ON -DWITH_KIT=ON >/dev/null
 cmake --build $build
 $build/consumer 2>/dev/null
+$build/kit_consumer 2>/dev/null
 $build/QzLog/tools/qzlog/qzlog --version
 
 cmake --install $build --prefix $build/installed

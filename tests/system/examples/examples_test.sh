@@ -22,8 +22,8 @@ expect "alice" 3 "$(count '\[UID:alice\]\[SID:S1\]\[OID:0\] (Request for 2 pages
 expect "bob" 4 "$(count '\[UID:bob\]\[SID:S2\]\[OID:0\] (Request for 3 pages|Page [123] is done)' workers)"
 expect "nobody" 1 "$(count '\[UID:0\]\[SID:0\]\[OID:0\] Nobody' workers)"
 
-expect "unit test" "small orders are silent: passed refusals are logged: passed" \
-    "$("$example/example_unit_test" | xargs -d '\n')"
+# Built with the kit only.
+[ ! -e "$example/example_unit_test" ] || "$example/example_unit_test"
 
 expect "files left" "all hello.log hook shop workers" "$(echo *)"
 passed
