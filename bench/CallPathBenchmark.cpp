@@ -11,17 +11,11 @@
 #include <benchmark/benchmark.h>
 
 #ifdef QZLOG_BENCH_SPDLOG
-#include <spdlog/pattern_formatter.h>
-#include <spdlog/sinks/base_sink.h>
-#include <spdlog/spdlog.h>
+#include "SpdlogPeer.h"
 #endif
 
 #include <cstddef>
-#include <memory>
 #include <mutex>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace
 {
@@ -232,35 +226,13 @@ namespace
     BENCHMARK(GuardOnBaseline)->Name("GuardOn/Baseline")->ThreadRange(1, 2)->UseRealTime();
 
 #ifdef QZLOG_BENCH_SPDLOG
-    constexpr char const* kSpdlogPattern =
-        "%Y-%m-%d %H:%M:%S.%e%z [HOST:ws01][SERVER:Engine][PID:%P][THR:%t][%n][Info][UID:0][SID:0][OID:0]";
+    using namespace SpdlogPeer;
 
-    /// Formats and drops. The mutex is the null mutex where one thread logs, to spdlog's advantage.
-    template <class Mutex>
-    class SpdlogSink : public spdlog::sinks::base_sink<Mutex>
-    {
-        void sink_it_(spdlog::details::log_msg const& message) override
-        {
-            spdlog::memory_buf_t buffer;
-            this->formatter_->format(message, buffer);
-            benchmark::DoNotOptimize(buffer.data());
-            benchmark::DoNotOptimize(message.payload.data());
-        }
-
-        void flush_() override {}
-    };
-
+    /// With the null mutex where one thread logs, to spdlog's advantage.
     spdlog::logger& GetSpdlog(int threads)
     {
-        auto const make = [](std::shared_ptr<spdlog::sinks::sink> sink)
-        {
-            auto const made = std::make_shared<spdlog::logger>("Kernel", std::move(sink));
-            made->set_formatter(
-                std::make_unique<spdlog::pattern_formatter>(kSpdlogPattern, spdlog::pattern_time_type::local, ""));
-            return made;
-        };
-        static auto const single = make(std::make_shared<SpdlogSink<spdlog::details::null_mutex>>());
-        static auto const shared = make(std::make_shared<SpdlogSink<std::mutex>>());
+        static auto const single = MakeDropping<spdlog::details::null_mutex>("Kernel", kPattern);
+        static auto const shared = MakeDropping<std::mutex>("Kernel", kPattern);
         return threads == 1 ? *single : *shared;
     }
 
@@ -292,38 +264,13 @@ namespace
             logger.log(Here(__LINE__), spdlog::level::info, kText);
     }
 
-    /// A logger for each of the calls. Message ID and user have no place of their own there; they begin the text.
-    std::shared_ptr<spdlog::logger> MakeMixedSpdlog(CallPath::Call const& call, spdlog::sink_ptr sink)
-    {
-        std::string pattern("%Y-%m-%d %H:%M:%S.%e%z [HOST:ws01][SERVER:Engine][PID:%P][THR:%t][%n][");
-        pattern.append(call.mpDispatcher).append(call.IsError() ? "][%s:%! at line:%#]%v" : "]%v");
-        auto const made = std::make_shared<spdlog::logger>(call.mpLogger, std::move(sink));
-        made->set_formatter(std::make_unique<spdlog::pattern_formatter>(pattern, spdlog::pattern_time_type::local, ""));
-        return made;
-    }
-
     template <class Mutex>
     void MixedSpdlog(benchmark::State& state)
     {
-        static auto const loggers = []
-        {
-            std::vector<std::shared_ptr<spdlog::logger>> made;
-            for (CallPath::Call const& call : CallPath::kCalls)
-                made.push_back(MakeMixedSpdlog(call, std::make_shared<SpdlogSink<Mutex>>()));
-            return made;
-        }();
+        static MixedMessages<Mutex> messages;
         std::size_t number = 0;
         for (auto _ : state)
-        {
-            std::size_t const i = number++ % CallPath::kCallCount;
-            CallPath::Call const& call = CallPath::kCalls[i];
-            spdlog::source_loc const location{call.mpFile, call.mLine, call.mpFunction};
-            if (call.mMessageID != 0)
-                loggers[i]->log(location, spdlog::level::info, "[0x{:08X}][UID:{}][SID:0][OID:0] {}", call.mMessageID,
-                    call.mpUser, kText);
-            else
-                loggers[i]->log(location, spdlog::level::info, "[UID:{}][SID:0][OID:0] {}", call.mpUser, kText);
-        }
+            messages.Log(number++);
     }
 
     void FormattedSpdlog(benchmark::State& state)
@@ -336,7 +283,7 @@ namespace
 
     void HeaderSpdlog(benchmark::State& state)
     {
-        spdlog::pattern_formatter formatter(kSpdlogPattern, spdlog::pattern_time_type::local, "");
+        spdlog::pattern_formatter formatter(kPattern, spdlog::pattern_time_type::local, "");
         for (auto _ : state)
         {
             spdlog::details::log_msg const message(Here(__LINE__), "Kernel", spdlog::level::info, kText);

@@ -7,15 +7,10 @@
 #include <benchmark/benchmark.h>
 
 #ifdef QZLOG_BENCH_LOG4CPLUS
-#include <log4cplus/fileappender.h>
-#include <log4cplus/helpers/property.h>
-#include <log4cplus/layout.h>
-#include <log4cplus/logger.h>
-#include <log4cplus/loggingmacros.h>
+#include "Log4cplusPeer.h"
 #endif
 #ifdef QZLOG_BENCH_SPDLOG
-#include <spdlog/sinks/rotating_file_sink.h>
-#include <spdlog/spdlog.h>
+#include "SpdlogPeer.h"
 #endif
 
 #include <memory>
@@ -36,23 +31,6 @@ namespace
     }
 
 #ifdef QZLOG_BENCH_LOG4CPLUS
-    log4cplus::Logger MakeLog4cplus(char const* name, bool withLockFile)
-    {
-        log4cplus::helpers::Properties properties;
-        properties.setProperty("File", GetPath(name));
-        properties.setProperty("MaxFileSize", "2000000000");
-        properties.setProperty("MaxBackupIndex", "1");
-        properties.setProperty("ImmediateFlush", "true");
-        properties.setProperty("UseLockFile", withLockFile ? "true" : "false");
-        log4cplus::SharedAppenderPtr const appender(new log4cplus::RollingFileAppender(properties));
-        appender->setLayout(std::make_unique<log4cplus::PatternLayout>(
-            "%D{%Y-%m-%d %H:%M:%S.%q} [HOST:ws01][SERVER:Engine][PID:%i][THR:%t][%c][Info][UID:0][SID:0][OID:0] %m%n"));
-        log4cplus::Logger logger = log4cplus::Logger::getInstance(name);
-        logger.addAppender(appender);
-        logger.setAdditivity(false);
-        return logger;
-    }
-
     void RecordLog4cplus(benchmark::State& state, log4cplus::Logger const& logger)
     {
         if (state.thread_index() == 0)
@@ -63,13 +41,13 @@ namespace
 
     void RecordLog4cplusWithLockFile(benchmark::State& state)
     {
-        static log4cplus::Logger const logger = MakeLog4cplus("locked.log", true);
+        static log4cplus::Logger const logger = Log4cplusPeer::MakeFile("locked.log", GetPath("locked.log"), true);
         RecordLog4cplus(state, logger);
     }
 
     void RecordLog4cplusAlone(benchmark::State& state)
     {
-        static log4cplus::Logger const logger = MakeLog4cplus("alone.log", false);
+        static log4cplus::Logger const logger = Log4cplusPeer::MakeFile("alone.log", GetPath("alone.log"), false);
         RecordLog4cplus(state, logger);
     }
 
@@ -80,14 +58,7 @@ namespace
 #ifdef QZLOG_BENCH_SPDLOG
     void RecordSpdlog(benchmark::State& state)
     {
-        static std::shared_ptr<spdlog::logger> const logger = []
-        {
-            auto const made = spdlog::rotating_logger_mt("file", GetPath("spdlog.log"), kNoLimit, 1);
-            made->set_pattern(
-                "%Y-%m-%d %H:%M:%S.%e [HOST:ws01][SERVER:Engine][PID:%P][THR:%t][%n][Info][UID:0][SID:0][OID:0] %v");
-            made->flush_on(spdlog::level::info);
-            return made;
-        }();
+        static std::shared_ptr<spdlog::logger> const logger = SpdlogPeer::MakeFile(GetPath("spdlog.log"));
         if (state.thread_index() == 0)
             Empty(GetPath("spdlog.log"));
         std::string const text = MakeText(state);

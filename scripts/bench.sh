@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs every benchmark program of the bench preset; arguments go to each of them.
+# Runs every benchmark program of the bench preset; arguments go to each of them. scripts/bench_tables.sh makes tables of
+# what one or more runs have printed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -2,8 +2,9 @@
 # Has callgrind count the user instructions of a log call of each kind, and fails if one takes more than 5 % more than
 # bench/instructions.txt says. That file holds for one compiler and one C library; with others the counts are printed and
 # not compared.
-#   scripts/instructions.sh [--update]
-# --update writes the file.
+#   scripts/instructions.sh [--update | --all]
+# --update writes the file. --all only prints the counts, those of the baseline and the peers too, and the system calls of
+# one call.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 committed=bench/instructions.txt
@@ -31,10 +32,29 @@ count() {
     echo $(((total + calls / 2) / calls))
 }
 
+# The system calls of a whole run, where the library's are started in any case.
+count_system_calls() {
+    strace -f -c -o "$folder/strace" "$program" "$1" "$folder"
+    awk '$NF == "total" { print $4 }' "$folder/strace"
+}
+
+if [ "${1:-}" = --all ]; then
+    echo "$toolchain"
+    start=$(count_system_calls disabled_call)
+    for kind in $("$program"); do
+        counted=$(count "$kind")
+        system_calls=$(count_system_calls "$kind")
+        # A hundred calls come before those that are counted. A few calls more or less are of the program's start.
+        printf '%-48s %7d instructions %3d system calls\n' "$kind" "$counted" \
+            $(((system_calls - start + 50) / (calls + 100)))
+    done
+    exit 0
+fi
+
 {
     echo "# User instructions of one call, as scripts/instructions.sh --update has counted them with:"
     echo "$toolchain"
-    for kind in $("$program"); do
+    for kind in $("$program" | grep -v :); do
         counted=$(count "$kind")
         printf '%-32s %6d\n' "$kind" "$counted"
     done
