@@ -132,7 +132,7 @@ namespace QzLog
     {
         int const status = KafkaProducer::GetKafkaProducerStatus();
         // Both are updated whatever follows, so that neither the interval nor a change is noticed late.
-        bool const probeIsDue = ProbeIsDue();
+        bool const probeIsDue = ProbeIsDue(status);
         bool const statusHasChanged = StatusHasChanged(status);
 
         Shared& shared = GetShared();
@@ -188,9 +188,9 @@ namespace QzLog
             shared.mpLosses->PutBack(std::move(losses));
     }
 
-    bool Destination_KafkaLog_Impl::ProbeIsDue()
+    bool Destination_KafkaLog_Impl::ProbeIsDue(int status)
     {
-        if (KafkaProducer::GetKafkaProducerStatus() != KafkaProducer::kStatusDown)
+        if (status != KafkaProducer::kStatusDown)
             return false;
         QzDataType::DateTime const now = QzDataType::DateTime::NowUTC();
         {

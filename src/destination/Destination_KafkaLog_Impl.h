@@ -34,7 +34,7 @@ namespace QzLog
     private:
         bool KafkaIsToBeTried();
         static bool SendRecord(QzBase::ReturnString const& text);
-        bool ProbeIsDue();
+        bool ProbeIsDue(int status);
         bool StatusHasChanged(int status);
 
         QzBase::CountedPtr<Destination_DiskFile> mpDiskFile;
