@@ -74,9 +74,9 @@ namespace KafkaClient
     };
 }
 
-/// What the module exports. The number in the name changes with anything above, so that a module of another release is
-/// refused.
-extern "C" KafkaClient::KafkaModule const& GetQzLogKafkaModule1();
+/// What the module exports; not null. The number in the name changes with anything above, so that a module of another
+/// release is refused.
+extern "C" KafkaClient::KafkaModule const* GetQzLogKafkaModule1();
 
 namespace KafkaClient
 {

@@ -189,8 +189,8 @@ namespace KafkaClient
 }
 
 // Constant, so that nothing of it is destroyed while the process ends and its records come in.
-extern "C" [[gnu::visibility("default")]] KafkaClient::KafkaModule const& GetQzLogKafkaModule1()
+extern "C" [[gnu::visibility("default")]] KafkaClient::KafkaModule const* GetQzLogKafkaModule1()
 {
     static constinit KafkaClient::RdKafkaModule const gModule{};
-    return gModule;
+    return &gModule;
 }
