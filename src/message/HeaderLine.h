@@ -1,6 +1,9 @@
 #pragma once
 
 #include "support/base/KeptMemory.h"
+#include "support/datatype/DateTimeText.h"
+
+#include <QzLog/Timestamp.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -33,23 +36,31 @@ namespace QzLog
         void ForgetRest() noexcept { mHasRest = false; }
 
         /// Builds the line from that time and the rest that it already has. False if it does not have the rest.
-        bool BuildWithTime(std::string const& time) noexcept
+        /// \param number      of the time: TimestampText::GetNumber.
+        /// \param newSeconds  the time stamp, if the seconds of `time` have just been written from it. May be null.
+        bool BuildWithTime(std::string const& time, unsigned int number, Timestamp const* newSeconds) noexcept
         {
             if (!mHasRest || time.size() != mTimeLength)
                 return false;
-            std::memcpy(mText.data(), time.data(), time.size());
+            // Not copied, since the processor stalls when it reads in one piece what it has just written in several.
+            if (newSeconds && number == mTimeNumber)
+                QzDataType::WriteSeconds(mText.data() + QzDataType::kSecondsPlace, *newSeconds);
+            else
+                std::memcpy(mText.data(), time.data(), time.size());
+            mTimeNumber = number;
             return mIsBuilt = true;
         }
 
         /// Builds the line anew. `write` gets `bound` bytes of memory, writes the line there, the time included, and
         /// returns its end.
         template <class Write>
-        void Build(std::size_t timeLength, std::size_t bound, Write write)
+        void Build(std::size_t timeLength, unsigned int timeNumber, std::size_t bound, Write write)
         {
             if (mText.size() < bound + 1)
                 mText.resize(std::max(bound + 1, kReservedLength));
             *write(mText.data()) = '\0';
             mTimeLength = timeLength;
+            mTimeNumber = timeNumber;
             mHasRest = mIsBuilt = true;
         }
 
@@ -59,6 +70,7 @@ namespace QzLog
         /// At least as long as the line, so that another length of the line costs nothing.
         std::string mText;
         std::size_t mTimeLength = 0;
+        unsigned int mTimeNumber = 0;
         bool mHasRest = false;
         bool mIsBuilt = false;
     };

@@ -94,8 +94,10 @@ namespace QzLog
 
     void MessageHeader_Impl::BuildHeaderText()
     {
+        Timestamp const* const newSeconds = mTimestampText.IsBuilt() ? nullptr : &mTimestamp;
         std::string const& time = mTimestampText.Get(mTimestamp);
-        if (mHeaderText.BuildWithTime(time))
+        unsigned int const timeNumber = mTimestampText.GetNumber();
+        if (mHeaderText.BuildWithTime(time, timeNumber, newSeconds))
             return;
         std::string const& origin = GetOriginText();
         std::string const& identity = GetIdentityText();
@@ -116,6 +118,6 @@ namespace QzLog
             }
             return writer.GetEnd();
         };
-        mHeaderText.Build(time.size(), bound, write);
+        mHeaderText.Build(time.size(), timeNumber, bound, write);
     }
 }

@@ -12,14 +12,19 @@ namespace QzLog
 {
     namespace
     {
+        [[gnu::noinline]] void Replace(std::string& field, char const* text)
+        {
+            field.assign(text);
+            QzBase::GiveBackSpareMemory(field);
+        }
+
         /// Returns whether the field has changed. Most fields of a message equal those of the previous one.
-        bool Assign(std::string& field, char const* text)
+        inline bool Assign(std::string& field, char const* text)
         {
             char const* const value = text ? text : "";
-            if (std::strcmp(field.c_str(), value) == 0)
+            if (std::strcmp(field.c_str(), value) == 0) [[likely]]
                 return false;
-            field.assign(value);
-            QzBase::GiveBackSpareMemory(field);
+            Replace(field, value);
             return true;
         }
 

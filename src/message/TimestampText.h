@@ -25,9 +25,15 @@ namespace QzLog
         /// The time stamp has changed.
         void Clear() noexcept { mIsBuilt = false; }
 
+        bool IsBuilt() const noexcept { return mIsBuilt; }
+
+        /// Changes with the text, except for its seconds.
+        unsigned int GetNumber() const noexcept { return mNumber; }
+
         /// Keeps this text for the present time stamp.
         void Assign(char const* text, std::size_t length)
         {
+            ++mNumber;
             mMinute = {};
             mText.assign(text, length);
             mIsBuilt = true;
@@ -72,12 +78,14 @@ namespace QzLog
                 char text[QzDataType::kMaxDateTimeText];
                 mText.assign(text, WriteTimestamp(text, timestamp));
                 mMinute = minute;
+                ++mNumber;
             }
             mIsBuilt = true;
         }
 
         std::string mText;
         Minute mMinute;
+        unsigned int mNumber = 0;
         bool mIsBuilt = false;
     };
 }

@@ -92,6 +92,15 @@ namespace
         char const* const values[] = {"", "1", "a/b", "Error", "Errors", longText.c_str()};
         std::mt19937 random(4711);
         auto const choose = [&](auto const& list) { return list[random() % std::size(list)]; };
+        auto const makeTime = [&]
+        {
+            QzLog::Timestamp_Impl time;
+            auto const milliseconds = random() % 1'000'000;
+            time.FromISO8601String(("2026-11-18 03:0" + std::to_string(milliseconds % 2) + ":07." +
+                                    std::to_string(milliseconds) + choose(std::array{"", "+05:30", "-05:30"}))
+                                       .c_str());
+            return time;
+        };
         HeaderPtr const header(QzLog::CreateMessageHeader());
         for (int round = 0; round < 10'000; ++round)
         {
@@ -103,11 +112,9 @@ namespace
                 header->GetHeaderText();
             if (random() % 8 == 0)
                 header->SetTimestampString("2026-11-18 03:02:07.1");
-            QzLog::Timestamp_Impl time;
-            auto const milliseconds = random() % 1'000'000;
-            time.FromISO8601String(("2026-11-18 03:0" + std::to_string(milliseconds % 2) + ":07." +
-                                    std::to_string(milliseconds) + choose(std::array{"", "+05:30", "-05:30"}))
-                                       .c_str());
+            if (random() % 4 == 0)
+                header->SetTimestamp(makeTime()), header->GetTimestampString();
+            QzLog::Timestamp_Impl const time = makeTime();
             header->SetTimestamp(time);
 
             HeaderPtr const fresh(QzLog::CreateMessageHeader());
