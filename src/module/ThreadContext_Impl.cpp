@@ -19,12 +19,6 @@ namespace QzLog
         return mServerName.mText.c_str();
     }
 
-    void ThreadContext_Impl::FollowFork()
-    {
-        if (mForkGeneration != QzOs::GetForkGeneration())
-            SetProcessAndThread();
-    }
-
     void ThreadContext_Impl::SetProcessAndThread()
     {
         mForkGeneration = QzOs::GetForkGeneration();

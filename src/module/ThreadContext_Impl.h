@@ -3,6 +3,7 @@
 #include "message/MessageBody_Impl.h"
 #include "message/MessageHeader_Impl.h"
 #include "module/ServerInstanceName.h"
+#include "os/Fork.h"
 #include "root/ThreadContext.h"
 
 #include <QzBase/CountedPtr.h>
@@ -24,7 +25,11 @@ namespace QzLog
         char const* GetServerName() override;
 
         /// Sets process and thread ID of the header if the process has forked since.
-        void FollowFork();
+        void FollowFork()
+        {
+            if (mForkGeneration != QzOs::GetForkGeneration()) [[unlikely]]
+                SetProcessAndThread();
+        }
 
     private:
         void SetProcessAndThread();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 
@@ -8,10 +9,15 @@
 
 namespace QzOs
 {
+    extern constinit std::atomic<std::uint32_t> gForkGeneration;
+
     /// Grows by one in a forked child, before the child's first own call. If it differs from a value that was kept
     /// before, this is another process now, with one thread and with open files that it shares with its
     /// parent. Costs a memory read.
-    std::uint32_t GetForkGeneration();
+    inline std::uint32_t GetForkGeneration() noexcept
+    {
+        return gForkGeneration.load(std::memory_order_relaxed);
+    }
 
     /// Registers three functions that are called around every fork, on the thread that forks. Each may be null. Those
     /// registered last are called first before a fork, and last after it. Returns false if there is no room. Must not

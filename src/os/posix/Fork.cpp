@@ -10,8 +10,6 @@ namespace QzOs
 {
     namespace
     {
-        constinit std::atomic<std::uint32_t> gForkGeneration{0};
-
         struct Functions
         {
             void (*mpBefore)();
@@ -53,12 +51,8 @@ namespace QzOs
         }
     }
 
+    constinit std::atomic<std::uint32_t> gForkGeneration{0};
     constinit thread_local bool tIsForking = false;
-
-    std::uint32_t GetForkGeneration()
-    {
-        return gForkGeneration.load(std::memory_order_relaxed);
-    }
 
     bool CallAroundFork(void (*before)(), void (*inParent)(), void (*inChild)()) noexcept
     {
