@@ -67,7 +67,7 @@ namespace QzLog
     }
 
     Dispatcher_Impl::Dispatcher_Impl(char const* name)
-        : mpLock(QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryDefault)),
+        : mpLock(QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryDefault, QzSynch::Readers::kRare)),
           mName(name ? name : ""),
           mCallbacks(*mpLock)
     {
@@ -157,12 +157,7 @@ namespace QzLog
         QzBase::ReturnPtrI<DestinationList> list(destinations ? new DestinationList(*destinations) : nullptr);
         if (list && list->mDestinations.empty())
             list = nullptr;
-        auto const exchange = [&]
-        {
-            QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
-            return mDestinations.Exchange(std::move(list));
-        };
-        Replaced<DestinationList> const replaced = exchange();
+        Replaced<DestinationList> const replaced = mDestinations.Exchange(std::move(list), *mpLock);
         mCallbacks.CallEach([this](Dispatcher::Callback& callback) { callback.OnDestinationsChanged(*this); });
     }
 

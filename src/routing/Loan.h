@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 // Hazard pointers: they keep an object alive for a log call without changing its reference count, which all threads
 // that log through the object would otherwise write to. The thread stores the object's address in a place of its own
@@ -124,6 +125,12 @@ namespace QzLog
 
         T* Get() const noexcept { return mpObject.load(std::memory_order_relaxed); }
 
+        [[nodiscard]] Replaced<T> Exchange(QzBase::ReturnPtrI<T> object, QzSynch::RWLock& lock)
+        {
+            QzSynch::RWLock::WriteSmartLock const hold(lock);
+            return Exchange(std::move(object));
+        }
+
         /// The lock is held for writing.
         [[nodiscard]] Replaced<T> Exchange(QzBase::ReturnPtrI<T> object) noexcept
         {
@@ -176,6 +183,7 @@ namespace QzLog
 
         explicit operator bool() const noexcept { return mpObject != nullptr; }
         T* operator->() const noexcept { return mpObject; }
+        T* get() const noexcept { return mpObject; }
 
     private:
         [[gnu::noinline]] void Count(Lendable<T> const& source, QzSynch::RWLock& lock)

@@ -83,7 +83,7 @@ namespace QzLog
 
     Logger_Impl::Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category)
         : mpProxy(new CallbackProxy),
-          mpLock(QzSynch::CreateForkSafeRWLock(category)),
+          mpLock(QzSynch::CreateForkSafeRWLock(category, QzSynch::Readers::kRare)),
           mName(name ? name : ""),
           mCallbacks(*mpLock)
     {
@@ -108,15 +108,12 @@ namespace QzLog
 
     void Logger_Impl::SetMessageCatalog(MessageCatalog* catalog)
     {
-        QzBase::CountedPtr<MessageCatalog> replaced(catalog);
-        QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
-        mpCatalog.swap(replaced);
+        static_cast<void>(mCatalog.Exchange(QzBase::ReturnPtrI<MessageCatalog>(catalog), *mpLock));
     }
 
     QzBase::ReturnPtrI<MessageCatalog> Logger_Impl::GetMessageCatalog()
     {
-        QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-        return QzBase::ReturnPtrI<MessageCatalog>(mpCatalog.get());
+        return QzBase::ReturnPtrI<MessageCatalog>(Loan<MessageCatalog>(mCatalog, *mpLock).get());
     }
 
     QZLOG_CALL_FRAME void Logger_Impl::LogText(unsigned short handle, char const* text, unsigned int messageID,
@@ -160,7 +157,7 @@ namespace QzLog
         ThrowForeignHandle();
     }
 
-    inline Loan<Dispatcher> Logger_Impl::BorrowDispatcher(unsigned short handle) const
+    [[gnu::always_inline]] inline Loan<Dispatcher> Logger_Impl::BorrowDispatcher(unsigned short handle) const
     {
         if (Lendable<Dispatcher> const* const entry = mDispatchers.Find(IndexOf(handle))) [[likely]]
             return Loan<Dispatcher>(*entry, *mpLock);

@@ -70,7 +70,7 @@ namespace QzLog
         QzBase::CountedPtr<CallbackProxy> mpProxy;
         QzSynch::RWLockPtr const mpLock;
         std::string const mName;
-        QzBase::CountedPtr<MessageCatalog> mpCatalog;
+        Lendable<MessageCatalog> mCatalog;
         /// In the order of creation. Grows only; an entry can be exchanged.
         LendableList<Dispatcher> mDispatchers;
         /// Dispatchers that are being added to the list, once for each time; guarded by the same lock.

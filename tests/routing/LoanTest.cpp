@@ -43,7 +43,10 @@ namespace
     /// An object that can be borrowed, and its lock.
     struct Owner
     {
-        void Replace(QzBase::ReturnPtrI<Object> object) { static_cast<void>(mObject.Exchange(std::move(object))); }
+        void Replace(QzBase::ReturnPtrI<Object> object)
+        {
+            static_cast<void>(mObject.Exchange(std::move(object), *mpLock));
+        }
 
         Lendable<Object> mObject;
         QzSynch::RWLockPtr const mpLock{QzSynch::CreateRWLock(QzSynch::kLockStackCategoryDefault)};
@@ -97,15 +100,7 @@ TEST(Loan, OutlivesNoObjectThatIsReplacedAgainAndAgain)
                 }
             });
     for (int i = 0; i < 5'000; ++i)
-    {
-        auto const exchange = [&]
-        {
-            auto object = MakeObject();
-            QzSynch::RWLock::WriteSmartLock const hold(*owner.mpLock);
-            return owner.mObject.Exchange(std::move(object));
-        };
-        static_cast<void>(exchange());
-    }
+        owner.Replace(MakeObject());
     isOver = true;
     for (std::thread& borrower : borrowers)
         borrower.join();

@@ -23,8 +23,10 @@ namespace QzSynch
 {
     namespace
     {
-        constexpr std::size_t kSlotCount = 8;
+        constexpr std::size_t kFrequentReaders = 8;
+        constexpr std::size_t kRareReaders = 1;
 
+        template <std::size_t slotCount>
         class RWLock_Impl : public RWLock
         {
         public:
@@ -59,6 +61,8 @@ namespace QzSynch
             }
 
         private:
+            static constexpr std::size_t kAlignment = slotCount == kRareReaders ? alignof(std::mutex) : kCacheLine;
+
             struct Slot
             {
                 std::atomic<int> mReaders{0};
@@ -146,32 +150,33 @@ namespace QzSynch
                 return any;
             }
 
-            ThreadStripes<Slot, kSlotCount> mSlots;
+            ThreadStripes<Slot, slotCount> mSlots;
 
             // Readers only read it, as long as no writer comes.
-            alignas(kCacheLine) std::atomic<int> mWriter{0};
+            alignas(kAlignment) std::atomic<int> mWriter{0};
             EnumHvnLockStackCategory const mCategory;
 
             // Used when somebody waits or writes.
-            alignas(kCacheLine) std::mutex mWriters; // held for as long as a writer waits or is inside
+            alignas(kAlignment) std::mutex mWriters; // held for as long as a writer waits or is inside
             std::mutex mGate;                        // held for a few instructions
             std::atomic<int> mTurn{0};               // incremented whenever a writer leaves
             bool mIsHeldForFork = false;             // read and written by forking threads, one at a time
         };
 
-        class ForkSafeRWLock final : public RWLock_Impl, private ForkHold::Lock
+        template <std::size_t slotCount>
+        class ForkSafeRWLock final : public RWLock_Impl<slotCount>, private ForkHold::Lock
         {
         public:
-            explicit ForkSafeRWLock(EnumHvnLockStackCategory category) : RWLock_Impl(category) {}
+            explicit ForkSafeRWLock(EnumHvnLockStackCategory category) : RWLock_Impl<slotCount>(category) {}
 
         private:
-            void EnterBeforeFork() override { HoldForFork(); }
-            void LeaveAfterForkInParent() override { GiveBackAfterFork(); }
+            void EnterBeforeFork() override { this->HoldForFork(); }
+            void LeaveAfterForkInParent() override { this->GiveBackAfterFork(); }
 
             void LeaveAfterForkInChild() override
             {
-                ForgetOtherThreads();
-                GiveBackAfterFork();
+                this->ForgetOtherThreads();
+                this->GiveBackAfterFork();
             }
 
             ForkHold const mForkHold{*this};
@@ -182,11 +187,13 @@ namespace QzSynch
 
     RWLock* CreateRWLock(EnumHvnLockStackCategory category)
     {
-        return new RWLock_Impl(category);
+        return new RWLock_Impl<kFrequentReaders>(category);
     }
 
-    RWLock* CreateForkSafeRWLock(EnumHvnLockStackCategory category)
+    RWLock* CreateForkSafeRWLock(EnumHvnLockStackCategory category, Readers readers)
     {
-        return new ForkSafeRWLock(category);
+        if (readers == Readers::kRare)
+            return new ForkSafeRWLock<kRareReaders>(category);
+        return new ForkSafeRWLock<kFrequentReaders>(category);
     }
 }

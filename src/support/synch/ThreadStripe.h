@@ -31,8 +31,8 @@ namespace QzSynch
         }
     }
 
-    /// `count` objects, a power of two, each on cache lines of its own. More threads than objects share them in turn,
-    /// so an object still needs atomic members.
+    /// `count` objects, a power of two, each on cache lines of its own; one alone is not. More threads than objects
+    /// share them in turn, so an object still needs atomic members.
     template <class T, std::size_t count>
     class ThreadStripes
     {
@@ -46,7 +46,7 @@ namespace QzSynch
         auto end() noexcept { return mStripes.end(); }
 
     private:
-        struct alignas(kCacheLine) Stripe : T
+        struct alignas(count == 1 ? alignof(T) : kCacheLine) Stripe : T
         {
         };
 

@@ -94,7 +94,8 @@ TEST(RWLock, WakesThoseWhoWaitWhereNobodyComesLater)
 {
     constexpr int kThreads = 6;
     constexpr int kRounds = 500;
-    std::array<RWLockPtr, 2> const locks{RWLockPtr(CreateRWLock(kAnyCategory)), RWLockPtr(CreateRWLock(kAnyCategory))};
+    std::array<RWLockPtr, 2> const locks{
+        RWLockPtr(CreateRWLock(kAnyCategory)), RWLockPtr(CreateForkSafeRWLock(kAnyCategory, Readers::kRare))};
     std::barrier<> step(kThreads);
     std::atomic<int> locked{0};
     RunThreads(kThreads,
@@ -203,7 +204,7 @@ TEST(ForkSafeLocks, AreFreeInTheChildAndServeTheirClientThere)
         int mCalls = 0;
     } client;
     CriticalSectionPtr const lock(CreateForkSafeSection(kAnyCategory, ForkHold::kFile, &client));
-    RWLockPtr const inner(CreateForkSafeRWLock(kAnyCategory));
+    RWLockPtr const inner(CreateForkSafeRWLock(kAnyCategory, Readers::kRare));
     ExpectInChildrenOfBusyParent(
         20, [&] { RWLock::ReadSmartLock const alone(*inner); },
         [&]
