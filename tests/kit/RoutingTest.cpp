@@ -1,0 +1,262 @@
+#include "filesystem/TemporaryFolder.h"
+
+#include <QzLog/Destination_DebugOutput.h>
+#include <QzLog/Destination_DiskFile.h>
+#include <QzLog/Log.h>
+#include <QzLog/Logger.h>
+#include <QzLog/Module.h>
+#include <QzLogKit/Routing.h>
+#include <QzResource/Localizer.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+namespace
+{
+    using RouterPtr = QzBase::CountedPtr<QzLog::Router>;
+
+    /// The parts of a log that match, one after the other.
+    int CountLines(std::string const& text, std::string const& part)
+    {
+        int count = 0;
+        for (std::size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1))
+            ++count;
+        return count;
+    }
+}
+
+class KitRouting : public QzTest::TemporaryFolder
+{
+protected:
+    void Apply(std::string const& settings)
+    {
+        Put("settings.json", settings);
+        mRouting.Apply("settings.json");
+    }
+
+    void Reload(std::string const& settings)
+    {
+        Put("settings.json", settings);
+        mRouting.Reload();
+    }
+
+    /// The last words of the line of the description that begins with these.
+    std::string GetRoute(std::string const& name) const
+    {
+        std::string const text = mRouting.Describe();
+        std::string const start = "  " + name + " by ";
+        std::size_t const begin = text.find(start);
+        return begin == text.npos ? "not there"
+                                  : text.substr(begin + start.size(), text.find('\n', begin) - begin - start.size());
+    }
+
+    QzLog::Destination_DiskFile& GetFile(std::string const& name) const
+    {
+        return dynamic_cast<QzLog::Destination_DiskFile&>(*mRouting.GetDestination(name));
+    }
+
+    QzLog::Initializer const mModule;
+    QzLogKit::Routing mRouting;
+};
+
+TEST_F(KitRouting, TheMostExactPatternDecides)
+{
+    char const* const names[][3] = {// logger, dispatcher, route
+        {"Kernel", "Error", "Kernel/Error"}, {"Kernel", "Info", "Kernel/*"}, {"Engine", "Error", "*/Error"},
+        {"Engine", "Info", "*/*"}, {"Kerning", "Error", "Ker*/*"}, {"Ker", "", "Ker*/*"}, {"Kernels", "x", "Kern*s/*"},
+        {"a/b", "Error", "a/b/E*r"}, {"a/b", "Er", "a/b/E*r"}, {"a/b", "E", "*/*"}, {"xyyz", "Info", "x*y*z/Info"},
+        {"xyxyzz", "Info", "x*y*z/Info"}, {"xz", "Info", "*/*"}, {"", "Error", "*/Error"}};
+    // A router from before the settings.
+    RouterPtr const early(QzLog::CreateRouter("Kernel", "Error"));
+    Apply(R"({"destinations": {"f": {"type": "file", "path": "f"}}, "routes": {"*": ["f"], "*/Error": ["f"],
+        "Kernel/*": [], "Kernel/Error": ["f"], "Ker*/*": ["f"], "Kern*s/*": [], "a/b/E*r": ["f"], "x*y*z/Info": []}})");
+    EXPECT_TRUE(early->mEnabled);
+    for (auto const& [logger, dispatcher, route] : names)
+    {
+        RouterPtr const router(QzLog::CreateRouter(logger, dispatcher));
+        EXPECT_EQ(GetRoute(std::string(logger) + '/' + dispatcher), route);
+        bool const isOff = std::string(route) == "Kernel/*" || route[0] == 'x' || std::string(route) == "Kern*s/*";
+        EXPECT_EQ(router->mEnabled, !isOff) << route;
+    }
+    Reload("{}");
+    EXPECT_EQ(GetRoute("Engine/Error"), "no route: off");
+    EXPECT_FALSE(early->mEnabled);
+}
+
+TEST_F(KitRouting, SettingsReachTheProcessItsDestinationsAndItsLoggers)
+{
+    Put("texts.json", R"({"domain": 17, "messages": {
+        "0x80000304": {"de-AT": "Anfrage %1 ist fehlgeschlagen.", "en": "Request %1 has failed."}}})");
+    Apply(R"({"server": "Köln", "basePath": "logs", "language": "en", "catalogs": {"K*": "texts.json"},
+        "destinations": {
+            "de": {"type": "file", "path": "de.log", "language": "de-AT", "maxFileSize": 77777, "backups": 5,
+                   "recovery": "basic", "retryInterval": 7, "callStacks": [9]},
+            "en": {"type": "kafka", "path": "en.log", "maxFileSize": 88888}},
+        "routes": {"*": ["de", "en"]}})");
+    RouterPtr const router(QzLog::CreateRouter("Kernel", "Info"));
+    QzLog::Log(*router, 0x80000304u, 1);
+    QzResource::SetProcessLanguageID(0x0407);
+    QzLog::Log(*router, 0x80000304u, 2);
+    QzLog::Log(*router, QzBase::Message(17, static_cast<int>(0x80000304), "neither") << 3);
+    QzLog::Log(*router, 4u, "x");
+
+    std::string const german = Get("logs/de.log");
+    for (auto const& [text, inGerman] : std::map<std::string, int>{{"[SERVER:Köln]", 4}, {"Request 1 has failed.", 1},
+             {"Anfrage 2 ist fehlgeschlagen.", 1}, {"Anfrage 3 ist fehlgeschlagen.", 1},
+             {"(no text in the catalog) x", 1}})
+        EXPECT_EQ(CountLines(german, text), inGerman) << text;
+
+    auto const file = QzLog::GetDestination_DiskFile(QzTest::Wide("de.log"));
+    EXPECT_EQ(file->GetMaxFileSize(), 77777u);
+    EXPECT_EQ(file->GetBackupCount(), 5u);
+    EXPECT_EQ(file->GetRecovery(), QzLog::kRecoveryBasic);
+    EXPECT_EQ(file->GetRetryInterval(), 7u);
+    auto const fallback = QzLog::GetDestination_DiskFile(QzTest::Wide("en.log"));
+    EXPECT_EQ(fallback->GetMaxFileSize(), 88888u);
+    EXPECT_EQ(fallback->GetRecovery(), QzLog::kRecoveryStrict);
+
+    // What is left out returns to what it was without settings.
+    Reload("{}");
+    EXPECT_EQ(QzLog::GetServerInstanceName().size(), 0u);
+    EXPECT_EQ(QzResource::GetProcessLanguageID(), 0x0409);
+    EXPECT_FALSE(router->GetMessageCatalog());
+    EXPECT_EQ(QzTest::Narrow(file->GetFilePath()), "de.log");
+}
+
+TEST_F(KitRouting, AReloadKeepsWhatItCan)
+{
+    int decorated = 0;
+    mRouting.SetDecorator(
+        [&](std::string const& name, QzBase::CountedPtr<QzLog::Destination> const& destination)
+        {
+            decorated += name == "g" ? 1 : 100;
+            return destination;
+        });
+    Apply(R"({"destinations": {"g": {"type": "file", "path": "g", "language": "de"}}, "routes": {"*": ["g"]}})");
+    RouterPtr const router(QzLog::CreateRouter("Kernel", "Info"));
+    auto const before = mRouting.GetDestination("g");
+    auto const file = QzLog::GetDestination_DiskFile(QzTest::Wide("g"));
+    QzLog::Log(*router, "before");
+    Reload(R"({"destinations": {"g": {"type": "file", "path": "./g", "language": "0x407", "backups": 9}},
+        "routes": {"Kernel/*": ["g"]}})");
+    QzLog::Log(*router, "after");
+    EXPECT_EQ(mRouting.GetDestination("g").get(), before.get());
+    EXPECT_EQ(file->GetStatistics().mRecords, 2u);
+    EXPECT_EQ(file->GetBackupCount(), 9u);
+    EXPECT_EQ(decorated, 1);
+
+    // A file with a fault, and one that the decorator refuses, change nothing.
+    std::string const description = mRouting.Describe();
+    auto const files = TakeSnapshot();
+    EXPECT_THROW(Reload(R"({"server": "x", "basePath": "x", "routes": {"*": ["g"]}})"), QzLogKit::SettingsError);
+    mRouting.SetDecorator([&](auto const&, auto const&) -> QzBase::CountedPtr<QzLog::Destination>
+        { throw QzBase::ExceptionImpl<QzBase::Message>(17, 5, mRouting.Describe().c_str()); });
+    EXPECT_THROW(Reload(R"({"server": "x", "language": "fr", "destinations": {"t": {"type": "debugOutput"}},
+        "routes": {"*": ["t"]}})"),
+        QzBase::Message);
+    EXPECT_EQ(mRouting.Describe(), description);
+    EXPECT_EQ(QzLog::GetServerInstanceName().size(), 0u);
+    EXPECT_EQ(QzResource::GetProcessLanguageID(), 0x0409);
+    std::filesystem::remove("settings.json");
+    EXPECT_THROW(mRouting.Reload(), QzLogKit::SettingsError);
+    Put("settings.json", files.at("settings.json"));
+    EXPECT_EQ(TakeSnapshot(), files);
+
+    mRouting.SetDecorator(
+        [&](auto const&, auto const& destination)
+        {
+            mRouting.Reload();
+            return destination;
+        });
+    EXPECT_THROW(
+        Reload(R"({"destinations": {"t": {"type": "debugOutput"}}, "routes": {"*": ["t"]}})"), QzBase::Message);
+    EXPECT_THROW(QzLogKit::Routing().Reload(), QzBase::Message);
+}
+
+// Four threads log, each through a router that exists and through new ones, while routes change between files that have
+// nothing in common.
+TEST_F(KitRouting, ReloadsUnderLoadLoseNothing)
+{
+    auto const makeSettings = [](std::string const& name)
+    {
+        return R"({"destinations": {"f": {"type": "file", "path": ")" + name + R"(", "maxFileSize": 1000000000}},
+            "routes": {"*/*": ["f"]}})";
+    };
+    Apply(makeSettings("a"));
+    constexpr int threadCount = 4;
+    constexpr int messageCount = 150;
+    std::atomic<int> running = threadCount;
+    std::vector<std::thread> threads;
+    std::vector<RouterPtr> routers(threadCount * messageCount);
+    for (int thread = 0; thread < threadCount; ++thread)
+        threads.emplace_back(
+            [&, thread]
+            {
+                RouterPtr const kept(QzLog::CreateRouter("Kept", "Info"));
+                for (int i = 0; i < messageCount; ++i)
+                {
+                    RouterPtr& created = routers[static_cast<std::size_t>(thread * messageCount + i)];
+                    // Two threads create each of them at once.
+                    created =
+                        QzLog::CreateRouter(("New" + std::to_string(thread / 2)).c_str(), std::to_string(i).c_str());
+                    QzLog::Log(*kept, "<%1>", i);
+                    QzLog::Log(*created, "<%1>", i);
+                }
+                --running;
+            });
+    std::thread other(
+        [&]
+        {
+            while (running > 0)
+                mRouting.Reload();
+        });
+    for (int i = 0; running > 0; ++i)
+    {
+        Put("next", makeSettings(i % 2 ? "a" : "b"));
+        std::filesystem::rename("next", "settings.json");
+        mRouting.Reload();
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    other.join();
+    std::string const logs = Get("a") + Get("b");
+    for (int i = 0; i < messageCount; ++i)
+        ASSERT_EQ(CountLines(logs, '<' + std::to_string(i) + '>'), 2 * threadCount) << i;
+
+    // Those that were created while the routes changed follow the last ones.
+    Apply(makeSettings("c"));
+    for (RouterPtr const& router : routers)
+        QzLog::Log(*router, "last");
+    EXPECT_EQ(CountLines(Get("c"), "last"), threadCount * messageCount);
+}
+
+TEST_F(KitRouting, AForkDuringAReloadLeavesTheChildAUsableObject)
+{
+    Apply(R"({"destinations": {"f": {"type": "file", "path": "f"}}, "routes": {"*": ["f"]}})");
+    ExpectInChildrenOfBusyParent(
+        30, [&] { mRouting.Reload(); },
+        [&]
+        {
+            mRouting.Reload();
+            return RouterPtr(QzLog::CreateRouter("Child", "Info"))->mEnabled.load();
+        });
+}
+
+#ifdef QZLOG_WITH_KAFKA
+TEST_F(KitRouting, APropertyThatTheKafkaClientRefusesIsAFaultAtItsLine)
+{
+    try
+    {
+        Apply("{\"server\": \"s\", \"kafka\": {\"client\": {\n\"linger.ms\": 5,\n\"compresion.codec\": \"lz4\"}}}");
+        FAIL() << "no fault";
+    }
+    catch (QzLogKit::SettingsError const& error)
+    {
+        EXPECT_EQ(error.GetFaults().at(0).mLine, 3u);
+        EXPECT_EQ(error.GetFaults().at(0).mKey, "kafka.client.compresion.codec");
+    }
+    EXPECT_EQ(QzLog::GetServerInstanceName().size(), 0u);
+}
+#endif
