@@ -1,11 +1,18 @@
 #include "Channel.h"
 
+#include "Catalog.h"
+
+#include <QzLog/Logger.h>
+
 namespace ReportingServer
 {
-    Channel::Channel(char const* loggerName)
-        : mTrace(QzLog::CreateRouter(loggerName, kDispatchers[0])),
-          mInfo(QzLog::CreateRouter(loggerName, kDispatchers[1])),
-          mError(QzLog::CreateRouter(loggerName, kDispatchers[2]))
+    Channel::Channel(char const* loggerName, QzLog::MessageCatalog& catalog)
+        : mTrace(QzLog::CreateRouter(loggerName, "Trace")),
+          mInfo(QzLog::CreateRouter(loggerName, "Info")),
+          mError(QzLog::CreateRouter(loggerName, "Error"))
     {
+        mInfo->GetLogger()->SetMessageCatalog(&catalog);
     }
+
+    Channels::Channels() : mpCatalog(new Catalog) {}
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QzLog/MessageCatalog.h>
 #include <QzLog/Router.h>
 
 namespace ReportingServer
@@ -7,22 +8,22 @@ namespace ReportingServer
     /// The three routers of one logger: how a part of the server speaks. Made once; any thread may use it.
     struct Channel
     {
-        explicit Channel(char const* loggerName);
+        /// \param catalog  gives the logger its texts.
+        Channel(char const* loggerName, QzLog::MessageCatalog& catalog);
 
         QzBase::CountedPtr<QzLog::Router> mTrace;
         QzBase::CountedPtr<QzLog::Router> mInfo;
         QzBase::CountedPtr<QzLog::Router> mError;
     };
 
-    /// The loggers and dispatchers of this server, which a configuration file may route.
-    inline constexpr char const* kLoggers[] = {"Kernel", "Engine", "Network"};
-    inline constexpr char const* kDispatchers[] = {"Trace", "Info", "Error"};
-
-    /// The channels of the server.
+    /// The channels of the server, which a settings file may route.
     struct Channels
     {
-        Channel mKernel{kLoggers[0]};
-        Channel mEngine{kLoggers[1]};
-        Channel mNetwork{kLoggers[2]};
+        Channels();
+
+        QzBase::CountedPtr<QzLog::MessageCatalog> const mpCatalog;
+        Channel mKernel{"Kernel", *mpCatalog};
+        Channel mEngine{"Engine", *mpCatalog};
+        Channel mNetwork{"Network", *mpCatalog};
     };
 }

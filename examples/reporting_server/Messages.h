@@ -45,11 +45,10 @@ namespace ReportingServer
         kPeerAlive = 0x00000309
     };
 
-    /// One row of the table. Texts are UTF-8 templates; the name is what the configuration file calls the message.
+    /// One row of the table. Texts are UTF-8 templates.
     struct MessageText
     {
         MessageID mID;
-        char const* mName;
         char const* mEnglish;
         char const* mGerman;
     };

@@ -25,11 +25,9 @@ namespace ReportingServer
         }
     }
 
-    NamedDestination::NamedDestination(
-        std::string const& name, unsigned short languageID, QzBase::CountedPtr<QzLog::Destination> target)
+    NamedDestination::NamedDestination(std::string const& name, QzBase::CountedPtr<QzLog::Destination> target)
         : mName(QzBase::UTF8ToWideChar(name.c_str(), true).c_str()), mpTarget(std::move(target))
     {
-        SetLanguageID(languageID);
     }
 
     void NamedDestination::WriteMessage(QzLog::MessageHeader& header, QzLog::MessageBody& body)

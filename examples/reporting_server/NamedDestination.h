@@ -9,15 +9,12 @@
 
 namespace ReportingServer
 {
-    /// Wraps a destination of the library: gives it a language, and counts the messages in the
-    /// message trace under the name that the configuration file uses. One log may thus be written in one
-    /// language and the terminal in two.
+    /// Wraps a destination of the library, and counts its messages in the message trace under the name that the
+    /// settings file uses.
     class NamedDestination : public QzSynch::Counted<QzLog::Destination_Impl>
     {
     public:
-        /// \param languageID  0 for the process language.
-        NamedDestination(
-            std::string const& name, unsigned short languageID, QzBase::CountedPtr<QzLog::Destination> target);
+        NamedDestination(std::string const& name, QzBase::CountedPtr<QzLog::Destination> target);
 
         void WriteMessage(QzLog::MessageHeader& header, QzLog::MessageBody& body) override;
         void WriteMessage(char const* bodyText, QzLog::MessageHeader& header) override;

@@ -1,8 +1,8 @@
 #include "Server.h"
 
-#include "Catalog.h"
 #include "Commands.h"
 #include "Messages.h"
+#include "NamedDestination.h"
 #include "Secrets.h"
 
 #include <QzBase/Conversions.h>
@@ -15,32 +15,33 @@ namespace ReportingServer
 {
     namespace
     {
-        void ApplySettings(RoutingHook& hook, std::string const& file)
+        /// Gives the reason for settings that are refused an outer message with an ID of the server's.
+        template <class Action>
+        void WrapFaults(Action action)
         {
             try
             {
-                hook.Apply(LoadSettings(file));
+                action();
             }
             catch (QzBase::Message& fault)
             {
-                WrapMessage(fault, kSettingsRejected) << file.c_str();
+                WrapMessage(fault, kSettingsRejected);
                 throw;
             }
         }
+    }
 
-        QzBase::CountedPtr<RoutingHook> InstallHook(std::string const& settingsFile)
-        {
-            RegisterMessageTexts();
-            QzBase::CountedPtr<RoutingHook> hook(new RoutingHook(new Catalog));
-            ApplySettings(*hook, settingsFile);
-            QzLog::SetConfigurationHook(hook.get());
-            return hook;
-        }
+    SettingsInForce::SettingsInForce(std::string const& file)
+    {
+        RegisterMessageTexts();
+        SetDecorator([](std::string const& name, QzBase::CountedPtr<QzLog::Destination> const& destination)
+            { return new NamedDestination(name, destination); });
+        WrapFaults([&] { Apply(file); });
     }
 
     Server::Server(Options const& options)
         : mOptions(options),
-          mpHook(InstallHook(options.mSettingsFile)),
+          mRouting(options.mSettingsFile),
           mTraces(options.mTraceFolder, options.mPeriodSize),
           mHandler(mChannels, mTraces),
           mInput(options.mRequestFile),
@@ -75,9 +76,7 @@ namespace ReportingServer
     {
         try
         {
-            // All that can be wrong shows before the first dispatcher changes.
-            ApplySettings(*mpHook, mOptions.mSettingsFile);
-            QzLog::RefreshConfiguration();
+            WrapFaults([&] { mRouting.Reload(); });
             QzLog::Log(*mChannels.mKernel.mInfo, MakeMessage(kSettingsRead) << mOptions.mSettingsFile.c_str());
         }
         catch (QzBase::Message const& fault)

@@ -3,11 +3,11 @@
 #include "Channel.h"
 #include "Input.h"
 #include "RequestHandler.h"
-#include "RoutingHook.h"
 #include "Traces.h"
 #include "WorkerPool.h"
 
 #include <QzLog/Module.h>
+#include <QzLogKit/Routing.h>
 
 #include <string>
 
@@ -20,6 +20,13 @@ namespace ReportingServer
         std::string mTraceFolder = "traces";
         unsigned int mWorkerCount = 4;
         unsigned int mPeriodSize = 100;
+    };
+
+    /// The settings of a file, in force since its construction. The destinations count their messages.
+    class SettingsInForce : public QzLogKit::Routing
+    {
+    public:
+        explicit SettingsInForce(std::string const& file);
     };
 
     /// Puts the parts together, in the order in which they need each other. Used by one thread.
@@ -46,7 +53,7 @@ namespace ReportingServer
         // Before all that logs, and gone after it.
         QzLog::Initializer const mModule;
         // Before the routers: their dispatchers get destinations as they are created.
-        QzBase::CountedPtr<RoutingHook> const mpHook;
+        SettingsInForce mRouting;
         Channels const mChannels;
         Traces mTraces;
         RequestHandler mHandler;

@@ -42,7 +42,7 @@ caption "...a settings file with a fault and SIGHUP: the server says what is wro
 sed 's/"errors", "kernel"/"erors", "kernel"/' "$here/files.json" > settings.json
 kill -HUP "$server"
 await "the fault is told" holds terminal.txt "erors"
-tail -n 2 terminal.txt | shorten
+tail -n 3 terminal.txt | shorten
 
 caption "...a good one and SIGHUP: from here on all goes into one German log, and failures into two. The other half:"
 cp "$here/rerouted.json" settings.json

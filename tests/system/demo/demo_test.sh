@@ -18,14 +18,14 @@ Report 'Archive/Year_2006' could not be run.
 Database 'ARCHIVEDB' did not answer within 500 ms.
 [OID:Archive/Year_2006] Anfrage 2 (RunReport) ist fehlgeschlagen.
 Die Datenbank 'ARCHIVEDB' hat nicht innerhalb von 500 ms geantwortet.
-settings.routes.Kernel/Error: no destination is called 'erors'
+routes.Kernel/Error: expected names that stand in "destinations", found "erors"
 logs/engine/engine.log.bak02
 ReportingServer::RequestHandler::Handle(
 /100(
 END
 
 # Settings that were wrong changed nothing: the routes before them went on until the next ones.
-expect "lines of the rejected settings" 1 "$(count 'nothing of it is in force' logs/errors.log)"
+expect "lines of the rejected settings" 1 "$(count 'nothing of them is in force' logs/errors.log)"
 
 # Every failure of the second half stands in both languages.
 failures=$(count 'Anfrage [0-9]+ \(.*\) ist fehlgeschlagen' logs/fehler/fehler.log)
@@ -37,8 +37,11 @@ done
 # The same once more with every message kept, since what has rolled over cannot be searched.
 cat > everything.json << 'END'
 { "server": "S", "language": "en", "basePath": "everything",
-  "destinations": { "all": { "type": "file", "path": "all.log", "maxFileSize": 100000000 } },
-  "routes": { "*/Trace": ["all"], "*/Info": ["all:de"], "*/Error": ["all:en", "all:de"] } }
+  "destinations": {
+    "all": { "type": "file", "path": "all.log", "maxFileSize": 100000000 },
+    "german": { "type": "file", "path": "all.log", "maxFileSize": 100000000, "language": "de" },
+    "english": { "type": "file", "path": "all.log", "maxFileSize": 100000000, "language": "en" } },
+  "routes": { "*/Trace": ["all"], "*/Info": ["german"], "*/Error": ["english", "german"] } }
 END
 "$example/reporting_server" --config everything.json "$example/requests.txt" > /dev/null
 expect "masked values" 37 "$(grep -oE '[pP]assword="\*\*\*"' everything/all.log | wc -l)"
