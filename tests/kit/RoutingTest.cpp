@@ -5,6 +5,7 @@
 #include <QzLog/Log.h>
 #include <QzLog/Logger.h>
 #include <QzLog/Module.h>
+#include <QzLogKit/Destination_Selection.h>
 #include <QzLogKit/Routing.h>
 #include <QzResource/Localizer.h>
 
@@ -50,11 +51,6 @@ protected:
         std::size_t const begin = text.find(start);
         return begin == text.npos ? "not there"
                                   : text.substr(begin + start.size(), text.find('\n', begin) - begin - start.size());
-    }
-
-    QzLog::Destination_DiskFile& GetFile(std::string const& name) const
-    {
-        return dynamic_cast<QzLog::Destination_DiskFile&>(*mRouting.GetDestination(name));
     }
 
     QzLog::Initializer const mModule;
@@ -173,6 +169,36 @@ TEST_F(KitRouting, AReloadKeepsWhatItCan)
     EXPECT_THROW(
         Reload(R"({"destinations": {"t": {"type": "debugOutput"}}, "routes": {"*": ["t"]}})"), QzBase::Message);
     EXPECT_THROW(QzLogKit::Routing().Reload(), QzBase::Message);
+}
+
+TEST_F(KitRouting, DestinationsThatPassMessagesOnKeepTheirStateOverAReload)
+{
+    std::string const settings = R"({"destinations": {
+        "f": {"type": "file", "path": "f", "maxFileSize": 12345},
+        "few": {"type": "rateLimit", "to": "f", "messages": 1, "period": 1000, "per": "dispatcher"},
+        "case": {"type": "selection", "to": "few", "users": ["alice"]},
+        "german": {"type": "language", "to": "case", "language": "de"}},
+        "routes": {"*": ["german", "case"]}})";
+    Apply(settings);
+    RouterPtr const router(QzLog::CreateRouter("Kernel", "Info"));
+    auto const before = mRouting.GetDestination("german");
+    auto& selection = dynamic_cast<QzLogKit::Destination_Selection&>(*mRouting.GetDestination("case"));
+    QzLog::Log(*router, "not selected");
+    selection.Select({});
+    Reload(settings);
+    EXPECT_EQ(mRouting.GetDestination("german").get(), before.get());
+    EXPECT_TRUE(selection.GetSelection().IsEmpty()) << "what the program has selected stays";
+
+    std::string changed = settings;
+    changed.replace(changed.find("alice"), 5, "0");
+    Reload(changed);
+    EXPECT_EQ(selection.GetSelection().mUserIDs, std::vector<std::string>{"0"});
+    EXPECT_EQ(mRouting.GetDestination("german").get(), before.get());
+    EXPECT_EQ(QzLog::GetDestination_DiskFile(QzTest::Wide("f"))->GetMaxFileSize(), 12345u);
+
+    changed.replace(changed.find("1000"), 4, "2000");
+    Reload(changed);
+    EXPECT_NE(mRouting.GetDestination("german").get(), before.get()) << "it passes on to another one";
 }
 
 // Four threads log, each through a router that exists and through new ones, while routes change between files that have

@@ -21,8 +21,8 @@ namespace
 
     std::string InDestination(std::string const& type, std::string const& member)
     {
-        return R"({"destinations": {"x": {"type": ")" + type + "\"," + (type == "file" ? R"("path": "p",)" : "") +
-               "\n\n" + member + "}}}";
+        return "{\"destinations\": {\"y\": {\"type\": \"debugOutput\"}, \"x\":\n\n{\"type\": \"" + type + "\"," +
+               (type == "file" ? R"("path": "p",)" : "") + member + "}}}";
     }
 
     std::string InTop(std::string const& member)
@@ -36,7 +36,7 @@ namespace
     }
 
     std::string const kLanguage = "a language such as \"en\", \"de\", \"pt-BR\" or \"0x0409\"";
-    std::string const kTypes = R"("debugOutput", "systemLog", "file" or "kafka")";
+    std::string const kTypes = R"("debugOutput", "systemLog", "file", "kafka", "language", "rateLimit" or "selection")";
     std::string const kPatternKey = "as the key \"logger/dispatcher\" or \"*\"";
     std::string const kIDs = "message IDs such as \"0x80000304\"";
     std::string const kIDKey = "as the key a message ID such as \"0x80000304\"";
@@ -88,9 +88,21 @@ namespace
             {R"("fax")", R"("File")", R"("")", "1", "true", "null", "[]", "{}"}},
         {InTop(R"("destinations": {"x": {"type": "file", "path": @}})"), "destinations.x.path", "a path", kNoText},
         {InTop(R"("destinations": {"x": {"type": "kafka", "path": @}})"), "destinations.x.path", "a path", kNoText},
-        {InTop(R"("destinations": {"x": @})"), "destinations.x.type", "\"type\"", {R"({"callStacks": []})"}},
+        {InTop(R"("destinations": {"x": @})"), "destinations.x", "\"type\"", {R"({"callStacks": []})"}},
         {InTop(R"("destinations": {"x": @})"), "destinations.x.path", "a path",
             {R"({"type": "file"})", R"({"type": "kafka"})"}},
+        {InDestination("rateLimit", R"("to": "y", @)"), "destinations.x", R"("messages" and "period")",
+            {R"("messages": 5)", R"("period": 5)"}},
+        {InDestination("rateLimit", R"("messages": 5, "period": 5, "to": @)"), "destinations.x.to",
+            "a name that stands in \"destinations\"", {R"("z")"}},
+        {InDestination("rateLimit", R"("messages": 5, "period": 5, "to": @)"), "destinations.x.to",
+            "a destination that leads to one that writes", {R"("x")"}},
+        {InDestination("rateLimit", R"("to": "y", "messages": 5, "period": @)"), "destinations.x.period",
+            Number("1 to 10000000"), {"0", "1.5", R"("1 s")"}},
+        {InDestination("rateLimit", R"("messages": 5, "period": 5, "to": "y", "per": @)"), "destinations.x.per",
+            R"("messageID", "callSite" or "dispatcher")", {R"("host")", "5"}},
+        {InDestination("language", R"("to": @)"), "destinations.x", "\"language\"", {R"("y")"}},
+        {InDestination("selection", R"("to": "y", "users": [@])"), "destinations.x.users", "texts", {"5", "null"}},
         // What another type has.
         {InDestination("debugOutput", "@: 1"), "destinations.x.path", "one of callStacks, language, type",
             {R"("path")"}},

@@ -31,7 +31,10 @@ namespace QzLogKit
     ///             "errors":   { "type": "file", "path": "errors.log", "maxFileSize": 1000000, "backups": 3,
     ///                           "recovery": "strict", "retryInterval": 300, "language": "de",
     ///                           "callStacks": ["0x80000304"] },
-    ///             "stream":   { "type": "kafka", "path": "stream.log" } // and all else that a file has
+    ///             "stream":   { "type": "kafka", "path": "stream.log" }, // and all else that a file has
+    ///             "german":   { "type": "language", "to": "errors", "language": "de" },
+    ///             "some":     { "type": "rateLimit", "to": "errors", "messages": 10, "period": 60, "per": "callSite" },
+    ///             "oneCase":  { "type": "selection", "to": "errors", "users": ["alice"], "sessions": ["S1"] }
     ///         },
     ///         "routes": {
     ///             "*/Error":     ["errors", "journal"],
@@ -55,6 +58,9 @@ namespace QzLogKit
     ///   out: 2000000 bytes, 1 back-up, 300 seconds.
     /// - "language" is that of structured messages. It is a name such as "en", "de" or "pt-BR", or a language ID, as a
     ///   number or a text such as "0x0407". Destinations of one terminal or journal may differ in it.
+    /// - The last three pass messages on to another destination; see Destination_Language, Destination_RateLimit ("per"
+    ///   is "messageID", "callSite" or "dispatcher", "period" is in seconds) and Destination_Selection. What a program
+    ///   selects itself, through GetDestination, stays over a reload in which the file's selection is the same.
     /// - "callStacks" lists message IDs, as numbers or texts such as "0x80000304".
     ///
     /// Catalogs. The key is a pattern for the name of a logger, where the most exact one decides; the value is the path

@@ -9,6 +9,9 @@ namespace QzLogKit
 {
     namespace
     {
+        // In the order of RateLimitPer.
+        constexpr char const* kPer[] = {"message ID", "call site", "dispatcher"};
+
         std::string ToHex(unsigned int value, int digits)
         {
             char text[16];
@@ -23,6 +26,11 @@ namespace QzLogKit
             for (auto const& element : list)
                 text += (text.empty() ? "" : ", ") + toText(element);
             return text;
+        }
+
+        std::string JoinTexts(std::vector<std::string> const& texts)
+        {
+            return Join(texts, [](std::string const& text) { return text; });
         }
 
         std::string DescribeFile(DestinationSettings const& destination)
@@ -45,6 +53,15 @@ namespace QzLogKit
                 return DescribeFile(destination);
             case DestinationType::Kafka:
                 return "Kafka, else " + DescribeFile(destination);
+            case DestinationType::Language:
+                return "to " + destination.mTo;
+            case DestinationType::RateLimit:
+                return "to " + destination.mTo + ", at most " + std::to_string(destination.mMessages) +
+                       " messages in " + std::to_string(destination.mPeriod) + " s for each " +
+                       kPer[static_cast<std::size_t>(destination.mPer)];
+            case DestinationType::Selection:
+                return "to " + destination.mTo + ", only users (" + JoinTexts(destination.mUsers) + "), sessions (" +
+                       JoinTexts(destination.mSessions) + "), objects (" + JoinTexts(destination.mObjects) + ')';
             }
             return std::string();
         }
@@ -95,8 +112,8 @@ namespace QzLogKit
                 for (std::string const& dispatcher : dispatchers)
                 {
                     Route const* const route = FindRoute(settings, logger, dispatcher);
-                    text +=
-                        "  " + logger + '/' + dispatcher + " by " + (route ? route->GetText() : "no route: off") + '\n';
+                    (((text += "  ") += logger) += '/') += dispatcher;
+                    ((text += " by ") += route ? route->GetText() : "no route: off") += '\n';
                 }
             return text.empty() ? text : "Loggers and dispatchers:\n" + text;
         }
@@ -109,10 +126,8 @@ namespace QzLogKit
             text += "  " + name + ": " + DescribeDestination(destination) + '\n';
         text += "Routes, the most exact first:\n";
         for (Route const& route : settings.mRoutes)
-            text += "  " + route.GetText() + " -> " +
-                    (route.mTargets.empty() ? "off"
-                                            : Join(route.mTargets, [](std::string const& target) { return target; })) +
-                    '\n';
+            text +=
+                "  " + route.GetText() + " -> " + (route.mTargets.empty() ? "off" : JoinTexts(route.mTargets)) + '\n';
         for (CatalogSettings const& catalog : settings.mCatalogs)
             text += "Catalog of " + catalog.mLogger.GetText() + ": '" + catalog.mPath +
                     "', messages: " + std::to_string(catalog.mpTexts->mTexts.size()) + '\n';

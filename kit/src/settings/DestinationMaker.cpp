@@ -6,8 +6,10 @@
 #include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Destination_SystemLog.h>
 #include <QzLogKit/Destination_Language.h>
+#include <QzLogKit/Destination_Selection.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
+#include <chrono>
 #include <utility>
 
 namespace QzLogKit
@@ -41,8 +43,9 @@ namespace QzLogKit
                 return QzLog::GetDestination_DiskFile(path.c_str());
             case DestinationType::Kafka:
                 return QzLog::GetDestination_KafkaLog(path.c_str());
+            default:
+                return nullptr;
             }
-            return nullptr;
         }
 
         DestinationPtr Decorate(
@@ -54,23 +57,83 @@ namespace QzLogKit
             return decorated ? decorated : destination;
         }
 
-        MadeDestination Make(std::string const& name, DestinationSettings const& settings, MadeDestinations const& made,
-            Routing::Decorator const& decorator)
+        Selection ToSelection(DestinationSettings const& settings)
         {
-            auto const found = made.find(name);
-            MadeDestination before = found == made.end() ? MadeDestination() : found->second;
-            MadeDestination now{settings, GetObjectOfCore(settings), nullptr, nullptr};
-            now.mpDecorated = now.mpCore == before.mpCore ? before.mpDecorated : Decorate(name, now.mpCore, decorator);
-            bool const isSame =
-                now.mpDecorated == before.mpDecorated && settings.mLanguageID == before.mSettings.mLanguageID;
-            if (isSame)
-                now.mpUsed = before.mpUsed;
-            else
-                now.mpUsed = settings.mLanguageID == 0
-                                 ? now.mpDecorated
-                                 : DestinationPtr(CreateDestination_Language(*now.mpDecorated, settings.mLanguageID));
-            return now;
+            return {settings.mUsers, settings.mSessions, settings.mObjects};
         }
+
+        bool IsSameSelection(DestinationSettings const& a, DestinationSettings const& b)
+        {
+            return a.mUsers == b.mUsers && a.mSessions == b.mSessions && a.mObjects == b.mObjects;
+        }
+
+        DestinationPtr Wrap(DestinationPtr const& target, DestinationSettings const& settings)
+        {
+            switch (settings.mType)
+            {
+            case DestinationType::RateLimit:
+                return CreateDestination_RateLimit(
+                    *target, {settings.mMessages, std::chrono::seconds(settings.mPeriod)}, settings.mPer);
+            case DestinationType::Selection:
+                return CreateDestination_Selection(*target, ToSelection(settings));
+            default:
+                return target;
+            }
+        }
+
+        /// Whether what passes messages on can go on with its counts. A selection is changed in place.
+        bool IsSameWrapper(DestinationSettings const& now, DestinationSettings const& before)
+        {
+            return now.mType == before.mType && now.mMessages == before.mMessages && now.mPeriod == before.mPeriod &&
+                   now.mPer == before.mPer;
+        }
+
+        class Maker
+        {
+        public:
+            Maker(Settings const& settings, MadeDestinations const& before, Routing::Decorator const& decorator)
+                : mSettings(settings), mBefore(before), mDecorator(decorator)
+            {
+            }
+
+            /// Makes a destination with those that it passes messages on to, each once.
+            MadeDestination const& Make(std::string const& name)
+            {
+                auto const made = mMade.find(name);
+                if (made != mMade.end())
+                    return made->second;
+                DestinationSettings const& settings = mSettings.mDestinations.at(name);
+                bool const isWrapper = !settings.mTo.empty();
+                MadeDestination now{
+                    settings, isWrapper ? Make(settings.mTo).mpUsed : GetObjectOfCore(settings), nullptr, nullptr};
+
+                auto const found = mBefore.find(name);
+                MadeDestination const before = found == mBefore.end() ? MadeDestination() : found->second;
+                if (now.mpCore == before.mpCore && IsSameWrapper(settings, before.mSettings))
+                    now.mpWrapper = before.mpWrapper;
+                else
+                    now.mpWrapper = isWrapper ? Wrap(now.mpCore, settings) : Decorate(name, now.mpCore, mDecorator);
+                if (now.mpWrapper == before.mpWrapper && settings.mLanguageID == before.mSettings.mLanguageID)
+                    now.mpUsed = before.mpUsed;
+                else
+                    now.mpUsed = InLanguage(now.mpWrapper, settings.mLanguageID);
+                return mMade.emplace(name, std::move(now)).first->second;
+            }
+
+            MadeDestinations Take() { return std::move(mMade); }
+
+        private:
+            static DestinationPtr InLanguage(DestinationPtr const& destination, unsigned short languageID)
+            {
+                return languageID == 0 ? destination
+                                       : DestinationPtr(CreateDestination_Language(*destination, languageID));
+            }
+
+            Settings const& mSettings;
+            MadeDestinations const& mBefore;
+            Routing::Decorator const& mDecorator;
+            MadeDestinations mMade;
+        };
 
         void SetUpFile(QzLog::Destination_DiskFile& file, DestinationSettings const& settings)
         {
@@ -108,18 +171,27 @@ namespace QzLogKit
     MadeDestinations MakeDestinations(
         Settings const& settings, MadeDestinations const& before, Routing::Decorator const& decorator)
     {
-        MadeDestinations made;
+        Maker maker(settings, before, decorator);
         for (Route const& route : settings.mRoutes)
             for (std::string const& name : route.mTargets)
-                if (!made.contains(name))
-                    made.emplace(name, Make(name, settings.mDestinations.at(name), before, decorator));
-        return made;
+                maker.Make(name);
+        return maker.Take();
     }
 
-    void SetUpDestinations(MadeDestinations const& made)
+    void SetUpDestinations(MadeDestinations const& made, MadeDestinations const& before)
     {
         for (auto const& [name, destination] : made)
-            SetUp(*destination.mpCore, destination.mSettings);
+        {
+            DestinationSettings const& settings = destination.mSettings;
+            if (settings.mTo.empty())
+                SetUp(*destination.mpCore, settings);
+            auto* const selection = dynamic_cast<Destination_Selection*>(destination.mpWrapper.get());
+            auto const found = before.find(name);
+            // What the program has selected meanwhile stays, unless the file has changed.
+            if (selection && found != before.end() && found->second.mpWrapper == destination.mpWrapper &&
+                !IsSameSelection(settings, found->second.mSettings))
+                selection->Select(ToSelection(settings));
+        }
     }
 
     QzBase::CountedPtr<QzLog::DestinationCollection> MakeList(

@@ -18,10 +18,10 @@ namespace QzLogKit
     struct MadeDestination
     {
         DestinationSettings mSettings;
-        /// The object of the core.
+        /// The object of the core, or what messages are passed on to.
         DestinationPtr mpCore;
-        /// That, as the decorator returned it.
-        DestinationPtr mpDecorated;
+        /// The first, as the decorator returned it, or what passes messages on to the second.
+        DestinationPtr mpWrapper;
         /// What dispatchers have.
         DestinationPtr mpUsed;
     };
@@ -34,8 +34,8 @@ namespace QzLogKit
     MadeDestinations MakeDestinations(
         Settings const& settings, MadeDestinations const& before, Routing::Decorator const& decorator);
 
-    /// Gives the objects of the core their limits and the like.
-    void SetUpDestinations(MadeDestinations const& made);
+    /// Gives the destinations that are used again what is new in their settings: limits, IDs, selections.
+    void SetUpDestinations(MadeDestinations const& made, MadeDestinations const& before);
 
     /// A list for Dispatcher::SetDestinations.
     QzBase::CountedPtr<QzLog::DestinationCollection> MakeList(

@@ -11,16 +11,20 @@ namespace QzLogKit
     {
         constexpr unsigned int kLargestFileSize = 2000000000;
         constexpr unsigned int kMostBackups = 256;
+        constexpr unsigned int kMostMessages = 1000000000;
+        constexpr unsigned int kLongestPeriod = 10000000;
         constexpr unsigned int kLongestRetryInterval = 1000000000;
 
         // In the order of the enumerations.
-        constexpr char const* kTypes[] = {"debugOutput", "systemLog", "file", "kafka"};
+        constexpr char const* kTypes[] = {
+            "debugOutput", "systemLog", "file", "kafka", "language", "rateLimit", "selection"};
+        constexpr char const* kPer[] = {"messageID", "callSite", "dispatcher"};
         constexpr char const* kRecoveries[] = {"basic", "strict"};
 
         DestinationType ReadType(Section& section)
         {
             if (!section.Has("type"))
-                section.ReadText("type", "\"type\"");
+                section.Reject("\"type\"");
             return static_cast<DestinationType>(section.ReadChoice("type", kTypes, 0));
         }
 
@@ -33,6 +37,31 @@ namespace QzLogKit
                 static_cast<QzLog::Recovery>(section.ReadChoice("recovery", kRecoveries, destination.mRecovery));
             destination.mRetryInterval =
                 section.ReadNumber("retryInterval", 0, kLongestRetryInterval, destination.mRetryInterval);
+        }
+
+        void ReadRateLimit(Section& section, DestinationSettings& destination)
+        {
+            if (!section.Has("messages") || !section.Has("period"))
+                section.Reject("\"messages\" and \"period\"");
+            destination.mMessages = section.ReadNumber("messages", 1, kMostMessages, 1);
+            destination.mPeriod = section.ReadNumber("period", 1, kLongestPeriod, 1);
+            destination.mPer =
+                static_cast<RateLimitPer>(section.ReadChoice("per", kPer, static_cast<std::size_t>(destination.mPer)));
+        }
+
+        void ReadWrapper(Section& section, DestinationSettings& destination)
+        {
+            destination.mTo = section.ReadText("to", "the name of a destination");
+            if (destination.mType == DestinationType::Language && !section.Has("language"))
+                section.Reject("\"language\"");
+            if (destination.mType == DestinationType::RateLimit)
+                ReadRateLimit(section, destination);
+            if (destination.mType == DestinationType::Selection)
+            {
+                destination.mUsers = section.ReadList<std::string>("users", "texts", ToText);
+                destination.mSessions = section.ReadList<std::string>("sessions", "texts", ToText);
+                destination.mObjects = section.ReadList<std::string>("objects", "texts", ToText);
+            }
         }
 
         std::optional<unsigned int> ToMessageID(Json::Value const& value)
@@ -50,6 +79,12 @@ namespace QzLogKit
             if (destination.mType == DestinationType::File || destination.mType == DestinationType::Kafka)
                 ReadFile(section, destination);
             destination.mLanguageID = ReadLanguage(section).value_or(0);
+            if (destination.mType >= DestinationType::Language)
+            {
+                ReadWrapper(section, destination);
+                section.RejectRest();
+                return destination;
+            }
             destination.mCallStackIDs =
                 section.ReadList<unsigned int>("callStacks", "message IDs such as \"0x80000304\"", ToMessageID);
             std::vector<unsigned int>& ids = destination.mCallStackIDs;
@@ -75,11 +110,29 @@ namespace QzLogKit
                 return std::string();
             case DestinationType::SystemLog:
                 return "system log";
-            case DestinationType::File:
-            case DestinationType::Kafka:
+            default:
                 break;
             }
             return Normalize(destination.mPath, basePath);
+        }
+
+        /// A destination must not pass messages on to nobody or, in the end, to itself.
+        void CheckTargets(Section& destinations, std::map<std::string, DestinationSettings> const& read)
+        {
+            for (auto const& [name, destination] : read)
+            {
+                std::size_t steps = 0;
+                auto at = read.find(name);
+                while (at != read.end() && !at->second.mTo.empty() && ++steps <= read.size())
+                    at = read.find(at->second.mTo);
+                std::string const& to = destination.mTo;
+                if (!to.empty() && !read.contains(to))
+                    destinations.Reject(destinations.Take(name), name + ".to", "a name that stands in \"destinations\"",
+                        '"' + to + '"');
+                else if (steps > read.size())
+                    destinations.Reject(destinations.Take(name), name + ".to",
+                        "a destination that leads to one that writes", '"' + to + '"');
+            }
         }
 
         bool Agree(DestinationSettings first, DestinationSettings second)
@@ -110,13 +163,16 @@ namespace QzLogKit
         for (std::string const& name : destinations.GetNames())
         {
             DestinationSettings const added = ReadDestination(destinations.ReadSection(name));
+            read.emplace(name, added);
+            if (!added.mTo.empty())
+                continue;
             auto const [first, isNew] = firstOfObject.try_emplace(GetObjectOf(added, basePath.value_or("")), name);
             if (!isNew && !Agree(read.at(first->second), added))
                 destinations.Reject(destinations.Take(name), name,
                     "the type, limits and call stacks of \"" + first->second + "\", which is the same object",
                     "others");
-            read.emplace(name, added);
         }
+        CheckTargets(destinations, read);
         return read;
     }
 }

@@ -101,12 +101,12 @@ namespace QzLogKit
 
             RoutingTablePtr const before = mpHook->GetTable();
             ProcessGuard process(table->mSettings, before ? &before->mSettings : nullptr);
-            table->mDestinations =
-                MakeDestinations(table->mSettings, before ? before->mDestinations : MadeDestinations(), mDecorator);
+            MadeDestinations const present = before ? before->mDestinations : MadeDestinations();
+            table->mDestinations = MakeDestinations(table->mSettings, present, mDecorator);
             for (Route const& route : table->mSettings.mRoutes)
                 table->mLists.push_back(MakeList(route.mTargets, table->mDestinations));
             table->mCatalogs = MakeCatalogs(table->mSettings, before.get());
-            SetUpDestinations(table->mDestinations);
+            SetUpDestinations(table->mDestinations, present);
             process.Keep();
 
             PublishSettings(table->mSettings);

@@ -154,6 +154,12 @@ namespace QzLogKit
             mFaults.Add({mFile.GetName(), mFile.GetLine(value), GetKeyOf(name), expected, found});
     }
 
+    void Section::Reject(std::string const& expected)
+    {
+        if (mIsObject)
+            mFaults.Add({mFile.GetName(), mFile.GetLine(*mpValue), mKey, expected, "nothing"});
+    }
+
     void Section::RejectRest()
     {
         std::string known;

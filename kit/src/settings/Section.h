@@ -57,6 +57,8 @@ namespace QzLogKit
         /// The same with words of the caller's for what was found.
         void Reject(
             Json::Value const& value, std::string const& name, std::string const& expected, std::string const& found);
+        /// Adds a fault of the section itself: it lacks this.
+        void Reject(std::string const& expected);
 
         /// Every key that nobody has asked for is a fault.
         void RejectRest();

@@ -4,6 +4,7 @@
 #include "settings/Pattern.h"
 
 #include <QzLog/Destination_DiskFile.h>
+#include <QzLogKit/Destination_RateLimit.h>
 
 #include <map>
 #include <memory>
@@ -19,7 +20,11 @@ namespace QzLogKit
         DebugOutput,
         SystemLog,
         File,
-        Kafka
+        Kafka,
+        // Those that pass messages on to another one.
+        Language,
+        RateLimit,
+        Selection
     };
 
     struct DestinationSettings
@@ -38,6 +43,16 @@ namespace QzLogKit
         unsigned short mLanguageID = 0;
         /// In ascending order, each once.
         std::vector<unsigned int> mCallStackIDs;
+        /// Of a destination that passes messages on: the name of the other one; empty for all others.
+        std::string mTo;
+        /// Rate limit: the period in seconds.
+        unsigned int mMessages = 0;
+        unsigned int mPeriod = 0;
+        RateLimitPer mPer = RateLimitPer::kMessageID;
+        /// Selection.
+        std::vector<std::string> mUsers;
+        std::vector<std::string> mSessions;
+        std::vector<std::string> mObjects;
 
         bool operator==(DestinationSettings const&) const = default;
     };
