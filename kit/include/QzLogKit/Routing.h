@@ -33,7 +33,7 @@ namespace QzLogKit
     ///                           "callStacks": ["0x80000304"] },
     ///             "stream":   { "type": "kafka", "path": "stream.log" }, // and all else that a file has
     ///             "german":   { "type": "language", "to": "errors", "language": "de" },
-    ///             "some":     { "type": "rateLimit", "to": "errors", "messages": 10, "period": 60, "per": "callSite" },
+    ///             "some":     { "type": "rateLimit", "to": "errors", "messages": 9, "period": 60, "per": "callSite" },
     ///             "oneCase":  { "type": "selection", "to": "errors", "users": ["alice"], "sessions": ["S1"] }
     ///         },
     ///         "routes": {

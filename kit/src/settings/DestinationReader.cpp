@@ -135,7 +135,7 @@ namespace QzLogKit
             }
         }
 
-        bool Agree(DestinationSettings first, DestinationSettings second)
+        bool Agree(DestinationSettings first, DestinationSettings const& second)
         {
             // Languages may differ: they do not belong to the object.
             first.mLanguageID = second.mLanguageID;

@@ -72,8 +72,12 @@ namespace QzLogKit
     unsigned int JsonFile::GetLine(Json::Value const& value) const
     {
         auto const offset = std::min(static_cast<std::size_t>(value.getOffsetStart()), mText.size());
-        auto const begin = mText.begin();
-        return 1 + static_cast<unsigned int>(std::count(begin, begin + static_cast<std::ptrdiff_t>(offset), '\n'));
+        unsigned int line = 1;
+        // As JsonCpp counts in its own complaints: a CR alone ends a line too.
+        for (std::size_t i = 0; i < offset; ++i)
+            if (mText[i] == '\n' || (mText[i] == '\r' && mText[i + 1] != '\n'))
+                ++line;
+        return line;
     }
 
     std::string ReadWholeFile(std::string const& path, std::string const& name, Faults& faults)
