@@ -122,14 +122,27 @@ namespace
             writer.Write("next");
     }
 
-    BENCHMARK(CallToDestinations)->Name("CallToDestinations/QzLog")->RangeMultiplier(2)->Range(1, 16);
-    BENCHMARK(CallBesideDispatchers)->Name("CallBesideDispatchers/QzLog")->RangeMultiplier(10)->Range(1, 10'000);
+    BENCHMARK(CallToDestinations)->Name("CallToDestinations/QzLog")->Repetitions(3)->RangeMultiplier(2)->Range(1, 16);
+    BENCHMARK(CallBesideDispatchers)
+        ->Name("CallBesideDispatchers/QzLog")
+        ->Repetitions(3)
+        ->RangeMultiplier(10)
+        ->Range(1, 10'000);
     BENCHMARK(CreateRouterBesideDispatchers)
         ->Name("CreateRouterBesideDispatchers/QzLog")
+        ->Repetitions(3)
         ->RangeMultiplier(10)
         ->Range(10, 10'000);
-    BENCHMARK(ChangeOfDestinations)->Name("ChangeOfDestinations/QzLog")->RangeMultiplier(10)->Range(1, 100'000);
-    BENCHMARK(CallWithText)->Name("CallWithText/QzLog")->RangeMultiplier(10)->Range(10, 10'000'000);
-    BENCHMARK(RecordOfText)->Name("RecordOfText/QzLog")->RangeMultiplier(10)->Range(10, 10'000'000);
-    BENCHMARK(RollOverWithBackups)->Name("RollOverWithBackups/QzLog")->RangeMultiplier(4)->Range(1, 256);
+    BENCHMARK(ChangeOfDestinations)
+        ->Name("ChangeOfDestinations/QzLog")
+        ->Repetitions(3)
+        ->RangeMultiplier(10)
+        ->Range(1, 100'000);
+    BENCHMARK(CallWithText)->Name("CallWithText/QzLog")->Repetitions(3)->RangeMultiplier(10)->Range(10, 10'000'000);
+    BENCHMARK(RecordOfText)->Name("RecordOfText/QzLog")->Repetitions(3)->RangeMultiplier(10)->Range(10, 10'000'000);
+    BENCHMARK(RollOverWithBackups)
+        ->Name("RollOverWithBackups/QzLog")
+        ->Repetitions(3)
+        ->RangeMultiplier(4)
+        ->Range(1, 256);
 }

@@ -83,7 +83,16 @@ namespace
                 times.mLongest = longest->second;
         }
 
-        std::map<std::string, std::map<std::string, Times>> mRows;
+        /// Numbers in the names by their value.
+        struct IsBefore
+        {
+            bool operator()(std::string const& left, std::string const& right) const
+            {
+                return strverscmp(left.c_str(), right.c_str()) < 0;
+            }
+        };
+
+        std::map<std::string, std::map<std::string, Times>, IsBefore> mRows;
     };
 }
 
