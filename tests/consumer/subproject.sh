@@ -14,7 +14,7 @@ rm -rf $build
 configure -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON 2>&1 | grep "QzLog is a shared library"
 configure -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=OFF -DQZLOG_BUILD_TOOLS=ON -DQZLOG_BUILD_KIT=ON -DWITH_KIT=ON >/dev/null
 cmake --build $build
-$build/consumer 2>/dev/null
+$build/consumer 2>&1 | grep "librdkafka is loaded"
 $build/kit_consumer 2>/dev/null
 $build/QzLog/tools/qzlog/qzlog --version
 
