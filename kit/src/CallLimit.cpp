@@ -48,8 +48,10 @@ namespace QzLogKit
                     QzLog::Router& router = *window.mOrigin.mpRouter;
                     if (router.mEnabled.load(std::memory_order_relaxed))
                         router.LogText(
-                            HeldBackText(count, SourcePlace(window.mFirst, window.mNumber), window.mSince).c_str(), 0,
-                            window.mFirst.c_str(), window.mOrigin.mpFunctionName, static_cast<int>(window.mNumber));
+                            HeldBackText(count, SourcePlace(window.mFirst, window.mKey.GetNumber()), window.mSince)
+                                .c_str(),
+                            0, window.mFirst.c_str(), window.mOrigin.mpFunctionName,
+                            static_cast<int>(window.mKey.GetNumber()));
                 });
         }
 

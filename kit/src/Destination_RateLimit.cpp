@@ -73,7 +73,7 @@ namespace QzLogKit
                 HoldBackKey const key = GetKey(header);
                 QzLog::Timestamp const& time = std::as_const(header).GetTimestamp();
                 bool isAdmitted = true;
-                if (key == HoldBackKey())
+                if (key.IsEmpty())
                     mCounts.EndOver(time);
                 else
                     isAdmitted = mCounts.Admits(key, time,
@@ -93,12 +93,12 @@ namespace QzLogKit
                     return {{}, {}, header.GetMessageID()};
                 case RateLimitPer::kCallSite:
                     if (*header.GetSourceFile() == '\0')
-                        return {};
+                        return {{}, {}, 0};
                     return {header.GetSourceFile(), {}, static_cast<unsigned int>(header.GetSourceLine())};
                 case RateLimitPer::kDispatcher:
                     return {header.GetLoggerName(), header.GetDispatcherName(), 0};
                 }
-                return {};
+                return {{}, {}, 0};
             }
 
             std::string Describe(Counts::Window const& window) const
@@ -106,9 +106,9 @@ namespace QzLogKit
                 switch (mPer)
                 {
                 case RateLimitPer::kMessageID:
-                    return MessageIDText(window.mNumber);
+                    return MessageIDText(window.mKey.GetNumber());
                 case RateLimitPer::kCallSite:
-                    return SourcePlace(window.mFirst, window.mNumber);
+                    return SourcePlace(window.mFirst, window.mKey.GetNumber());
                 case RateLimitPer::kDispatcher:
                     return window.mFirst + "/" + window.mSecond;
                 }

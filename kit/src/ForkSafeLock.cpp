@@ -11,6 +11,14 @@ namespace QzLogKit
         std::atomic<unsigned int> gForkCount{0};
     }
 
+    constinit thread_local std::size_t ForkSafeLock::tStripe = kNoStripe;
+
+    std::size_t ForkSafeLock::ChooseStripe()
+    {
+        static std::atomic<std::size_t> gNextThread{0};
+        return tStripe = gNextThread.fetch_add(1, std::memory_order_relaxed) % 8;
+    }
+
     /// All locks of the process. Its own mutex is held around a fork too, and taken before any of them.
     class ForkSafeLock::All
     {
@@ -83,13 +91,6 @@ namespace QzLogKit
     unsigned int ForkSafeLock::GetForkCount()
     {
         return gForkCount.load(std::memory_order_relaxed);
-    }
-
-    std::size_t ForkSafeLock::GetStripe()
-    {
-        static std::atomic<std::size_t> gNextThread{0};
-        thread_local std::size_t const tStripe = gNextThread.fetch_add(1, std::memory_order_relaxed) % 8;
-        return tStripe;
     }
 
     void ForkSafeLock::LockAll()

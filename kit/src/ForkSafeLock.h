@@ -51,9 +51,15 @@ namespace QzLogKit
             std::mutex mMutex;
         };
 
-        static std::size_t GetStripe();
+        static constexpr std::size_t kNoStripe = 8;
+
+        static std::size_t GetStripe() { return tStripe != kNoStripe ? tStripe : ChooseStripe(); }
+        static std::size_t ChooseStripe();
         void LockAll();
         void UnlockAll();
+
+        // Initial-exec: no call of the dynamic linker.
+        [[gnu::tls_model("initial-exec")]] static constinit thread_local std::size_t tStripe;
 
         std::array<Stripe, 8> mStripes;
         ForkSafeLock* mpNext = nullptr;

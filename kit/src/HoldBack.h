@@ -18,42 +18,63 @@
 
 namespace QzLogKit
 {
-    /// What has a count of its own: a pair of names or a name and a number.
-    struct HoldBackKey
+    /// What has a count of its own: a pair of names or a name and a number. On the way of every message.
+    class HoldBackKey
     {
-        std::string_view mFirst;
-        std::string_view mSecond;
-        unsigned int mNumber = 0;
+    public:
+        HoldBackKey(std::string_view first, std::string_view second, unsigned int number)
+            : mFirst(first), mSecond(second), mNumber(number)
+        {
+        }
 
         bool operator==(HoldBackKey const&) const = default;
 
-        /// Of a name only its end counts: there the names of files and dispatchers differ, and this is on the way of
-        /// every message.
+        /// Of a name only its end counts: there the names of files and dispatchers differ.
         std::uint64_t GetHash() const
         {
-            std::uint64_t const value = (GetEnd(mFirst) * 31 + GetEnd(mSecond)) * 31 + mNumber;
+            std::uint64_t const value = (mFirst.mEnd * 31 + mSecond.mEnd) * 31 + mNumber;
             return value * 0x9E3779B97F4A7C15 >> 32;
         }
 
+        bool IsEmpty() const { return mFirst.mText.empty() && mSecond.mText.empty() && mNumber == 0; }
+        std::string_view GetFirst() const { return mFirst.mText; }
+        std::string_view GetSecond() const { return mSecond.mText; }
+        unsigned int GetNumber() const { return mNumber; }
+
     private:
-        static std::uint64_t GetEnd(std::string_view name)
+        /// A text with its last eight bytes. They and the length are all of a short text.
+        struct Name
         {
-            char const* const last = name.data() + name.size();
-            std::uint64_t end = 0;
-            if (name.size() >= 8)
-                std::memcpy(&end, last - 8, 8);
-            else if (name.size() >= 4)
+            Name(std::string_view text) : mText(text)
             {
-                std::uint32_t begin = 0;
-                std::memcpy(&begin, name.data(), 4);
-                std::memcpy(&end, last - 4, 4);
-                end = end << 32 | begin;
+                char const* const last = text.data() + text.size();
+                if (text.size() >= 8)
+                    std::memcpy(&mEnd, last - 8, 8);
+                else if (text.size() >= 4)
+                {
+                    std::uint32_t begin = 0;
+                    std::memcpy(&begin, text.data(), 4);
+                    std::memcpy(&mEnd, last - 4, 4);
+                    mEnd = mEnd << 32 | begin;
+                }
+                else
+                    for (char const character : text)
+                        mEnd = mEnd << 8 | static_cast<unsigned char>(character);
             }
-            else
-                for (char const character : name)
-                    end = end << 8 | static_cast<unsigned char>(character);
-            return end;
-        }
+
+            bool operator==(Name const& other) const
+            {
+                return mEnd == other.mEnd && mText.size() == other.mText.size() &&
+                       (mText.size() <= 8 || mText == other.mText);
+            }
+
+            std::string_view mText;
+            std::uint64_t mEnd = 0;
+        };
+
+        Name mFirst;
+        Name mSecond;
+        unsigned int mNumber;
     };
 
     /// "Held back 2 messages of <what> since <time>"
@@ -69,15 +90,16 @@ namespace QzLogKit
         struct Window
         {
             Window(HoldBackKey const& key, std::int64_t begin)
-                : mFirst(key.mFirst), mSecond(key.mSecond), mNumber(key.mNumber), mBegin(begin)
+                : mFirst(key.GetFirst()),
+                  mSecond(key.GetSecond()),
+                  mKey(mFirst, mSecond, key.GetNumber()),
+                  mBegin(begin)
             {
             }
 
-            HoldBackKey GetKey() const { return {mFirst, mSecond, mNumber}; }
-
             std::string const mFirst;
             std::string const mSecond;
-            unsigned int const mNumber;
+            HoldBackKey const mKey; // of these texts
             std::int64_t const mBegin;
             std::atomic<std::uint64_t> mCount{0};
             Window* mpNextInBucket = nullptr;
@@ -229,7 +251,7 @@ namespace QzLogKit
         Window** Find(HoldBackKey const& key)
         {
             Window** place = &mBuckets[key.GetHash() % mBuckets.size()];
-            while (*place && !((*place)->GetKey() == key))
+            while (*place && !((*place)->mKey == key))
                 place = &(*place)->mpNextInBucket;
             return place;
         }
@@ -245,7 +267,7 @@ namespace QzLogKit
                 for (Window& window : mWindows)
                 {
                     window.mpNextInBucket = nullptr;
-                    *Find(window.GetKey()) = &window;
+                    *Find(window.mKey) = &window;
                 }
             }
             Window& window = mWindows.emplace_back(key, now);
@@ -268,7 +290,7 @@ namespace QzLogKit
 
         void End(typename Windows::iterator window, Windows& dropped)
         {
-            *Find(window->GetKey()) = window->mpNextInBucket;
+            *Find(window->mKey) = window->mpNextInBucket;
             bool const isSilent = GetHeldBack(*window) == 0;
             Windows& target = isSilent ? dropped : mEnded;
             target.splice(target.end(), mWindows, window);
