@@ -32,7 +32,7 @@ if(QZLOG_BUILD_TOOLS)
         set_target_properties(qzlog_program PROPERTIES INSTALL_RPATH "$ORIGIN/${tool_to_library}")
     endif()
     install(TARGETS qzlog_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-    install(FILES tools/qzlog/manual/qzlog.bash RENAME qzlog
+    install(FILES tools/qzlog/manual/qzlog.bash.in RENAME qzlog
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
     # Debian wants manual pages compressed.
     set(manual_page ${PROJECT_BINARY_DIR}/qzlog.1.gz)

@@ -9,7 +9,7 @@ step "format"
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
 
 step "scripts"
-git ls-files '*.sh' .ci/run tools/qzlog/manual/qzlog.bash | xargs shellcheck -S warning
+git ls-files '*.sh' .ci/run tools/qzlog/manual/qzlog.bash.in | xargs shellcheck -S warning
 
 step "models of the locks"
 tests/models/check.sh

@@ -8,7 +8,7 @@ fail() { echo "$1"; exit 1; }
 text=$(groff -man -Tascii -P-cbou -ww "$folder/qzlog.1" 2>&1)
 [[ $text != *warning:* && $text != *error:* ]] || fail "groff: $(grep -E 'warning:|error:' <<< "$text")"
 
-source "$folder/qzlog.bash"
+source "$folder/qzlog.bash.in"
 compopt() { :; } # which only works while the shell itself completes
 complete_words() { COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)); _qzlog; }
 
