@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# lnav opens a log with our format, headless, and answers a query on its fields. Call: lnav.sh <folder of the server>
+# lnav opens a log and its back-ups with our format, headless, and answers a query on its fields.
+# Call: lnav.sh <folder of the server>
 set -euo pipefail
 server=$1
 source "$(dirname "$0")/run_server.sh"
@@ -10,11 +11,13 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$work/config/formats/qzlog"
 cp "$format" "$work/config/formats/qzlog/"
-run_server "$work" '{ "type": "file", "path": "all.log", "maxFileSize": 2000000, "backups": 1 }'
+run_server "$work" '{ "type": "file", "path": "all.log", "maxFileSize": 20000, "backups": 100 }'
 
-ask() { HOME=$work lnav -n -I "$work/config" -c ";$1" -c ':write-csv-to -' "$work/logs/all.log" | tail -n +2 | tr -d '\r'; }
+ask() { HOME=$work lnav -n -I "$work/config" -c ";$1" -c ':write-csv-to -' "$work"/logs/all.log* | tail -n +2 | tr -d '\r'; }
 
-log=$work/logs/all.log
+log=$work/all
+cat "$work"/logs/all.log* > "$log"
+expect "back-ups" "$([ -e "$work/logs/all.log.bak01" ] && echo some)" some
 count() { grep -cE "\]\[$1\]" "$log"; }
 expect "errors" "$(ask "SELECT count(*) FROM qzlog WHERE dispatcher = 'Error' AND log_level = 'error'")" "$(count Error)"
 expect "infos" "$(ask "SELECT count(*) FROM qzlog WHERE dispatcher = 'Info' AND server = 'Reporting01'")" "$(count Info)"

@@ -1,11 +1,12 @@
 #include "Commands.h"
 
 #include "StandardStreams.h"
-
-#include <QzLog/Masking.h>
+#include "mask/ExpressionFinder.h"
+#include "mask/KeyFinder.h"
+#include "mask/MaskSets.h"
+#include "mask/Masker.h"
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace QzLogTool
@@ -24,62 +25,76 @@ namespace QzLogTool
 
             void AddOptions(CLI::App& app) override
             {
-                app.add_option("-a,--attribute", mAttributes,
-                       "Mask the values of this attribute, as in XML ( name=\"value\"); can be given several times")
-                    ->option_text("NAME");
-                app.add_option("-w,--with", mMask, "Replaces such a value (***)")->option_text("TEXT");
-                app.add_flag("--http", mHTTP, "Mask the passwords in the JSON body of an HTTP request");
-                app.add_flag("-l,--lines", mByLine,
-                    "Mask and write each line at once, for input that goes on; a value of several lines stays "
+                constexpr char kName[] = "NAME";
+                AddList(app, "--set", kName, "Masks what a set knows: passwords, tokens, cards or emails", mSets)
+                    ->check(CLI::IsMember(GetMaskSetNames()));
+                AddList(app, "--key,-k", kName,
+                    "Masks the values of this name in JSON, form bodies, query strings, headers and XML", mKeys);
+                AddList(app, "--regex,-E", "EXPRESSION",
+                    "Masks what this regular expression (RE2) matches, or its first group", mExpressions);
+                AddList(app, "--attribute,-a", kName,
+                    "Masks the values of this attribute as the library does ( name=\"value\")", mAttributes);
+                app.add_flag("--http", mHTTP,
+                    "Masks the passwords in the JSON body of an HTTP request as the library does, by ***");
+                app.add_option("--with,-w", mMask, "Replaces such a value (***)")->option_text("TEXT");
+                app.add_flag("--lines,-l", mByLine,
+                    "Masks and writes each line at once, for input that goes on; a value of several lines stays "
                     "readable");
             }
 
             ExitCode Run() override
             {
-                if (mAttributes.empty() && !mHTTP)
-                    throw Trouble("mask: nothing to mask; give --attribute or --http");
+                Masker masker(mMask);
+                AddMasks(masker);
+                if (masker.IsEmpty())
+                    throw Trouble("mask: nothing to mask; give --set, --key, --regex, --attribute or --http");
                 StandardInput input;
                 StandardOutput output;
                 if (mByLine)
                 {
                     for (std::string line; input.ReadLine(line);)
                     {
-                        output.Write(Mask(line));
+                        output.Write(masker.Mask(line));
                         output.Flush();
                     }
                 }
                 else
-                    output.Write(Mask(input.ReadAll()));
+                    output.Write(masker.Mask(input.ReadAll()));
                 output.Flush();
+                std::fprintf(stderr, "qzlog: mask: %s\n", masker.GetReport().c_str());
                 return ExitCode::Success;
             }
 
         private:
-            // The masks take texts that end with a zero byte; input that holds some is masked piece by piece.
-            std::string Mask(std::string const& text) const
+            /// One that can come several times.
+            static CLI::Option* AddList(CLI::App& app, char const* name, char const* valueName, char const* description,
+                std::vector<std::string>& values)
             {
-                std::string masked;
-                for (std::size_t start = 0;;)
-                {
-                    std::size_t const end = text.find('\0', start);
-                    masked += MaskPiece(text.substr(start, end - start));
-                    if (end == std::string::npos)
-                        return masked;
-                    masked += '\0';
-                    start = end + 1;
-                }
+                return app.add_option(name, values, description)
+                    ->option_text(valueName)
+                    ->expected(1)
+                    ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
             }
 
-            std::string MaskPiece(std::string text) const
+            void AddMasks(Masker& masker) const
             {
                 for (std::string const& name : mAttributes)
-                    text = QzLog::ReplaceSensitiveMessage(text.c_str(), name.c_str(), mMask.c_str()).c_str();
+                    masker.AddAttribute(name);
                 if (mHTTP)
-                    text = QzLog::ReplaceSensitiveMessageInHTTP(text.c_str()).c_str();
-                return text;
+                    masker.AddHTTP();
+                if (!mKeys.empty())
+                    masker.Add("--key", std::make_unique<KeyFinder>(mKeys));
+                for (std::string const& expression : mExpressions)
+                    masker.Add("--regex", std::make_unique<ExpressionFinder>(expression));
+                for (std::string const& name : mSets)
+                    for (std::unique_ptr<SecretFinder>& pFinder : MakeMaskSet(name))
+                        masker.Add("--set " + name, std::move(pFinder));
             }
 
             std::vector<std::string> mAttributes;
+            std::vector<std::string> mKeys;
+            std::vector<std::string> mExpressions;
+            std::vector<std::string> mSets;
             std::string mMask = "***";
             bool mHTTP = false;
             bool mByLine = false;

@@ -8,6 +8,7 @@
 #include "following/EndRequest.h"
 #include "following/Follower.h"
 #include "output/JsonPrinter.h"
+#include "output/OtlpPrinter.h"
 #include "output/Pager.h"
 #include "output/TextPrinter.h"
 #include "reading/LastRecords.h"
@@ -50,7 +51,10 @@ namespace QzLogTool
                     app.get_option("--cursor-file")->excludes(option);
                 for (char const* const option : {"--before-context", "--after-context", "--context"})
                     pTail->excludes(option);
-                app.add_flag("--json", mIsJson, "Prints one JSON object a record");
+                CLI::Option* const pJson = app.add_flag("--json", mIsJson, "Prints one JSON object a record");
+                app.add_flag("--otlp", mIsOtlp, "Prints one record of OTLP in JSON a line, for OpenTelemetry")
+                    ->option_text(" ")
+                    ->excludes(pJson->option_text(" "));
                 app.add_option("--color", mColor, "auto, always or never")
                     ->check(CLI::IsMember({"auto", "always", "never"}))
                     ->option_text("WHEN");
@@ -167,7 +171,9 @@ namespace QzLogTool
                 bool const usesUTC = mFilterOptions.mUsesUTC;
                 TextPrinter text(output, filter.GetMatcher(), UsesColor(mColor, output.IsTerminal()), usesUTC);
                 JsonPrinter json(output, usesUTC);
-                RecordPrinter& printer = mIsJson ? static_cast<RecordPrinter&>(json) : text;
+                OtlpPrinter otlp(output);
+                RecordPrinter* const pPrinter = mIsJson ? static_cast<RecordPrinter*>(&json) : &text;
+                RecordPrinter& printer = mIsOtlp ? otlp : *pPrinter;
                 if (mContext)
                     pSource = std::make_unique<ContextSource>(std::move(pSource), *mContext);
                 std::uint64_t count = before;
@@ -191,6 +197,7 @@ namespace QzLogTool
             bool mCounts = false;
             bool mIsQuiet = false;
             bool mIsJson = false;
+            bool mIsOtlp = false;
             bool mHasNoPager = false;
             std::uint64_t mBefore = 0;
             std::uint64_t mAfter = 0;

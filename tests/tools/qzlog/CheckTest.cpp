@@ -8,6 +8,12 @@ namespace
 
     using CheckTest = ToolFixture;
 
+    std::string MakeRecord(std::string const& time, std::string const& text, std::string const& thread = "21")
+    {
+        return "2026-11-18 " + time + " [HOST:ws01][SERVER:Engine][PID:11][THR:" + thread +
+               "][Kernel][Trace][UID:0][SID:0][OID:0] " + text + "\r\n";
+    }
+
     TEST_F(CheckTest, NamesFileLineAndReason)
     {
         {
@@ -53,6 +59,11 @@ namespace
                     "good.log:6: a record begins within the line, so the one before it is cut: '" +
                     missed.substr(0, 60) +
                     "...'\ngood.log:6: note: 17 messages missed since 2026-11-18 03:00:00.000\n"},
+            {"time goes back", good + MakeRecord("03:00:00.000+05:30", "four"), 1,
+                "good.log:6: time goes back by 1000 ms within thread 21 of process 11\n"},
+            {"another thread", good + MakeRecord("03:00:00.000+05:30", "four", "22"), 0, ""},
+            {"the same twice", good + MakeRecord("03:00:02.000+05:30", "four") + good.substr(36), 1,
+                "good.log:7: the record stands here once more, after good.log:2\n"},
             {"quotes part of a header", good.substr(0, good.size() - 2) + record.substr(0, 100) + "\r\n", 0, ""},
             {"cut in a header", good + record.substr(0, 40) + record, 1,
                 "good.log:6: a record begins within the line, so the one before it is cut: '" + record.substr(0, 60) +
@@ -66,6 +77,38 @@ namespace
             EXPECT_EQ(outcome.mOutput, testCase.mOutput);
             EXPECT_EQ(outcome.mExitCode, testCase.mExitCode);
         }
+    }
+
+    TEST_F(CheckTest, LooksAtBackupsAndMoments)
+    {
+        std::string const head = "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n";
+        std::string const content = head + MakeRecord("03:00:01.000", "one") + MakeRecord("03:00:02.000", "two");
+        Put("a.log", content + MakeRecord("03:00:03.000", "quotes [x] [HOST:me]"));
+        Put("a.log.bak00", content);
+        Put("a.log.bak03", head + MakeRecord("02:00:00.000", "cut").substr(0, 99));
+        Put("b.log.bak00", head);
+        Put("b.log.bak02.gz", head); // number 1 was moved out of the way, to be compressed
+        Put("b.log", head + "2026-11-18 03:00:01.000 [HOST:a][SERVER:b][PID:1][THR:2][Log][Error][UID:0][SID:0][OID:0] "
+                            "Missed 2 messages since 2026-11-18 03:00:00.000 due to: No space left on device\r\n");
+        std::string const missing = "a.log.bak03: back-up 01 to 02 are missing between it and the log\n";
+        std::string const cut = "a.log.bak03:2: the last record is cut: the file ends without CR LF\n";
+        std::string const notes = "a.log:2: note: the records of a.log.bak00 stand here once more\n"
+                                  "a.log:4: note: within a message stands what looks like a header: '[HOST:me]'\n";
+        Check({{"qzlog check a.log", missing + cut + notes + "a.log: 3 files, 6 records, 2 faults, 0 messages missed\n",
+                   1},
+            {"qzlog check -q a.log", missing + cut, 1}, {"qzlog check -q --no-backups a.log", ""},
+            {"touch -d '2026-11-18 02:00' a.log.bak03; qzlog check --since '2026-11-18 03:00:02' a.log",
+                notes.substr(notes.find("a.log:4")) + "a.log: 3 files, 3 records, 0 faults, 0 messages missed\n"},
+            {"qzlog check --monitor a.log",
+                "QZLOG WARNING - 1 log, 6 records, 2 faults, 0 messages missed: " +
+                    missing.substr(0, missing.size() - 1) + " | faults=2 missed=0 records=6\n",
+                1},
+            {"qzlog check --monitor b.log c.log 2>/dev/null",
+                "QZLOG CRITICAL - 1 log, 1 record, 0 faults, 2 messages missed: c.log: No such file or directory | "
+                "faults=0 missed=2 records=1\n",
+                2},
+            {"qzlog check --explain b.log | sed -n 's/^    Make room/yes/p' | cut -d ' ' -f 1-4",
+                "yes on the disk:\n"}});
     }
 
     TEST_F(CheckTest, GoesThroughAllBackupsAndSumsUp)

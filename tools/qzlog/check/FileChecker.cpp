@@ -6,7 +6,7 @@
 
 #include <utf8.h>
 
-#include <optional>
+#include <algorithm>
 
 namespace QzLogTool
 {
@@ -28,8 +28,8 @@ namespace QzLogTool
         }
     }
 
-    FileChecker::FileChecker(std::string path, bool isLog, Listener& listener)
-        : mPath(std::move(path)), mIsLog(isLog), mListener(listener)
+    FileChecker::FileChecker(std::string path, bool isLog, RecordHistory& history, Listener& listener)
+        : mPath(std::move(path)), mIsLog(isLog), mHistory(history), mListener(listener)
     {
     }
 
@@ -49,37 +49,79 @@ namespace QzLogTool
         std::string_view const text = record.mText;
         bool const isHead = record.mKind == Record::Kind::Head;
         if (mIsInLine)
-            Fault("a record begins within the line, so the one before it is cut: " + Quote(GetLine(text)));
+            Fault(
+                Finding::Cut, "a record begins within the line, so the one before it is cut: " + Quote(GetLine(text)));
         else if (record.mOffset != 0)
         {
             if (isHead)
-                Fault("a head in the middle of the file");
+                Fault(Finding::HeadWithin, "a head in the middle of the file");
             else if (record.mKind == Record::Kind::Loose)
-                Fault("no record owns the line " + Quote(GetLine(text)));
+                Fault(Finding::Loose, "no record owns the line " + Quote(GetLine(text)));
         }
         else if (!text.starts_with(kByteOrderMark))
-            Fault("the file does not begin with a byte order mark");
+            Fault(Finding::NoHead, "the file does not begin with a byte order mark");
         else if (!isHead)
-            Fault("the file does not begin with the head '" + std::string(kHeadText) + '\'');
+            Fault(Finding::NoHead, "the file does not begin with the head '" + std::string(kHeadText) + '\'');
         else if (!text.starts_with(kHead.substr(0, kHead.size() - 2)))
-            Fault("the head is of another version: " + Quote(WithoutLineEnd(text)));
+            Fault(Finding::NoHead, "the head is of another version: " + Quote(WithoutLineEnd(text)));
         mIsInLine = false;
     }
 
     void FileChecker::TakeMessage(Record const& record)
     {
-        ++mRecordCount;
         if (!mParser.Parse(record.mText))
         {
             // One that is cut is no fault of its own.
             bool const isCut = record.mIsWhole && record.mText.find('\n') == std::string_view::npos;
             if (!isCut)
-                Fault("the header cannot be read: " + Quote(GetLine(record.mText)));
+                Fault(Finding::Header, "the header cannot be read: " + Quote(GetLine(record.mText)));
             return;
         }
         MissedMessages missed;
         if (ReadMissedMessages(mParser, missed))
             mListener.OnMissed(mLine, missed);
+        else
+        {
+            LookForHeader(record.mText);
+            CheckOrder(record);
+        }
+    }
+
+    /// A whole one would have begun a record.
+    void FileChecker::LookForHeader(std::string_view text)
+    {
+        char const* const end = text.data() + text.size();
+        char const* const found = FindMark(text.data() + mParser.GetLength(), end);
+        // The head of a log within a message looks like nothing but itself.
+        if (found == end || *found != kHost[0])
+            return;
+        std::size_t const at = static_cast<std::size_t>(found - text.data());
+        std::size_t const lines =
+            static_cast<std::size_t>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
+        mListener.OnFinding(mLine + lines, Finding::LookAlike,
+            "within a message stands what looks like a header: " + Quote(GetLine(text.substr(at + 1))));
+    }
+
+    void FileChecker::CheckOrder(Record const& record)
+    {
+        RecordHistory::Order const order = mHistory.Take(mParser, record.mText, record.mTime, mLine);
+        if (order == RecordHistory::Order::Backwards)
+        {
+            HeaderFields const& fields = mParser.GetFields();
+            Fault(Finding::Backwards, "time goes back by " + std::to_string(mHistory.GetStepBack()) +
+                                          " ms within thread " + std::string(fields.mThread) + " of process " +
+                                          std::string(fields.mProcess));
+        }
+        if (order != RecordHistory::Order::Repeated)
+            return;
+        RecordHistory::Place const first = mHistory.GetFirstPlace();
+        std::string const& path = mHistory.GetPath(first);
+        // The first record of a file: all of it is repeated.
+        if (path != mPath && first.mLine == mLine && mLine <= 2)
+            mListener.OnFinding(mLine, Finding::Leftover, "the records of " + path + " stand here once more");
+        else
+            Fault(Finding::Repeated,
+                "the record stands here once more, after " + path + ':' + std::to_string(first.mLine));
     }
 
     void FileChecker::TakeLines(std::string_view text)
@@ -101,26 +143,26 @@ namespace QzLogTool
     {
         bool const hasCR = line.ends_with('\r');
         if (isEnded && !hasCR)
-            Fault("the line ends with LF, not with CR LF");
+            Fault(Finding::LineEnd, "the line ends with LF, not with CR LF");
         line = line.substr(0, line.size() - hasCR);
         if (!line.empty() && IsPlain(line))
             return;
         if (line.empty() && isEnded && !mIsInLine)
-            Fault("an empty line");
+            Fault(Finding::LineEnd, "an empty line");
         if (line.find('\r') != std::string_view::npos)
-            Fault("a CR within the line");
+            Fault(Finding::LineEnd, "a CR within the line");
         if (line.find('\0') != std::string_view::npos)
-            Fault("a NUL byte");
+            Fault(Finding::Bytes, "a NUL byte");
         // What is still being written may end within a character.
         auto const malformed = utf8::find_invalid(line.begin(), line.end());
         if (malformed != line.end() && (isEnded || line.end() - malformed > 3))
-            Fault("a byte that is no UTF-8");
+            Fault(Finding::Bytes, "a byte that is no UTF-8");
     }
 
     void FileChecker::Finish()
     {
         if (mIsInLine && !IsBeingWritten())
-            Fault("the last record is cut: the file ends without CR LF");
+            Fault(Finding::Cut, "the last record is cut: the file ends without CR LF");
     }
 
     /// Whether a record at the end of the log is only half there because its writer is not ready yet.

@@ -1,6 +1,7 @@
 #include "output/JsonPrinter.h"
 
 #include "Characters.h"
+#include "output/JsonMessage.h"
 #include "output/Lines.h"
 #include "time/Moments.h"
 
@@ -10,8 +11,6 @@ namespace QzLogTool
 {
     namespace
     {
-        constexpr std::size_t kBlock = std::size_t{64} << 10;
-
         /// As the library writes a number, and one that it reads back as the same.
         bool IsUsualNumber(std::string_view digits)
         {
@@ -51,11 +50,7 @@ namespace QzLogTool
         if (!record.mIsWanted)
             mJson += "\"context\":true,";
         mJson += "\"message\":\"";
-        mOwesLineEnd = false;
-        AppendText(text);
-        std::string_view part;
-        while (source.NextPart(part))
-            AppendText(part);
+        AppendMessage(mJson, text, source, mOutput);
         mJson += "\"}\n";
         mOutput.Write(mJson);
     }
@@ -108,33 +103,5 @@ namespace QzLogTool
         append("\"time\":\"", mUsesUTC ? std::string_view(FormatMoment(moment)) : time);
         appendIfAny("\"uid\":\"", fields.mUser);
         return true;
-    }
-
-    /// The last line end of a message is not part of it; whether one is the last shows when something follows.
-    void JsonPrinter::AppendText(std::string_view text)
-    {
-        while (!text.empty())
-        {
-            if (mOwesLineEnd)
-                mJson += "\\n";
-            // In pieces, or a long line would stand in memory several times over. Each ends with a character.
-            std::size_t length = std::min(text.find('\n'), text.size());
-            mOwesLineEnd = length < text.size();
-            if (length > kBlock)
-            {
-                length = kBlock;
-                while (length > kBlock - 3 && ContinuesCharacter(text[length]))
-                    --length;
-                mOwesLineEnd = false;
-            }
-            std::string_view const line = text.substr(0, length);
-            AppendJson(mJson, mOwesLineEnd && line.ends_with('\r') ? line.substr(0, length - 1) : line);
-            text.remove_prefix(length + mOwesLineEnd);
-            if (mJson.size() >= kBlock)
-            {
-                mOutput.Write(mJson);
-                mJson.clear();
-            }
-        }
     }
 }

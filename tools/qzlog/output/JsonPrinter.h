@@ -24,12 +24,10 @@ namespace QzLogTool
     private:
         bool AppendHeader(std::int64_t moment);
         bool AppendUsualHeader(std::int64_t moment);
-        void AppendText(std::string_view text);
 
         Output& mOutput;
         bool const mUsesUTC;
         HeaderParser mParser;
         std::string mJson;
-        bool mOwesLineEnd = false;
     };
 }
