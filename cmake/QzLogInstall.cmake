@@ -32,8 +32,20 @@ if(QZLOG_BUILD_TOOLS)
         set_target_properties(qzlog_program PROPERTIES INSTALL_RPATH "$ORIGIN/${tool_to_library}")
     endif()
     install(TARGETS qzlog_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-    install(FILES tools/qzlog/manual/qzlog.bash.in RENAME qzlog
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+    if(NOT CMAKE_CROSSCOMPILING)
+        set(completions ${PROJECT_BINARY_DIR}/tools/qzlog)
+        install(FILES ${completions}/qzlog.bash RENAME qzlog
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+        # Debian's zsh has a folder of its own for packages.
+        set(zsh_folder site-functions)
+        if(QZLOG_BUILD_PACKAGES)
+            set(zsh_folder vendor-completions)
+        endif()
+        install(FILES ${completions}/qzlog.zsh RENAME _qzlog
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_folder} COMPONENT tool)
+        install(FILES ${completions}/qzlog.fish
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
+    endif()
     # Debian wants manual pages compressed.
     set(manual_page ${PROJECT_BINARY_DIR}/qzlog.1.gz)
     add_custom_command(OUTPUT ${manual_page}

@@ -55,7 +55,8 @@ rm -f tool.log*
 seq 100 | "$qzlog" write --max-size 4k --backups 4 tool.log
 "$qzlog" check -q tool.log
 [ "$("$qzlog" view -c tool.log)" = 100 ]
-for file in man/man1/qzlog.1.gz bash-completion/completions/qzlog; do
+for file in man/man1/qzlog.1.gz bash-completion/completions/qzlog zsh/vendor-completions/_qzlog \
+    fish/vendor_completions.d/qzlog.fish; do
     [ -s "$root/usr/share/$file" ] || { echo "there is no $file"; exit 1; }
 done
 echo "qzlog: ran"
