@@ -1,7 +1,7 @@
 # Thin calls of the CMake workflow presets. `make demo` and `make test` are all that a newcomer needs; both install
 # what is missing (as root, or through sudo), configure, build and run.
 
-.PHONY: demo demo-kafka test soak bench check coverage install package release deps clean
+.PHONY: demo demo-kafka test soak bench check aarch64 coverage install package release deps clean
 
 # One at a time, whoever calls: two builds in one folder ruin each other.
 .NOTPARALLEL:
@@ -40,6 +40,10 @@ bench: deps-bench
 # All that guards the project beside the tests: format, lint, both compilers, sanitizers, the installed package.
 check: deps-check deps-bench
 	@$(alone) scripts/check.sh
+
+# The unit tests on 64-bit ARM, in qemu's user mode.
+aarch64: deps-aarch64
+	@$(workflow) aarch64
 
 # Which share of the lines of each folder the tests run.
 coverage: deps-kafka deps-integrations deps-coverage

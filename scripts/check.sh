@@ -38,6 +38,14 @@ scripts/package.sh
 step "instructions of a log call"
 scripts/instructions.sh
 
+step "unit tests on 64-bit ARM, under emulation"
+# Not every machine that checks can install packages of another architecture.
+if scripts/deps.sh aarch64; then
+    cmake --workflow --preset aarch64
+else
+    echo "not run: its packages cannot be installed here"
+fi
+
 for sanitizer in asan tsan; do
     step "tests under $sanitizer"
     cmake --workflow --preset $sanitizer

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages of one or more groups that are not there yet: build, kafka, integrations, bench, check,
-# coverage. Does nothing, and needs no rights, when all are there.
+# aarch64, coverage. Does nothing, and needs no rights, when all are there.
 set -euo pipefail
 
 declare -A groups=(
@@ -12,6 +12,9 @@ declare -A groups=(
     [bench]="libbenchmark-dev libspdlog-dev liblog4cplus-dev"
     [check]="clang clang-format clang-tidy libclang-rt-14-dev iwyu git doxygen dpkg-dev file lintian shellcheck spin
         abigail-tools valgrind"
+    [aarch64]="g++-aarch64-linux-gnu qemu-user-static
+        libjsoncpp-dev:arm64 librdkafka-dev:arm64 uuid-dev:arm64 libre2-dev:arm64 zlib1g-dev:arm64 liblzma-dev:arm64
+        libzstd-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64"
     [coverage]="gcovr"
 )
 
@@ -33,5 +36,6 @@ else
     echo "These packages are missing and only root can install them: ${missing[*]}" >&2
     exit 1
 fi
+[[ "${missing[*]}" != *:arm64* ]] || "${root[@]}" dpkg --add-architecture arm64
 "${root[@]}" apt-get update
 "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
