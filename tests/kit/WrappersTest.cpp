@@ -161,7 +161,7 @@ TEST_F(RateLimitTest, KeepsTheCountIfItsLineCannotBeWritten)
     CountedPtr<Failing> const failing(new Failing(*mpCapture));
     CountedPtr<Destination_RateLimit> limit(
         CreateDestination_RateLimit(*failing, {0, std::chrono::seconds(10)}, RateLimitPer::kMessageID));
-    for (unsigned int const id : {1, 2, 2})
+    for (unsigned int const id : {1u, 2u, 2u})
     {
         mpHeader->SetMessageID(id);
         Write(*limit, "A");
