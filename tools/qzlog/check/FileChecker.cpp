@@ -83,7 +83,9 @@ namespace QzLogTool
         else
         {
             LookForHeader(record.mText);
-            CheckOrder(record);
+            // One that is cut is a fault already, and no copy of any other.
+            if (!record.mIsWhole || record.mText.ends_with('\n'))
+                CheckOrder(record);
         }
     }
 
