@@ -190,7 +190,8 @@ namespace QzTest
                     if (error < 0 && !call.mHasLength)
                         continue;
                     bool const isEach = wantsAll || (error == EIO && times == 1);
-                    int const chosen = isEach ? -1 : static_cast<int>(random() % std::max(counts[i], 1));
+                    int const chosen =
+                        isEach ? -1 : static_cast<int>(random() % static_cast<unsigned int>(std::max(counts[i], 1)));
                     for (int skip = 0; skip < counts[i]; ++skip)
                         if (isEach || skip == chosen)
                             attempt(KernelFault{call, error, times}, skip);
