@@ -41,12 +41,14 @@ namespace
         {
             // Basic recovery leaves the copy of a roll-over that fails.
             mMayDouble = fault.mMayDouble || !mSettings.mIsStrict;
-            mMayCut = !mSettings.mIsStrict && fault.mNeedsSmallDisk;
+            // Where a disk was full, and where a roll-over was killed while it copied.
+            bool const mayCut = !mSettings.mIsStrict && (fault.mNeedsSmallDisk || fault.mKills);
             mTakesUncounted = !mSettings.mIsStrict && fault.mTakesUncounted;
             for (File const& file : ReadKept(place))
             {
                 CheckHead(file, true);
                 mIsSpare = file.mName.ends_with(".bak~n");
+                mMayCut = mayCut || mIsSpare;
                 auto const taken = place.mTaken.find(file.mName);
                 mpBegun = taken != place.mTaken.end() && mSettings.mIsStrict ? &taken->second : nullptr;
                 CheckRecords(file, true);
@@ -156,12 +158,13 @@ namespace
             std::string rest;
             while (!text.empty())
             {
-                std::size_t const end = std::min(text.find("\r\n"), text.size() - 2) + 2;
-                std::string const line(text.substr(0, end));
-                text.remove_prefix(std::min(end, text.size()));
+                std::size_t const lineEnd = text.find("\r\n");
+                bool const isWhole = lineEnd != text.npos;
+                std::string const line(text.substr(0, isWhole ? lineEnd + 2 : text.size()));
+                text.remove_prefix(line.size());
                 std::size_t const process = line.find("[PID:");
                 std::size_t const missed = line.find(" Missed ");
-                if (process == line.npos || missed == line.npos)
+                if (process == line.npos || missed == line.npos || !isWhole)
                     rest += line;
                 else if (mLossLines.insert(line).second || !(mMayDouble || mIsSpare))
                     mReported[std::atoi(line.c_str() + process + 5)] += std::atoll(line.c_str() + missed + 8);
@@ -252,7 +255,8 @@ namespace
                 }
                 if (!WasInFlight(number) && !mMayCut)
                     Fault("torn record " + Name(number), file.mName);
-                ++count.mCut[number.mSequence];
+                if (!mIsSpare)
+                    ++count.mCut[number.mSequence];
             }
             std::size_t const next = FindHeader(file.mContent, mark + 1);
             TakeCutText(file, mark, next);
@@ -271,9 +275,9 @@ namespace
                 if (text.empty())
                     return;
             }
-            if (text.find(" Missed ") != std::string_view::npos)
+            if (!mSettings.mIsCampaign && text.find(" Missed ") != std::string_view::npos)
                 Fault("lost messages: " + std::string(text), file.mName);
-            else if (++mCut > mKills && !mMayCut)
+            else if (!mMayCut && ++mCut > mKills)
                 Fault("no record: " + std::string(text.substr(0, 200)), file.mName);
         }
 

@@ -136,8 +136,8 @@ namespace
             Snapshot const after = TakeBackups();
             bool const isRolledOver = mpDestination->GetStatistics().mRollOvers != figures.mRollOvers;
             EXPECT_TRUE(isRolledOver || mMayMoveBackups || before == after);
-            for (auto const& [name, content] : before)
-                EXPECT_TRUE(std::ranges::any_of(after, [&](auto const& file) { return file.second == content; }));
+            for (auto const& backup : before)
+                EXPECT_TRUE(std::ranges::any_of(after, [&](auto const& file) { return file.second == backup.second; }));
         }
 
         Snapshot TakeBackups() const
