@@ -28,14 +28,11 @@ grep -q "property 'no.such.property'" consumer/output || { cat consumer/output; 
 consumer/kit_consumer 2>/dev/null
 echo "find_package(QzLog): built and ran, with Kafka and the kit"
 
-flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs qzlog)
-read -ra flags <<<"$flags"
-"${CXX:-c++}" -std=c++20 ../../tests/consumer/main.cpp -o consumer/by_pkg_config "${flags[@]}"
-consumer/by_pkg_config 2>/dev/null
-flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs qzlog-kit)
-read -ra flags <<<"$flags"
-"${CXX:-c++}" -std=c++20 ../../tests/consumer/kit.cpp -o consumer/kit_by_pkg_config "${flags[@]}"
-consumer/kit_by_pkg_config 2>/dev/null
+for module in qzlog:main qzlog-kit:kit; do
+    read -ra flags <<<"$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs "${module%:*}")"
+    "${CXX:-c++}" -std=c++20 "../../tests/consumer/${module#*:}.cpp" -o consumer/by_pkg_config "${flags[@]}"
+    consumer/by_pkg_config 2>/dev/null
+done
 echo "pkg-config qzlog, qzlog-kit: built and ran"
 
 # librdkafka comes with the Kafka module alone, which the library recommends.
