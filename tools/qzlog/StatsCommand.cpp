@@ -2,8 +2,12 @@
 
 #include "LogInput.h"
 #include "output/Output.h"
+#include "stats/Gaps.h"
+#include "stats/NewKinds.h"
+#include "stats/Scopes.h"
 #include "stats/StatsReport.h"
 #include "time/Moments.h"
+#include "traces/TraceReport.h"
 
 #include <limits>
 
@@ -17,12 +21,13 @@ namespace QzLogTool
             char const* GetName() const override { return "stats"; }
             char const* GetDescription() const override
             {
-                return "Counts records by logger, dispatcher, message ID and time";
+                return "Counts records, and tells what stands out among them";
             }
 
             void AddOptions(CLI::App& app) override
             {
-                mInput.AddTo(app);
+                mpApp = &app;
+                mInput.AddTo(app).required(false);
                 mFilterOptions.AddTo(app);
                 app.add_option("--slot", mSlot, "Width of the slots of time, such as 10m; as wide as fits without it")
                     ->option_text("SPAN");
@@ -32,8 +37,25 @@ namespace QzLogTool
                     ->option_text("WHAT")
                     ->check(CLI::IsMember(Grouping::GetNames()))
                     ->expected(1)
+                    ->allow_extra_args(false)
                     ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
                     ->excludes("--slot");
+                app.add_flag(
+                       "--scopes", mAsksScopes, "How long scopes take, from the lines where they are entered and left")
+                    ->option_text(" ")
+                    ->excludes("--slot");
+                app.add_flag(
+                       "--gaps", mAsksGaps, "The longest times without a record, and since when each log is silent")
+                    ->option_text(" ")
+                    ->excludes("--slot");
+                app.add_option("--new-since", mNewSince, "Kinds of message that came for the first time since then")
+                    ->option_text("TIME")
+                    ->excludes("--slot");
+                app.add_option("--trace", mTraces, "Reads a print-out of a command or message trace, and no log")
+                    ->option_text("FILE")
+                    ->expected(1)
+                    ->allow_extra_args(false)
+                    ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
                 app.add_option("--top", mTop, "The N most frequent ones in each table (20)")
                     ->option_text("N")
                     ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
@@ -42,6 +64,10 @@ namespace QzLogTool
 
             ExitCode Run() override
             {
+                if (!mTraces.empty())
+                    return ReportTraces();
+                if (mInput.mPaths.empty())
+                    throw Trouble("LOG is required, or --trace (see --help)");
                 std::int64_t slot = 0;
                 if (!mSlot.empty() && (!ReadSpan(mSlot, slot) || slot == 0))
                     throw Trouble("'" + mSlot + "' is no span of time; write it like \"10m\" or \"1h\"");
@@ -49,9 +75,10 @@ namespace QzLogTool
                 Progress progress;
                 RecordFilter filter(mFilterOptions);
                 std::unique_ptr<RecordSource> const pSource = mInput.Open(filter, progress, troubles);
-                StatsReport report(mGroupings, slot);
+                StatsReport report(mGroupings, MakeQuestions(), slot);
                 for (Record record; pSource->Next(record);)
                     report.Add(record);
+                report.Finish();
 
                 Output output(&progress);
                 if (mIsJson)
@@ -65,10 +92,58 @@ namespace QzLogTool
             }
 
         private:
+            StatsReport::Questions MakeQuestions() const
+            {
+                StatsReport::Questions questions;
+                std::int64_t const now = GetNow();
+                if (mAsksScopes)
+                    questions.push_back(std::make_unique<Scopes>());
+                if (mAsksGaps)
+                    questions.push_back(std::make_unique<Gaps>(mTop, now));
+                if (!mNewSince.empty())
+                    questions.push_back(std::make_unique<NewKinds>(ReadMoment(mNewSince, now)));
+                return questions;
+            }
+
+            ExitCode ReportTraces() const
+            {
+                for (CLI::Option const* const pOption : mpApp->get_options())
+                {
+                    std::string const name = pOption->get_name();
+                    bool const fits = name == "--trace" || name == "--top" || name == "--json";
+                    if (pOption->count() != 0 && !fits)
+                        throw Trouble("--trace reads no log, and takes no " + name + " (see --help)");
+                }
+                Troubles troubles;
+                Output output(nullptr);
+                bool hasAny = false;
+                for (std::string const& path : mTraces)
+                    try
+                    {
+                        PrintOut const printOut(
+                            path, [&troubles](std::string const& what) { troubles.Report(Trouble(what)); });
+                        mIsJson ? PrintTraceAsJson(output, path, printOut) : PrintTrace(output, path, printOut, mTop);
+                        hasAny = hasAny || printOut.GetPeriods() != 0;
+                    }
+                    catch (Trouble const& trouble)
+                    {
+                        troubles.Report(trouble);
+                    }
+                output.Flush();
+                if (troubles.HasAny())
+                    return ExitCode::Trouble;
+                return hasAny ? ExitCode::Success : ExitCode::Negative;
+            }
+
+            CLI::App const* mpApp = nullptr;
             LogInput mInput;
             FilterOptions mFilterOptions;
             std::string mSlot;
             std::vector<std::string> mGroupings;
+            bool mAsksScopes = false;
+            bool mAsksGaps = false;
+            std::string mNewSince;
+            std::vector<std::string> mTraces;
             std::size_t mTop = 20;
             bool mIsJson = false;
         };

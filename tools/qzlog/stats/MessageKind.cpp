@@ -3,6 +3,7 @@
 #include "Characters.h"
 
 #include <algorithm>
+#include <array>
 
 namespace QzLogTool
 {
@@ -13,41 +14,61 @@ namespace QzLogTool
         // Shorter words of hexadecimal digits alone are more often words.
         constexpr std::size_t kShortestHex = 4;
 
+        enum : unsigned char
+        {
+            kIsWord = 1,
+            kIsHex = 2,
+            kIsDigit = 4
+        };
+
+        constexpr auto kClasses = []
+        {
+            std::array<unsigned char, 256> classes{};
+            for (unsigned int i = 0; i < classes.size(); ++i)
+            {
+                char const c = static_cast<char>(i);
+                bool const isHex = IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+                classes[i] = static_cast<unsigned char>((IsDigit(c) || IsLetter(c) || i >= 0x80 ? kIsWord : 0) |
+                                                        (isHex ? kIsHex : 0) | (IsDigit(c) ? kIsDigit : 0));
+            }
+            return classes;
+        }();
+
+        unsigned int Classify(char c)
+        {
+            return kClasses[static_cast<unsigned char>(c)];
+        }
+
         bool IsWordCharacter(char c)
         {
-            return IsDigit(c) || IsLetter(c) || (c & 0x80) != 0;
+            return (Classify(c) & kIsWord) != 0;
         }
 
-        bool IsHexDigit(char c)
-        {
-            return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-        }
-
-        std::string_view TakeWord(std::string_view& line)
+        /// Moves a text behind the word that it begins with, and appends what that word has in common with others.
+        void TakeWord(std::string& kind, std::string_view& line)
         {
             std::size_t length = 0;
-            while (length < line.size() && IsWordCharacter(line[length]))
-                ++length;
-            std::string_view const word = line.substr(0, length);
-            line.remove_prefix(length);
-            return word;
-        }
-
-        void AppendWord(std::string& kind, std::string_view word)
-        {
-            bool const hasPrefix = word.starts_with("0x") || word.starts_with("0X");
-            bool const isHex = std::all_of(word.begin() + (hasPrefix ? 2 : 0), word.end(), IsHexDigit);
-            bool const hasDigit = std::any_of(word.begin(), word.end(), IsDigit);
-            if (isHex && hasDigit && (hasPrefix || word.size() >= kShortestHex))
+            unsigned int any = 0;
+            unsigned int all = kIsHex;
+            for (unsigned int found; length < line.size() && ((found = Classify(line[length])) & kIsWord) != 0;
+                 ++length)
             {
-                kind += 'N';
-                return;
+                any |= found;
+                all &= length == 1 && (line[1] == 'x' || line[1] == 'X') && line[0] == '0' ? all : found;
             }
-            for (std::size_t i = 0; i < word.size(); ++i)
-                if (!IsDigit(word[i]))
-                    kind += word[i];
-                else if (i == 0 || !IsDigit(word[i - 1]))
-                    kind += 'N';
+            std::string_view const word = line.substr(0, std::min(length, kLongest));
+            line.remove_prefix(length);
+            bool const hasPrefix = word.starts_with("0x") || word.starts_with("0X");
+            if ((any & kIsDigit) == 0)
+                kind += word;
+            else if ((all & kIsHex) != 0 && (hasPrefix || word.size() >= kShortestHex))
+                kind += 'N';
+            else
+                for (std::size_t i = 0; i < word.size(); ++i)
+                    if (!IsDigit(word[i]))
+                        kind += word[i];
+                    else if (i == 0 || !IsDigit(word[i - 1]))
+                        kind += 'N';
         }
 
         /// Where a quotation ends that begins a text; 0 when none does.
@@ -61,11 +82,12 @@ namespace QzLogTool
 
     void MakeMessageKind(std::string_view message, std::string& kind)
     {
-        std::string_view line = message.substr(0, message.find_first_of("\r\n"));
+        std::string_view line = message.substr(0, message.find('\n'));
+        line = line.substr(0, line.find('\r'));
         kind.clear();
         while (!line.empty() && kind.size() < kLongest)
             if (IsWordCharacter(line[0]))
-                AppendWord(kind, TakeWord(line).substr(0, kLongest));
+                TakeWord(kind, line);
             else
             {
                 // An apostrophe stands in front of a word's end only behind the word, which was taken before.

@@ -1,7 +1,7 @@
 #include "stats/StatsReport.h"
 
-#include "Characters.h"
 #include "output/Lines.h"
+#include "stats/Table.h"
 #include "time/Moments.h"
 
 #include <json/value.h>
@@ -23,22 +23,6 @@ namespace QzLogTool
         constexpr char const* kUsual[][2] = {
             {"logger", "loggers"}, {"dispatcher", "dispatchers"}, {"id", "message_ids"}};
         constexpr std::size_t kLongestLabel = 40;
-
-        /// How many columns a text takes, about.
-        std::size_t GetWidth(std::string_view text)
-        {
-            return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), ContinuesCharacter));
-        }
-
-        std::string MakeLabel(std::string const& name)
-        {
-            std::string label;
-            AppendVisible(label, MakeWellFormed(name));
-            bool const isTooLong = GetWidth(label) > kLongestLabel;
-            while (GetWidth(label) > kLongestLabel - (isTooLong ? 3 : 0))
-                label.pop_back();
-            return isTooLong ? label + "..." : label;
-        }
 
         /// A row a line: label, count, and a bar in what is left of the width.
         void PrintTable(Output& output, std::string const& title, Rows const& rows, unsigned int width)
@@ -76,7 +60,7 @@ namespace QzLogTool
             if (grouping.IsOfTime())
                 std::sort(rows.begin(), rows.end());
             for (auto& row : rows)
-                row.first = MakeLabel(row.first);
+                row.first = MakeLabel(row.first, kLongestLabel);
             std::size_t const hidden = counter.GetCounts().size() - rows.size();
             PrintTable(output, hidden == 0 ? title : title + " (and " + std::to_string(hidden) + " more)", rows, width);
         }
@@ -105,8 +89,8 @@ namespace QzLogTool
         }
     }
 
-    StatsReport::StatsReport(std::vector<std::string> const& groupings, std::int64_t slotWidth)
-        : mIsUsual(groupings.empty()), mSlots(slotWidth)
+    StatsReport::StatsReport(std::vector<std::string> const& groupings, Questions questions, std::int64_t slotWidth)
+        : mQuestions(std::move(questions)), mIsUsual(groupings.empty() && mQuestions.empty()), mSlots(slotWidth)
     {
         for (std::string const& name : groupings)
             mGroupings.emplace_back(name);
@@ -127,11 +111,19 @@ namespace QzLogTool
         mLast = std::max(mLast, record.mTime);
         for (Grouping& grouping : mGroupings)
             grouping.Add(record, mParser);
+        for (std::unique_ptr<Question> const& pQuestion : mQuestions)
+            pQuestion->Add(record, mParser);
         if (mIsUsual)
             mSlots.Add(ToLocal(record.mTime));
         MissedMessages missed;
         if (ReadMissedMessages(mParser, missed))
             mMissed += missed.mCount;
+    }
+
+    void StatsReport::Finish()
+    {
+        for (std::unique_ptr<Question> const& pQuestion : mQuestions)
+            pQuestion->Finish();
     }
 
     void StatsReport::PrintTables(Output& output, unsigned int width, std::size_t rows) const
@@ -145,6 +137,8 @@ namespace QzLogTool
             return;
         for (Grouping const& grouping : mGroupings)
             PrintGrouping(output, grouping, width, rows);
+        for (std::unique_ptr<Question> const& pQuestion : mQuestions)
+            pQuestion->Print(output, rows);
         if (!mIsUsual)
             return;
         Rows slots;
@@ -167,6 +161,8 @@ namespace QzLogTool
         for (Grouping const& grouping : mGroupings)
             if (!mIsUsual)
                 report["by"][grouping.GetName()] = ToJson(grouping.GetCounter());
+        for (std::unique_ptr<Question> const& pQuestion : mQuestions)
+            report[pQuestion->GetName()] = pQuestion->ToJson();
         if (mIsUsual)
             AddUsual(report);
         Json::StreamWriterBuilder builder;

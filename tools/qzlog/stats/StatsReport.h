@@ -4,12 +4,14 @@
 #include "reading/HeaderParser.h"
 #include "reading/Record.h"
 #include "stats/Grouping.h"
+#include "stats/Question.h"
 #include "stats/TimeSlots.h"
 
 #include <json/value.h>
 
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,11 +21,17 @@ namespace QzLogTool
     class StatsReport
     {
     public:
-        /// \param groupings  what to count by; loggers, dispatchers, message IDs and slots of time when there are none.
+        using Questions = std::vector<std::unique_ptr<Question>>;
+
+        /// \param groupings  what to count by. When there are none and no questions either, it is loggers, dispatchers,
+        ///                   message IDs and slots of time.
         /// \param slotWidth  see TimeSlots.
-        StatsReport(std::vector<std::string> const& groupings, std::int64_t slotWidth);
+        StatsReport(std::vector<std::string> const& groupings, Questions questions, std::int64_t slotWidth);
 
         void Add(Record const& record);
+
+        /// All records were added.
+        void Finish();
 
         /// How many records and lines without record there were.
         std::uint64_t GetCount() const { return mRecords + mLoose; }
@@ -42,6 +50,7 @@ namespace QzLogTool
         std::int64_t mFirst = std::numeric_limits<std::int64_t>::max();
         std::int64_t mLast = std::numeric_limits<std::int64_t>::min();
         std::vector<Grouping> mGroupings;
+        Questions const mQuestions;
         bool const mIsUsual;
         TimeSlots mSlots;
         HeaderParser mParser;

@@ -117,6 +117,27 @@ namespace QzLogTool
         return result + digits.substr(1);
     }
 
+    std::string FormatSpan(double milliseconds)
+    {
+        std::int64_t const whole = static_cast<std::int64_t>(milliseconds);
+        auto const twoDigits = [](std::int64_t number) { return std::to_string(100 + number).substr(1); };
+        auto const join = [&](std::int64_t large, char const* largeName, std::int64_t small, char const* smallName)
+        { return std::to_string(large) + largeName + twoDigits(small) + smallName; };
+        std::int64_t const seconds = whole / 1000;
+        std::int64_t const minutes = seconds / 60;
+        std::int64_t const hours = minutes / 60;
+        if (whole < 10 && milliseconds > static_cast<double>(whole))
+            return std::to_string(whole) + '.' +
+                   std::to_string(static_cast<int>((milliseconds - static_cast<double>(whole)) * 10)) + "ms";
+        if (seconds == 0)
+            return std::to_string(whole) + "ms";
+        if (minutes == 0)
+            return std::to_string(seconds) + '.' + std::to_string(1000 + whole % 1000).substr(1) + 's';
+        if (hours == 0)
+            return join(minutes, "m", seconds % 60, "s");
+        return hours < 24 ? join(hours, "h", minutes % 60, "m") : join(hours / 24, "d", hours % 24, "h");
+    }
+
     bool ReadSpan(std::string const& text, std::int64_t& milliseconds)
     {
         milliseconds = 0;

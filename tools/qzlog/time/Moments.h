@@ -23,6 +23,10 @@ namespace QzLogTool
     /// "2026-11-18 03:02:07.123", whatever zone the moment is in.
     std::string FormatMoment(std::int64_t moment);
 
+    /// A span of time as people read it, such as "0.4ms", "12ms", "1.234s", "2m03s", "1h02m" or "3d04h"; what is below
+    /// its last unit is cut off.
+    std::string FormatSpan(double milliseconds);
+
     /// Reads a span of time, such as "10m" or "1h30m", in milliseconds. False when it is none.
     bool ReadSpan(std::string const& text, std::int64_t& milliseconds);
 }

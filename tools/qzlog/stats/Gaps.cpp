@@ -1,0 +1,167 @@
+#include "stats/Gaps.h"
+
+#include "output/Lines.h"
+#include "reading/Backups.h"
+#include "stats/Owners.h"
+#include "stats/Table.h"
+#include "time/Moments.h"
+
+#include <algorithm>
+
+namespace QzLogTool
+{
+    namespace
+    {
+        constexpr std::size_t kMostGaps = 10'000;
+        constexpr std::size_t kMostProcesses = 65'536;
+        constexpr std::size_t kLongestPath = 4096;
+
+        std::string FormatTime(std::int64_t time)
+        {
+            return FormatMoment(ToLocal(time));
+        }
+    }
+
+    Gaps::Gaps(std::size_t most, std::int64_t now) : mMost(std::min(most, kMostGaps)), mNow(now) {}
+
+    void Gaps::Add(Record const& record, HeaderParser const& parser)
+    {
+        Note(mOfAll, mLast, record.mTime, std::string_view());
+        if (LastTime* const pProcess = FindProcess(GetProcessOf(parser.GetFields())))
+            Note(mOfProcesses, pProcess->second, record.mTime, pProcess->first);
+        else
+            ++mUnknown;
+        std::int64_t& last = FindLog(record.mpPath).second;
+        last = std::max(last, record.mTime);
+    }
+
+    bool Gaps::IsLonger(Gap const& a, Gap const& b)
+    {
+        std::int64_t const difference = (a.mTo - a.mFrom) - (b.mTo - b.mFrom);
+        return difference != 0 ? difference > 0 : a.mFrom < b.mFrom;
+    }
+
+    /// \param last  moves on to `now`, and never back: a record that comes too late ends no gap.
+    void Gaps::Note(Longest& longest, std::int64_t& last, std::int64_t now, std::string_view owner) const
+    {
+        bool const isFirst = last == std::numeric_limits<std::int64_t>::min();
+        bool const isLonger = longest.size() < mMost || (mMost != 0 && now - last > longest[0].mTo - longest[0].mFrom);
+        if (!isFirst && now > last && isLonger)
+        {
+            if (longest.size() == mMost)
+            {
+                std::pop_heap(longest.begin(), longest.end(), IsLonger);
+                longest.pop_back();
+            }
+            longest.push_back({last, now, std::string(owner)});
+            std::push_heap(longest.begin(), longest.end(), IsLonger);
+        }
+        last = std::max(last, now);
+    }
+
+    /// Null when there are too many.
+    Gaps::LastTime* Gaps::FindProcess(std::string_view process)
+    {
+        if (mpProcess && mpProcess->first == process)
+            return mpProcess;
+        auto found = mProcesses.find(process);
+        if (found == mProcesses.end() && mProcesses.size() == kMostProcesses)
+            return nullptr;
+        if (found == mProcesses.end())
+            found = mProcesses.try_emplace(std::string(process), std::numeric_limits<std::int64_t>::min()).first;
+        return mpProcess = &*found;
+    }
+
+    /// The log that a file belongs to. There are no more of them than were named.
+    Gaps::LastTime& Gaps::FindLog(std::string const* pPath)
+    {
+        if (mpLog && mPath == (pPath ? *pPath : std::string()))
+            return *mpLog;
+        mPath = pPath ? *pPath : std::string();
+        std::string log;
+        unsigned int number;
+        if (!SplitBackupPath(mPath, log, number))
+            log = mPath;
+        return *(mpLog = &*mLogs.try_emplace(log, std::numeric_limits<std::int64_t>::min()).first);
+    }
+
+    void Gaps::Finish()
+    {
+        std::sort_heap(mOfAll.begin(), mOfAll.end(), IsLonger);
+        std::sort_heap(mOfProcesses.begin(), mOfProcesses.end(), IsLonger);
+    }
+
+    /// The one that is silent for longest first.
+    std::vector<Gaps::LastTime> Gaps::SortLogs() const
+    {
+        std::vector<LastTime const*> logs;
+        logs.reserve(mLogs.size());
+        for (LastTime const& log : mLogs)
+            logs.push_back(&log);
+        std::sort(logs.begin(), logs.end(),
+            [](LastTime const* a, LastTime const* b)
+            { return a->second != b->second ? a->second < b->second : a->first < b->first; });
+        std::vector<LastTime> result;
+        result.reserve(logs.size());
+        for (LastTime const* const pLog : logs)
+            result.push_back(*pLog);
+        return result;
+    }
+
+    void Gaps::Print(Output& output, std::size_t rows) const
+    {
+        for (Longest const* const pLongest : {&mOfAll, &mOfProcesses})
+        {
+            bool const isOfAll = pLongest == &mOfAll;
+            output.Write(
+                isOfAll ? "\nLongest times without a record\n" : "\nLongest times without a record of one process\n");
+            std::vector<std::vector<std::string>> table{{"length", "from", isOfAll ? "to" : "to, process"}};
+            for (std::size_t i = 0; i < std::min(rows, pLongest->size()); ++i)
+            {
+                Gap const& gap = (*pLongest)[i];
+                std::string const owner = isOfAll ? "" : ' ' + MakeOwnerLabel(gap.mOwner);
+                table.push_back({FormatSpan(static_cast<double>(gap.mTo - gap.mFrom)), FormatTime(gap.mFrom),
+                    FormatTime(gap.mTo) + owner});
+            }
+            PrintColumns(output, table);
+        }
+        if (mUnknown != 0)
+            output.Write(std::to_string(mUnknown) + " records of further processes are not among these\n");
+        output.Write("\nLast records\n");
+        std::vector<std::vector<std::string>> table{{"silent", "since", "log"}};
+        std::vector<LastTime> const logs = SortLogs();
+        for (std::size_t i = 0; i < std::min(rows, logs.size()); ++i)
+            table.push_back({FormatSpan(static_cast<double>(std::max<std::int64_t>(mNow - logs[i].second, 0))),
+                FormatTime(logs[i].second), MakeLabel(logs[i].first, kLongestPath)});
+        PrintColumns(output, table);
+    }
+
+    Json::Value Gaps::ToJson() const
+    {
+        Json::Value result(Json::objectValue);
+        for (Longest const* const pLongest : {&mOfAll, &mOfProcesses})
+        {
+            Json::Value& list = result[pLongest == &mOfAll ? "all" : "processes"] = Json::Value(Json::arrayValue);
+            for (Gap const& gap : *pLongest)
+            {
+                Json::Value row(Json::objectValue);
+                row["milliseconds"] = Json::Int64{gap.mTo - gap.mFrom};
+                row["from"] = FormatTime(gap.mFrom);
+                row["to"] = FormatTime(gap.mTo);
+                if (pLongest == &mOfProcesses)
+                    PutOwner(row, gap.mOwner);
+                list.append(row);
+            }
+        }
+        result["further_records"] = Json::UInt64{mUnknown};
+        for (auto const& [log, last] : SortLogs())
+        {
+            Json::Value row(Json::objectValue);
+            row["log"] = MakeWellFormed(log);
+            row["last"] = FormatTime(last);
+            row["silent_milliseconds"] = Json::Int64{std::max<std::int64_t>(mNow - last, 0)};
+            result["logs"].append(row);
+        }
+        return result;
+    }
+}
