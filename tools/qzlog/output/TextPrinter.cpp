@@ -8,6 +8,8 @@ namespace QzLogTool
 {
     namespace
     {
+        constexpr std::size_t kLong = std::size_t{64} << 10;
+
         // Control sequences of terminals.
         constexpr char kPlain[] = "\x1B[0m";
         constexpr char kTime[] = "\x1B[36m";
@@ -65,7 +67,14 @@ namespace QzLogTool
             mIsInLine = !isEnded;
             if (isEnded)
                 EndLine();
+            if (mText.size() >= kLong)
+                Flush();
         }
+        Flush();
+    }
+
+    void TextPrinter::Flush()
+    {
         mOutput.Write(mText);
         mText.clear();
     }
@@ -128,7 +137,13 @@ namespace QzLogTool
     {
         if (mOutput.IsTerminal())
             AppendVisible(mText, text);
-        else
+        else if (text.size() < kLong)
             mText += text;
+        else
+        {
+            // Not copied: there may be 16 MB of it.
+            Flush();
+            mOutput.Write(text);
+        }
     }
 }

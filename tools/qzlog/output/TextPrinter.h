@@ -25,6 +25,7 @@ namespace QzLogTool
 
     private:
         void PrintText(std::string_view text);
+        void Flush();
         void EndLine();
         void AppendTime(std::string_view time, std::int64_t moment);
         void AppendHeader(std::string_view header, std::int64_t moment);

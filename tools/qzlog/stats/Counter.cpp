@@ -7,6 +7,8 @@ namespace QzLogTool
     namespace
     {
         constexpr std::size_t kMostNames = 65536;
+        // Beside its bytes.
+        constexpr std::size_t kBytesOfOne = 100;
         constexpr char kOthers[] = "(others)";
     }
 
@@ -17,7 +19,12 @@ namespace QzLogTool
         {
             auto found = mCounts.find(name);
             if (found == mCounts.end())
-                found = mCounts.try_emplace(mCounts.size() < kMostNames ? std::string(name) : kOthers).first;
+            {
+                mBytes += name.size() + kBytesOfOne;
+                bool const isFull = mCounts.size() >= kMostNames || mBytes > mMostBytes;
+                found = mCounts.try_emplace(isFull ? kOthers : std::string(name)).first;
+                mBytes = isFull ? mMostBytes : mBytes;
+            }
             mpLast = &*found;
         }
         ++mpLast->second;

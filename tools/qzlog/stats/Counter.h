@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -10,10 +11,14 @@
 
 namespace QzLogTool
 {
-    /// How often each name was seen. Beyond 65,536 names new ones are counted together.
+    /// How often each name was seen. Beyond 65,536 names, or when they take too much memory, new ones are counted
+    /// together.
     class Counter
     {
     public:
+        /// \param mostBytes  what the names and their counts take at most, about.
+        explicit Counter(std::size_t mostBytes) : mMostBytes(mostBytes) {}
+
         void Add(std::string_view name);
 
         /// In no order.
@@ -29,6 +34,8 @@ namespace QzLogTool
             std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
         };
 
+        std::size_t const mMostBytes;
+        std::size_t mBytes = 0;
         std::unordered_map<std::string, std::uint64_t, Hash, std::equal_to<>> mCounts;
         std::pair<std::string const, std::uint64_t>* mpLast = nullptr;
     };

@@ -45,10 +45,11 @@ namespace QzLogTool
         return names;
     }
 
-    Grouping::Grouping(std::string const& name)
+    Grouping::Grouping(std::string const& name, std::size_t mostBytes)
         : mName(name),
           mKind(*std::find_if(
-              GetKinds().begin(), GetKinds().end(), [&name](Kind const& kind) { return kind.mName == name; }))
+              GetKinds().begin(), GetKinds().end(), [&name](Kind const& kind) { return kind.mName == name; })),
+          mCounter(mostBytes)
     {
     }
 

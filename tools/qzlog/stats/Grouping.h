@@ -18,7 +18,8 @@ namespace QzLogTool
         static std::vector<std::string> GetNames();
 
         /// \param name  one of those.
-        explicit Grouping(std::string const& name);
+        /// \param mostBytes  see Counter.
+        Grouping(std::string const& name, std::size_t mostBytes);
 
         std::string const& GetName() const { return mName; }
 

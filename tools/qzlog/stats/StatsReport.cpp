@@ -22,6 +22,8 @@ namespace QzLogTool
         // Keys in JSON of what is counted when nothing else was asked for.
         constexpr char const* kUsual[][2] = {
             {"logger", "loggers"}, {"dispatcher", "dispatchers"}, {"id", "message_ids"}};
+        // Memory for the names of all tables. Those who show them take as much again, and as JSON twice as much.
+        constexpr std::size_t kNames = std::size_t{10} << 20;
         constexpr std::size_t kLongestLabel = 40;
 
         /// A row a line: label, count, and a bar in what is left of the width.
@@ -92,11 +94,12 @@ namespace QzLogTool
     StatsReport::StatsReport(std::vector<std::string> const& groupings, Questions questions, std::int64_t slotWidth)
         : mQuestions(std::move(questions)), mIsUsual(groupings.empty() && mQuestions.empty()), mSlots(slotWidth)
     {
+        std::size_t const share = kNames / std::max<std::size_t>(mIsUsual ? std::size(kUsual) : groupings.size(), 1);
         for (std::string const& name : groupings)
-            mGroupings.emplace_back(name);
+            mGroupings.emplace_back(name, share);
         for (auto const& usual : kUsual)
             if (mIsUsual)
-                mGroupings.emplace_back(usual[0]);
+                mGroupings.emplace_back(usual[0], share);
     }
 
     void StatsReport::Add(Record const& record)
