@@ -44,9 +44,10 @@ namespace QzLogTool
     /// \param last  moves on to `now`, and never back: a record that comes too late ends no gap.
     void Gaps::Note(Longest& longest, std::int64_t& last, std::int64_t now, std::string_view owner) const
     {
-        bool const isFirst = last == std::numeric_limits<std::int64_t>::min();
+        if (last == std::numeric_limits<std::int64_t>::min())
+            last = now; // the first record, which ends none
         bool const isLonger = longest.size() < mMost || (mMost != 0 && now - last > longest[0].mTo - longest[0].mFrom);
-        if (!isFirst && now > last && isLonger)
+        if (now > last && isLonger)
         {
             if (longest.size() == mMost)
             {
