@@ -90,6 +90,8 @@ namespace QzLog
         mModuleNumber = gModuleInit.moduleNumber.load();
     }
 
+    Logger_Impl::~Logger_Impl() = default;
+
     QzBase::CountedPtr<Logger_Impl> Logger_Impl::Create(char const* name, QzSynch::EnumHvnLockStackCategory category)
     {
         // The proxy gets the logger only now that somebody holds it: a notification that took the first reference

@@ -47,7 +47,7 @@ namespace QzLog
         using DispatcherPtr = QzBase::CountedPtr<Dispatcher>;
 
         Logger_Impl(char const* name, QzSynch::EnumHvnLockStackCategory category);
-        ~Logger_Impl() override = default;
+        ~Logger_Impl() override;
 
         bool Append(std::string const& name, DispatcherPtr const& dispatcher, std::size_t& index);
         void Exchange(std::size_t index, DispatcherPtr const& dispatcher);

@@ -16,7 +16,7 @@ namespace QzLogKit
         std::string const& GetText() const { return mText; }
         bool Matches(std::string_view name) const;
 
-        std::strong_ordering operator<=>(Pattern const&) const = default;
+        std::strong_ordering operator<=>(Pattern const&) const = default; // NOLINT(modernize-use-nullptr)
         bool operator==(Pattern const&) const = default;
 
     private:
