@@ -43,24 +43,38 @@ namespace QzLog
         bool WriteForeignRecord(std::string_view text);
 
     private:
-        /// A stay in the section, of either kind. Leaves the lock on the file held only for a thread that comes next.
-        template <class InSection>
-        class Stay : private InSection
+        /// A stay in the section. Leaves the lock on the file held only for a thread that comes next.
+        class Hold : private QzSynch::ForkableSection::Hold
         {
         public:
-            explicit Stay(Destination_DiskFile_Impl& destination)
-                : InSection(destination.mSection), mLog(destination.mLog)
+            explicit Hold(Destination_DiskFile_Impl& destination)
+                : QzSynch::ForkableSection::Hold(destination.mSection), mLog(destination.mLog)
             {
             }
-            ~Stay() { mLog.ReleaseUnlessAwaited(); }
-            Stay(Stay const&) = delete;
-            Stay& operator=(Stay const&) = delete;
+            ~Hold() { mLog.ReleaseUnlessAwaited(); }
+            Hold(Hold const&) = delete;
+            Hold& operator=(Hold const&) = delete;
 
         private:
             LogFile& mLog;
         };
-        using Hold = Stay<QzSynch::ForkableSection::Hold>;
-        using Look = Stay<QzSynch::ForkableSection::Look>;
+
+        /// A mere look at the settings. Always releases the lock on the file: threads that look again and again, each
+        /// awaited by another, would keep it for ever, while nobody writes.
+        class Look : private QzSynch::ForkableSection::Look
+        {
+        public:
+            explicit Look(Destination_DiskFile_Impl& destination)
+                : QzSynch::ForkableSection::Look(destination.mSection), mLog(destination.mLog)
+            {
+            }
+            ~Look() { mLog.Release(); }
+            Look(Look const&) = delete;
+            Look& operator=(Look const&) = delete;
+
+        private:
+            LogFile& mLog;
+        };
 
         void PrepareForFork() noexcept override;
         void GoOnInForkedChild(bool wasGap) noexcept override;

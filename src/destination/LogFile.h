@@ -48,9 +48,11 @@ namespace QzLog
             bool mIsOwner = true;
         };
 
-        /// Releases the lock on the file that Lock::PassOn has left held: to be called by whoever leaves the section,
-        /// and before a fork. Only then can the lock stay held, when another thread will soon be in the section.
+        /// For whoever leaves the section after Lock::PassOn or without a lock: the lock on the file stays held only if
+        /// another thread will soon be in the section, and within the limits below.
         void ReleaseUnlessAwaited() noexcept;
+
+        /// For whoever leaves the section and was not there to write, and before a fork.
         void Release() noexcept;
 
         void CreateFolder() const;

@@ -30,8 +30,8 @@ namespace
                 int const result = flock(file, operation);
                 if (result != 0)
                     return result;
+                gLocks += operation != LOCK_UN;
                 gIsHeld = operation != LOCK_UN;
-                gLocks += gIsHeld;
                 gRecords = 0;
                 return result;
             };
@@ -199,21 +199,32 @@ TEST_F(DiskFileTest, ThreadsPassTheLockOnTheFileOnForSomeRecords)
     EXPECT_TRUE(rules.IsPassedOn());
     EXPECT_LE(rules.gMostRecords, 8);
 
-    // Those who only look at the settings are waited for like writers, and must not leave the lock behind.
+    // Those who only look at the settings are waited for like writers, and must not leave the lock behind, not even to
+    // each other.
     auto const other = QzFileSystem::CreateUpdateableFile(WideIn("x.log"), QzFileSystem::KeepOnClose);
+    std::atomic<int> leftBehind = 0;
+    auto const look = [&](std::stop_token const& stop)
+    {
+        while (!stop.stop_requested())
+        {
+            int const before = rules.gLocks;
+            mpDestination->GetBackupCount();
+            bool const isHeld = rules.gIsHeld;
+            leftBehind += isHeld && rules.gLocks == before;
+        }
+    };
     for (int round = 0; round < 20; ++round)
     {
-        std::jthread looking(
-            [&](std::stop_token stop)
-            {
-                while (!stop.stop_requested())
-                    mpDestination->GetBackupCount();
-            });
-        for (int i = 0; i < 20; ++i)
-            Write("beside looks");
-        looking = {};
+        {
+            std::vector<std::jthread> looking;
+            for (int i = 0; i < 3; ++i)
+                looking.emplace_back(look);
+            for (int i = 0; i < 200; ++i)
+                Write("beside looks");
+        }
         ASSERT_TRUE(QzFileSystem::FileTryWriteLock(*other).HoldsLock()) << round;
     }
+    EXPECT_EQ(leftBehind, 0);
 }
 
 TEST_F(DiskFileTest, AForkPassesWhoWaitsForTheLockOnTheFile)
