@@ -51,6 +51,9 @@ namespace QzOs
             std::vector<std::string> folders{GetFolder(own)};
             if (std::string resolved = GetFolder(Resolve(own.c_str())); resolved != folders.front())
                 folders.push_back(std::move(resolved));
+            // Empty where the path is unknown, or the file is not there any more. The loader would search its own
+            // folders for a name without one.
+            std::erase(folders, "");
             return folders;
         }
 
@@ -66,7 +69,10 @@ namespace QzOs
 
     void* FindInOwnModule(std::string const& fileName, char const* symbol, std::string& reasons)
     {
-        for (std::string const& folder : GetOwnFolders())
+        std::vector<std::string> const folders = GetOwnFolders();
+        if (folders.empty())
+            reasons = "'" + fileName + "': the folder of this library is not known";
+        for (std::string const& folder : folders)
         {
             std::string const path = folder + fileName;
             void* const module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
