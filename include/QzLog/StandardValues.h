@@ -3,6 +3,7 @@
 #include <QzLog/details/CallValues.h>
 #include <QzResource/MessageFormatter.h>
 
+#include <algorithm>
 #include <chrono>
 #include <concepts>
 #include <cstddef>
@@ -11,6 +12,7 @@
 #include <locale>
 #include <optional>
 #include <ranges>
+#include <ratio>
 #include <sstream>
 #include <string>
 #include <string_view>
