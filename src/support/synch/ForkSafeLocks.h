@@ -12,7 +12,7 @@ namespace QzSynch
     enum class Readers
     {
         kFrequent,
-        /// Such as never come with a message: the lock is 600 bytes smaller, and its readers write to one counter.
+        /// Such as seldom come with a message: the lock is 600 bytes smaller, and its readers write to one counter.
         kRare
     };
 
