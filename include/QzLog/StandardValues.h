@@ -149,7 +149,13 @@ namespace QzResource
     {
         using namespace std::chrono;
         if constexpr (treat_as_floating_point_v<typename Duration::rep>)
-            return formatter << floor<nanoseconds>(time);
+        {
+            // Not a number is in no range.
+            constexpr hours kLimit(24 * 365 * 290);
+            if (time.time_since_epoch() > -kLimit && time.time_since_epoch() < kLimit)
+                return formatter << floor<nanoseconds>(time);
+            return formatter << time.time_since_epoch();
+        }
         else
         {
             auto const day = floor<days>(time);

@@ -140,6 +140,7 @@ TEST_F(LogCallTest, ValuesOfTheStandardLibraryHaveTheirTexts)
         {TextOf(sys_seconds(-1s)), "1969-12-31T23:59:59Z"},
         {TextOf(sys_seconds::max()), "9223372036854775807s"},
         {TextOf(sys_time<duration<double>>(1.5s)), "1970-01-01T00:00:01.500000000Z"},
+        {TextOf(sys_time<duration<double>>(duration<double>(1e30))), "1e+30s"},
         {TextOf(steady_clock::time_point(5ns)), "5ns"},
         {TextOf(std::optional<std::optional<int>>(std::nullopt)), "none"},
         {TextOf(std::make_optional(2.5)), "2.5"},
