@@ -31,5 +31,5 @@ unused=$(sed -nE '/ should remove these lines:$/,/^$/ {
         G; s/(.*)\n(.*)/\2: \1/p; d
         :keep
         h
-    }' "$report" | sed "s|^$PWD/||" | grep -vE '^(kit/)?include/|^examples/[^/]*: .*QzLog/QzLog\.h' | sort -u || true)
+    }' "$report" | sed "s|^$PWD/||" | grep -vE '^(kit/)?include/|^examples/[^:]*: .*QzLog/QzLog\.h' | sort -u || true)
 [ -z "$unused" ] || { printf 'Included and not used:\n%s\n' "$unused"; exit 1; }

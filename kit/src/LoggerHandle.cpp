@@ -3,7 +3,6 @@
 #include "ForkSafeLock.h"
 
 #include <QzLog/Dispatcher.h>
-#include <QzLog/ThreadSpecificLogInfo.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 #include <QzSynch/ThreadSpecificLogInfo.h>
 

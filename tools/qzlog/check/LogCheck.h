@@ -3,7 +3,6 @@
 #include "check/CheckReport.h"
 #include "check/FileChecker.h"
 #include "check/RecordHistory.h"
-#include "reading/LogBytes.h"
 #include "reading/RecordSplitter.h"
 
 #include <cstdint>
