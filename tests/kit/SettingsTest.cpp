@@ -41,7 +41,7 @@ namespace
     std::string const kIDs = "message IDs such as \"0x80000304\"";
     std::string const kIDKey = "as the key a message ID such as \"0x80000304\"";
     std::string const kTop = "one of basePath, catalogs, destinations, kafka, language, routes, server";
-    std::string const kSame = "the type, limits and call stacks of \"x\", which is the same object";
+    std::string const kSame = "the type, source, limits and call stacks of \"x\", which writes to the same place";
     std::string const kServer = "a name without \"]\" and control characters";
 
     // Strings with a zero character cannot stand for any name or path.
@@ -88,7 +88,8 @@ namespace
             {R"("fax")", R"("File")", R"("")", "1", "true", "null", "[]", "{}"}},
         {InTop(R"("destinations": {"x": {"type": "file", "path": @}})"), "destinations.x.path", "a path", kNoText},
         {InTop(R"("destinations": {"x": {"type": "kafka", "path": @}})"), "destinations.x.path", "a path", kNoText},
-        {InTop(R"("destinations": {"x": @})"), "destinations.x", "\"type\"", {R"({"callStacks": []})"}},
+        {InTop(R"("destinations": {"x": @})"), "destinations.x", "\"type\"",
+            {R"({"callStacks": []})", R"({"path": "f"})"}},
         {InTop(R"("destinations": {"x": @})"), "destinations.x.path", "a path",
             {R"({"type": "file"})", R"({"type": "kafka"})"}},
         {InDestination("rateLimit", R"("to": "y", @)"), "destinations.x", R"("messages" and "period")",
@@ -228,6 +229,12 @@ TEST_F(KitSettings, AllFaultsAreReportedAtOnceAndNoSecretIsShown)
     for (char const* const file : {"nowhere.json", "/proc"})
         ASSERT_EQ(FindFaults(file).size(), 1u) << file;
     EXPECT_EQ(FindFaults("nowhere.json")[0].mFound, "No such file or directory");
+
+    // What is missing is one fault, not another one for each thing that follows from it.
+    Put("settings.json",
+        R"({"destinations": {"f": {"type": "file"}, "g": {"type": "kafka"}, "h": {"type": "fax", "to": 5}},
+        "routes": {"*": ["h"]}, "catalogs": {"*": "nowhere.json"}})");
+    EXPECT_EQ(FindFaults("settings.json").size(), 4u);
 
     Put("settings.json", std::string(100000, '['));
     ASSERT_EQ(FindFaults("settings.json").size(), 1u);

@@ -7,6 +7,8 @@
 #include <QzSynch/ReferenceCountedImpl.h>
 
 #include <limits>
+#include <optional>
+#include <utility>
 
 namespace QzLogKit
 {
@@ -81,13 +83,16 @@ namespace QzLogKit
     {
         CatalogTexts texts;
         Faults own;
-        JsonFile const file(name, ReadWholeFile(path, name, own), own);
+        std::string text = ReadWholeFile(path, name, own);
+        std::optional<JsonFile> file;
+        if (own.IsEmpty())
+            file.emplace(name, std::move(text), own);
         if (!own.IsEmpty())
         {
             own.MoveTo(faults);
             return texts;
         }
-        Section top(file, file.GetRoot(), "", faults);
+        Section top(*file, file->GetRoot(), "", faults);
         top.Take("domain");
         if (top.Has("domain"))
             texts.mDomain =

@@ -21,11 +21,12 @@ namespace QzLogKit
         constexpr char const* kPer[] = {"messageID", "callSite", "dispatcher"};
         constexpr char const* kRecoveries[] = {"basic", "strict"};
 
-        DestinationType ReadType(Section& section)
+        std::optional<DestinationType> ReadType(Section& section)
         {
             if (!section.Has("type"))
                 section.Reject("\"type\"");
-            return static_cast<DestinationType>(section.ReadChoice("type", kTypes, 0));
+            std::size_t const type = section.ReadChoice("type", kTypes, std::size(kTypes));
+            return type < std::size(kTypes) ? std::optional(static_cast<DestinationType>(type)) : std::nullopt;
         }
 
         void ReadFile(Section& section, DestinationSettings& destination)
@@ -70,10 +71,14 @@ namespace QzLogKit
             return id && *id != 0 ? id : std::nullopt;
         }
 
-        DestinationSettings ReadDestination(Section section)
+        /// Nothing if the type is not known: then nobody knows what the other keys should be.
+        std::optional<DestinationSettings> ReadDestination(Section section)
         {
+            std::optional<DestinationType> const type = ReadType(section);
+            if (!type)
+                return std::nullopt;
             DestinationSettings destination;
-            destination.mType = ReadType(section);
+            destination.mType = *type;
             if (destination.mType == DestinationType::SystemLog)
                 destination.mSource = section.ReadOptionalText("source").value_or("");
             if (destination.mType == DestinationType::File || destination.mType == DestinationType::Kafka)
@@ -101,8 +106,8 @@ namespace QzLogKit
             return (std::filesystem::path(basePath) / path).lexically_normal().string();
         }
 
-        /// The object of the core behind a destination: "" is the terminal.
-        std::string GetObjectOf(DestinationSettings const& destination, std::string const& basePath)
+        /// The object of the core behind a destination: "" is the terminal. Nothing if the path is missing.
+        std::optional<std::string> GetObjectOf(DestinationSettings const& destination, std::string const& basePath)
         {
             switch (destination.mType)
             {
@@ -113,6 +118,8 @@ namespace QzLogKit
             default:
                 break;
             }
+            if (destination.mPath.empty())
+                return std::nullopt;
             return Normalize(destination.mPath, basePath);
         }
 
@@ -162,14 +169,17 @@ namespace QzLogKit
         std::map<std::string, std::string> firstOfObject;
         for (std::string const& name : destinations.GetNames())
         {
-            DestinationSettings const added = ReadDestination(destinations.ReadSection(name));
-            read.emplace(name, added);
-            if (!added.mTo.empty())
+            std::optional<DestinationSettings> const added = ReadDestination(destinations.ReadSection(name));
+            // Routes may name it also if it has faults.
+            read.emplace(name, added.value_or(DestinationSettings()));
+            std::optional<std::string> const object = added ? GetObjectOf(*added, basePath.value_or("")) : std::nullopt;
+            if (!object)
                 continue;
-            auto const [first, isNew] = firstOfObject.try_emplace(GetObjectOf(added, basePath.value_or("")), name);
-            if (!isNew && !Agree(read.at(first->second), added))
+            auto const [first, isNew] = firstOfObject.try_emplace(*object, name);
+            if (!isNew && !Agree(read.at(first->second), *added))
                 destinations.Reject(destinations.Take(name), name,
-                    "the type, limits and call stacks of \"" + first->second + "\", which is the same object",
+                    "the type, source, limits and call stacks of \"" + first->second +
+                        "\", which writes to the same place",
                     "others");
         }
         CheckTargets(destinations, read);
