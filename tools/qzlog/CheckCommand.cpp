@@ -5,6 +5,7 @@
 #include "time/Moments.h"
 
 #include <limits>
+#include <optional>
 
 namespace QzLogTool
 {
@@ -41,7 +42,7 @@ namespace QzLogTool
             ExitCode Run() override
             {
                 constexpr std::int64_t kEver = std::numeric_limits<std::int64_t>::min();
-                std::int64_t const since = mSince.empty() ? kEver : ReadMoment(mSince, GetNow());
+                std::int64_t const since = mSince ? ReadMoment(*mSince, GetNow()) : kEver;
                 Troubles troubles;
                 Progress progress;
                 Output output(&progress);
@@ -72,7 +73,7 @@ namespace QzLogTool
         private:
             LogInput mInput;
             CheckReport::Style mStyle;
-            std::string mSince;
+            std::optional<std::string> mSince;
         };
     }
 

@@ -72,7 +72,7 @@ namespace QzLogTool
             {
                 return app.add_option(name, values, description)
                     ->option_text(valueName)
-                    ->expected(1)
+                    ->allow_extra_args(false)
                     ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
             }
 

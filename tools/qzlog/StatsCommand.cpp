@@ -10,6 +10,7 @@
 #include "traces/TraceReport.h"
 
 #include <limits>
+#include <optional>
 
 namespace QzLogTool
 {
@@ -100,8 +101,8 @@ namespace QzLogTool
                     questions.push_back(std::make_unique<Scopes>());
                 if (mAsksGaps)
                     questions.push_back(std::make_unique<Gaps>(mTop, now));
-                if (!mNewSince.empty())
-                    questions.push_back(std::make_unique<NewKinds>(ReadMoment(mNewSince, now)));
+                if (mNewSince)
+                    questions.push_back(std::make_unique<NewKinds>(ReadMoment(*mNewSince, now)));
                 return questions;
             }
 
@@ -142,7 +143,7 @@ namespace QzLogTool
             std::vector<std::string> mGroupings;
             bool mAsksScopes = false;
             bool mAsksGaps = false;
-            std::string mNewSince;
+            std::optional<std::string> mNewSince;
             std::vector<std::string> mTraces;
             std::size_t mTop = 20;
             bool mIsJson = false;

@@ -245,6 +245,12 @@ namespace
             {"qzlog view --process x server.log", 2, "'x' is no number"},
             {"qzlog view --since 10x server.log", 2, "'10x' is no time"},
             {"qzlog view --since '2026-02-30' server.log", 2, "'2026-02-30' is no time"},
+            {"qzlog check --since '' server.log", 2, "'' is no time"},
+            {"qzlog stats --new-since '' server.log", 2, "'' is no time"},
+            // What comes after a value is no further one.
+            {"qzlog mask --key a server.log </dev/null", 2, "was not expected: server.log"},
+            {"qzlog mask --set emails server.log </dev/null", 2, "was not expected: server.log"},
+            {"qzlog view -b x --topic a server.log", 2, "LOG excludes --brokers"},
             {"qzlog view -E '[' server.log", 2, "'[' is no regular expression: missing ]"},
             {"qzlog stats --slot 0s server.log", 2, "'0s' is no span"},
             {"qzlog view server.log >/dev/full", 2, "standard output: No space left on device"},
