@@ -9,8 +9,8 @@ namespace QzLogKit
     /// A destination that passes all messages on to `target`, structured ones (QzBase::Message) in a language of its
     /// own. Two files of one dispatcher, the second for readers of German:
     ///
-    ///     QzBase::CountedPtr<QzLog::Destination> const german(QzLogKit::CreateDestination_Language(*germanFile,
-    ///     0x407)); dispatcher->SetDestinations(QzLog::CreateDestinationCollection({file.get(), german.get()}));
+    ///     auto const german = QzLogKit::CreateDestination_Language(*germanFile, 0x407);
+    ///     dispatcher->SetDestinations(QzLogKit::CreateDestinationList(file, german));
     ///
     /// Finished texts pass as they are: their language was chosen when they were made. The IDs of messages with a call
     /// stack are those of the target, which is held until the new destination ends. Throws std::bad_alloc.

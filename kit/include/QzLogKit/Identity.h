@@ -63,8 +63,8 @@ namespace QzLogKit
     ///
     /// in lower case. `qzlog view --otlp` reads it back as trace and span of a record.
     ///
-    ///     QzLogKit::IdentityGuard const request({.mSessionID =
-    ///     QzLogKit::TraceSession(request.GetHeader("traceparent"))});
+    ///     std::string const session = QzLogKit::TraceSession(request.GetHeader("traceparent"));
+    ///     QzLogKit::IdentityGuard const guard({.mSessionID = session});
     ///
     /// \param traceParent  the value of the header "traceparent", such as
     ///                     "00-0af7651916cd43dd8448eb211c80319c-b7ad6b7169203331-01".
