@@ -111,6 +111,20 @@ namespace
                 "yes on the disk:\n"}});
     }
 
+    // What a process that was killed during a roll-over leaves is no fault, however long it is.
+    TEST_F(CheckTest, KnowsTheCopyOfAWholeLog)
+    {
+        std::string content = "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n" +
+                              MakeRecord("03:00:00.000", "starts and is silent", "99");
+        for (int i = 10000; i < 30000; ++i)
+            content += MakeRecord(
+                "03:00:" + std::to_string(i / 1000) + '.' + std::to_string(1000 + i % 1000).substr(1), "long", "21");
+        Put("long.log", content);
+        Put("long.log.bak00", content);
+        Check({{"qzlog check long.log", "long.log:2: note: the records of long.log.bak00 stand here once more\n"
+                                        "long.log: 2 files, 40002 records, 0 faults, 0 messages missed\n"}});
+    }
+
     TEST_F(CheckTest, GoesThroughAllBackupsAndSumsUp)
     {
         auto const log = OpenLog("a.log", 1);

@@ -9,7 +9,7 @@ namespace QzLogTool
     namespace
     {
         constexpr std::size_t kThreads = std::size_t{1} << 14;
-        constexpr std::size_t kRecords = std::size_t{1} << 16;
+        constexpr std::size_t kGroups = std::size_t{1} << 14;
 
         /// Never 0, which stands for nothing.
         std::uint64_t Hash(std::string_view text)
@@ -39,7 +39,7 @@ namespace QzLogTool
         }
     }
 
-    RecordHistory::RecordHistory() : mThreads(kThreads), mSeen(kRecords) {}
+    RecordHistory::RecordHistory() : mThreads(kThreads), mSeen(kGroups) {}
 
     RecordHistory::Order RecordHistory::Take(
         HeaderParser const& parser, std::string_view text, std::int64_t time, std::uint64_t line)
@@ -48,25 +48,33 @@ namespace QzLogTool
         std::uint64_t const hash = HashRecord(threadHash, time, text) | 1;
         // The lowest bit is always set.
         Thread& thread = mThreads[(threadHash >> 1) % kThreads];
-        Seen& seen = mSeen[(hash >> 1) % kRecords];
+        std::array<Seen, 4>& group = mSeen[(hash >> 1) % kGroups];
 
         bool const isKnown = thread.mHash == threadHash;
-        // A thread can write the same twice within a millisecond: only what is late can be a copy.
-        if (isKnown && time < thread.mTime)
-        {
+        bool const isLate = isKnown && time < thread.mTime;
+        Place const place{(mFiles.size() - 1) & 0xFFFF, line & 0xFFFF'FFFF'FFFF};
+        auto const seen = std::ranges::find(group, hash, &Seen::mHash);
+        bool const isThere = seen != group.end();
+        // A thread can write the same twice within a millisecond: only what is late can be a copy, and what stands in
+        // the same line of another file.
+        bool const isCopy =
+            isThere && (isLate || (isKnown && time == thread.mTime && seen->mPlace.mLine == place.mLine &&
+                                      seen->mPlace.mFile != place.mFile));
+        if (isLate)
             mStepBack = thread.mTime - time;
-            if (seen.mHash == hash)
-            {
-                mFirst = seen.mPlace;
-                bool const goesOn = mIsRepeating;
-                mIsRepeating = true;
-                return goesOn ? Order::GoesOnRepeating : Order::Repeated;
-            }
+        // Within a copy, what a full group does not have may be forgotten.
+        if (mIsRepeating && (isCopy || (isLate && !isThere && group.back().mHash != 0)))
+            return Order::GoesOnRepeating;
+        if (isCopy)
+        {
+            mFirst = seen->mPlace;
+            mIsRepeating = true;
+            return Order::Repeated;
         }
-        Order const order = isKnown && time < thread.mTime ? Order::Backwards : Order::Right;
         mIsRepeating = mIsRepeating && isKnown && time == thread.mTime;
         thread = {threadHash, time};
-        seen = {hash, {(mFiles.size() - 1) & 0xFFFF, line & 0xFFFF'FFFF'FFFF}};
-        return order;
+        std::ranges::copy_backward(group.begin(), group.end() - 1, group.end());
+        group.front() = {hash, place};
+        return isLate ? Order::Backwards : Order::Right;
     }
 }

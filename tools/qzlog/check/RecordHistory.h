@@ -2,6 +2,7 @@
 
 #include "reading/HeaderParser.h"
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -9,7 +10,7 @@
 
 namespace QzLogTool
 {
-    /// What came earlier in a log: the last time of each thread, and each record. It takes 10 MB whatever the log, so
+    /// What came earlier in a log: the last time of each thread, and each record. It takes 2 MB whatever the log, so
     /// it forgets some of what was long ago, and then finds less.
     class RecordHistory
     {
@@ -62,7 +63,8 @@ namespace QzLogTool
 
         // Each hash has one place; whoever comes later takes it.
         std::vector<Thread> mThreads;
-        std::vector<Seen> mSeen;
+        // Each hash has the places of a group, the latest first.
+        std::vector<std::array<Seen, 4>> mSeen;
         std::vector<std::string> mFiles;
         Place mFirst;
         std::int64_t mStepBack = 0;
