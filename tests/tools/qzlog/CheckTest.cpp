@@ -60,7 +60,7 @@ namespace
                     missed.substr(0, 60) +
                     "...'\ngood.log:6: note: 17 messages missed since 2026-11-18 03:00:00.000\n"},
             {"time goes back", good + MakeRecord("03:00:00.000+05:30", "four"), 1,
-                "good.log:6: time goes back by 1000 ms within thread 21 of process 11\n"},
+                "good.log:6: time goes back by 1.000s within thread 21 of process 11\n"},
             {"another thread", good + MakeRecord("03:00:00.000+05:30", "four", "22"), 0, ""},
             {"the same twice", good + MakeRecord("03:00:02.000+05:30", "four") + good.substr(36), 1,
                 "good.log:7: the record stands here once more, after good.log:2\n"},

@@ -3,6 +3,7 @@
 #include "output/Lines.h"
 #include "reading/InputFile.h"
 #include "reading/RecordStart.h"
+#include "time/Moments.h"
 
 #include <utf8.h>
 
@@ -110,8 +111,8 @@ namespace QzLogTool
         if (order == RecordHistory::Order::Backwards)
         {
             HeaderFields const& fields = mParser.GetFields();
-            Fault(Finding::Backwards, "time goes back by " + std::to_string(mHistory.GetStepBack()) +
-                                          " ms within thread " + std::string(fields.mThread) + " of process " +
+            Fault(Finding::Backwards, "time goes back by " + FormatSpan(static_cast<double>(mHistory.GetStepBack())) +
+                                          " within thread " + std::string(fields.mThread) + " of process " +
                                           std::string(fields.mProcess));
         }
         if (order != RecordHistory::Order::Repeated)
