@@ -25,7 +25,8 @@ namespace QzLogTool
 
         std::string NumberToText(unsigned int number)
         {
-            return (number < 10 ? "0" : "") + std::to_string(number);
+            std::string text = std::to_string(number);
+            return number < 10 ? text.insert(0, 1, '0') : text;
         }
 
         /// All at one moment: a roll-over that goes on has gaps.

@@ -13,6 +13,13 @@ namespace QzLogTool
     {
         constexpr std::size_t kMostRows = 65'536;
         constexpr std::size_t kLongestShown = 60;
+
+        /// "'<the field, cut>' is not ".
+        std::string Refuse(std::string_view field)
+        {
+            std::string text(1, '\'');
+            return text.append(field.substr(0, kLongestShown)).append("' is not ");
+        }
         constexpr std::size_t kLongestDestination = 200;
         // A file that is something else should not fill the screen.
         constexpr std::uint64_t kMostReports = 20;
@@ -80,8 +87,7 @@ namespace QzLogTool
                 return;
             bool const isKnown = isHead ? ReadHead(field, total) : field.empty() || AddCommand(field, sum);
             if (isReadable && !isKnown)
-                Report(reader, "'" + field.substr(0, kLongestShown) + "' is not " +
-                                   (isHead ? "COUNT/COUNT(SHARE%)" : "ID:COUNT(MIN/MEAN/MAX)"));
+                Report(reader, Refuse(field) + (isHead ? "COUNT/COUNT(SHARE%)" : "ID:COUNT(MIN/MEAN/MAX)"));
             isReadable = isReadable && isKnown;
             isHead = isLast;
             if (end == FieldReader::End::File)
@@ -122,8 +128,7 @@ namespace QzLogTool
             else
                 isKnown = !isReadable || field.empty() || AddMessages(field, destination);
             if (!isKnown)
-                Report(reader, "'" + field.substr(0, kLongestShown) + "' is not " +
-                                   (column == 1 ? "NUMBER" : "ID(FIRST-SECOND-THIRD:MEAN)"));
+                Report(reader, Refuse(field) + (column == 1 ? "NUMBER" : "ID(FIRST-SECOND-THIRD:MEAN)"));
             isReadable = isReadable && isKnown;
             if (end == FieldReader::End::File)
                 return Report(reader, "the line is cut: the file ends within it");
