@@ -18,11 +18,14 @@ declare -A groups=(
     [coverage]="gcovr"
 )
 
+# A package can be there for several architectures: without one in its name, that of the machine counts.
+native=$(dpkg --print-architecture)
 missing=()
 for group in "$@"; do
     for package in ${groups[$group]}; do
-        state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
-        [ "$state" = installed ] || missing+=("$package")
+        [[ $package == *:* ]] && architectures=${package#*:} || architectures="$native|all"
+        dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "$package" 2>/dev/null |
+            grep -xE "($architectures) installed" >/dev/null || missing+=("$package")
     done
 done
 [ ${#missing[@]} -eq 0 ] && exit 0
