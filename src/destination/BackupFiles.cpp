@@ -28,6 +28,23 @@ namespace QzLog
             text.append(QzBase::WideCharToUTF8(target.c_str(), true).c_str()).append(".");
             throw QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, text.c_str());
         }
+
+        /// Reads the next piece of the log; an empty one is its end, behind which it is emptied.
+        void ReadOn(QzFileSystem::UpdateableFile& file, QzDataType::Binary& piece)
+        {
+            file.ReadBinary(piece, kCopyBufferSize);
+            if (piece.GetSize() != 0)
+                return;
+            std::int64_t const rest = file.GetSize() - file.GetPosition();
+            if (rest <= 0)
+                return;
+            // Another program may just have appended without the lock. But a file system that has lost sight of the
+            // file may read nothing from it without an error.
+            file.ReadBinary(piece, kCopyBufferSize);
+            if (piece.GetSize() == 0)
+                throw QzFileSystem::MakeShortFailure(
+                    "Failed to read %1 bytes from file '%2'.", static_cast<unsigned long>(rest), file.GetPath());
+        }
     }
 
     QzBase::WideString MakeBackupName(QzBase::WideString const& path, unsigned int number)
@@ -56,18 +73,13 @@ namespace QzLog
         std::unique_ptr<QzDataType::Binary> const piece(QzDataType::CreateBinary(kCopyBufferSize, nullptr));
         for (;;)
         {
-            file.ReadBinary(*piece, kCopyBufferSize);
+            ReadOn(file, *piece);
             std::size_t const size = piece->GetSize();
             if (size == 0)
                 break;
             if (File::WriteDescriptor(descriptor.Get(), piece->GetData(), size) != static_cast<std::int64_t>(size))
                 ThrowWriteFailure(target);
         }
-        // A file system that has lost sight of the file may read nothing from it without an error. The log is emptied
-        // when this returns.
-        if (std::int64_t const rest = file.GetSize() - file.GetPosition(); rest > 0)
-            throw QzFileSystem::MakeShortFailure(
-                "Failed to read %1 bytes from file '%2'.", static_cast<unsigned long>(rest), file.GetPath());
         if (copy)
             if (auto const error = QzOs::GetFileIdentity(QzOs::FromDescriptor(descriptor.Get()), *copy); error != 0)
                 throw QzFileSystem::MakeAttributesFailure(error, target.c_str());

@@ -191,6 +191,26 @@ TEST_F(DiskFileTest, HasTheSystemCopyWhatItCanOfALargeLog)
     EXPECT_TRUE(Get("x.log.bak00") == full);
 }
 
+TEST_F(DiskFileTest, CopiesWhatOthersAppendAtTheEndOfTheCopy)
+{
+    Make("x.log");
+    Write("old");
+    mpDestination->SetMaxFileSize(60);
+    QzOs::Posix::gKernel.mpRead = [](int file, void* data, std::size_t size)
+    {
+        ssize_t const count = ::read(file, data, size);
+        if (count == 0)
+        {
+            QzOs::Posix::gKernel.mpRead = ::read;
+            EXPECT_EQ(pwrite(file, "late", 4, lseek(file, 0, SEEK_END)), 4);
+        }
+        return count;
+    };
+    Write("new");
+    EXPECT_EQ(Get("x.log.bak00"), kHead + Record("old") + "late");
+    EXPECT_EQ(Get("x.log"), kHead + Record("new"));
+}
+
 TEST_F(DiskFileTest, KeepsItsContentOnAFullDisk)
 {
     std::string const old = kHead + Record("old");
