@@ -11,6 +11,7 @@
 #include <QzSynch/CallbackProxyImpl.h>
 
 #include <algorithm>
+#include <functional>
 #include <string_view>
 
 namespace QzLog
@@ -25,6 +26,11 @@ namespace QzLog
         constexpr std::size_t IndexOf(unsigned short handle)
         {
             return handle ^ std::size_t{0xDAFF};
+        }
+
+        std::size_t HashOf(std::string_view name) noexcept
+        {
+            return std::hash<std::string_view>()(name);
         }
 
         [[noreturn]] void ThrowMessage(char const* text, char const* loggerName)
@@ -179,8 +185,9 @@ namespace QzLog
 
     std::size_t Logger_Impl::FindByName(std::string const& name) const
     {
+        std::size_t const hash = HashOf(name);
         std::size_t index = 0;
-        while (index < mDispatchers.GetSize() && name != mDispatchers[index]->GetName())
+        while (index < mDispatchers.GetSize() && (hash != mNameHashes[index] || name != mDispatchers[index]->GetName()))
             ++index;
         return index;
     }
@@ -234,6 +241,9 @@ namespace QzLog
         index = FindByName(name);
         if (index < mDispatchers.GetSize() || index == mDispatchers.kMaxSize)
             return false;
+        // Drops that of a dispatcher for which the list had no memory.
+        mNameHashes.resize(index);
+        mNameHashes.push_back(HashOf(dispatcher->GetName()));
         mDispatchers.Append(std::move(reference));
         return true;
     }
@@ -260,6 +270,7 @@ namespace QzLog
             dispatcher->AddCallback(mpProxy.get());
             QzBase::ReturnPtrI<Dispatcher> reference(dispatcher.get());
             QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
+            mNameHashes[index] = HashOf(dispatcher->GetName());
             return mDispatchers.Exchange(index, std::move(reference));
         };
         Replaced<Dispatcher> const replaced = enter();

@@ -73,6 +73,8 @@ namespace QzLog
         Lendable<MessageCatalog> mCatalog;
         /// In the order of creation. Grows only; an entry can be exchanged.
         LendableList<Dispatcher> mDispatchers;
+        /// Of the names of the dispatchers: with thousands of them, asking each for its name takes a second.
+        std::vector<std::size_t> mNameHashes;
         /// Dispatchers that are being added to the list, once for each time; guarded by the same lock.
         std::vector<Dispatcher const*> mArriving;
         CallbackSet<Logger::Callback> mCallbacks;
