@@ -6,6 +6,7 @@
 #include "support/kafka/ModuleLoader.h"
 #include "support/kafka/Producer.h"
 #include "support/kafka/RecordCounts.h"
+#include "support/kafka/TopicLosses.h"
 #include "support/synch/ForkSafeLocks.h"
 
 namespace KafkaClient
@@ -30,11 +31,13 @@ namespace KafkaClient
                     if (Producer::Topic* const known = mpProducer->FindTopic(topic))
                         return mpProducer->Send(*known, key, value);
                 }
-                // The first record of its topic.
+                // The first record of its topic. Its losses have a lock of their own, which is not taken under this
+                // one.
+                TopicLosses& losses = GetTopicLosses(topic);
                 QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
                 if (!mpProducer || !mpProducer->IsOfThisProcess())
                     return false;
-                Producer::Topic* const made = mpProducer->MakeTopic(topic);
+                Producer::Topic* const made = mpProducer->MakeTopic(topic, losses);
                 return made && mpProducer->Send(*made, key, value);
             }
 

@@ -67,12 +67,12 @@ namespace KafkaClient
     class Producer::Topic
     {
     public:
-        explicit Topic(QzBase::WideString const& name) : mName(name) {}
+        explicit Topic(TopicLosses& losses) : mLosses(losses) {}
         Topic(Topic const&) = delete;
         Topic& operator=(Topic const&) = delete;
 
         /// Called by the event thread.
-        void TakeReport(char const* reason)
+        void TakeReport(char const* reason) noexcept
         {
             mReported.store(mReported.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
             if (!reason)
@@ -85,7 +85,7 @@ namespace KafkaClient
         }
 
         /// Called when the event thread has ended.
-        void GiveUpTheRest()
+        void GiveUpTheRest() noexcept
         {
             std::uint64_t const accepted = mAccepted.load(std::memory_order_relaxed);
             std::uint64_t const reported = mReported.load(std::memory_order_relaxed);
@@ -99,14 +99,14 @@ namespace KafkaClient
         std::atomic<std::uint64_t> mAccepted{0};
 
     private:
-        void AddLosses(std::uint64_t count, char const* reason)
+        void AddLosses(std::uint64_t count, char const* reason) noexcept
         {
             // Added here first, so that whoever sees the count finds the losses.
-            GetTopicLosses(mName).Add(count, reason);
+            mLosses.Add(count, reason);
             AddFailed(count, reason);
         }
 
-        QzBase::WideString const mName;
+        TopicLosses& mLosses;
         // On another cache line than what senders write.
         alignas(64) std::atomic<std::uint64_t> mReported{0};
     };
@@ -169,12 +169,12 @@ namespace KafkaClient
         return found == mTopics.end() ? nullptr : found->second.get();
     }
 
-    Producer::Topic* Producer::MakeTopic(QzBase::WideString const& name)
+    Producer::Topic* Producer::MakeTopic(QzBase::WideString const& name, TopicLosses& losses)
     {
         if (Topic* const present = FindTopic(name))
             return present;
         QzBase::ReturnString const text = QzBase::WideCharToUTF8(name.c_str(), false);
-        Topic& topic = *mTopics.emplace(name, std::make_unique<Topic>(name)).first->second;
+        Topic& topic = *mTopics.emplace(name, std::make_unique<Topic>(losses)).first->second;
         QzOs::NoCancellation const noCancellation;
         topic.mpHandle = mpConnection->CreateTopic(text.c_str());
         if (topic.mpHandle)
@@ -217,7 +217,7 @@ namespace KafkaClient
 
     void Producer::TakeLogLine(char const* facility, char const* text) noexcept
     {
-        Tell(std::string(facility) + ": " + text);
+        Tell({facility, ": ", text});
     }
 
     /// A connection that became descriptor 2 would get what the program and the debug output write there.

@@ -15,6 +15,8 @@
 
 namespace KafkaClient
 {
+    class TopicLosses;
+
     /// One running producer. No thread is cancelled inside librdkafka, where it would leave locks held for ever. Any
     /// thread may call all operations at any time, but MakeTopic must not overlap any of them.
     class Producer final : private ConnectionOwner
@@ -43,7 +45,8 @@ namespace KafkaClient
         Topic* FindTopic(QzBase::WideString const& name) const;
 
         /// Null when librdkafka refuses the name (UTF-16).
-        Topic* MakeTopic(QzBase::WideString const& name);
+        /// \param losses  those of the topic.
+        Topic* MakeTopic(QzBase::WideString const& name, TopicLosses& losses);
 
         /// Whether the record was accepted. Never waits for the network.
         bool Send(Topic& topic, std::string const* key, std::string_view value);

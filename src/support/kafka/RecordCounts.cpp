@@ -1,9 +1,15 @@
 #include "support/kafka/RecordCounts.h"
 
 #include "os/Calls.h"
+#include "support/kafka/TopicLosses.h"
 #include "support/synch/ForkSafeLocks.h"
 
 #include <QzBase/Conversions.h>
+
+#include <charconv>
+#include <iterator>
+#include <new>
+#include <string>
 
 namespace KafkaClient
 {
@@ -53,21 +59,29 @@ namespace KafkaClient
         return {mAccepted.load(std::memory_order_relaxed), delivered, failed};
     }
 
-    void AddFailed(std::uint64_t count, char const* reason)
+    void AddFailed(std::uint64_t count, char const* reason) noexcept
     {
         Told& told = GetTold();
         QzSynch::CriticalSection::SmartLock const hold(*told.mpLock);
-        told.mLastReason = reason;
+        KeepReason(told.mLastReason, reason);
         gRecordCounts.mFailed.fetch_add(count, std::memory_order_release);
     }
 
-    void Tell(std::string const& text)
+    void Tell(std::initializer_list<std::string_view> pieces) noexcept
+    try
     {
-        QzOs::gCalls.mpWriteDebugOutput(
-            QzBase::UTF8ToWideChar(("KafkaClient: " + text + "\r\n").c_str(), true).c_str());
+        std::string text = "KafkaClient: ";
+        for (std::string_view const piece : pieces)
+            text += piece;
+        text += "\r\n";
+        QzOs::gCalls.mpWriteDebugOutput(QzBase::UTF8ToWideChar(text.c_str(), true).c_str());
+    }
+    catch (std::bad_alloc const&)
+    {
+        return;
     }
 
-    void TellFailures(bool isForced)
+    void TellFailures(bool isForced) noexcept
     {
         Told& told = GetTold();
         std::int64_t const now = QzOs::gCalls.mpGetMonotonicNanoseconds();
@@ -82,8 +96,10 @@ namespace KafkaClient
             count = failed - told.mFailed;
             told.mFailed = failed;
             told.mTime = now;
-            reason = told.mLastReason;
+            reason.swap(told.mLastReason);
         }
-        Tell(std::to_string(count) + " accepted records were given up since the last report: " + reason);
+        char digits[20];
+        std::string_view const number(digits, std::to_chars(digits, std::end(digits), count).ptr);
+        Tell({number, " accepted records were given up since the last report: ", reason});
     }
 }

@@ -4,7 +4,8 @@
 
 #include <atomic>
 #include <cstdint>
-#include <string>
+#include <initializer_list>
+#include <string_view>
 
 namespace KafkaClient
 {
@@ -22,11 +23,11 @@ namespace KafkaClient
     extern RecordCounts gRecordCounts;
 
     /// Counts lost records.
-    void AddFailed(std::uint64_t count, char const* reason);
+    void AddFailed(std::uint64_t count, char const* reason) noexcept;
 
-    /// Writes a line (UTF-8) to the debug output.
-    void Tell(std::string const& text);
+    /// Writes a line, joined from pieces (UTF-8), to the debug output. Without memory for it, the line is dropped.
+    void Tell(std::initializer_list<std::string_view> pieces) noexcept;
 
     /// Reports how many records were lost since the last report, at most once in ten seconds unless it is forced.
-    void TellFailures(bool isForced);
+    void TellFailures(bool isForced) noexcept;
 }

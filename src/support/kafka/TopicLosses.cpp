@@ -3,6 +3,7 @@
 #include "support/synch/ForkSafeLocks.h"
 
 #include <map>
+#include <new>
 #include <utility>
 
 namespace KafkaClient
@@ -34,13 +35,23 @@ namespace KafkaClient
         [[maybe_unused]] Book& gBook = GetBook();
     }
 
-    void TopicLosses::Add(std::uint64_t count, char const* reason)
+    void KeepReason(std::string& kept, char const* reason) noexcept
+    try
+    {
+        kept = reason;
+    }
+    catch (std::bad_alloc const&)
+    {
+        kept.clear();
+    }
+
+    void TopicLosses::Add(std::uint64_t count, char const* reason) noexcept
     {
         QzDataType::DateTime const now = QzDataType::DateTime::Now();
         QzSynch::CriticalSection::SmartLock const hold(*GetBook().mpLock);
         if (mLosses.mCount == 0)
         {
-            mLosses.mReason = reason;
+            KeepReason(mLosses.mReason, reason);
             mLosses.mSince = now;
         }
         mLosses.mCount += count;

@@ -19,6 +19,9 @@ namespace KafkaClient
         std::string mReason;
     };
 
+    /// Without memory for it, the reason is left out: the threads of librdkafka, which report, must not throw.
+    void KeepReason(std::string& kept, char const* reason) noexcept;
+
     /// The unreported losses of one topic. Whoever reports them takes them, so that each is reported
     /// once. All operations may be called from any thread. A forked child begins without any.
     class TopicLosses
@@ -27,7 +30,7 @@ namespace KafkaClient
         /// Costs one read: every record asks.
         bool Exist() const noexcept { return mExist.load(std::memory_order_acquire); }
 
-        void Add(std::uint64_t count, char const* reason);
+        void Add(std::uint64_t count, char const* reason) noexcept;
 
         /// Empty when another thread was first.
         Losses Take();

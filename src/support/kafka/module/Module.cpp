@@ -6,6 +6,7 @@
 #include <json/json.h>
 #include <librdkafka/rdkafka.h>
 
+#include <new>
 #include <utility>
 
 namespace KafkaClient
@@ -44,8 +45,10 @@ namespace KafkaClient
             return conf;
         }
 
-        /// Whether librdkafka's statistics show a broker that is connected and has answered.
-        bool ShowsConnectedBroker(char const* statistics)
+        /// Whether librdkafka's statistics show a broker that is connected and has answered. Without memory to read
+        /// them, none is known to be.
+        bool ShowsConnectedBroker(char const* statistics) noexcept
+        try
         {
             Json::Value root;
             std::unique_ptr<Json::CharReader> const reader(Json::CharReaderBuilder().newCharReader());
@@ -58,6 +61,10 @@ namespace KafkaClient
                 if (state == "UP" || state == "UPDATE")
                     return true;
             }
+            return false;
+        }
+        catch (std::bad_alloc const&)
+        {
             return false;
         }
 
