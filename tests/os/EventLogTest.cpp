@@ -2,18 +2,16 @@
 // itself.
 
 #include "os/OutputTest.h"
+#include "support/OwnMounts.h"
 
 #include <QzBase/Conversions.h>
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include <fcntl.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -55,20 +53,6 @@ namespace
             close(file);
         }
         return datagram;
-    }
-
-    /// Gives this process a /run and a /dev of its own.
-    bool TakePrivateFolders()
-    {
-        std::string const user = "0 " + std::to_string(getuid()) + " 1";
-        std::string const group = "0 " + std::to_string(getgid()) + " 1";
-        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
-            return false;
-        std::ofstream("/proc/self/setgroups") << "deny";
-        std::ofstream("/proc/self/uid_map") << user;
-        std::ofstream("/proc/self/gid_map") << group;
-        return mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-               mount("tmpfs", "/run", "tmpfs", 0, nullptr) == 0 && mount("tmpfs", "/dev", "tmpfs", 0, nullptr) == 0;
     }
 
     void Report(QzOs::EventType type, std::string const& text)
@@ -158,7 +142,8 @@ namespace
 
     void UseLogs()
     {
-        if (!TakePrivateFolders())
+        if (!TakeOwnMounts() || mount("tmpfs", "/run", "tmpfs", 0, nullptr) != 0 ||
+            mount("tmpfs", "/dev", "tmpfs", 0, nullptr) != 0)
             _exit(kForbidden);
         CountWaits();
         auto const count = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };

@@ -1,6 +1,6 @@
 #include "destination/DiskFileTest.h"
+#include "stress/Table.h"
 
-#include <cstdio>
 #include <regex>
 
 using namespace QzTest;
@@ -12,16 +12,6 @@ using QzOs::Posix::Kernel;
 
 namespace
 {
-    /// One line of the table.
-    struct Row
-    {
-        unsigned int mTries = 0;
-        std::size_t mRecords = 0;
-        std::size_t mLost = 0;
-        std::size_t mReported = 0;
-        std::size_t mNotReported = 0;
-    };
-
     class LogFaults : public DiskFileTest
     {
     protected:
@@ -49,16 +39,17 @@ namespace
                                  << fault.mCall.mName << ' ' << skip << ' ' << fault.mError << ' ' << fault.mTimes);
                     Try(&fault, skip);
                 });
-            std::printf("%-22s %-7s %8s %10s %9s %9s %13s\n", "fault", "", "tries", "records", "lost", "reported",
-                "not reported");
-            for (auto const& [error, row] : mRows)
-                std::printf("%-22s %-7s %8u %10zu %9zu %9zu %13zu\n",
-                    error == kShort  ? "short result"
-                    : error == kZero ? "empty result"
-                    : error == 0     ? "none"
-                                     : strerrorname_np(error),
-                    recovery == QzLog::kRecoveryStrict ? "strict" : "basic", row.mTries, row.mRecords, row.mLost,
-                    row.mReported, row.mNotReported);
+            std::vector<Row*> rows;
+            for (auto& [error, row] : mRows)
+            {
+                row.mpFault = error == kShort  ? "short result"
+                              : error == kZero ? "empty result"
+                              : error == 0     ? "none"
+                                               : strerrorname_np(error);
+                row.mpMode = recovery == QzLog::kRecoveryStrict ? "strict" : "basic";
+                rows.push_back(&row);
+            }
+            PrintTable(rows);
         }
 
     private:
@@ -82,7 +73,7 @@ namespace
             mpDestination.reset();
             failing.reset();
             EXPECT_EQ(CountOpenDescriptors(), descriptors);
-            CountUp(mRows[fault ? fault->mError : 0], fault, figures.mLossesWaiting + figures.mLossesDropped);
+            CountUp(mRows[fault ? fault->mError : 0].mOutcome, fault, figures.mLossesWaiting + figures.mLossesDropped);
         }
 
         /// What happens to a log.
@@ -148,7 +139,7 @@ namespace
             return all;
         }
 
-        void CountUp(Row& row, KernelFault const* fault, std::size_t known) const
+        void CountUp(Outcome& row, KernelFault const* fault, std::size_t known) const
         {
             std::string all = gSaid;
             for (auto const& [name, content] : TakeSnapshot())

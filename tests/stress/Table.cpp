@@ -1,30 +1,34 @@
 #include "Table.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <string>
 
 #include <sys/wait.h>
 #include <unistd.h>
 
-void RunApart(Row& row, std::function<void(std::filesystem::path const& top)> const& work)
+namespace
 {
-    std::string top = (std::filesystem::temp_directory_path() / "qzlog-campaign-XXXXXX").string();
-    std::fflush(nullptr);
-    if (!mkdtemp(top.data()))
-        return;
-    pid_t const id = fork();
-    if (id == 0)
+    void RunApart(Row& row, std::function<void(std::filesystem::path const& top)> const& work)
     {
-        work(top);
+        std::string top = (std::filesystem::temp_directory_path() / "qzlog-campaign-XXXXXX").string();
         std::fflush(nullptr);
-        _exit(0);
+        if (!mkdtemp(top.data()))
+            return;
+        pid_t const id = fork();
+        if (id == 0)
+        {
+            work(top);
+            std::fflush(nullptr);
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(id, &status, 0);
+        std::filesystem::remove_all(top);
+        if (status != 0)
+            row.mOutcome.mIsGood = false;
     }
-    int status = 0;
-    waitpid(id, &status, 0);
-    std::filesystem::remove_all(top);
-    if (status != 0)
-        row.mOutcome.mIsGood = false;
 }
 
 bool PrintTable(std::vector<Row*> const& rows)
@@ -44,4 +48,18 @@ bool PrintTable(std::vector<Row*> const& rows)
                 static_cast<unsigned long long>(sum.mNotReported), sum.mIsGood ? "" : "  FAULT");
     }
     return std::ranges::all_of(rows, [](Row const* row) { return row->mOutcome.mIsGood; });
+}
+
+bool RunTable(std::vector<Row*> const& rows, unsigned int minutes, std::uint64_t& seed,
+    std::function<void(std::size_t row, std::filesystem::path const& top)> const& work)
+{
+    std::printf("seed %llu\n", static_cast<unsigned long long>(seed));
+    auto const end = std::chrono::steady_clock::now() + std::chrono::minutes(minutes);
+    do
+    {
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            RunApart(*rows[i], [&](std::filesystem::path const& top) { work(i, top); });
+        ++seed;
+    } while (std::chrono::steady_clock::now() < end);
+    return PrintTable(rows);
 }

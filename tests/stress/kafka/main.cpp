@@ -84,19 +84,12 @@ int main(int argc, char** argv)
     for (KafkaFault const& fault : gKafkaFaults)
         *rows.emplace_back(CreateShared<Row>()) = {fault.mpName, "kafka", {}, nullptr};
     auto& consumed = *CreateShared<std::atomic<std::uint64_t>>();
-    std::printf("seed %llu\n", static_cast<unsigned long long>(settings.mSeed));
-    auto const end = std::chrono::steady_clock::now() + std::chrono::minutes(minutes);
-    do
-    {
-        for (std::size_t i = 0; i < rows.size(); ++i)
-            RunApart(*rows[i],
-                [&](std::filesystem::path const& top)
-                {
-                    settings.mFolder = top;
-                    consumed += DoRow(options, settings, gKafkaFaults[i], *rows[i]);
-                });
-        ++settings.mSeed;
-    } while (std::chrono::steady_clock::now() < end);
+    bool const isGood = RunTable(rows, minutes, settings.mSeed,
+        [&](std::size_t i, std::filesystem::path const& top)
+        {
+            settings.mFolder = top;
+            consumed += DoRow(options, settings, gKafkaFaults[i], *rows[i]);
+        });
     std::printf("%llu records were consumed\n", static_cast<unsigned long long>(consumed.load()));
-    return PrintTable(rows) && consumed != 0 ? 0 : 1;
+    return isGood && consumed != 0 ? 0 : 1;
 }
