@@ -138,63 +138,40 @@ TEST_F(DiskFileTest, MakesItsFolderAlsoBesideOthersAndBelowTheRoot)
         EXPECT_EQ(Get(name), kHead + Record("text")) << name;
 }
 
-TEST_F(DiskFileTest, AForkedChildWritesThroughItsOwnOpenFile)
-{
-    // A child that inherited the busy thread's lock would wait for ever, and one that shared the parent's open file
-    // would share its lock and its position too, so that records were lost.
-    constexpr std::size_t kChildren = 8;
-    constexpr std::size_t kRecords = 100;
-    Make("x.log");
-    mpDestination->SetMaxFileSize(1'000'000'000); // however fast the busy thread is
-    QzBase::CountedPtr<QzLog::MessageHeader> const header(QzLog::CreateMessageHeader());
-    std::size_t busyRecords = 0;
-    ExpectInChildrenOfBusyParent(
-        kChildren,
-        [&]
-        {
-            mpDestination->WriteMessage("busy", *header);
-            ++busyRecords;
-        },
-        [&]
-        {
-            for (std::size_t record = 0; record < kRecords; ++record)
-                Write("child");
-            return true;
-        });
-    if (IsSkipped())
-        return;
-    EXPECT_EQ(Get("x.log").size(),
-        kHead.size() + Record("child").size() * kChildren * kRecords + Record("busy").size() * busyRecords);
-}
-
 TEST_F(DiskFileTest, ThreadsPassTheLockOnTheFileOnForSomeRecords)
 {
-    // A child that took the lock for its own would write without it, and one record more after another by threads that
-    // leave the lock to each other would starve other processes.
+    // A child that took the lock for its own would write without it, one that inherited a thread's lock would wait for
+    // ever, and one that shared the parent's open file would share its lock and its position too, so that records were
+    // lost. One record more after another by threads that leave the lock to each other would starve other processes.
+    constexpr int kChildren = 8;
     constexpr int kRecords = 100;
     Make("x.log");
-    mpDestination->SetMaxFileSize(1'000'000'000);
-    Write("with the head");
+    mpDestination->SetMaxFileSize(1'000'000'000); // however fast the threads are
+    Write("first");
     LockRules const rules;
+    std::atomic<std::size_t> busyRecords = 0;
     auto const work = [&](int records)
     {
         QzBase::CountedPtr<QzLog::MessageHeader> const header(QzLog::CreateMessageHeader());
-        for (int i = 0; i < records || (!rules.IsPassedOn() && i < 100'000); ++i)
-            mpDestination->WriteMessage("busy", *header);
+        for (int i = 0; i < records || (!rules.IsPassedOn() && i < 100'000); ++i, ++busyRecords)
+            mpDestination->WriteMessage("busy.", *header);
     };
     {
         std::vector<std::jthread> threads;
         for (int i = 0; i < 3; ++i)
             threads.emplace_back(work, kRecords);
         ExpectInChildrenOfBusyParent(
-            8, [&] { work(10); },
+            kChildren, [&] { work(10); },
             [&]
             {
                 bool const wasHeld = rules.gIsHeld;
-                Write("child");
+                for (int i = 0; i < kRecords; ++i)
+                    Write("child");
                 return !wasHeld && rules.gUnlockedWrites == 0;
             });
     }
+    std::size_t const childRecords = IsSkipped() ? 0 : std::size_t{kChildren} * kRecords;
+    EXPECT_EQ(Get("x.log").size(), kHead.size() + Record("child").size() * (1 + childRecords + busyRecords));
     EXPECT_EQ(rules.gUnlockedWrites, 0);
     EXPECT_TRUE(rules.IsPassedOn());
     EXPECT_LE(rules.gMostRecords, 8);

@@ -243,59 +243,43 @@ TEST_F(StrictRecoveryTest, TakesLossesAlongWhereverItGoes)
 
 TEST_F(StrictRecoveryTest, AKilledRollOverLosesNothing)
 {
-    static int gCallsLeft;
-    constexpr int kKilled = 9;
-    auto const killLater = []
-    {
-        static constexpr auto count = []
-        {
-            if (gCallsLeft-- == 0)
-                _exit(kKilled);
-        };
-        gKernel.mpOpen = [](char const* path, int flags, mode_t mode) { return count(), ::open(path, flags, mode); };
-        gKernel.mpWrite = [](int file, void const* data, std::size_t size)
-        { return count(), ::write(file, data, size); };
-        gKernel.mpRename = [](char const* from, char const* to) { return count(), ::rename(from, to); };
-        gKernel.mpUnlink = [](char const* path) { return count(), ::unlink(path); };
-        gKernel.mpFtruncate = [](int file, off_t size) { return count(), ::ftruncate(file, size); };
-    };
-    int status = kKilled << 8;
     int calls = 0;
     int doubles = 0;
-    for (; WEXITSTATUS(status) == kKilled; ++calls)
-    {
-        SCOPED_TRACE(calls);
-        Clear();
-        MakeStrict("x.log");
-        mpDestination->SetBackupCount(3);
-        Write("old");
-        std::string const old = Get("x.log");
-        mpDestination->SetMaxFileSize(60);
-        for (int number = 0; number < 3; ++number)
-            Put("x.log.bak0" + std::to_string(number), std::to_string(number));
-        gCallsLeft = calls;
-        status = RunInChild(
-            [&]
-            {
-                killLater();
-                Write("killed");
-                return 0;
-            });
-        Write("again");
-        Write("last");
-        // A kill just before the log is emptied has it copied once more. The process that is not killed is the last.
-        std::vector<std::string> backups{kHead + Record("again"), old};
-        if (WEXITSTATUS(status) != kKilled)
-            backups.insert(backups.begin() + 1, kHead + Record("killed"));
-        else if (Get("x.log.bak02") == old)
-            ++doubles, backups.push_back(old);
-        else
-            backups.push_back("0");
-        EXPECT_EQ(TakeSnapshot(), (Snapshot{{"x.log", kHead + Record("last")}, {"x.log.bak00", backups[0]},
-                                      {"x.log.bak01", backups[1]}, {"x.log.bak02", backups[2]}}));
-    }
+    for (auto const makeKill : {Watch<&Kernel::mpOpen>::Make, Watch<&Kernel::mpWrite>::Make,
+             Watch<&Kernel::mpRename>::Make, Watch<&Kernel::mpUnlink>::Make, Watch<&Kernel::mpFtruncate>::Make})
+        for (int status = kKill, skip = 0; status != 0; ++skip, ++calls)
+        {
+            SCOPED_TRACE(calls);
+            Clear();
+            MakeStrict("x.log");
+            mpDestination->SetBackupCount(3);
+            Write("old");
+            std::string const old = Get("x.log");
+            mpDestination->SetMaxFileSize(60);
+            for (int number = 0; number < 3; ++number)
+                Put("x.log.bak0" + std::to_string(number), std::to_string(number));
+            status = RunInChild(
+                [&]
+                {
+                    auto const kill = makeKill(kKill, skip, 1);
+                    Write("killed");
+                    return 0;
+                });
+            Write("again");
+            Write("last");
+            // A kill just before the log is emptied has it copied once more.
+            std::vector<std::string> backups{kHead + Record("again"), old};
+            if (status == 0)
+                backups.insert(backups.begin() + 1, kHead + Record("killed"));
+            else if (Get("x.log.bak02") == old)
+                ++doubles, backups.push_back(old);
+            else
+                backups.push_back("0");
+            EXPECT_EQ(TakeSnapshot(), (Snapshot{{"x.log", kHead + Record("last")}, {"x.log.bak00", backups[0]},
+                                          {"x.log.bak01", backups[1]}, {"x.log.bak02", backups[2]}}));
+        }
     EXPECT_EQ(doubles, 1);
-    EXPECT_GT(calls, 8);
+    EXPECT_GT(calls, 8 + 5);
 }
 
 TEST_F(StrictRecoveryTest, TheSystemLogLearnsOfEachRun)

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -24,6 +25,8 @@ namespace QzTest
     // length.
     inline constexpr int kShort = -1;
     inline constexpr int kZero = -2;
+    // The process ends before the call.
+    inline constexpr int kKill = -3;
 
     /// Counts the calls of one entry of the table, and makes some of them fail with an error number, after
     /// `skip` others. One for each entry at a time.
@@ -80,6 +83,8 @@ namespace QzTest
                 int const number = gCount++ - gSkip;
                 if (number < 0 || number >= gTimes || gError == 0)
                     return gReal(arguments...);
+                if (gError == kKill)
+                    raise(SIGKILL);
                 if constexpr (HasLength())
                     if (gError < 0)
                         return gError == kZero ? Result() : Halve(arguments...);
