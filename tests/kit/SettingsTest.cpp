@@ -1,6 +1,7 @@
 #include "filesystem/TemporaryFolder.h"
 
 #include <QzLogKit/Routing.h>
+#include <QzResource/Localizer.h>
 
 #include <gtest/gtest.h>
 
@@ -44,8 +45,9 @@ namespace
     std::string const kSame = "the type, source, limits and call stacks of \"x\", which writes to the same place";
     std::string const kServer = "a name without \"]\" and control characters";
 
-    // Strings with a zero character cannot stand for any name or path.
-    std::vector<char const*> const kNoText = {"1", "-1.5", "true", "null", "[]", "{}", R"("")", R"("a\u0000b")"};
+    // Strings with a zero character or half a pair of UTF-16 cannot stand for any name or path.
+    std::vector<char const*> const kNoText = {
+        "1", "-1.5", "true", "null", "[]", "{}", R"("")", R"("a\u0000b")", R"("a\udc00b")"};
     std::vector<char const*> const kNoObject = {"1", "1.5", R"("x")", "true", "null", "[]"};
     std::vector<char const*> const kNoList = {"1", "1.5", R"("x")", "true", "null", "{}"};
     std::vector<char const*> const kNoLanguage = {
@@ -53,7 +55,7 @@ namespace
 
     BadValues const kBadValues[] = {
         {InTop(R"("server": @)"), "server", kServer, kNoText},
-        {InTop(R"("server": @)"), "server", kServer, {R"("a]b")", R"("a\nb")"}},
+        {InTop(R"("server": @)"), "server", kServer, {R"("a]b")", R"("a\nb")", R"("\u0085")"}},
         {InTop(R"("basePath": @)"), "basePath", "a path", kNoText},
         {InTop(R"("language": @)"), "language", kLanguage, kNoLanguage},
         {InTop(R"("destinations": @)"), "destinations", "an object", kNoObject},
@@ -138,6 +140,7 @@ namespace
             {"", "\"a\"", "\"a\":", "\"a\": 1,}", "a: 1}", "\"a\": [1}", "\"server\": \"a}", "}}", "} x", "\"a\": nul}",
                 "\"a\": 1e999}", "\"a\": 'x'}", "\"a\": NaN}", "\"a\": .5}"}},
         {"{\"a\": 1,\n\n@: 2}", "", "JSON", {R"("a")"}},
+        {"{\n\n@: 1}", "", "UTF-8", {"\"K\xF6ln\"", "\"\xED\xB0\x80\""}},
     };
 
     // The same in a catalog.
@@ -226,7 +229,8 @@ TEST_F(KitSettings, AllFaultsAreReportedAtOnceAndNoSecretIsShown)
             "settings.json(1): kafka.client.sasl.password: expected a text, a whole number, true or false, found "
             "something else");
     }
-    for (char const* const file : {"nowhere.json", "/proc"})
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    for (char const* const file : {"nowhere.json", "/proc", "pipe"})
         ASSERT_EQ(FindFaults(file).size(), 1u) << file;
     EXPECT_EQ(FindFaults("nowhere.json")[0].mFound, "No such file or directory");
 

@@ -109,8 +109,8 @@ namespace QzLogKit
         /// first router is created; existing dispatchers get their destinations too. Throws SettingsError if the file
         /// has a fault or the Kafka client refuses a property, QzBase::Message while no Initializer is alive, and
         /// std::bad_alloc. Then nothing has changed.
-        /// \param file  a path. The file should be replaced as a whole (written beside it and renamed), so that nobody
-        ///              reads half of it.
+        /// \param file  the path of a plain file: a pipe or a device is a fault. The file should be replaced as a whole
+        ///              (written beside it and renamed), so that nobody reads half of it.
         void Apply(std::string const& file);
 
         /// Reads the file of the last Apply again and puts it in force, as Apply does, but without installing the hook.

@@ -2,10 +2,12 @@
 
 #include <json/reader.h>
 
+#include <utf8/checked.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string_view>
@@ -55,6 +57,14 @@ namespace QzLogKit
         if (mText.starts_with(byteOrderMark))
             mText.erase(0, byteOrderMark.size());
 
+        auto const invalid = utf8::find_invalid(mText.cbegin(), mText.cend());
+        if (invalid != mText.cend())
+        {
+            faults.Add({mName, GetLineAt(static_cast<std::size_t>(invalid - mText.cbegin())), "", "UTF-8",
+                "bytes that are no character"});
+            return;
+        }
+
         std::string errors;
         try
         {
@@ -71,7 +81,11 @@ namespace QzLogKit
 
     unsigned int JsonFile::GetLine(Json::Value const& value) const
     {
-        auto const offset = std::min(static_cast<std::size_t>(value.getOffsetStart()), mText.size());
+        return GetLineAt(std::min(static_cast<std::size_t>(value.getOffsetStart()), mText.size()));
+    }
+
+    unsigned int JsonFile::GetLineAt(std::size_t offset) const
+    {
         unsigned int line = 1;
         // As JsonCpp counts in its own complaints: a CR alone ends a line too.
         for (std::size_t i = 0; i < offset; ++i)
@@ -82,6 +96,14 @@ namespace QzLogKit
 
     std::string ReadWholeFile(std::string const& path, std::string const& name, Faults& faults)
     {
+        // To open a pipe would wait for somebody who writes to it.
+        std::error_code error;
+        auto const status = std::filesystem::status(path, error);
+        if (exists(status) && !is_regular_file(status))
+        {
+            faults.Add({name, 0, "", "a plain file", "a folder, a pipe or a device"});
+            return std::string();
+        }
         errno = 0;
         std::ifstream file(path, std::ios::binary);
         std::string text;

@@ -12,8 +12,8 @@ namespace QzLogKit
     class JsonFile
     {
     public:
-        /// Reads strictly, but with comments: one value and nothing after it, no key twice in an object. What is wrong
-        /// goes to `faults`; the value is then null.
+        /// Reads strictly, but with comments: valid UTF-8, one value and nothing after it, no key twice in an object.
+        /// What is wrong goes to `faults`; the value is then null.
         /// \param name  what faults call the file.
         JsonFile(std::string name, std::string text, Faults& faults);
 
@@ -24,11 +24,14 @@ namespace QzLogKit
         unsigned int GetLine(Json::Value const& value) const;
 
     private:
+        unsigned int GetLineAt(std::size_t offset) const;
+
         std::string mName;
         std::string mText;
         Json::Value mRoot;
     };
 
-    /// The content of a file. If it cannot be read, that goes to `faults`, and the text is empty.
+    /// The content of a plain file. If it is another kind or cannot be read, that goes to `faults`, and the text is
+    /// empty.
     std::string ReadWholeFile(std::string const& path, std::string const& name, Faults& faults);
 }

@@ -1,5 +1,9 @@
 #include "settings/Section.h"
 
+#include <QzLogKit/Clean.h>
+
+#include <utf8/checked.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -23,12 +27,15 @@ namespace QzLogKit
             default:
                 return value.asString();
             }
-            constexpr std::size_t longest = 60;
-            std::string text = value.asString();
-            std::ranges::replace_if(
-                text, [](unsigned char unit) { return unit < ' ' || unit == 0x7F; }, '?');
+            std::size_t longest = 60;
+            std::string text = Clean(value.asString());
             if (text.size() > longest)
+            {
+                // Not within a character of UTF-8.
+                while ((text[longest] & 0xC0) == 0x80)
+                    --longest;
                 text = text.substr(0, longest) + "...";
+            }
             return '"' + text + '"';
         }
 
@@ -114,8 +121,8 @@ namespace QzLogKit
     std::string Section::ReadScalar(std::string const& name)
     {
         Json::Value const& value = Take(name);
-        if (value.isString() && ToText(value))
-            return value.asString();
+        if (std::optional<std::string> text = ToText(value))
+            return *std::move(text);
         if (value.isIntegral() || value.isBool())
             return value.asString();
         // The value may be a secret.
@@ -177,8 +184,12 @@ namespace QzLogKit
 
     std::optional<std::string> ToText(Json::Value const& value)
     {
-        if (!value.isString() || value.asString().find('\0') != std::string::npos)
+        if (!value.isString())
             return std::nullopt;
-        return value.asString();
+        std::string text = value.asString();
+        // JsonCpp makes of an escape such as \udc00 what is no UTF-8.
+        if (text.find('\0') != text.npos || !utf8::is_valid(text.begin(), text.end()))
+            return std::nullopt;
+        return text;
     }
 }

@@ -4,6 +4,8 @@
 #include "settings/JsonFile.h"
 #include "settings/Section.h"
 
+#include <QzLogKit/Clean.h>
+
 #include <json/writer.h>
 
 #include <algorithm>
@@ -97,7 +99,7 @@ namespace QzLogKit
         {
             constexpr char const* expected = "a name without \"]\" and control characters";
             std::optional<std::string> name = top.ReadOptionalText("server", expected);
-            if (name && std::ranges::any_of(*name, [](unsigned char unit) { return unit < ' ' || unit == ']'; }))
+            if (name && CleanField(*name) != *name)
                 top.Reject(top.Take("server"), "server", expected);
             return name;
         }
