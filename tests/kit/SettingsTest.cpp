@@ -240,6 +240,10 @@ TEST_F(KitSettings, AllFaultsAreReportedAtOnceAndNoSecretIsShown)
         "routes": {"*": ["h"]}, "catalogs": {"*": "nowhere.json"}})");
     EXPECT_EQ(FindFaults("settings.json").size(), 4u);
 
+    Put("settings.json",
+        R"({"destinations": {"a": {"type": "systemLog"}, "b": {"type": "file", "path": "system log"}}})");
+    EXPECT_EQ(FindFaults("settings.json").size(), 0u) << "what a path says is a file";
+
     Put("settings.json", std::string(100000, '['));
     ASSERT_EQ(FindFaults("settings.json").size(), 1u);
     EXPECT_EQ(FindFaults("settings.json")[0].mFound, "a fault: it is nested too deep.");

@@ -106,21 +106,17 @@ namespace QzLogKit
             return (std::filesystem::path(basePath) / path).lexically_normal().string();
         }
 
-        /// The object of the core behind a destination: "" is the terminal. Nothing if the path is missing.
-        std::optional<std::string> GetObjectOf(DestinationSettings const& destination, std::string const& basePath)
+        /// An object of the core: Kafka's is that of its file. Without a path for the terminal and the system log.
+        using CoreObject = std::pair<DestinationType, std::string>;
+
+        /// What is behind a destination. Nothing if the path is missing.
+        std::optional<CoreObject> GetObjectOf(DestinationSettings const& destination, std::string const& basePath)
         {
-            switch (destination.mType)
-            {
-            case DestinationType::DebugOutput:
-                return std::string();
-            case DestinationType::SystemLog:
-                return "system log";
-            default:
-                break;
-            }
+            if (destination.mType == DestinationType::DebugOutput || destination.mType == DestinationType::SystemLog)
+                return CoreObject(destination.mType, "");
             if (destination.mPath.empty())
                 return std::nullopt;
-            return Normalize(destination.mPath, basePath);
+            return CoreObject(DestinationType::File, Normalize(destination.mPath, basePath));
         }
 
         /// A destination must not pass messages on to nobody or, in the end, to itself.
@@ -166,13 +162,13 @@ namespace QzLogKit
         Section destinations, std::optional<std::string> const& basePath)
     {
         std::map<std::string, DestinationSettings> read;
-        std::map<std::string, std::string> firstOfObject;
+        std::map<CoreObject, std::string> firstOfObject;
         for (std::string const& name : destinations.GetNames())
         {
             std::optional<DestinationSettings> const added = ReadDestination(destinations.ReadSection(name));
             // Routes may name it also if it has faults.
             read.emplace(name, added.value_or(DestinationSettings()));
-            std::optional<std::string> const object = added ? GetObjectOf(*added, basePath.value_or("")) : std::nullopt;
+            std::optional<CoreObject> const object = added ? GetObjectOf(*added, basePath.value_or("")) : std::nullopt;
             if (!object)
                 continue;
             auto const [first, isNew] = firstOfObject.try_emplace(*object, name);
