@@ -249,6 +249,13 @@ TEST_F(KitSettings, AllFaultsAreReportedAtOnceAndNoSecretIsShown)
     EXPECT_EQ(FindFaults("settings.json")[0].mFound, "a fault: it is nested too deep.");
 }
 
+TEST_F(KitSettings, NothingIsInForceWithoutTheModule)
+{
+    Put("settings.json", R"({"language": "de", "server": "s"})");
+    EXPECT_THROW(QzLogKit::Routing().Apply("settings.json"), QzBase::Message);
+    EXPECT_EQ(QzResource::GetProcessLanguageID(), 0x0409);
+}
+
 TEST_F(KitSettings, ADescriptionSaysWhatIsInForce)
 {
     Put("texts.json", R"({"messages": {"5": {"en": "a"}, "0x80000304": {"de": "b", "en": "c"}}})");

@@ -98,6 +98,8 @@ namespace QzLogKit
         {
             auto const table = std::make_shared<RoutingTable>();
             table->mSettings = ReadSettings(file);
+            // Throws while no Initializer is alive, when nothing has changed yet.
+            QzLog::GetConfigurationHook();
 
             RoutingTablePtr const before = mpHook->GetTable();
             ProcessGuard process(table->mSettings, before ? &before->mSettings : nullptr);
