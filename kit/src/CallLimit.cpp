@@ -19,6 +19,20 @@ namespace QzLogKit
     class CallLimit::State
     {
     public:
+        /// The states of all limits of the process.
+        struct All
+        {
+            static All& Get()
+            {
+                // Static limits may end after it.
+                static All& all = *new All;
+                return all;
+            }
+
+            ForkSafeLock mLock;
+            std::vector<std::weak_ptr<State>> mStates;
+        };
+
         explicit State(RateLimit limit) : mCounts(limit) {}
 
         bool Count(QzLog::Router& router, char const* fileName, int lineNumber, char const* functionName)
@@ -58,27 +72,9 @@ namespace QzLogKit
         HoldBack<Origin> mCounts;
     };
 
-    namespace
-    {
-        /// The states of all limits of the process.
-        template <class State>
-        struct AllStates
-        {
-            static AllStates& Get()
-            {
-                // Static limits may end after it.
-                static AllStates& all = *new AllStates;
-                return all;
-            }
-
-            ForkSafeLock mLock;
-            std::vector<std::weak_ptr<State>> mStates;
-        };
-    }
-
     CallLimit::CallLimit(RateLimit limit) : mpState(std::make_shared<State>(limit))
     {
-        auto& all = AllStates<State>::Get();
+        State::All& all = State::All::Get();
         ForkSafeLock::WriteHold const hold(all.mLock);
         std::erase_if(all.mStates, [](auto const& state) { return state.expired(); });
         all.mStates.push_back(mpState);
@@ -103,7 +99,7 @@ namespace QzLogKit
 
     void ReportHeldBack()
     {
-        auto& all = AllStates<CallLimit::State>::Get();
+        auto& all = CallLimit::State::All::Get();
         std::vector<std::shared_ptr<CallLimit::State>> states;
         {
             ForkSafeLock::ReadHold const hold(all.mLock);

@@ -16,7 +16,7 @@ namespace QzLogKit
     std::size_t ForkSafeLock::ChooseStripe()
     {
         static std::atomic<std::size_t> gNextThread{0};
-        return tStripe = gNextThread.fetch_add(1, std::memory_order_relaxed) % 8;
+        return tStripe = gNextThread.fetch_add(1, std::memory_order_relaxed) % kStripeCount;
     }
 
     /// All locks of the process. Its own mutex is held around a fork too, and taken before any of them.

@@ -51,7 +51,8 @@ namespace QzLogKit
             std::mutex mMutex;
         };
 
-        static constexpr std::size_t kNoStripe = 8;
+        static constexpr std::size_t kStripeCount = 8;
+        static constexpr std::size_t kNoStripe = kStripeCount;
 
         static std::size_t GetStripe() { return tStripe != kNoStripe ? tStripe : ChooseStripe(); }
         static std::size_t ChooseStripe();
@@ -61,7 +62,7 @@ namespace QzLogKit
         // Initial-exec: no call of the dynamic linker.
         [[gnu::tls_model("initial-exec")]] static constinit thread_local std::size_t tStripe;
 
-        std::array<Stripe, 8> mStripes;
+        std::array<Stripe, kStripeCount> mStripes;
         ForkSafeLock* mpNext = nullptr;
         ForkSafeLock** mpPrevious = nullptr;
     };
