@@ -17,6 +17,8 @@ namespace QzLogKit
         std::vector<std::string> mObjectIDs = {};
 
         bool IsEmpty() const { return mUserIDs.empty() && mSessionIDs.empty() && mObjectIDs.empty(); }
+
+        bool operator==(Selection const&) const = default;
     };
 
     /// A destination that passes on the messages of some users, sessions or objects and drops all others: what one

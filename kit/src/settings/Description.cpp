@@ -1,5 +1,7 @@
 #include "settings/Description.h"
 
+#include "MessageText.h"
+
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
 
@@ -12,10 +14,10 @@ namespace QzLogKit
         // In the order of RateLimitPer.
         constexpr char const* kPer[] = {"message ID", "call site", "dispatcher"};
 
-        std::string ToHex(unsigned int value, int digits)
+        std::string LanguageText(unsigned short id)
         {
-            char text[16];
-            std::snprintf(text, sizeof text, "0x%0*X", digits, value);
+            char text[sizeof("0x0407")];
+            std::snprintf(text, sizeof text, "0x%04X", id);
             return text;
         }
 
@@ -60,8 +62,9 @@ namespace QzLogKit
                        " messages in " + std::to_string(destination.mPeriod) + " s for each " +
                        kPer[static_cast<std::size_t>(destination.mPer)];
             case DestinationType::Selection:
-                return "to " + destination.mTo + ", only users (" + JoinTexts(destination.mUsers) + "), sessions (" +
-                       JoinTexts(destination.mSessions) + "), objects (" + JoinTexts(destination.mObjects) + ')';
+                return "to " + destination.mTo + ", only users (" + JoinTexts(destination.mSelection.mUserIDs) +
+                       "), sessions (" + JoinTexts(destination.mSelection.mSessionIDs) + "), objects (" +
+                       JoinTexts(destination.mSelection.mObjectIDs) + ')';
             }
             return std::string();
         }
@@ -70,10 +73,9 @@ namespace QzLogKit
         {
             std::string text = DescribeTarget(destination);
             if (destination.mLanguageID != 0)
-                text += ", in language " + ToHex(destination.mLanguageID, 4);
+                text += ", in language " + LanguageText(destination.mLanguageID);
             if (!destination.mCallStackIDs.empty())
-                text +=
-                    ", call stacks of " + Join(destination.mCallStackIDs, [](unsigned int id) { return ToHex(id, 8); });
+                text += ", call stacks of " + Join(destination.mCallStackIDs, MessageIDText);
             return text;
         }
 
@@ -99,7 +101,7 @@ namespace QzLogKit
             if (settings.mBasePath)
                 text += "Base path: " + *settings.mBasePath + '\n';
             if (settings.mLanguageID)
-                text += "Process language: " + ToHex(*settings.mLanguageID, 4) + '\n';
+                text += "Process language: " + LanguageText(*settings.mLanguageID) + '\n';
             if (settings.mKafka)
                 text += "Kafka: " + DescribeKafka(settings) + '\n';
             return text;

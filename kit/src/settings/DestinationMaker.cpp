@@ -5,9 +5,8 @@
 #include <QzLog/Destination_DiskFile.h>
 #include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Destination_SystemLog.h>
+#include <QzLogKit/DestinationList.h>
 #include <QzLogKit/Destination_Language.h>
-#include <QzLogKit/Destination_Selection.h>
-#include <QzSynch/ReferenceCountedImpl.h>
 
 #include <chrono>
 #include <utility>
@@ -16,20 +15,6 @@ namespace QzLogKit
 {
     namespace
     {
-        class DestinationList final : public QzSynch::Counted<QzLog::DestinationCollection>
-        {
-        public:
-            explicit DestinationList(std::vector<DestinationPtr> destinations) : mDestinations(std::move(destinations))
-            {
-            }
-
-            unsigned int GetCount() override { return static_cast<unsigned int>(mDestinations.size()); }
-            QzLog::Destination* GetDestination(unsigned int index) override { return mDestinations[index].get(); }
-
-        private:
-            std::vector<DestinationPtr> const mDestinations;
-        };
-
         DestinationPtr GetObjectOfCore(DestinationSettings const& settings)
         {
             QzBase::ReturnWString const path = QzBase::UTF8ToWideChar(settings.mPath.c_str(), false);
@@ -57,16 +42,6 @@ namespace QzLogKit
             return decorated ? decorated : destination;
         }
 
-        Selection ToSelection(DestinationSettings const& settings)
-        {
-            return {settings.mUsers, settings.mSessions, settings.mObjects};
-        }
-
-        bool IsSameSelection(DestinationSettings const& a, DestinationSettings const& b)
-        {
-            return a.mUsers == b.mUsers && a.mSessions == b.mSessions && a.mObjects == b.mObjects;
-        }
-
         DestinationPtr Wrap(DestinationPtr const& target, DestinationSettings const& settings)
         {
             switch (settings.mType)
@@ -75,7 +50,7 @@ namespace QzLogKit
                 return CreateDestination_RateLimit(
                     *target, {settings.mMessages, std::chrono::seconds(settings.mPeriod)}, settings.mPer);
             case DestinationType::Selection:
-                return CreateDestination_Selection(*target, ToSelection(settings));
+                return CreateDestination_Selection(*target, settings.mSelection);
             default:
                 return target;
             }
@@ -189,8 +164,8 @@ namespace QzLogKit
             auto const found = before.find(name);
             // What the program has selected meanwhile stays, unless the file has changed.
             if (selection && found != before.end() && found->second.mpWrapper == destination.mpWrapper &&
-                !IsSameSelection(settings, found->second.mSettings))
-                selection->Select(ToSelection(settings));
+                settings.mSelection != found->second.mSettings.mSelection)
+                selection->Select(settings.mSelection);
         }
     }
 
@@ -198,9 +173,8 @@ namespace QzLogKit
         std::span<std::string const> names, MadeDestinations const& made)
     {
         std::vector<DestinationPtr> destinations;
-        destinations.reserve(names.size());
         for (std::string const& name : names)
             destinations.push_back(made.at(name).mpUsed);
-        return new DestinationList(std::move(destinations));
+        return CreateDestinationList(destinations);
     }
 }

@@ -59,9 +59,9 @@ namespace QzLogKit
                 ReadRateLimit(section, destination);
             if (destination.mType == DestinationType::Selection)
             {
-                destination.mUsers = section.ReadList<std::string>("users", "texts", ToText);
-                destination.mSessions = section.ReadList<std::string>("sessions", "texts", ToText);
-                destination.mObjects = section.ReadList<std::string>("objects", "texts", ToText);
+                destination.mSelection.mUserIDs = section.ReadList<std::string>("users", "texts", ToText);
+                destination.mSelection.mSessionIDs = section.ReadList<std::string>("sessions", "texts", ToText);
+                destination.mSelection.mObjectIDs = section.ReadList<std::string>("objects", "texts", ToText);
             }
         }
 

@@ -5,6 +5,7 @@
 
 #include <QzLog/Destination_DiskFile.h>
 #include <QzLogKit/Destination_RateLimit.h>
+#include <QzLogKit/Destination_Selection.h>
 
 #include <map>
 #include <memory>
@@ -49,10 +50,7 @@ namespace QzLogKit
         unsigned int mMessages = 0;
         unsigned int mPeriod = 0;
         RateLimitPer mPer = RateLimitPer::kMessageID;
-        /// Selection.
-        std::vector<std::string> mUsers;
-        std::vector<std::string> mSessions;
-        std::vector<std::string> mObjects;
+        Selection mSelection;
 
         bool operator==(DestinationSettings const&) const = default;
     };
