@@ -18,7 +18,8 @@ namespace QzLogKit
     /// Before the module runs, a call does nothing. A use costs one read more than that of a router. Any thread may use
     /// it at any time, until it is destroyed.
     ///
-    /// A handle keeps its router until ReleaseAll or its own end, and logs nothing once the module has ended.
+    /// A handle keeps its router until ReleaseAll or its own end. Once the module has ended, that router never logs
+    /// again: a process that starts the module anew calls ReleaseAll before.
     class QZLOGKIT_API RouterHandle
     {
     public:
