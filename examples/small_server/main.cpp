@@ -6,6 +6,7 @@
 
 #include <QzLog/QzLog.h>
 #include <QzLogKit/Clean.h>
+#include <QzLogKit/Identity.h>
 #include <QzLogKit/ReloadSignal.h>
 
 #include <iostream>
@@ -29,8 +30,7 @@ namespace
         std::istringstream request(line);
         std::string user, session, text;
         std::getline(request >> user >> session >> std::ws, text);
-        QzLog::ThreadSpecificLogInfo identity{QzLogKit::CleanField(user), QzLogKit::CleanField(session), {}, 0};
-        QzLog::ThreadSpecificLogInfoSwitchGuard const onBehalfOf(&identity);
+        QzLogKit::IdentityGuard const onBehalfOf({.mUserID = user, .mSessionID = session});
 
         text = QzLogKit::Clean(QzLog::ReplaceSensitiveMessage(text.c_str(), "password", "***").c_str());
         if (text.starts_with('<'))
