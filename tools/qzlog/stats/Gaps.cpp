@@ -76,9 +76,10 @@ namespace QzLogTool
     /// The log that a file belongs to. There are no more of them than were named.
     Gaps::LastTime& Gaps::FindLog(std::string const* pPath)
     {
-        if (mpLog && mPath == (pPath ? *pPath : std::string()))
+        std::string_view const path = pPath ? std::string_view(*pPath) : std::string_view();
+        if (mpLog && mPath == path)
             return *mpLog;
-        mPath = pPath ? *pPath : std::string();
+        mPath = path;
         std::string log;
         unsigned int number;
         if (!SplitBackupPath(mPath, log, number))
@@ -93,7 +94,7 @@ namespace QzLogTool
     }
 
     /// The one that is silent for longest first.
-    std::vector<Gaps::LastTime> Gaps::SortLogs() const
+    std::vector<Gaps::LastTime const*> Gaps::SortLogs() const
     {
         std::vector<LastTime const*> logs;
         logs.reserve(mLogs.size());
@@ -102,11 +103,7 @@ namespace QzLogTool
         std::sort(logs.begin(), logs.end(),
             [](LastTime const* a, LastTime const* b)
             { return a->second != b->second ? a->second < b->second : a->first < b->first; });
-        std::vector<LastTime> result;
-        result.reserve(logs.size());
-        for (LastTime const* const pLog : logs)
-            result.push_back(*pLog);
-        return result;
+        return logs;
     }
 
     void Gaps::Print(Output& output, std::size_t rows) const
@@ -130,10 +127,13 @@ namespace QzLogTool
             output.Write(std::to_string(mUnknown) + " records of further processes are not among these\n");
         output.Write("\nLast records\n");
         std::vector<std::vector<std::string>> table{{"silent", "since", "log"}};
-        std::vector<LastTime> const logs = SortLogs();
+        std::vector<LastTime const*> const logs = SortLogs();
         for (std::size_t i = 0; i < std::min(rows, logs.size()); ++i)
-            table.push_back({FormatSpan(static_cast<double>(std::max<std::int64_t>(mNow - logs[i].second, 0))),
-                FormatTime(logs[i].second), MakeLabel(logs[i].first, kLongestPath)});
+        {
+            auto const& [log, last] = *logs[i];
+            table.push_back({FormatSpan(static_cast<double>(std::max<std::int64_t>(mNow - last, 0))), FormatTime(last),
+                MakeLabel(log, kLongestPath)});
+        }
         PrintColumns(output, table);
     }
 
@@ -155,8 +155,9 @@ namespace QzLogTool
             }
         }
         result["further_records"] = Json::UInt64{mUnknown};
-        for (auto const& [log, last] : SortLogs())
+        for (LastTime const* const pLog : SortLogs())
         {
+            auto const& [log, last] = *pLog;
             Json::Value row(Json::objectValue);
             row["log"] = MakeWellFormed(log);
             row["last"] = FormatTime(last);

@@ -51,7 +51,7 @@ namespace QzLogTool
         void Note(Longest& longest, std::int64_t& last, std::int64_t now, std::string_view owner) const;
         LastTime* FindProcess(std::string_view process);
         LastTime& FindLog(std::string const* pPath);
-        std::vector<LastTime> SortLogs() const;
+        std::vector<LastTime const*> SortLogs() const;
 
         std::size_t const mMost;
         std::int64_t const mNow;
