@@ -1,5 +1,7 @@
 #pragma once
 
+#include "stats/TextHash.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -28,15 +30,9 @@ namespace QzLogTool
         std::vector<std::pair<std::string, std::uint64_t>> GetMost(std::size_t count) const;
 
     private:
-        struct Hash
-        {
-            using is_transparent = void;
-            std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-        };
-
         std::size_t const mMostBytes;
         std::size_t mBytes = 0;
-        std::unordered_map<std::string, std::uint64_t, Hash, std::equal_to<>> mCounts;
+        std::unordered_map<std::string, std::uint64_t, TextHash, std::equal_to<>> mCounts;
         std::pair<std::string const, std::uint64_t>* mpLast = nullptr;
     };
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "stats/Question.h"
+#include "stats/TextHash.h"
 
 #include <cstdint>
 #include <limits>
@@ -38,13 +39,8 @@ namespace QzLogTool
         /// Of the longest gaps the shortest is on top; in Finish they are sorted.
         using Longest = std::vector<Gap>;
 
-        struct Hash
-        {
-            using is_transparent = void;
-            std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-        };
         /// When each has logged last.
-        using LastTimes = std::unordered_map<std::string, std::int64_t, Hash, std::equal_to<>>;
+        using LastTimes = std::unordered_map<std::string, std::int64_t, TextHash, std::equal_to<>>;
         using LastTime = LastTimes::value_type;
 
         static bool IsLonger(Gap const& a, Gap const& b);

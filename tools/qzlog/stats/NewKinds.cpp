@@ -20,7 +20,7 @@ namespace QzLogTool
     void NewKinds::Add(Record const& record, HeaderParser const& parser)
     {
         MakeMessageKind(parser.GetMessage(), mText);
-        std::uint64_t const hash = Hash()(mText);
+        std::uint64_t const hash = TextHash()(mText);
         if (record.mTime < mSince)
         {
             // The same one often comes several times on end.
@@ -53,7 +53,7 @@ namespace QzLogTool
     void NewKinds::Finish()
     {
         for (auto const& kind : mNew)
-            if (!mOld.contains(Hash()(kind.first)))
+            if (!mOld.contains(TextHash()(kind.first)))
                 mSorted.push_back(&kind);
         std::sort(mSorted.begin(), mSorted.end(),
             [](auto const* a, auto const* b) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "stats/Question.h"
+#include "stats/TextHash.h"
 
 #include <cstdint>
 #include <functional>
@@ -34,12 +35,7 @@ namespace QzLogTool
             std::string mDispatcher;
         };
 
-        struct Hash
-        {
-            using is_transparent = void;
-            std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-        };
-        using Kinds = std::unordered_map<std::string, Kind, Hash, std::equal_to<>>;
+        using Kinds = std::unordered_map<std::string, Kind, TextHash, std::equal_to<>>;
 
         std::int64_t const mSince;
         // By their hashes. That two of so many have the same is less likely than an error of the memory.

@@ -2,6 +2,7 @@
 
 #include "stats/Durations.h"
 #include "stats/Question.h"
+#include "stats/TextHash.h"
 
 #include <cstdint>
 #include <functional>
@@ -56,12 +57,6 @@ namespace QzLogTool
             bool mHasPassed = false;
         };
 
-        struct Hash
-        {
-            using is_transparent = void;
-            std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-        };
-
         std::uint32_t FindScope(std::string_view name);
         Thread& FindThread(std::string_view key);
         void Leave(Thread& thread, std::uint32_t scope, Record const& record);
@@ -69,7 +64,7 @@ namespace QzLogTool
         void Forget();
 
         std::vector<Scope> mScopes;
-        std::unordered_map<std::string, std::uint32_t, Hash, std::equal_to<>> mIndexes;
+        std::unordered_map<std::string, std::uint32_t, TextHash, std::equal_to<>> mIndexes;
         // The one that logged last is the first.
         std::list<Thread> mThreads;
         std::unordered_map<std::string_view, std::list<Thread>::iterator> mPlaces;
