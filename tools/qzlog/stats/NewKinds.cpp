@@ -63,11 +63,8 @@ namespace QzLogTool
 
     void NewKinds::Print(Output& output, std::size_t rows) const
     {
-        std::string title = "\nMessages that came first since " + FormatMoment(ToLocal(mSince)) + ", after " +
-                            std::to_string(mBefore) + " records before";
-        if (mSorted.size() > rows)
-            title += " (and " + std::to_string(mSorted.size() - rows) + " more)";
-        output.Write(title + '\n');
+        output.Write("\nMessages that came first since " + FormatMoment(ToLocal(mSince)) + ", after " +
+                     std::to_string(mBefore) + " records before" + MakeRest(mSorted.size(), rows) + '\n');
         std::vector<std::vector<std::string>> table{{"count", "first", "message"}};
         for (std::size_t i = 0; i < std::min(rows, mSorted.size()); ++i)
         {

@@ -187,10 +187,7 @@ namespace QzLogTool
 
     void Scopes::Print(Output& output, std::size_t rows) const
     {
-        std::string title = "\nScopes, those with most time altogether first";
-        if (mScopes.size() > rows)
-            title += " (and " + std::to_string(mScopes.size() - rows) + " more)";
-        output.Write(title + '\n');
+        output.Write("\nScopes, those with most time altogether first" + MakeRest(mScopes.size(), rows) + '\n');
         std::vector<std::vector<std::string>> table{{"count", "mean", "50%", "90%", "99%", "longest", "scope"}};
         for (std::size_t i = 0; i < std::min(rows, mScopes.size()); ++i)
         {

@@ -5,7 +5,6 @@
 #include "time/Moments.h"
 
 #include <json/value.h>
-#include <json/writer.h>
 
 #include <algorithm>
 #include <cmath>
@@ -63,8 +62,7 @@ namespace QzLogTool
                 std::sort(rows.begin(), rows.end());
             for (auto& row : rows)
                 row.first = MakeLabel(row.first, kLongestLabel);
-            std::size_t const hidden = counter.GetCounts().size() - rows.size();
-            PrintTable(output, hidden == 0 ? title : title + " (and " + std::to_string(hidden) + " more)", rows, width);
+            PrintTable(output, title + MakeRest(counter.GetCounts().size(), rows.size()), rows, width);
         }
 
         Json::Value ToJson(Counter const& counter)
@@ -168,9 +166,7 @@ namespace QzLogTool
             report[pQuestion->GetName()] = pQuestion->ToJson();
         if (mIsUsual)
             AddUsual(report);
-        Json::StreamWriterBuilder builder;
-        builder["indentation"] = "";
-        output.Write(Json::writeString(builder, report) + '\n');
+        PrintJsonLine(output, report);
     }
 
     void StatsReport::AddUsual(Json::Value& report) const

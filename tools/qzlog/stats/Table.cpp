@@ -3,6 +3,8 @@
 #include "Characters.h"
 #include "output/Lines.h"
 
+#include <json/writer.h>
+
 #include <algorithm>
 
 namespace QzLogTool
@@ -22,6 +24,11 @@ namespace QzLogTool
         return isTooLong ? label + "..." : label;
     }
 
+    std::string MakeRest(std::size_t all, std::size_t shown)
+    {
+        return all > shown ? " (and " + std::to_string(all - shown) + " more)" : std::string();
+    }
+
     void PrintColumns(Output& output, std::vector<std::vector<std::string>> const& rows)
     {
         std::size_t const last = rows[0].size() - 1;
@@ -38,5 +45,12 @@ namespace QzLogTool
                 line = "    ";
             output.Write(line + row.back() + '\n');
         }
+    }
+
+    void PrintJsonLine(Output& output, Json::Value const& value)
+    {
+        Json::StreamWriterBuilder builder;
+        builder["indentation"] = "";
+        output.Write(Json::writeString(builder, value) + '\n');
     }
 }

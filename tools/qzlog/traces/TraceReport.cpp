@@ -6,7 +6,6 @@
 #include <QzLog/ServerCommands.h>
 
 #include <json/value.h>
-#include <json/writer.h>
 
 #include <algorithm>
 #include <cmath>
@@ -130,11 +129,10 @@ namespace QzLogTool
 
     void PrintTrace(Output& output, std::string const& path, PrintOut const& printOut, std::size_t rows)
     {
-        output.Write(MakeLabel(path, kLongestPath) + ": " + Describe(printOut));
         Table table = MakeTable(printOut);
-        std::size_t const hidden = table.size() - 1 - std::min(table.size() - 1, rows);
-        table.resize(table.size() - hidden);
-        output.Write(hidden == 0 ? "\n" : " (and " + std::to_string(hidden) + " more)\n");
+        std::size_t const all = table.size() - 1;
+        output.Write(MakeLabel(path, kLongestPath) + ": " + Describe(printOut) + MakeRest(all, rows) + '\n');
+        table.resize(1 + std::min(all, rows));
         if (table.size() > 1)
             PrintColumns(output, table);
         if (printOut.GetLeftOut() != 0)
@@ -171,8 +169,6 @@ namespace QzLogTool
             row["mean"] = messages.GetMean();
             list.append(row);
         }
-        Json::StreamWriterBuilder builder;
-        builder["indentation"] = "";
-        output.Write(Json::writeString(builder, report) + '\n');
+        PrintJsonLine(output, report);
     }
 }
