@@ -61,6 +61,7 @@ namespace
         EXPECT_NE(Run("qzlog stats a.log").mOutput.find("in slots of 5 min"), std::string::npos);
         EXPECT_EQ(Run("qzlog stats --top 1 a.log").mOutput.find("Log "), std::string::npos);
         EXPECT_EQ(Run("qzlog stats --logger Nobody a.log").mExitCode, 1);
+        EXPECT_EQ(Run("echo 'is no log' | qzlog stats -").mExitCode, 1);
     }
 
     TEST_F(StatsTest, BringsTogetherWhatIsEnteredAndLeft)

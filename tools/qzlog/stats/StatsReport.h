@@ -33,8 +33,8 @@ namespace QzLogTool
         /// All records were added.
         void Finish();
 
-        /// How many records and lines without record there were.
-        std::uint64_t GetCount() const { return mRecords + mLoose; }
+        /// How many records there were.
+        std::uint64_t GetCount() const { return mRecords; }
 
         /// Tables with bars in so many columns, of at most so many rows each.
         void PrintTables(Output& output, unsigned int width, std::size_t rows) const;
