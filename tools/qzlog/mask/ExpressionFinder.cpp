@@ -20,6 +20,8 @@ namespace QzLogTool
     ExpressionFinder::ExpressionFinder(std::string const& expression, Check check)
         : mExpression("(?m:" + expression + ')', MakeOptions()), mCheck(check)
     {
+        if (expression.empty())
+            throw Trouble("--regex: an expression is empty");
         // Alone, too: half a bracket may fit to what stands around it.
         RE2 const alone(expression, MakeOptions());
         for (RE2 const* const pExpression : {&alone, &mExpression})
