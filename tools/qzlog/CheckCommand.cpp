@@ -2,10 +2,9 @@
 
 #include "LogInput.h"
 #include "check/LogCheck.h"
-#include "time/Moments.h"
+#include "time/MomentOption.h"
 
 #include <limits>
-#include <optional>
 
 namespace QzLogTool
 {
@@ -26,8 +25,8 @@ namespace QzLogTool
                 mInput.AddTo(app);
                 CLI::Option* const pQuiet =
                     app.add_flag("--quiet,-q", mStyle.mIsQuiet, "Tells what is wrong or was missed, and nothing else");
-                app.add_option("--since,-S", mSince, "What was written from then on; the rest is read, not reported")
-                    ->option_text("TIME");
+                AddMoment(app, "--since,-S", "What was written from then on; the rest is read, not reported",
+                    [this](std::int64_t moment) { mSince = moment; });
                 CLI::Option* const pExplain = app.add_flag(
                     "--explain", mStyle.mExplains, "Says after each kind of report what it means and what to do");
                 app.add_flag("--monitor", mStyle.mIsForMonitor,
@@ -41,8 +40,6 @@ namespace QzLogTool
 
             ExitCode Run() override
             {
-                constexpr std::int64_t kEver = std::numeric_limits<std::int64_t>::min();
-                std::int64_t const since = mSince ? ReadMoment(*mSince, GetNow()) : kEver;
                 Troubles troubles;
                 Progress progress;
                 Output output(&progress);
@@ -51,7 +48,7 @@ namespace QzLogTool
                 for (std::string const& path : mInput.FindPaths(troubles))
                     try
                     {
-                        LogCheck check(path, OpenLog(path, files, progress), since, report);
+                        LogCheck check(path, OpenLog(path, files, progress), mSince, report);
                         if (files != LogBytes::Files::LogAlone)
                             check.CheckBackups();
                         check.CheckFiles();
@@ -73,7 +70,7 @@ namespace QzLogTool
         private:
             LogInput mInput;
             CheckReport::Style mStyle;
-            std::optional<std::string> mSince;
+            std::int64_t mSince = std::numeric_limits<std::int64_t>::min();
         };
     }
 

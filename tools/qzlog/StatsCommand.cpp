@@ -6,6 +6,7 @@
 #include "stats/NewKinds.h"
 #include "stats/Scopes.h"
 #include "stats/StatsReport.h"
+#include "time/MomentOption.h"
 #include "time/Moments.h"
 #include "traces/TraceReport.h"
 
@@ -49,8 +50,8 @@ namespace QzLogTool
                        "--gaps", mAsksGaps, "The longest times without a record, and since when each log is silent")
                     ->option_text(" ")
                     ->excludes("--slot");
-                app.add_option("--new-since", mNewSince, "Kinds of message that came for the first time since then")
-                    ->option_text("TIME")
+                AddMoment(app, "--new-since", "Kinds of message that came for the first time since then",
+                    [this](std::int64_t moment) { mNewSince = moment; })
                     ->excludes("--slot");
                 app.add_option("--trace", mTraces, "Reads a print-out of a command or message trace, and no log")
                     ->option_text("FILE")
@@ -71,7 +72,7 @@ namespace QzLogTool
                     throw Trouble("LOG is required, or --trace (see --help)");
                 std::int64_t slot = 0;
                 if (!mSlot.empty() && (!ReadSpan(mSlot, slot) || slot == 0))
-                    throw Trouble("'" + mSlot + "' is no span of time; write it like \"10m\" or \"1h\"");
+                    throw Trouble("'" + mSlot + "' is no span of time; write it like \"10m\" or \"1h\" (see --help)");
                 Troubles troubles;
                 Progress progress;
                 RecordFilter filter(mFilterOptions);
@@ -96,13 +97,12 @@ namespace QzLogTool
             StatsReport::Questions MakeQuestions() const
             {
                 StatsReport::Questions questions;
-                std::int64_t const now = GetNow();
                 if (mAsksScopes)
                     questions.push_back(std::make_unique<Scopes>());
                 if (mAsksGaps)
-                    questions.push_back(std::make_unique<Gaps>(mTop, now));
+                    questions.push_back(std::make_unique<Gaps>(mTop, GetNow()));
                 if (mNewSince)
-                    questions.push_back(std::make_unique<NewKinds>(ReadMoment(*mNewSince, now)));
+                    questions.push_back(std::make_unique<NewKinds>(*mNewSince));
                 return questions;
             }
 
@@ -143,7 +143,7 @@ namespace QzLogTool
             std::vector<std::string> mGroupings;
             bool mAsksScopes = false;
             bool mAsksGaps = false;
-            std::optional<std::string> mNewSince;
+            std::optional<std::int64_t> mNewSince;
             std::vector<std::string> mTraces;
             std::size_t mTop = 20;
             bool mIsJson = false;

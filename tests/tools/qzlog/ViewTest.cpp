@@ -245,8 +245,8 @@ namespace
             {"qzlog view --process x server.log", 2, "'x' is no number"},
             {"qzlog view --since 10x server.log", 2, "'10x' is no time"},
             {"qzlog view --since '2026-02-30' server.log", 2, "'2026-02-30' is no time"},
-            {"qzlog check --since '' server.log", 2, "'' is no time"},
-            {"qzlog stats --new-since '' server.log", 2, "'' is no time"},
+            {"qzlog check --since '' server.log", 2, "\"10m\" (see --help)"},
+            {"qzlog stats --new-since '' server.log", 2, "\"10m\" (see --help)"},
             // What comes after a value is no further one.
             {"qzlog mask --key a server.log </dev/null", 2, "was not expected: server.log"},
             {"qzlog mask -E '' </dev/null", 2, "an expression is empty"},

@@ -1,7 +1,6 @@
 #include "filter/FilterOptions.h"
 
-#include "Trouble.h"
-#include "time/Moments.h"
+#include "time/MomentOption.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -82,22 +81,6 @@ namespace QzLogTool
             std::snprintf(text, sizeof text, "%08X", value);
             return value == 0 ? std::string() : text;
         }
-
-        void AddMoment(CLI::App& app, char const* name, char const* description, std::int64_t& moment)
-        {
-            auto const take = [&moment](std::string const& value)
-            {
-                try
-                {
-                    moment = ReadMoment(value, GetNow());
-                }
-                catch (Trouble const& trouble)
-                {
-                    throw CLI::ValidationError(trouble.what());
-                }
-            };
-            Add(app, name, "TIME", description, take);
-        }
     }
 
     void FilterOptions::AddTo(CLI::App& app)
@@ -122,8 +105,10 @@ namespace QzLogTool
         AddTexts(app, "--host", "NAME", "Of this machine", mHosts);
         AddTexts(app, "--server", "NAME", "Of this server instance", mServers);
         AddMoment(app, "--since,-S", "From then on: \"2026-11-18 03:02:07\", \"03:02\", \"today\", \"10m\" (ago), ...",
-            mSince);
-        AddMoment(app, "--until,-U", "Before that moment", mUntil);
+            [this](std::int64_t moment) { mSince = moment; })
+            ->group(kGroup);
+        AddMoment(app, "--until,-U", "Before that moment", [this](std::int64_t moment) { mUntil = moment; })
+            ->group(kGroup);
         AddTexts(app, "--text,-F", "TEXT", "The message has this text in it", mTexts);
         AddTexts(app, "--regex,-E", "EXPRESSION", "The message matches this regular expression (RE2)", mExpressions);
         app.add_flag("--ignore-case,-i", mIgnoresCase, "In --text and --regex")->group(kGroup);
