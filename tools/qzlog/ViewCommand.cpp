@@ -66,8 +66,8 @@ namespace QzLogTool
             {
                 if (!mGrowing.IsAskedFor() && mInput.mPaths.empty())
                     throw Trouble("LOG is required, or --brokers (see --help)");
-                if (mBefore != 0 || mAfter != 0)
-                    mContext.emplace(mBefore, mAfter, GetMost());
+                if (mBefore || mAfter)
+                    mContext.emplace(mBefore.value_or(0), mAfter.value_or(0), GetMost());
                 RecordFilter filter(mFilterOptions, mContext.has_value());
                 if (!mHasNoPager && !mGrowing.mFollows && !mCounts && !mIsQuiet)
                     Pager::Start();
@@ -96,8 +96,10 @@ namespace QzLogTool
                 {
                     auto const take = [=, this](std::uint64_t const& count)
                     {
-                        mBefore = isBefore ? count : mBefore;
-                        mAfter = isAfter ? count : mAfter;
+                        if (isBefore)
+                            mBefore = count;
+                        if (isAfter)
+                            mAfter = count;
                     };
                     app.add_option_function<std::uint64_t>(name, take, description)
                         ->option_text("N")
@@ -199,8 +201,8 @@ namespace QzLogTool
             bool mIsJson = false;
             bool mIsOtlp = false;
             bool mHasNoPager = false;
-            std::uint64_t mBefore = 0;
-            std::uint64_t mAfter = 0;
+            std::optional<std::uint64_t> mBefore;
+            std::optional<std::uint64_t> mAfter;
             std::optional<Context> mContext;
         };
     }

@@ -179,6 +179,8 @@ namespace
             {"qzlog view -A 1 -E 'start|done' server.log other.log | sed 's/.*OID.*#/#/'",
                 "#1 start up\n#4 select\n--\n#5 done\n#3 Caf\xC3\xA9 [Kernel][Error] "
                 "\x1B[31m\x9B\xC2\x9B\x7F\xC3\x9B\n"},
+            {"qzlog view -C 0 -E 'start|done' server.log other.log | sed 's/.*OID.*#/#/'",
+                "#1 start up\n--\n#5 done\n"},
             {"qzlog view --utc --until '2026-11-18 03:00:02.5' other.log",
                 "2026-11-18 03:00:02.000 [HOST:ws02][SERVER:Standby][PID:12][THR:22][Query][Trace]"
                 "[UID:0][SID:0][OID:0] #4 select\n"},
