@@ -36,9 +36,10 @@ namespace QzLogTool
             {
                 mGrowing.AddTo(app, mInput.AddTo(app));
                 mFilterOptions.AddTo(app);
-                CLI::Option* const pTail = app.add_option("--tail,-n", mTail, "The last N records only")
-                                               ->option_text("N")
-                                               ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
+                CLI::Option* const pTail =
+                    app.add_option("--tail,-n", mTail, "The last N records only; not with -m, -A, -B or -C")
+                        ->option_text("N")
+                        ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
                 app.add_option("--head,-m", mHead, "The first N records only")
                     ->option_text("N")
                     ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()))
