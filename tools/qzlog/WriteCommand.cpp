@@ -23,6 +23,13 @@ namespace QzLogTool
 {
     namespace
     {
+        /// Refuses a text that readers of the header would take for a shorter one.
+        std::string CheckHeaderText(std::string const& text)
+        {
+            bool const fits = text.find_first_of("]\r\n") == std::string::npos;
+            return fits ? std::string() : "a header cannot hold ']' or a line end in a name or an ID";
+        }
+
         QzBase::ReturnWString ToWide(std::string const& text)
         {
             return QzBase::UTF8ToWideChar(text.c_str(), true);
@@ -93,6 +100,8 @@ namespace QzLogTool
                 app.add_option("-s,--session", mSession, "Their session ID")->option_text("ID");
                 app.add_option("-o,--object", mObject, "Their object ID")->option_text("ID");
                 app.add_option("--server", mServer, "Their server instance name")->option_text("NAME");
+                for (char const* const name : {"-L", "-D", "-u", "-s", "-o", "--server"})
+                    app.get_option(name)->check(CheckHeaderText);
                 app.add_option("--max-size", mMaxFileSize,
                        "The size at which the log rolls over, such as 500k or 20m (2000000)")
                     ->transform(CLI::AsSizeValue(false))

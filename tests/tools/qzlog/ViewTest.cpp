@@ -252,6 +252,7 @@ namespace
             // What comes after a value is no further one.
             {"qzlog mask --key a server.log </dev/null", 2, "was not expected: server.log"},
             {"qzlog mask -E '' </dev/null", 2, "an expression is empty"},
+            {"qzlog write -L 'a]b' new.log </dev/null", 2, "--logger: a header cannot hold ']'"},
             {"qzlog mask --set emails server.log </dev/null", 2, "was not expected: server.log"},
             {"qzlog view -b x --topic a server.log", 2, "LOG excludes --brokers"},
             {"qzlog view -E '[' server.log", 2, "'[' is no regular expression: missing ]"},
