@@ -52,7 +52,6 @@ namespace QzLogTool
                         if (files != LogBytes::Files::LogAlone)
                             check.CheckBackups();
                         check.CheckFiles();
-                        report.EndLog(path);
                     }
                     catch (Trouble const& trouble)
                     {

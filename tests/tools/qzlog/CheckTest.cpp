@@ -107,6 +107,8 @@ namespace
                 "QZLOG CRITICAL - 1 log, 1 record, 0 faults, 2 messages missed: c.log: No such file or directory | "
                 "faults=0 missed=2 records=1\n",
                 2},
+            {": > e.log; : > e.log.bak00; qzlog check e.log",
+                "e.log: 2 files, 0 records, 0 faults, 0 messages missed\n"},
             {"qzlog check --explain b.log | sed -n 's/^    Make room/yes/p' | cut -d ' ' -f 1-4",
                 "yes on the disk:\n"}});
     }

@@ -63,16 +63,15 @@ namespace QzLogTool
 
     void CheckReport::EndFile(std::string const& path)
     {
-        ++mLog.mFiles;
         if (mFoundInFile > kMostShown && !mStyle.mIsForMonitor)
             mOutput.WriteLine(path + ": and " + std::to_string(mFoundInFile - kMostShown) + " more");
         mFoundInFile = 0;
     }
 
-    void CheckReport::EndLog(std::string const& path)
+    void CheckReport::EndLog(std::string const& path, std::uint64_t files)
     {
         if (!mStyle.mIsQuiet && !mStyle.mIsForMonitor)
-            PrintSummary(path);
+            PrintSummary(path, files);
         ++mLogs;
         mAll.mRecords += mLog.mRecords;
         mAll.mFaults += mLog.mFaults;
@@ -81,9 +80,9 @@ namespace QzLogTool
         mMissedByReason.clear();
     }
 
-    void CheckReport::PrintSummary(std::string const& path)
+    void CheckReport::PrintSummary(std::string const& path, std::uint64_t files)
     {
-        mOutput.WriteLine(path + ": " + Count(mLog.mFiles, "file") + ", " + Count(mLog.mRecords, "record") + ", " +
+        mOutput.WriteLine(path + ": " + Count(files, "file") + ", " + Count(mLog.mRecords, "record") + ", " +
                           Count(mLog.mFaults, "fault") + ", " + Count(mLog.mMissed, "message") + " missed");
         for (auto const& [reason, count] : mMissedByReason)
             mOutput.WriteLine("  " + std::to_string(count) + " missed due to: " + reason);

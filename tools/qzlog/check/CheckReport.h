@@ -37,7 +37,8 @@ namespace QzLogTool
         /// After the last of the findings in a file.
         void EndFile(std::string const& path);
         /// After the last file of a log.
-        void EndLog(std::string const& path);
+        /// \param files  how many it has, empty ones included.
+        void EndLog(std::string const& path, std::uint64_t files);
 
         /// Of a log that cannot be read, which was reported to the user.
         void AddTrouble(std::string const& text);
@@ -50,14 +51,13 @@ namespace QzLogTool
     private:
         struct Sums
         {
-            std::uint64_t mFiles = 0;
             std::uint64_t mRecords = 0;
             std::uint64_t mFaults = 0;
             std::uint64_t mMissed = 0;
         };
 
         void PrintFinding(std::string const& line, std::string_view explanation, std::string_view advice);
-        void PrintSummary(std::string const& path);
+        void PrintSummary(std::string const& path, std::uint64_t files);
 
         Style const mStyle;
         Output& mOutput;

@@ -71,6 +71,7 @@ namespace QzLogTool
             mpChecker->Take(record, *mpReader);
         }
         EndFile();
+        mReport.EndLog(mPath, mpReader->GetBegun());
     }
 
     /// What stands before the first record of a file is as old as the file.

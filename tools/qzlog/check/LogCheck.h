@@ -25,7 +25,7 @@ namespace QzLogTool
         /// Reports numbers that are missing among the back-ups.
         void CheckBackups();
 
-        /// Reports what is in the files. Throws Trouble.
+        /// Reports what is in the files, and sums it up. Throws Trouble.
         void CheckFiles();
 
     private:

@@ -81,6 +81,7 @@ namespace QzLogTool
         mIsAtEnd = false;
         mNext = Start();
         mIsOpen = true;
+        ++mBegun;
         return true;
     }
 

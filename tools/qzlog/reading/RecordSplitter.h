@@ -36,6 +36,9 @@ namespace QzLogTool
         /// Where in its file begins what comes next, once all parts of the last record were given.
         std::uint64_t GetOffset() const { return mOffset; }
 
+        /// How many files or stretches were begun, empty ones included.
+        std::uint64_t GetBegun() const { return mBegun; }
+
         bool Next(Record& record) override;
         bool NextPart(std::string_view& text) override;
         bool CanGoBack() const override { return mpBytes->CanMove(); }
@@ -96,6 +99,7 @@ namespace QzLogTool
         // What FindEnd has seen after the end, so that it is not read twice.
         Start mNext;
 
+        std::uint64_t mBegun = 0;
         std::string mPath;
         std::int64_t mTime = std::numeric_limits<std::int64_t>::min();
     };
