@@ -6,6 +6,7 @@
 #include <QzLogKit/Export.h>
 
 #include <concepts>
+#include <cstddef>
 #include <ranges>
 #include <span>
 #include <vector>
@@ -58,6 +59,8 @@ namespace QzLogKit
     CreateDestinationList(Range const& destinations)
     {
         std::vector<QzLog::Destination*> list;
+        if constexpr (std::ranges::sized_range<Range const>)
+            list.reserve(static_cast<std::size_t>(std::ranges::size(destinations)));
         for (auto const& destination : destinations)
             list.push_back(DestinationListDetails::PointerOf(destination));
         return CreateDestinationList(std::span<QzLog::Destination* const>(list));
