@@ -140,9 +140,9 @@ TEST_F(DiskFileTest, MakesItsFolderAlsoBesideOthersAndBelowTheRoot)
 
 TEST_F(DiskFileTest, ThreadsPassTheLockOnTheFileOnForSomeRecords)
 {
-    // A child that took the lock for its own would write without it, one that inherited a thread's lock would wait for
-    // ever, and one that shared the parent's open file would share its lock and its position too, so that records were
-    // lost. One record more after another by threads that leave the lock to each other would starve other processes.
+    // A child that took the lock for its own would write without it, and one that inherited a thread's lock would wait
+    // for ever. One record more after another by threads that leave the lock to each other would starve other
+    // processes.
     constexpr int kChildren = 8;
     constexpr int kRecords = 100;
     Make("x.log");

@@ -194,6 +194,7 @@ namespace
         Faults()
         {
             SetTemporary(mFolder);
+            pthread_sigmask(SIG_SETMASK, nullptr, &mSignals);
             // Files have an access control list, and nobody makes room.
             gKernel.mpFgetxattr = [](int, char const*, void* list, std::size_t) -> ssize_t
             { return std::memset(list, 0, 4), 4; };
@@ -201,7 +202,12 @@ namespace
             gKernel.mpFsync = gKernel.mpFdatasync = [](int) { return 0; }; // which takes its time
         }
 
-        ~Faults() override { gKernel = mKernel; }
+        /// Where a change of the blocked signals has failed, they are still blocked.
+        ~Faults() override
+        {
+            pthread_sigmask(SIG_SETMASK, &mSignals, nullptr);
+            gKernel = mKernel;
+        }
 
         void Prepare() const
         {
@@ -282,6 +288,7 @@ namespace
         }
 
         Kernel const mKernel = gKernel;
+        sigset_t mSignals;
         std::set<std::string_view> mReached;
         std::set<std::string> mFailures;
         Snapshot mBefore;

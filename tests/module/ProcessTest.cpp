@@ -34,19 +34,21 @@ namespace
     }
 }
 
-TEST_F(ProcessTest, AForkedChildLogsAsItself)
+TEST_F(ProcessTest, EachThreadAndForkedChildLogsAsItself)
 {
-    std::string json;
     SetDestinations(*mRouter.GetDispatcher(), {}); // a header needs none
-    mRouter.FormatHeaderJson(nullptr, 42, nullptr, nullptr, 0, json);
-    EXPECT_NE(json.find("\"message_id\":\"0x0000002A\""), json.npos);
-    ExpectInChild(
-        [&]
-        {
-            mRouter.FormatHeaderJson(nullptr, 0, nullptr, nullptr, 0, json);
-            std::string const own = ":\"" + std::to_string(getpid()) + "\"";
-            return json.find("\"pid\"" + own) != json.npos && json.find("\"thr\"" + own) != json.npos;
-        });
+    auto const isItself = [&]
+    {
+        std::string json;
+        mRouter.FormatHeaderJson(nullptr, 42, nullptr, nullptr, 0, json);
+        auto const has = [&](char const* name, auto value)
+        { return json.find(name + (":\"" + std::to_string(value) + "\"")) != json.npos; };
+        return json.find("\"message_id\":\"0x0000002A\"") != json.npos && has("\"pid\"", getpid()) &&
+               has("\"thr\"", gettid());
+    };
+    EXPECT_TRUE(isItself());
+    std::thread([&] { EXPECT_TRUE(isItself()); }).join();
+    ExpectInChild(isItself);
 }
 
 TEST_F(ProcessTest, TheModuleServesAndEndsInAChildWhoseParentIsAtWork)
