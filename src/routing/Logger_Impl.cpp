@@ -186,10 +186,12 @@ namespace QzLog
     std::size_t Logger_Impl::FindByName(std::string const& name) const
     {
         std::size_t const hash = HashOf(name);
-        std::size_t index = 0;
-        while (index < mDispatchers.GetSize() && (hash != mNameHashes[index] || name != mDispatchers[index]->GetName()))
-            ++index;
-        return index;
+        auto const begin = mNameHashes.begin();
+        auto const end = begin + static_cast<std::ptrdiff_t>(mDispatchers.GetSize());
+        auto found = std::find(begin, end, hash);
+        while (found != end && name != mDispatchers[static_cast<std::size_t>(found - begin)]->GetName())
+            found = std::find(found + 1, end, hash);
+        return static_cast<std::size_t>(found - begin);
     }
 
     bool Logger_Impl::IsListedOrArriving(Dispatcher const* dispatcher) const
