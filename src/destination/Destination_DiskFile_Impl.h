@@ -43,38 +43,29 @@ namespace QzLog
         bool WriteForeignRecord(std::string_view text);
 
     private:
-        /// A stay in the section. Leaves the lock on the file held only for a thread that comes next.
-        class Hold : private QzSynch::ForkableSection::Hold
+        /// A stay in the section, and what becomes of the lock on the file at its end.
+        template <class Section, void (LogFile::*leave)() noexcept>
+        class Stay : private Section
         {
         public:
-            explicit Hold(Destination_DiskFile_Impl& destination)
-                : QzSynch::ForkableSection::Hold(destination.mSection), mLog(destination.mLog)
+            explicit Stay(Destination_DiskFile_Impl& destination)
+                : Section(destination.mSection), mLog(destination.mLog)
             {
             }
-            ~Hold() { mLog.ReleaseUnlessAwaited(); }
-            Hold(Hold const&) = delete;
-            Hold& operator=(Hold const&) = delete;
+            ~Stay() { (mLog.*leave)(); }
+            Stay(Stay const&) = delete;
+            Stay& operator=(Stay const&) = delete;
 
         private:
             LogFile& mLog;
         };
+
+        /// Leaves the lock on the file held only for a thread that comes next.
+        using Hold = Stay<QzSynch::ForkableSection::Hold, &LogFile::ReleaseUnlessAwaited>;
 
         /// A mere look at the settings. Always releases the lock on the file: threads that look again and again, each
         /// awaited by another, would keep it for ever, while nobody writes.
-        class Look : private QzSynch::ForkableSection::Look
-        {
-        public:
-            explicit Look(Destination_DiskFile_Impl& destination)
-                : QzSynch::ForkableSection::Look(destination.mSection), mLog(destination.mLog)
-            {
-            }
-            ~Look() { mLog.Release(); }
-            Look(Look const&) = delete;
-            Look& operator=(Look const&) = delete;
-
-        private:
-            LogFile& mLog;
-        };
+        using Look = Stay<QzSynch::ForkableSection::Look, &LogFile::Release>;
 
         void PrepareForFork() noexcept override;
         void GoOnInForkedChild(bool wasGap) noexcept override;
