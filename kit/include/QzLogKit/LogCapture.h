@@ -17,7 +17,8 @@ namespace QzLogKit
     /// Each dispatcher gets the capture in place of its destinations, those that are created later too. At the end they
     /// have no destinations, and the configuration hook from before is installed and called for all of them. If the
     /// module ends with it, handles look up their routers anew (RouterHandle::ReleaseAll). One at a time; no other
-    /// thread logs when it is destroyed.
+    /// thread logs when it is destroyed. The constructor throws what that of QzLog::Initializer throws, and
+    /// std::bad_alloc.
     class QZLOGKIT_API LogCapture
     {
     public:
