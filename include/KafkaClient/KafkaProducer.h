@@ -80,7 +80,9 @@ namespace KafkaClient
         /// was waiting for the threads of a producer to end.
         ///
         /// Throws QzBase::Message if the Kafka module cannot be loaded; the text names the file and the reason. The
-        /// next call tries again.
+        /// next call tries again. While it is loaded, forks, other calls of Configure and Initializers wait. So the
+        /// constructors of a shared object, which run under the loader's lock, must not do any of this while another
+        /// thread may be loading it.
         ///
         /// Throws QzBase::Message, with a text that names the property, if a property is unknown or its value invalid;
         /// the present producer is then unchanged. While no Initializer is alive, the properties are only checked one
