@@ -10,6 +10,8 @@
 
 #include <QzBase/Conversions.h>
 
+#include <array>
+#include <cstddef>
 #include <limits>
 #include <utility>
 
@@ -107,8 +109,8 @@ namespace KafkaClient
         }
 
         TopicLosses& mLosses;
-        // On another cache line than what senders write.
-        alignas(64) std::atomic<std::uint64_t> mReported{0};
+        [[maybe_unused]] std::array<std::byte, 64> mCacheLine{}; // between what senders write and what they do not
+        std::atomic<std::uint64_t> mReported{0};
     };
 
     Producer::Producer(KafkaModule const& module, Properties const& properties)
