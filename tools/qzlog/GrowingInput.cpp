@@ -20,6 +20,7 @@ namespace QzLogTool
                 ->option_text("FILE")
                 ->excludes("--no-backups");
         app.add_flag("--sync", mSyncs, "What the cursor file remembers outlives a failure of the machine")
+            ->option_text(" ")
             ->needs(pCursor);
         CLI::Option* const pBrokers =
             app.add_option("--brokers,-b", mBrokers.mBrokers, "Reads the streams that servers publish to Kafka")

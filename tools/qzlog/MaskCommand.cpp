@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "OptionTexts.h"
 #include "StandardStreams.h"
 #include "mask/ExpressionFinder.h"
 #include "mask/KeyFinder.h"
@@ -26,8 +27,7 @@ namespace QzLogTool
             void AddOptions(CLI::App& app) override
             {
                 constexpr char kName[] = "NAME";
-                AddList(app, "--set", kName, "Masks what a set knows: passwords, tokens, cards or emails", mSets)
-                    ->check(CLI::IsMember(GetMaskSetNames()));
+                TakeOneOf(AddList(app, "--set", kName, "Masks what a set knows", mSets), GetMaskSetNames());
                 AddList(app, "--key,-k", kName,
                     "Masks the values of this name in JSON, form bodies, query strings, headers and XML", mKeys);
                 AddList(app, "--regex,-E", "EXPRESSION",
@@ -36,7 +36,7 @@ namespace QzLogTool
                     "Masks the values of this attribute as the library does ( name=\"value\")", mAttributes);
                 app.add_flag("--http", mHTTP,
                     "Masks the passwords in the JSON body of an HTTP request as the library does, by ***");
-                app.add_option("--with,-w", mMask, "Replaces such a value (***)")->option_text("TEXT");
+                ShowDefault(app.add_option("--with,-w", mMask, "Replaces such a value"))->option_text("TEXT");
                 app.add_flag("--lines,-l", mByLine,
                     "Masks and writes each line at once, for input that goes on; a value of several lines stays "
                     "readable");

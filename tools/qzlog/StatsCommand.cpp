@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "LogInput.h"
+#include "OptionTexts.h"
 #include "output/Output.h"
 #include "stats/Gaps.h"
 #include "stats/NewKinds.h"
@@ -33,11 +34,8 @@ namespace QzLogTool
                 mFilterOptions.AddTo(app);
                 app.add_option("--slot", mSlot, "Width of the slots of time, such as 10m; as wide as fits without it")
                     ->option_text("SPAN");
-                app.add_option("--by", mGroupings,
-                       "Counts by this instead: user, session, object, host, server, process, thread, logger, "
-                       "dispatcher, id, message (what its first line has in common with others), minute, hour or day")
+                TakeOneOf(app.add_option("--by", mGroupings, "Counts by this instead"), Grouping::GetNames())
                     ->option_text("WHAT")
-                    ->check(CLI::IsMember(Grouping::GetNames()))
                     ->expected(1)
                     ->allow_extra_args(false)
                     ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
@@ -58,7 +56,7 @@ namespace QzLogTool
                     ->expected(1)
                     ->allow_extra_args(false)
                     ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-                app.add_option("--top", mTop, "The N most frequent ones in each table (20)")
+                ShowDefault(app.add_option("--top", mTop, "The N most frequent ones in each table"))
                     ->option_text("N")
                     ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
                 app.add_flag("--json", mIsJson, "Prints one JSON object, with all names");

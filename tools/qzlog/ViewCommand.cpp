@@ -3,6 +3,7 @@
 #include "GrowingInput.h"
 #include "GuardedSource.h"
 #include "LogInput.h"
+#include "OptionTexts.h"
 #include "filter/Context.h"
 #include "filter/FilteredSource.h"
 #include "following/EndRequest.h"
@@ -44,8 +45,10 @@ namespace QzLogTool
                     ->option_text("N")
                     ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()))
                     ->excludes(pTail);
-                app.add_flag("--count,-c", mCounts, "Prints how many records there are, and not the records");
-                app.add_flag("--quiet,-q", mIsQuiet, "Prints nothing; the exit code says whether there is one");
+                app.add_flag("--count,-c", mCounts, "Prints how many records there are, and not the records")
+                    ->option_text(" ");
+                app.add_flag("--quiet,-q", mIsQuiet, "Prints nothing; the exit code says whether there is one")
+                    ->option_text(" ");
                 AddContextOptions(app);
                 for (char const* const option :
                     {"--head", "--count", "--quiet", "--before-context", "--after-context", "--context"})
@@ -56,9 +59,9 @@ namespace QzLogTool
                 app.add_flag("--otlp", mIsOtlp, "Prints one record of OTLP in JSON a line, for OpenTelemetry")
                     ->option_text(" ")
                     ->excludes(pJson->option_text(" "));
-                app.add_option("--color", mColor, "auto, always or never")
-                    ->check(CLI::IsMember({"auto", "always", "never"}))
+                TakeOneOf(app.add_option("--color", mColor, "Colours"), {"auto", "always", "never"})
                     ->option_text("WHEN");
+                ShowDefault(app.get_option("--color"));
                 app.add_flag(
                     "--no-pager", mHasNoPager, "Shows records on a terminal without QZLOG_PAGER, PAGER or less");
             }

@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "OptionTexts.h"
 #include "StandardStreams.h"
 
 #include <QzBase/Conversions.h>
@@ -94,20 +95,20 @@ namespace QzLogTool
             void AddOptions(CLI::App& app) override
             {
                 app.add_option("LOG", mLog, "The log file; it is made if need be")->required()->option_text(" ");
-                app.add_option("-L,--logger", mLogger, "The records' logger (Shell)")->option_text("NAME");
-                app.add_option("-D,--dispatcher", mDispatcher, "Their dispatcher (Info)")->option_text("NAME");
+                ShowDefault(app.add_option("-L,--logger", mLogger, "The records' logger"))->option_text("NAME");
+                ShowDefault(app.add_option("-D,--dispatcher", mDispatcher, "Their dispatcher"))->option_text("NAME");
                 app.add_option("-u,--user", mUser, "Their user ID")->option_text("ID");
                 app.add_option("-s,--session", mSession, "Their session ID")->option_text("ID");
                 app.add_option("-o,--object", mObject, "Their object ID")->option_text("ID");
                 app.add_option("--server", mServer, "Their server instance name")->option_text("NAME");
                 for (char const* const name : {"-L", "-D", "-u", "-s", "-o", "--server"})
                     app.get_option(name)->check(CheckHeaderText);
-                app.add_option("--max-size", mMaxFileSize,
-                       "The size at which the log rolls over, such as 500k or 20m (2000000)")
+                ShowDefault(app.add_option("--max-size", mMaxFileSize,
+                                "The size at which the log rolls over, such as 500k or 20m"))
                     ->transform(CLI::AsSizeValue(false))
                     ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{2'000'000'000}))
                     ->option_text("SIZE");
-                app.add_option("--backups", mBackupCount, "How many back-ups a roll-over keeps, 1 to 256 (1)")
+                ShowDefault(app.add_option("--backups", mBackupCount, "How many back-ups a roll-over keeps, 1 to 256"))
                     ->check(CLI::Range(1, 256))
                     ->option_text("N");
             }

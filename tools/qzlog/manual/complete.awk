@@ -1,6 +1,8 @@
 # Makes the pieces of a completion from the help of qzlog, which is the one list of its options.
 # Input: the help of qzlog itself, and then of each command, each after a line "= COMMAND". Variable: shell.
-# Output: for each piece a line "@ NAME" and what it consists of. complete.sh puts them into their frames.
+# Output: for each piece a line "@ NAME" and what it consists of. complete.sh puts them into their frames. With the
+# variable "table" for a shell: for each name of an option a line of command, name, value and default, and for each word
+# that the description lists one of command and word.
 
 BEGIN { column = 31 } # where descriptions begin
 
@@ -29,16 +31,20 @@ function add(   head, at, parts)
     texts[command, at] = owesText ? "" : substr($0, column)
 }
 
-# What a value can be: as the description lists it, or what is usual for its kind.
-function words(command, at,   list)
+# The words that the description lists, if it does.
+function listed(command, at,   list)
 {
     list = texts[command, at]
     gsub(/ *\([^)]*\)/, "", list)
     sub(/.*: /, "", list)
-    if (list ~ /^[a-z]+(, [a-z]+)* or [a-z]+$/) {
-        gsub(/, | or /, " ", list)
-        return list
-    }
+    return list ~ /^[a-z]+(, [a-z]+)* or [a-z]+$/ && gsub(/, | or /, " ", list) ? list : ""
+}
+
+# What a value can be: as the description lists it, or what is usual for its kind.
+function words(command, at)
+{
+    if (listed(command, at) != "")
+        return listed(command, at)
     if (names[command, at] ~ /--dispatcher$/)
         return "Trace Info Error"
     if (names[command, at] ~ /--host$/)
@@ -139,6 +145,20 @@ function fish(   i, at)
     }
 }
 
+function table(   i, at, command, text, parts, n)
+{
+    for (i = 1; i <= count; ++i) {
+        command = commands[i]
+        for (at = 1; at <= counts[command]; ++at) {
+            text = match(texts[command, at], /\([^() ]+\)$/) ? substr(texts[command, at], RSTART) : ""
+            for (n = split(names[command, at], parts, ","); n > 0; --n)
+                print clean(command " " parts[n] " " values[command, at] " " text)
+            for (n = split(listed(command, at), parts, " "); n > 0; --n)
+                print command " " parts[n]
+        }
+    }
+}
+
 END {
     usual["TIME"] = "now today yesterday 10m 1h 1d"
     usual["SPAN"] = "1m 10m 1h 1d"
@@ -148,6 +168,8 @@ END {
         bash()
     else if (shell == "zsh")
         zsh()
-    else
+    else if (shell == "fish")
         fish()
+    else
+        table()
 }
