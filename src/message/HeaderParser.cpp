@@ -20,18 +20,18 @@ namespace QzLog
         if (length == 0)
             return 0;
 
-        parsed.mHostName = fields.mHost;
-        parsed.mServerName = fields.mServer;
+        parsed.mHostName.Assign(fields.mHost);
+        parsed.mServerName.Assign(fields.mServer);
         parsed.SetProcessIDString(std::string(fields.mProcess).c_str());
         parsed.SetThreadIDString(std::string(fields.mThread).c_str());
-        parsed.mLoggerName = fields.mLogger;
+        parsed.mLoggerName.Assign(fields.mLogger);
         parsed.SetDispatcherName(std::string(fields.mDispatcher).c_str());
         parsed.SetMessageIDString(std::string(fields.mMessageID).c_str());
-        parsed.mUserID = fields.mUser;
-        parsed.mSessionID = fields.mSession;
-        parsed.mObjectID = fields.mObject;
-        parsed.mSourceFile = fields.mSourceFile;
-        parsed.mSourceFunction = fields.mSourceFunction;
+        parsed.mUserID.Assign(fields.mUser);
+        parsed.mSessionID.Assign(fields.mSession);
+        parsed.mObjectID.Assign(fields.mObject);
+        parsed.mSourceFile.Assign(fields.mSourceFile);
+        parsed.mSourceFunction.Assign(fields.mSourceFunction);
         parsed.mSourceLine = fields.mSourceLine;
 
         std::swap(static_cast<MessageHeaderFields&>(*this), static_cast<MessageHeaderFields&>(parsed));

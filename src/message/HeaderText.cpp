@@ -7,7 +7,7 @@
 #include <string_view>
 
 // The header as a line of text. It is built for every message: its length is bounded first, so that each piece is
-// written without a test of the capacity. What seldom changes is kept in two pieces of several fields.
+// written without a test of the capacity. What seldom changes is kept in one piece of several fields.
 
 namespace QzLog
 {
@@ -40,6 +40,13 @@ namespace QzLog
                 return *this;
             }
 
+            /// Eight digits.
+            Writer& WriteHex(unsigned int value) noexcept
+            {
+                mpOut = QzBase::WriteHex(mpOut, value, 8);
+                return *this;
+            }
+
             char* GetEnd() const noexcept { return mpOut; }
 
         private:
@@ -57,9 +64,9 @@ namespace QzLog
                 text.append(piece);
         }
 
-        std::string_view OrZero(std::string const& id) noexcept
+        std::string_view OrZero(std::string_view id) noexcept
         {
-            return id.empty() ? std::string_view("0") : std::string_view(id);
+            return id.empty() ? "0" : id;
         }
 
         /// What follows the last "/", or, where there is none, the last backslash.
@@ -82,16 +89,6 @@ namespace QzLog
         return mOriginText;
     }
 
-    std::string const& MessageHeader_Impl::GetIdentityText()
-    {
-        if (mIdentityText.empty())
-        {
-            Join(mIdentityText,
-                {"[UID:", OrZero(mUserID), "][SID:", OrZero(mSessionID), "][OID:", OrZero(mObjectID), "]"});
-        }
-        return mIdentityText;
-    }
-
     void MessageHeader_Impl::BuildHeaderText()
     {
         Timestamp const* const newSeconds = mTimestampText.IsBuilt() ? nullptr : &mTimestamp;
@@ -100,17 +97,17 @@ namespace QzLog
         if (mHeaderText.BuildWithTime(time, timeNumber, newSeconds))
             return;
         std::string const& origin = GetOriginText();
-        std::string const& identity = GetIdentityText();
         std::size_t const bound = kFixedLength + time.size() + origin.size() + mLoggerName.size() +
-                                  mDispatcherName.size() + identity.size() + mSourceFile.size() +
-                                  mSourceFunction.size();
+                                  mDispatcherName.size() + mUserID.size() + mSessionID.size() + mObjectID.size() +
+                                  mSourceFile.size() + mSourceFunction.size();
         auto const write = [&](char* out)
         {
             Writer writer(out);
             writer << time << origin << mLoggerName << "][" << mDispatcherName << "]";
             if (mMessageID != 0)
-                writer << "[0x" << GetMessageIDString() << "]";
-            writer << identity;
+                (writer << "[0x").WriteHex(mMessageID) << "]";
+            writer << "[UID:" << OrZero(mUserID) << "][SID:" << OrZero(mSessionID) << "][OID:" << OrZero(mObjectID)
+                   << "]";
             if (mIsErrorDispatcher && !mSourceFile.empty() && !mSourceFunction.empty())
             {
                 writer << "[" << GetFileNamePart(mSourceFile) << ":" << mSourceFunction << " at line:" << mSourceLine

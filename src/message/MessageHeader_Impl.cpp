@@ -6,26 +6,16 @@
 
 #include <QzBase/Conversions.h>
 
-#include <cstring>
+#include <string_view>
 
 namespace QzLog
 {
     namespace
     {
-        [[gnu::noinline]] void Replace(std::string& field, char const* text)
+        void Assign(std::string& cache, char const* text)
         {
-            field.assign(text);
-            QzBase::GiveBackSpareMemory(field);
-        }
-
-        /// Returns whether the field has changed. Most fields of a message equal those of the previous one.
-        inline bool Assign(std::string& field, char const* text)
-        {
-            char const* const value = text ? text : "";
-            if (std::strcmp(field.c_str(), value) == 0) [[likely]]
-                return false;
-            Replace(field, value);
-            return true;
+            cache = text ? text : "";
+            QzBase::GiveBackSpareMemory(cache);
         }
 
         char const* BuildDecimal(std::string& cache, unsigned int id)
@@ -65,13 +55,13 @@ namespace QzLog
 
     void MessageHeader_Impl::SetHostName(char const* name)
     {
-        if (Assign(mHostName, name))
+        if (mHostName.Assign(name))
             ClearOrigin();
     }
 
     void MessageHeader_Impl::SetServerName(char const* name)
     {
-        if (Assign(mServerName, name))
+        if (mServerName.Assign(name))
             ClearOrigin();
     }
 
@@ -172,15 +162,15 @@ namespace QzLog
 
     void MessageHeader_Impl::SetLoggerName(char const* name)
     {
-        if (Assign(mLoggerName, name))
+        if (mLoggerName.Assign(name))
             mHeaderText.ForgetRest();
     }
 
     void MessageHeader_Impl::SetDispatcherName(char const* name)
     {
-        if (!Assign(mDispatcherName, name))
+        if (!mDispatcherName.Assign(name))
             return;
-        mIsErrorDispatcher = mDispatcherName == "Error";
+        mIsErrorDispatcher = std::string_view(mDispatcherName) == "Error";
         mHeaderText.ForgetRest();
     }
 
@@ -220,13 +210,13 @@ namespace QzLog
 
     void MessageHeader_Impl::SetSourceFile(char const* fileName)
     {
-        if (Assign(mSourceFile, fileName) && mIsErrorDispatcher)
+        if (mSourceFile.Assign(fileName) && mIsErrorDispatcher)
             mHeaderText.ForgetRest();
     }
 
     void MessageHeader_Impl::SetSourceFunction(char const* functionName)
     {
-        if (Assign(mSourceFunction, functionName) && mIsErrorDispatcher)
+        if (mSourceFunction.Assign(functionName) && mIsErrorDispatcher)
             mHeaderText.ForgetRest();
     }
 
@@ -237,12 +227,10 @@ namespace QzLog
         mSourceLine = lineNumber;
     }
 
-    void MessageHeader_Impl::SetIdentity(std::string& field, char const* id)
+    void MessageHeader_Impl::SetIdentity(HeaderField& field, char const* id)
     {
-        if (!Assign(field, id))
-            return;
-        QzBase::EmptyAndKeepMemory(mIdentityText);
-        mHeaderText.ForgetRest();
+        if (field.Assign(id))
+            mHeaderText.ForgetRest();
     }
 
     void MessageHeader_Impl::SetUserID(char const* id)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "message/HeaderField.h"
 #include "message/HeaderLine.h"
 #include "message/TimestampText.h"
 
@@ -14,8 +15,8 @@ namespace QzLog
     /// What a header holds. The texts marked as caches are empty when they have to be built, and keep their memory.
     struct MessageHeaderFields
     {
-        std::string mHostName;
-        std::string mServerName;
+        HeaderField mHostName;
+        HeaderField mServerName;
         unsigned int mProcessID = 0;
         std::string mProcessIDText;    // cache
         std::string mProcessIDHexText; // cache
@@ -24,20 +25,19 @@ namespace QzLog
         std::string mThreadIDHexText; // cache
         Timestamp_Impl mTimestamp;
         TimestampText mTimestampText;
-        std::string mLoggerName;
-        std::string mDispatcherName;
+        HeaderField mLoggerName;
+        HeaderField mDispatcherName;
         unsigned int mMessageID = 0;
         std::string mMessageIDText; // cache
         HeaderLine mHeaderText;
-        std::string mOriginText;   // cache of the part of the line from host to thread
-        std::string mIdentityText; // cache of the part of the line from user to object
-        std::string mHeaderJSON;   // cache
-        std::string mSourceFile;
-        std::string mSourceFunction;
+        std::string mOriginText; // cache of the part of the line from host to thread
+        std::string mHeaderJSON; // cache
+        HeaderField mSourceFile;
+        HeaderField mSourceFunction;
         int mSourceLine = 0;
-        std::string mUserID;
-        std::string mSessionID;
-        std::string mObjectID;
+        HeaderField mUserID;
+        HeaderField mSessionID;
+        HeaderField mObjectID;
         /// True while the dispatcher's name is "Error".
         bool mIsErrorDispatcher = false;
     };
@@ -107,9 +107,8 @@ namespace QzLog
     private:
         void ClearRenderedForms() noexcept;
         void ClearOrigin() noexcept;
-        void SetIdentity(std::string& field, char const* id);
+        void SetIdentity(HeaderField& field, char const* id);
         std::string const& GetOriginText();
-        std::string const& GetIdentityText();
         void BuildHeaderText();
         void BuildHeaderJSON();
     };
