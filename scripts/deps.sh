@@ -8,7 +8,7 @@ declare -A groups=(
         libjsoncpp-dev librdkafka-dev libutfcpp-dev uuid-dev libcli11-dev libre2-dev zlib1g-dev liblzma-dev libzstd-dev
         libgtest-dev libgmock-dev"
     [kafka]="kcat"
-    [integrations]="fish groff-base jq lnav systemd xz-utils zsh zstd"
+    [integrations]="fish groff-base jq lnav python3-yaml rsyslog systemd xz-utils zsh zstd"
     [bench]="libbenchmark-dev libspdlog-dev liblog4cplus-dev"
     [check]="clang clang-format clang-tidy libclang-rt-14-dev iwyu git doxygen dpkg-dev file lintian shellcheck spin
         abigail-tools valgrind"

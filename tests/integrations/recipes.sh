@@ -1,0 +1,112 @@
+#!/usr/bin/env bash
+# Runs a recipe of docs/deployment.md by the very files that stand there, with other paths.
+# Call: recipes.sh <systemd|container|sidecar|rsyslog> <server> <qzlog>
+set -euo pipefail
+recipe=$1 server=$2 qzlog=$3
+page=$(cd "$(dirname "$0")/../../docs" && pwd)/deployment.md
+
+skip() { echo "skipped: $1"; exit 77; }
+fail() { echo "$1"; head -n 20 "$work"/*.txt; exit 1; }
+await() { for _ in $(seq 300); do "$@" && return; sleep 0.1; done; return 1; }
+in_namespaces() # of its own, where root may have them
+{
+    [ "$(id -u)" -eq 0 ] || skip "only root can do that"
+    unshare "$@" true 2>/dev/null || skip "no namespaces here"
+}
+if [ "$recipe" = rsyslog ] && [ -z "${QZLOG_RSYSLOG_NAMESPACE:-}" ]; then
+    command -v rsyslogd >/dev/null || skip "rsyslog is not installed"
+    in_namespaces --mount
+    QZLOG_RSYSLOG_NAMESPACE=1 exec unshare --mount "$0" "$@"
+fi
+work=$(mktemp -d)
+running=()
+end() { [ ${#running[@]} -eq 0 ] || kill "${running[@]}" 2>/dev/null || true; rm -rf "$work"; }
+trap end EXIT
+
+# The block of the page whose first line ends in this name, with the paths of this run.
+block()
+{
+    awk -v name="/$1" '/^```/ { inside = !inside; first = inside; wanted = 0; next }
+        first { wanted = substr("/" $2, length("/" $2) - length(name) + 1) == name; first = 0 }
+        inside && wanted' "$page" |
+        sed "s|/usr/bin/reporting-server|$server|; s|/usr/bin/qzlog|$qzlog|; s|/etc/reporting|$work|; s|/logs|$work/logs|g
+            s|/var/log|$work|; s|\[reporting-server,|[$server,|; s|\[qzlog,|[$qzlog,|" >"$work/$1"
+    [ -s "$work/$1" ] || fail "no block for $1"
+}
+has_lines() { [ "$(wc -l <"$1")" -ge "$2" ]; }
+requests() { printf 'alice S1 <a/>\nbob S2 no request\n'; }
+
+systemd()
+{
+    command -v systemd-analyze >/dev/null || skip "systemd is not installed"
+    block reporting.service
+    block settings.json
+    systemd-analyze verify --man=no "$work/reporting.service" >"$work/verify.txt" 2>&1 || true
+    [ ! -s "$work/verify.txt" ] || fail "the unit is not right"
+    mkdir "$work/reporting"
+    requests | "$server" "$work/settings.json"
+    local stop
+    stop=$(sed -n '/^ExecStopPost=/,/[^\\]$/p' "$work/reporting.service" | sed 's/^ExecStopPost=//; s/\$\$/$/g')
+    SERVICE_RESULT=core-dump EXIT_CODE=dumped EXIT_STATUS=ABRT bash -c "$stop"
+    SERVICE_RESULT=success bash -c "$stop"
+    "$qzlog" view --dispatcher Error "$work/reporting/server.log" >"$work/errors.txt"
+    [ "$(grep -cE '\[SID:S2\].* no request$|\[Service\].*ended: core-dump, dumped ABRT$' "$work/errors.txt")" = 2 ] ||
+        fail "the log has not the error and the end"
+}
+
+container()
+{
+    in_namespaces --pid --uts --fork
+    block container.json
+    requests | unshare --pid --uts --fork sh -c 'hostname pod-1; exec "$@"' - "$server" "$work/container.json" \
+        2>"$work/err.txt"
+    [ "$(grep -c '\[HOST:pod-1\].*\[PID:1\]' "$work/err.txt")" = 3 ] || fail "standard error has not the records"
+}
+
+sidecar()
+{
+    python3 -c 'import yaml' 2>/dev/null || skip "python3-yaml is not installed"
+    block reporting-pod.yaml
+    block pod.json
+    mkdir "$work/logs"
+    command_of()
+    {
+        python3 -c 'import sys, yaml
+print(*yaml.safe_load(open(sys.argv[1]))[sys.argv[2]][0]["command"], sep="\n")' "$work/reporting-pod.yaml" "$1"
+    }
+    mapfile -t reads < <(command_of initContainers)
+    mapfile -t serves < <(command_of containers)
+    for expected in 3 6; do # the side-car starts before the log is there, then once more
+        "${reads[@]}" >>"$work/records.txt" &
+        running=($!)
+        requests | "${serves[@]}"
+        await has_lines "$work/records.txt" "$expected" || fail "$expected records expected"
+        kill "${running[@]}"
+        wait "${running[@]}" || true
+    done
+    [ "$(sort -u "$work/records.txt" | wc -l)-$(wc -l <"$work/records.txt")" = 6-6 ] || fail "a record came twice"
+}
+
+rsyslog()
+{
+    # A /dev/log of our own, and no journal.
+    mount --make-rprivate /
+    mount -t tmpfs tmpfs /run
+    mkdir /run/dev
+    cp -a /dev/null /dev/urandom /run/dev
+    mount --bind /run/dev /dev
+    block 30-reporting.conf
+    printf 'module(load="imuxsock")\n' | cat - "$work/30-reporting.conf" >"$work/rsyslog.conf"
+    rsyslogd -n -f "$work/rsyslog.conf" -i /run/rsyslog.pid >"$work/rsyslog.txt" 2>&1 &
+    running=($!)
+    await test -S /dev/log || fail "rsyslog does not start"
+    printf '{ "messages": { "0x101": { "en": "Two\\nlines: %%1" } } }' >"$work/texts.json"
+    echo '{ "destinations": { "log": { "type": "systemLog", "source": "reporting" } }, "routes": { "*": ["log"] },
+        "catalogs": { "*": "texts.json" } }' >"$work/syslog.json"
+    requests | "$server" "$work/syslog.json"
+    await has_lines "$work/reporting-errors.log" 4 || fail "rsyslog has not written the records"
+    [ "$("$qzlog" view --json "$work/reporting-errors.log" | wc -l)" = 3 ] || fail "rsyslog has changed the records"
+    [ ! -s "$work/rsyslog.txt" ] || fail "rsyslog complains"
+}
+
+$recipe
