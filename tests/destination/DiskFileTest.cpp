@@ -46,12 +46,6 @@ namespace
             };
         }
 
-        ~LockRules()
-        {
-            QzOs::Posix::gKernel.mpFlock = flock;
-            QzOs::Posix::gKernel.mpWrite = write;
-        }
-
         static bool IsPassedOn() { return gLocks < gWrites; }
 
         static inline std::atomic<bool> gIsHeld;
@@ -182,20 +176,13 @@ TEST_F(DiskFileTest, ThreadsPassTheLockOnTheFileOnForSomeRecords)
     std::atomic<int> leftBehind = 0;
     auto const look = [&](std::stop_token const& stop)
     {
-        while (!stop.stop_requested())
-        {
-            int const before = rules.gLocks;
-            mpDestination->GetBackupCount();
-            bool const isHeld = rules.gIsHeld;
-            leftBehind += isHeld && rules.gLocks == before;
-        }
+        for (int before; !stop.stop_requested(); leftBehind += rules.gIsHeld && rules.gLocks == before)
+            before = rules.gLocks, mpDestination->GetBackupCount();
     };
     for (int round = 0; round < 20; ++round)
     {
         {
-            std::vector<std::jthread> looking;
-            for (int i = 0; i < 3; ++i)
-                looking.emplace_back(look);
+            std::jthread const looking[] = {std::jthread(look), std::jthread(look), std::jthread(look)};
             for (int i = 0; i < 200; ++i)
                 Write("beside looks");
         }
@@ -226,7 +213,7 @@ TEST_F(DiskFileTest, AForkPassesWhoWaitsForTheLockOnTheFile)
 
 TEST_F(DiskFileTest, AForkedChildWithoutProcLosesNothing)
 {
-    auto const previous = std::exchange(QzOs::Posix::gKernel.mpOpen, OpenWithoutProc);
+    QzOs::Posix::gKernel.mpOpen = OpenWithoutProc;
     Make("x.log");
     Write("parent");
     ExpectInChild([&] { return Write("child"), true; });
@@ -236,5 +223,4 @@ TEST_F(DiskFileTest, AForkedChildWithoutProcLosesNothing)
     Put("x.log", "");
     ExpectInChild([&] { return Write("child"), true; });
     EXPECT_EQ(Get("x.log").size(), (kHead + Record("child")).size());
-    QzOs::Posix::gKernel.mpOpen = previous;
 }

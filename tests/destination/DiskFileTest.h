@@ -5,7 +5,7 @@
 #include "filesystem/Paths.h"
 #include "filesystem/TemporaryFolder.h"
 #include "filesystem/stdio/FileGuards.h"
-#include "os/Calls.h"
+#include "os/Restore.h"
 
 #include <QzLog/MessageHeader.h>
 
@@ -26,7 +26,7 @@ namespace QzTest
     }
 
     /// A disk file in a folder of its own, with a clock that is stopped at gNow.
-    class DiskFileTest : public TemporaryFolder
+    class DiskFileTest : public TemporaryFolder, public Restore
     {
     protected:
         DiskFileTest()
@@ -34,12 +34,6 @@ namespace QzTest
             gNow = kStart;
             QzOs::gCalls.mpGetUTCMilliseconds = [] { return gNow; };
             QzOs::gCalls.mpGetZoneMinutes = [](std::int64_t) { return 0; };
-        }
-
-        ~DiskFileTest() override
-        {
-            mpDestination.reset();
-            QzOs::gCalls = mCalls;
         }
 
         /// The path as messages show it.
@@ -54,15 +48,23 @@ namespace QzTest
 
         std::string Record(std::string const& text) const { return mpHeader->GetHeaderText() + (' ' + text) + "\r\n"; }
 
-        /// The line about losses in a log, without its header; empty when there is none.
-        std::string GetLossLine(std::string const& name) const
+        /// The lines about losses in a log, without their headers.
+        std::vector<std::string> GetLossLines(std::string const& name) const
         {
+            std::vector<std::string> lines;
             std::string const text = Get(name);
-            std::size_t const start = text.find(" Missed ");
-            return start == text.npos ? "" : text.substr(start + 1, text.find("\r\n", start) - start - 1);
+            for (std::size_t at = 0; (at = text.find(" Missed ", at)) != text.npos; ++at)
+                lines.push_back(text.substr(at + 1, text.find("\r\n", at) - at - 1));
+            return lines;
         }
 
-        QzOs::Calls const mCalls = QzOs::gCalls;
+        /// The first of them; empty when there is none.
+        std::string GetLossLine(std::string const& name) const
+        {
+            std::vector<std::string> const lines = GetLossLines(name);
+            return lines.empty() ? "" : lines.front();
+        }
+
         QzBase::CountedPtr<QzLog::MessageHeader> mpHeader{QzLog::CreateMessageHeader()};
         QzBase::CountedPtr<QzLog::Destination_DiskFile_Impl> mpDestination;
     };

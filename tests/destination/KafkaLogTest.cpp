@@ -1,7 +1,7 @@
 // Where a record of the Kafka destination goes, with a scripted client and a clock that the test sets.
 
 #include "filesystem/TemporaryFolder.h"
-#include "os/Calls.h"
+#include "os/Restore.h"
 #include "support/ForkedChild.h"
 #include "support/kafka/Client.h"
 #include "support/kafka/TopicLosses.h"
@@ -64,7 +64,7 @@ namespace
         std::vector<std::pair<std::string, std::string>> mSent;
     };
 
-    class KafkaLogTest : public QzTest::TemporaryFolder
+    class KafkaLogTest : public QzTest::TemporaryFolder, public QzTest::Restore
     {
     protected:
         KafkaLogTest()
@@ -80,7 +80,6 @@ namespace
         {
             mModule.reset();
             KafkaClient::ReplaceClient(nullptr);
-            QzOs::gCalls = mCalls;
         }
 
         QzBase::CountedPtr<QzLog::Destination_KafkaLog> Create(std::string const& file) const
@@ -104,7 +103,6 @@ namespace
             return where;
         }
 
-        QzOs::Calls const mCalls = QzOs::gCalls;
         ScriptedClient mClient;
         std::optional<QzLog::Initializer> mModule;
         int mWritten = 0;

@@ -2,7 +2,6 @@
 
 #include <QzLog/Dispatcher.h>
 #include <QzLog/Log.h>
-#include <QzLog/MessageBody.h>
 #include <QzLog/MessageHeader.h>
 #include <QzLog/Module.h>
 #include <QzLog/Router.h>
@@ -24,7 +23,6 @@ namespace
     {
     public:
         using ConcreteDestination::WriteMessage;
-        using Destination_Impl::SetLanguageID;
 
         QZLOG_CALL_FRAME void WriteMessage(char const* bodyText, QzLog::MessageHeader& header) override
         {
@@ -169,18 +167,4 @@ namespace
         writer.join();
     }
 
-    TEST(ConcreteDestination, AsksForTheTextInItsLanguage)
-    {
-        QzBase::Message message(700, 1, "plain");
-        message.SetLocalizedText(0x0407, "deutsch");
-        QzBase::CountedPtr<QzLog::MessageBody> const body(QzLog::CreateMessageBody());
-        QzBase::CountedPtr<QzLog::MessageHeader> const header(QzLog::CreateMessageHeader());
-        body->SetMessage(message);
-        PlainDestination destination;
-        destination.WriteMessage(*header, *body);
-        EXPECT_EQ(destination.mWritten, "H plain");
-        destination.SetLanguageID(0x0407);
-        destination.WriteMessage(*header, *body);
-        EXPECT_EQ(destination.mWritten, "H deutsch");
-    }
 }

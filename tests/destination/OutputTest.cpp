@@ -1,7 +1,7 @@
 #include "destination/Destination_DebugOutput_Impl.h"
 #include "destination/Destination_SystemLog_Impl.h"
 
-#include "os/Calls.h"
+#include "os/Restore.h"
 #include "support/ForkedChild.h"
 
 #include <QzBase/Conversions.h>
@@ -25,7 +25,7 @@ namespace
         gCallLog.push_back(what + QzBase::WideCharToUTF8(text, false).c_str());
     }
 
-    class Output : public testing::Test
+    class Output : public testing::Test, QzTest::Restore
     {
     protected:
         Output()
@@ -51,11 +51,7 @@ namespace
             };
         }
 
-        ~Output() override
-        {
-            QzOs::gCalls = mCalls;
-            gOnReport = nullptr;
-        }
+        ~Output() override { gOnReport = nullptr; }
 
         /// The calls since the last look.
         static std::vector<std::string> TakeCalls() { return std::exchange(gCallLog, {}); }
@@ -64,9 +60,6 @@ namespace
 
         QzBase::CountedPtr<QzLog::MessageHeader> const mpHeader{QzLog::CreateMessageHeader()};
         std::string const mHeaderText = mpHeader->GetHeaderText();
-
-    private:
-        QzOs::Calls const mCalls = QzOs::gCalls;
     };
 
     TEST_F(Output, DebugOutputGetsEachTextInOnePiece)
@@ -148,12 +141,6 @@ namespace
             return true;
         };
         ExpectInChildrenOfBusyParent(
-            100,
-            [&]
-            {
-                use("a");
-                use("b");
-            },
-            [&] { return use("c"); });
+            100, [&] { use("a"), use("b"); }, [&] { return use("c"); });
     }
 }

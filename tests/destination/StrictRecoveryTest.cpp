@@ -21,8 +21,6 @@ namespace
             QzOs::gCalls.mpWriteDebugOutput = [](unsigned short const* text) { gSaid.push_back(Narrow(text)); };
         }
 
-        ~StrictRecoveryTest() override { gKernel = mKernel; }
-
         void MakeStrict(std::string const& name)
         {
             Make(name);
@@ -35,17 +33,6 @@ namespace
             gKernel.mpWrite = [](int file, void const* data, std::size_t size) -> ssize_t
             { return size < 8 ? (errno = ENOSPC, -1) : ::write(file, data, 7); };
         }
-
-        std::vector<std::string> GetLossLines(std::string const& name) const
-        {
-            std::vector<std::string> lines;
-            std::string const text = Get(name);
-            for (std::size_t at = 0; (at = text.find(" Missed ", at)) != text.npos; ++at)
-                lines.push_back(text.substr(at + 1, text.find("\r\n", at) - at - 1));
-            return lines;
-        }
-
-        Kernel const mKernel = gKernel;
     };
 
     class Observer : public QzSynch::Counted<QzLog::LossObserver>
