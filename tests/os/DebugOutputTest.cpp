@@ -5,7 +5,6 @@
 #include <QzBase/Conversions.h>
 
 #include <chrono>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -58,26 +57,6 @@ namespace
             Write("cut in pieces");
         };
         EXPECT_EQ(WriteToPipe(body), "one\r\ntwo €\r\ncut in pieces");
-    }
-
-    TEST(DebugOutput, KeepsTheMessagesOfThreadsApart)
-    {
-        auto const body = []
-        {
-            std::vector<std::jthread> threads;
-            for (char const letter : {'a', 'b', 'c', 'd'})
-                threads.emplace_back(
-                    [=]
-                    {
-                        for (int count = 0; count < 50; ++count)
-                            Write(std::string(20'000, letter) + '\n');
-                    });
-        };
-        std::istringstream lines(WriteToPipe(body));
-        int count = 0;
-        for (std::string line; std::getline(lines, line); ++count)
-            EXPECT_EQ(line, std::string(20'000, line[0]));
-        EXPECT_EQ(count, 200);
     }
 
     /// With a stalled reader at the other end of standard error.

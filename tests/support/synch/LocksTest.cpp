@@ -105,29 +105,25 @@ TEST(RWLock, WakesThoseWhoWaitWhereNobodyComesLater)
             {
                 RWLock& lock = *locks[static_cast<std::size_t>(i) % 2];
                 bool const holderWrites = i / kThreads % 2 != 0;
-                // Now and then so long that the others go to sleep.
-                auto const meetTheOthers = [&]
+                bool const isHolder = me == i % kThreads;
+                // The holder meets the others with the lock, now and then so long that they go to sleep.
+                auto const meet = [&](bool withLock)
                 {
-                    step.arrive_and_wait();
-                    std::this_thread::sleep_for(std::chrono::milliseconds(i % 16 == 0));
+                    if (withLock == isHolder)
+                        step.arrive_and_wait();
+                    if (withLock && isHolder)
+                        std::this_thread::sleep_for(std::chrono::milliseconds(i % 16 == 0));
                 };
-                if (me == i % kThreads && holderWrites)
+                meet(false);
+                if (isHolder ? holderWrites : !holderWrites && me == (i + 1) % kThreads)
                 {
                     RWLock::WriteSmartLock const hold(lock);
-                    meetTheOthers();
+                    meet(true);
                 }
-                else if (me == i % kThreads)
+                else if (isHolder || holderWrites)
                 {
                     RWLock::ReadSmartLock const hold(lock);
-                    meetTheOthers();
-                }
-                else
-                {
-                    step.arrive_and_wait();
-                    if (holderWrites)
-                        RWLock::ReadSmartLock const hold(lock);
-                    else if (me == (i + 1) % kThreads)
-                        RWLock::WriteSmartLock const hold(lock);
+                    meet(true);
                 }
                 ++locked;
             }
