@@ -11,6 +11,7 @@
 #include "filesystem/stdio/FileDescriptors.h"
 #include "filesystem/stdio/FileGuards.h"
 #include "filesystem/stdio/FileStreams.h"
+#include "os/Restore.h"
 #include "os/posix/Output.h"
 
 #include <algorithm>
@@ -99,20 +100,16 @@ namespace
 
     void UseDirectories()
     {
+        EXPECT_EQ(GetFileSize64(u"file"_w), 7u);
+        std::uint64_t space = 0;
+        GetDiskFreeSpace(u"."_w, space, space);
+        ThrowReport([](auto* err) { return CopyFileAttributes(u"other"_w, u"file"_w, err) == 1; });
         std::unique_ptr<QzDataType::StringCollection> const found(FindFiles(u"*"_w));
         EXPECT_EQ(found->GetCount(), 3u);
         CreateDirectory(u"empty/tree"_w, true);
         SetCurrentWorkingDirectory(u"empty"_w);
         GetAbsolutePath(u"file"_w);
         ThrowReport([](auto* err) { return RemoveDirectoryTree(u"tree"_w, err); });
-    }
-
-    void AskAboutFiles()
-    {
-        EXPECT_EQ(GetFileSize64(u"file"_w), 7u);
-        std::uint64_t space = 0;
-        GetDiskFreeSpace(u"."_w, space, space);
-        ThrowReport([](auto* err) { return CopyFileAttributes(u"other"_w, u"file"_w, err) == 1; });
     }
 
     void CopyAsLogs()
@@ -182,13 +179,12 @@ namespace
         {"create", [] { CreateDirectory(u"a/b"_w, true); },
             {"Failed to create directory 'a'.", "Failed to create directory 'a/b'."}, false, {"Statx"}},
         {"stream", UseStream, {}, true, {"Fclose"}}, {"directories", UseDirectories, {}, true, {"Closedir", "Statx"}},
-        {"queries", AskAboutFiles},
         {"copy", CopyAsLogs, {}, true,
             {"CopyFileRange", "Fchmod", "Fchown", "Fgetxattr", "Fremovexattr", "Fsetxattr", "Fstat", "Unlink"}},
         {"size limit", WriteTooMuch, {}, false, {"Getcwd", "Sigmask", "Sigpending", "Sigtimedwait", "Write"}},
         {"standard error", WriteToStandardError, {}, false, {"Poll", "Sigmask", "Sigtimedwait", "WriteAtOnce"}}};
 
-    class Faults : public TemporaryFolder
+    class Faults : public TemporaryFolder, Restore
     {
     protected:
         Faults()
@@ -207,11 +203,7 @@ namespace
         }
 
         /// Where a change of the blocked signals has failed, they are still blocked.
-        ~Faults() override
-        {
-            pthread_sigmask(SIG_SETMASK, &mSignals, nullptr);
-            gKernel = mKernel;
-        }
+        ~Faults() override { pthread_sigmask(SIG_SETMASK, &mSignals, nullptr); }
 
         void Prepare() const
         {
@@ -291,7 +283,6 @@ namespace
             EXPECT_TRUE(expected.empty() || mFailures == expected) << testing::PrintToString(mFailures);
         }
 
-        Kernel const mKernel = gKernel;
         sigset_t mSignals;
         std::set<std::string_view> mReached;
         std::set<std::string> mFailures;

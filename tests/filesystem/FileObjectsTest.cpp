@@ -4,7 +4,7 @@
 #include "filesystem/FileLocks.h"
 #include "filesystem/FileObjects.h"
 #include "filesystem/Paths.h"
-#include "os/Calls.h"
+#include "os/Restore.h"
 
 using namespace QzBase::Literals;
 using namespace QzFileSystem;
@@ -13,7 +13,7 @@ using QzOs::Posix::Kernel;
 
 namespace
 {
-    class FileObjects : public TemporaryFolder
+    class FileObjects : public TemporaryFolder, Restore
     {
     protected:
         static std::unique_ptr<UpdateableFile> Open(CloseDisposition disposition = KeepOnClose)
@@ -122,23 +122,18 @@ TEST_F(FileObjects, LocksExcludeObjectsAndProcesses)
             return CountOpenDescriptors() == descriptors && !file->WriteLock(true);
         };
         ExpectInChild(opensItsOwn);
-        auto& open = QzOs::Posix::gKernel.mpOpen;
-        auto const previous = std::exchange(open, OpenWithoutProc);
+        QzOs::Posix::gKernel.mpOpen = OpenWithoutProc;
         ExpectInChild(opensItsOwn);
-        for (bool const isReplaced : {false, true})
+        auto const failsWithout = [&](bool isReplaced)
         {
-            ExpectInChild(
-                [&]
-                {
-                    std::filesystem::rename(In("file"), In("moved"));
-                    if (isReplaced)
-                        Open();
-                    bool const fails = !Catch([&] { file->ReopenAfterFork(); }).empty();
-                    std::filesystem::rename(In("moved"), In("file"));
-                    return fails;
-                });
-        }
-        open = previous;
+            std::filesystem::rename(In("file"), In("moved"));
+            if (isReplaced)
+                Open();
+            bool const fails = !Catch([&] { file->ReopenAfterFork(); }).empty();
+            std::filesystem::rename(In("moved"), In("file"));
+            return fails;
+        };
+        ExpectInChild([&] { return failsWithout(false) && failsWithout(true); });
         lock.Unlock();
         EXPECT_TRUE(!lock.HoldsLock() && FileTryWriteLock(*other).HoldsLock());
         EXPECT_TRUE(file->WriteLock(true));
@@ -158,7 +153,6 @@ TEST_F(FileObjects, TryingForSomeTime)
 {
     static std::vector<unsigned int> gPauses;
     static FileWriteLock* gpLock = nullptr;
-    QzOs::Calls const calls = QzOs::gCalls;
     QzOs::gCalls.mpSleep = [](unsigned int milliseconds)
     {
         gPauses.push_back(milliseconds);
@@ -172,5 +166,4 @@ TEST_F(FileObjects, TryingForSomeTime)
     EXPECT_FALSE(FileTryWriteLock(*file, 5000).HoldsLock());
     EXPECT_TRUE(FileTryWriteLock(*file, 11000).HoldsLock());
     EXPECT_EQ(gPauses, (std::vector<unsigned int>{5000, 5000, 5000, 1000}));
-    QzOs::gCalls = calls;
 }

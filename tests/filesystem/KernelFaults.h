@@ -45,9 +45,6 @@ namespace QzTest
         }
 
         ~Watch() { QzOs::Posix::gKernel.*entry = gReal; }
-        Watch(Watch const&) = delete;
-        Watch& operator=(Watch const&) = delete;
-
         static int GetCount() { return gCount; }
         static std::shared_ptr<void> Make(int error, int skip, int times = 1)
         {
@@ -113,18 +110,15 @@ namespace QzTest
         template <class... Arguments>
         static auto Halve(Arguments... arguments)
         {
-            std::tuple values(arguments...);
             size_t* length = nullptr; // the last one
-            std::apply([&](auto&... each) { (NoteLength(each, length), ...); }, values);
+            auto const note = [&](auto& each)
+            {
+                if constexpr (std::is_same_v<decltype(each), size_t&>)
+                    length = &each;
+            };
+            (note(arguments), ...);
             *length /= 2;
-            return std::apply(gReal, values);
-        }
-
-        template <class Argument>
-        static void NoteLength(Argument& argument, size_t*& length)
-        {
-            if constexpr (std::is_same_v<Argument, size_t>)
-                length = &argument;
+            return gReal(arguments...);
         }
 
         static inline Entry gReal = nullptr;
@@ -165,9 +159,8 @@ namespace QzTest
     };
 
     /// Calls `attempt` with each error of each call that `action` makes, once, twice and always, and with how many
-    /// calls go well before: EIO once
-    /// with all numbers, the others with one at random, or with all if QZLOG_EVERY_FAULT is set. Returns
-    /// the names of the calls.
+    /// calls go well before: EIO once with all numbers, the others with one at random, or with all if QZLOG_EVERY_FAULT
+    /// is set. Returns the names of the calls.
     template <class Action, class Attempt>
     std::set<std::string_view> ForEachFault(Action&& action, Attempt&& attempt)
     {
@@ -229,8 +222,6 @@ namespace QzTest
         }
 
         ~LockWatch() { QzOs::Posix::gKernel.mpFlock = flock; }
-        LockWatch(LockWatch const&) = delete;
-        LockWatch& operator=(LockWatch const&) = delete;
 
         static void Await() { gIsAwaited.wait(false); }
 

@@ -1,6 +1,6 @@
 #include <QzLog/Timestamp.h>
 
-#include "os/Calls.h"
+#include "os/Restore.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace
 
     TEST(Timestamp, NowHasTheOffsetOfItsMinute)
     {
-        QzOs::Calls const calls = QzOs::gCalls;
+        QzTest::Restore const restore;
         static std::int64_t gClock = 0;
         static int gZone = 0;
         static int gZoneQuestions = 0;
@@ -45,7 +45,6 @@ namespace
             EXPECT_EQ(gZoneQuestions, 1) << "more than one question a minute";
             EXPECT_EQ((now - DateTime::NowUTC()).GetTotalMilliseconds(), 0) << "distances are those in UTC";
         }
-        QzOs::gCalls = calls;
     }
 
     TEST(Timestamp, ReadsItsTextForm)

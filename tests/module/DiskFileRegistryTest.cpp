@@ -1,7 +1,7 @@
 #include "filesystem/FailureText.h"
 #include "filesystem/FileLocks.h"
 #include "filesystem/KernelFaults.h"
-#include "os/Calls.h"
+#include "os/Restore.h"
 
 #include <QzLog/Destination_DiskFile.h>
 #include <QzLog/Exception.h>
@@ -19,7 +19,7 @@ namespace
 {
     using DiskFile = QzBase::CountedPtr<Destination_DiskFile>;
 
-    class DiskFileRegistryTest : public TemporaryFolder
+    class DiskFileRegistryTest : public TemporaryFolder, Restore
     {
     protected:
         DiskFile Get(std::string const& path) const { return GetDestination_DiskFile(Wide(path).c_str()); }
@@ -110,7 +110,6 @@ TEST_F(DiskFileRegistryTest, AForkedChildCompletesAMoveThatWaitsForTheLockOnAFil
 TEST_F(DiskFileRegistryTest, TellsOfAPathThatIsNoUse)
 {
     static std::string gOutput;
-    QzOs::Calls const calls = QzOs::gCalls;
     QzOs::gCalls.mpWriteDebugOutput = [](unsigned short const* text) { gOutput += Narrow(text); };
     std::string const text = "QzLog::ModuleMain_Impl::GetDestination_DiskFile: Failed to create log file ''. No path "
                              "was given.";
@@ -119,7 +118,6 @@ TEST_F(DiskFileRegistryTest, TellsOfAPathThatIsNoUse)
     Put("file", "");
     EXPECT_TRUE(Get(In("file/x.log"))); // one that cannot be opened is no failure
     EXPECT_EQ(gOutput, text + "\r\n" + text + "\r\n");
-    QzOs::gCalls = calls;
 }
 
 TEST_F(DiskFileRegistryTest, ManyThreadsMakeMoveAndWrite)

@@ -1,5 +1,5 @@
-#include "os/Calls.h"
 #include "os/Fork.h"
+#include "os/Restore.h"
 #include "root/ModuleAccess.h"
 #include "routing/CallPath.h"
 #include "support/ForkedChild.h"
@@ -107,7 +107,7 @@ TEST_F(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
 TEST_F(ProcessTest, LogCallsInAHandlerOfTheHostDoNothingAmidAFork)
 {
     static int gOutputs = 0;
-    QzOs::Calls const calls = QzOs::gCalls;
+    QzTest::Restore const restore;
     QzOs::gCalls.mpWriteDebugOutput = [](unsigned short const*) { ++gOutputs; };
     QzOs::gCalls.mpReportEvent = [](void*, unsigned short, unsigned int, unsigned short const*) { ++gOutputs; };
     std::string const path = testing::TempDir() + "qzlog-amid-a-fork-" + std::to_string(getpid());
@@ -144,7 +144,6 @@ TEST_F(ProcessTest, LogCallsInAHandlerOfTheHostDoNothingAmidAFork)
     ExpectInChild([&] { return isLeftAlone(2); });
     EXPECT_TRUE(isLeftAlone(2));
     std::filesystem::remove(path);
-    QzOs::gCalls = calls;
 }
 
 TEST_F(ProcessTest, ACancelledThreadLeavesAScopeGuardAndEndsTheModuleFirst)
