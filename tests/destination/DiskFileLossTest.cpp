@@ -43,8 +43,7 @@ TEST_F(DiskFileTest, CountsWhatItLosesAndTellsWhy)
     std::string const backup = Path("x.log.bak00");
     std::string const text = "QzLog::Destination_DiskFile_Impl::WriteMessage: ";
     std::string const noCopy = text + "::write failed for file " + backup + ".";
-    Case const cases[] = {
-        {"emptied", EmptyMeanwhile, ""},
+    Case const cases[] = {{"emptied", EmptyMeanwhile, ""},
         {"renamed", [&] { return std::filesystem::rename(log, log + "1"), nullptr; }, ""},
         {"lock", [] { return Fail<&Kernel::mpFlock>(ENOLCK); }, "Failed to lock file " + quoted},
         {"disk full", [] { return Fail<&Kernel::mpWrite>(ENOSPC); },
@@ -57,8 +56,7 @@ TEST_F(DiskFileTest, CountsWhatItLosesAndTellsWhy)
         {"full: disk full at the close", [] { return Fail<&Kernel::mpClose>(ENOSPC); }, noCopy, true},
         {"full: truncate", [] { return Fail<&Kernel::mpFtruncate>(EIO); }, "Failed to truncate file " + quoted, true},
         {"full: replaced", [&] { return Put("other", ""), std::filesystem::rename(In("other"), log), nullptr; },
-            text + "detected a race condition with " + quoted + " Maximum file size is 60 bytes.", true},
-    };
+            text + "detected a race condition with " + quoted + " Maximum file size is 60 bytes.", true}};
     for (Case const& each : cases)
     {
         SCOPED_TRACE(each.mpName);

@@ -139,26 +139,14 @@ TEST_F(KafkaLogTest, EachRecordGoesToOnePlaceAndSettingsFollowTheBroker)
         int mStatus;
         bool mTakes;
         char const* mExpected;
-    } const kCases[] = {
-        // The interval began anew before there was a topic. It is over to the millisecond.
-        {5'000, 3, true, "file "},
-        {5'000, 3, true, "file "},
-        {1, 3, true, "kafka "},
-        {1, 3, true, "file "},
+    } const kCases[] = {// The interval began anew before there was a topic. It is over to the millisecond.
+        {5'000, 3, true, "file "}, {5'000, 3, true, "file "}, {1, 3, true, "kafka "}, {1, 3, true, "file "},
         // So it does with a probe that is refused. A clock that was set back ends it.
-        {10'001, 3, false, "file "},
-        {10'000, 3, true, "file "},
-        {-60'000, 3, true, "kafka "},
-        {0, 1, true, "settings first kafka "},
-        {0, 1, true, "kafka "},
-        {0, 0, true, "file "},
-        {0, 2, true, "file "},
+        {10'001, 3, false, "file "}, {10'000, 3, true, "file "}, {-60'000, 3, true, "kafka "},
+        {0, 1, true, "settings first kafka "}, {0, 1, true, "kafka "}, {0, 0, true, "file "}, {0, 2, true, "file "},
         // Settings that are refused wait for the next return, as do their like.
-        {0, 1, false, "file "},
-        {0, 1, true, "kafka "},
-        {60'000, 3, true, "kafka "},
-        {0, 1, true, "settings first kafka "},
-    };
+        {0, 1, false, "file "}, {0, 1, true, "kafka "}, {60'000, 3, true, "kafka "},
+        {0, 1, true, "settings first kafka "}};
     for (auto const& c : kCases)
     {
         SCOPED_TRACE("row " + std::to_string(&c - kCases));

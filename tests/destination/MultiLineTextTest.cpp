@@ -42,18 +42,10 @@ namespace
     TEST(MultiLineText, JoinsHeaderAndLines)
     {
         // Header, body, and the text without the CR LF that is appended unless it is empty.
-        char const* const cases[][3] = {
-            {"H", "one\n\ntwo\r\nthree\n", "H one\r\ntwo\r\nthree"},
-            {"H", "a\rb\n\rc\r\n\r\n\nd\r", "H a\r\nb\r\nc\r\nd"},
-            {"\r\n\nH\n", "\n\rb", "H\n b"},
-            {"H", " b \n c", "H  b \r\n c"},
-            {"H", "", "H "},
-            {"H", nullptr, "H "},
-            {"H", "\r\n\n", ""},
-            {nullptr, "a\nb", "a\r\nb"},
-            {"\n", "a", "a"},
-            {"\n", nullptr, ""},
-        };
+        char const* const cases[][3] = {{"H", "one\n\ntwo\r\nthree\n", "H one\r\ntwo\r\nthree"},
+            {"H", "a\rb\n\rc\r\n\r\n\nd\r", "H a\r\nb\r\nc\r\nd"}, {"\r\n\nH\n", "\n\rb", "H\n b"},
+            {"H", " b \n c", "H  b \r\n c"}, {"H", "", "H "}, {"H", nullptr, "H "}, {"H", "\r\n\n", ""},
+            {nullptr, "a\nb", "a\r\nb"}, {"\n", "a", "a"}, {"\n", nullptr, ""}};
         for (auto const& [header, body, expected] : cases)
         {
             SCOPED_TRACE(expected);

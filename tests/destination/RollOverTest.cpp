@@ -18,16 +18,10 @@ TEST_F(DiskFileTest, RollsOverAtItsLimitIntoNumberedBackups)
         unsigned int mCount;
         std::vector<int> mBefore;
         std::vector<int> mAfter; // from number 1 on
-    } const cases[] = {
-        {"none", 2, {}, {}},
-        {"count 0 is 1", 0, {0}, {}},
-        {"the only one is replaced", 1, {0}, {}},
-        {"room left", 3, {0, 1}, {0, 1}},
-        {"all taken", 3, {0, 1, 2}, {0, 1}},
-        {"a gap takes what is below it", 3, {0, 2}, {0, 2}},
-        {"higher ones stay", 2, {0, 1, 2, 3}, {0, 2, 3}},
-        {"three digits", 256, all, {all.begin(), all.end() - 1}},
-    };
+    } const cases[] = {{"none", 2, {}, {}}, {"count 0 is 1", 0, {0}, {}}, {"the only one is replaced", 1, {0}, {}},
+        {"room left", 3, {0, 1}, {0, 1}}, {"all taken", 3, {0, 1, 2}, {0, 1}},
+        {"a gap takes what is below it", 3, {0, 2}, {0, 2}}, {"higher ones stay", 2, {0, 1, 2, 3}, {0, 2, 3}},
+        {"three digits", 256, all, {all.begin(), all.end() - 1}}};
     for (auto const& each : cases)
     {
         SCOPED_TRACE(each.mpName);
@@ -83,12 +77,10 @@ TEST_F(DiskFileTest, MakesItsBackupForThoseWhoMayUseTheLog)
         std::function<int()> mMake;
         mode_t mLog = 0600;
         mode_t mBackup = mLog; // 0: there is no roll-over
-    } const cases[] = {
-        {"pipe", [] { return mkfifo("x.log.bak00", 0666); }},
+    } const cases[] = {{"pipe", [] { return mkfifo("x.log.bak00", 0666); }},
         {"link to the log", [] { return symlink("x.log", "x.log.bak00"); }},
         {"second name of another file", [] { return link("other", "x.log.bak00"); }},
-        {"open to more than new files", [] { return 0; }, 0666},
-        {"of a foreign group", keepGroup, 0664, 0644},
+        {"open to more than new files", [] { return 0; }, 0666}, {"of a foreign group", keepGroup, 0664, 0644},
         {"with an access control list", giveList, 0640},
         {"with a list and of a foreign group", [&] { return giveList() + keepGroup(); }, 0640, 0600},
         {"not deletable", [&] { return Put("x.log.bak00", "older"), chmod("x.log.bak00", 0640) + forbidDeletion(); },
@@ -96,8 +88,7 @@ TEST_F(DiskFileTest, MakesItsBackupForThoseWhoMayUseTheLog)
         {"not deletable, of other users",
             [&] { return Put("x.log.bak00", "older"), chmod("x.log.bak00", 0644) + forbidDeletion(); }, 0640, 0},
         {"not deletable second name", [&] { return link("x.log", "x.log.bak00") + forbidDeletion(); }, 0640, 0},
-        {"not deletable link", [&] { return symlink("other", "x.log.bak00") + forbidDeletion(); }, 0640, 0},
-    };
+        {"not deletable link", [&] { return symlink("other", "x.log.bak00") + forbidDeletion(); }, 0640, 0}};
     for (auto const& each : cases)
     {
         SCOPED_TRACE(each.mpName);

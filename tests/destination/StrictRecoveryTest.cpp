@@ -62,8 +62,7 @@ TEST_F(StrictRecoveryTest, FollowsThePath)
         char const* mpName;
         std::function<void()> mChange;
         std::string mReason; // none: nothing is lost
-    } const cases[] = {
-        {"deleted", [&] { fs::remove(log); }, ""},
+    } const cases[] = {{"deleted", [&] { fs::remove(log); }, ""},
         {"replaced by a file", [&] { fs::rename(In("other"), log); }, ""},
         {"folder removed", [&] { fs::remove_all(In("d")); }, ""},
         {"replaced by a folder", [&] { fs::remove(log), MakeFolder("d/x.log"); },
@@ -74,8 +73,7 @@ TEST_F(StrictRecoveryTest, FollowsThePath)
         {"replaced by a device", [&] { fs::remove(log), fs::create_symlink("/dev/null", log); },
             '\'' + Path("d/x.log") + "' is a pipe, a device or a socket."},
         {"folder replaced by a file", [&] { fs::remove_all(In("d")), Put("d", ""); },
-            "Failed to create directory '" + Path("d") + "'. File exists"},
-    };
+            "Failed to create directory '" + Path("d") + "'. File exists"}};
     for (auto const& each : cases)
     {
         SCOPED_TRACE(each.mpName);
