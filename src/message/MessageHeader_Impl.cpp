@@ -44,7 +44,8 @@ namespace QzLog
     void MessageHeader_Impl::ClearRenderedForms() noexcept
     {
         mHeaderText.Clear();
-        QzBase::EmptyAndKeepMemory(mHeaderJSON);
+        if (!mHeaderJSON.empty())
+            QzBase::EmptyAndKeepMemory(mHeaderJSON);
     }
 
     void MessageHeader_Impl::ClearOrigin() noexcept

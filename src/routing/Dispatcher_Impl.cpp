@@ -15,8 +15,8 @@ namespace QzLog
 {
     namespace
     {
-        MessageHeader& StampHeader(ThreadContext& context, Logger& logger, Dispatcher& dispatcher,
-            unsigned int messageID, SourceLocation const& location)
+        [[gnu::always_inline]] inline MessageHeader& StampHeader(ThreadContext& context, Logger& logger,
+            Dispatcher_Impl& dispatcher, unsigned int messageID, SourceLocation const& location)
         {
             MessageHeader_Impl& header = *context.GetMessageHeader();
             header.Stamp(logger.GetName(), dispatcher.GetName(), location, messageID, context.GetServerName());
@@ -25,7 +25,7 @@ namespace QzLog
 
         /// A structured message comes without a source location.
         MessageHeader& StampHeader(
-            ThreadContext& context, Logger& logger, Dispatcher& dispatcher, QzBase::Message const& message)
+            ThreadContext& context, Logger& logger, Dispatcher_Impl& dispatcher, QzBase::Message const& message)
         {
             return StampHeader(
                 context, logger, dispatcher, static_cast<unsigned int>(message.GetID()), {nullptr, nullptr, 0});

@@ -18,7 +18,7 @@ namespace QzLog
     public:
         explicit Dispatcher_Impl(char const* name);
 
-        char const* GetName() override { return mName.c_str(); }
+        char const* GetName() final { return mName.c_str(); }
         bool HasDestinations() override;
         void LogAndUpdateMessage(Logger& logger, QzBase::Message& message) override;
         void LogBaseMessage(Logger& logger, QzBase::Message const& message) override;

@@ -8,12 +8,13 @@ namespace QzLog
     class ErrnoGuard
     {
     public:
-        ErrnoGuard() noexcept : mErrno(errno) {}
-        ~ErrnoGuard() { errno = mErrno; }
+        ErrnoGuard() noexcept : mErrno(errno), mKept(mErrno) {}
+        ~ErrnoGuard() { mErrno = mKept; }
         ErrnoGuard(ErrnoGuard const&) = delete;
         ErrnoGuard& operator=(ErrnoGuard const&) = delete;
 
     private:
-        int const mErrno;
+        int& mErrno; // the thread's, which the system is asked for once
+        int const mKept;
     };
 }

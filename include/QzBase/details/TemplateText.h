@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 namespace QzBase
 {
@@ -17,14 +18,12 @@ namespace QzBase
         auto const isDigit = [](Character c) { return c >= '0' && c <= '9'; };
         Character const* const end = text + length;
         Character const* pending = text;
-        while (text != end)
+        while (Character const* const percent =
+                   std::char_traits<Character>::find(text, static_cast<std::size_t>(end - text), Character('%')))
         {
-            if (*text != '%' || text + 1 == end)
-            {
-                ++text;
-                continue;
-            }
-            Character const* const percent = text++;
+            text = percent + 1;
+            if (text == end)
+                break;
             if (*text == '%')
             {
                 appendText(pending, text);
