@@ -2,6 +2,7 @@
 
 #include <QzBase/CountedPtr.h>
 #include <QzBase/Export.h>
+#include <QzBase/ReturnString.h>
 #include <QzLog/Destination.h>
 #include <QzLog/Destination_DiskFile.h>
 
@@ -10,7 +11,7 @@ namespace QzLog
     /// Publishes records to a Kafka topic, with a disk file as its fallback. A record goes either to Kafka or to the
     /// file, once. It goes to the file
     /// - while the feature "KS/SLMS" is off (QzBase::SetFeatureEnabled);
-    /// - until SetServerInstanceName has named the topic;
+    /// - until SetServerInstanceName or SetKafkaTopic has named the topic;
     /// - while no broker is connected;
     /// - from the first accepted record that fails, because the broker refuses the topic (no permission, no such topic,
     ///   record too large), until one is delivered;
@@ -25,8 +26,9 @@ namespace QzLog
     /// queue see KafkaClient::KafkaProducer::Configure.
     ///
     /// The topic is "Kvel.ReportingEngine.Diag.<computer>.<server instance name>"; the first two names that are both
-    /// set stay for the life of the process. The value of a record is its text as in a log file, without the final LF.
-    /// The text of UpdateLogRegistryStr goes to a topic of its own, whose name begins the same way and ends in
+    /// set stay for the life of the process. SetKafkaTopic gives it another name, for servers whose computer gets a new
+    /// name with each start, as in a container. The value of a record is its text as in a log file, without the final
+    /// LF. The text of UpdateLogRegistryStr goes to a topic of its own, whose name begins the same way and ends in
     /// ".RegtrySettings": at once, and again whenever a broker connects.
     ///
     /// The language of this destination applies to all its records. Its call-stack IDs apply to records for Kafka, and
@@ -45,6 +47,16 @@ namespace QzLog
     /// absolute). There is one object per normal form of the path until the module ends. Null gives null. Throws
     /// QzBase::Message while no Initializer is alive, and QzLog::Exception as GetDestination_DiskFile does.
     QZLOG_API QzBase::ReturnPtrI<Destination_KafkaLog> GetDestination_KafkaLog(unsigned short const* path);
+
+    /// Names the topic of records (UTF-16), and that of the settings text: the same name with ".RegtrySettings" behind
+    /// it. The first name that the process gets stays for its life, this one or the one that follows from
+    /// SetServerInstanceName; so call it before that. Returns whether the topic has this name now; null and empty are
+    /// no name. If the broker refuses the name, records go to the file. May be called from any thread at any time, also
+    /// while no Initializer is alive. Throws std::bad_alloc.
+    QZLOG_API bool SetKafkaTopic(unsigned short const* topic);
+
+    /// The name of the topic of records, UTF-16; empty until it has one. May be called from any thread at any time.
+    QZLOG_API QzBase::ReturnWString GetKafkaTopic();
 
     /// Publishes a settings text (UTF-16; null counts as empty) as described above, and keeps a copy to publish it
     /// again, for the life of the process. Throws QzBase::Message while no Initializer is alive.

@@ -91,6 +91,14 @@ namespace QzLog
             return shared.mSettingsTopic;
         }
 
+        /// Under the lock, once.
+        void NameTopic(Shared& shared, QzBase::WideString topic)
+        {
+            shared.mpLosses = &KafkaClient::GetTopicLosses(topic);
+            shared.mMessageTopic.swap(topic);
+            shared.mTopicIsConfigured.store(true, std::memory_order_release);
+        }
+
         /// Whether the client took the text makes no difference: it is kept.
         void SendSettings(Shared& shared, unsigned short const* text)
         {
@@ -232,9 +240,7 @@ namespace QzLog
         topic += computerName;
         topic += kSeparator;
         topic += serverName;
-        shared.mpLosses = &KafkaClient::GetTopicLosses(topic);
-        shared.mMessageTopic.swap(topic);
-        shared.mTopicIsConfigured.store(true, std::memory_order_release);
+        NameTopic(shared, std::move(topic));
     }
 
     void Destination_KafkaLog_Impl::PublishRegistrySettings(unsigned short const* text)
@@ -244,5 +250,29 @@ namespace QzLog
             SendSettings(shared, text);
         QzSynch::CriticalSection::SmartLock const hold(*shared.mpLock);
         shared.mSettingsText = text ? text : u""_w;
+    }
+
+    bool SetKafkaTopic(unsigned short const* topic)
+    {
+        if (!topic || !*topic)
+            return false;
+        Shared& shared = GetShared();
+        QzSynch::CriticalSection::SmartLock const hold(*shared.mpLock);
+        if (!shared.mTopicIsConfigured.load(std::memory_order_relaxed))
+        {
+            QzBase::WideString settingsTopic = topic;
+            settingsTopic += kSettingsSuffix;
+            NameTopic(shared, topic);
+            if (shared.mSettingsTopic.empty())
+                shared.mSettingsTopic.swap(settingsTopic);
+        }
+        return shared.mMessageTopic == topic;
+    }
+
+    QzBase::ReturnWString GetKafkaTopic()
+    {
+        Shared& shared = GetShared();
+        bool const hasName = shared.mTopicIsConfigured.load(std::memory_order_acquire);
+        return QzBase::ReturnWString(hasName ? shared.mMessageTopic.c_str() : u""_w);
     }
 }

@@ -129,6 +129,17 @@ TEST_F(KafkaLogTest, EachRecordGoesToOnePlaceAndSettingsFollowTheBroker)
     mClient.mStatus = 3;
     gNow += 10'001;
     EXPECT_EQ(Write(*destination), "file ") << "an empty name is none";
+    ExpectInChild(
+        [&]
+        {
+            bool const isNamed = !QzLog::SetKafkaTopic(u""_w) && QzLog::SetKafkaTopic(u"own"_w);
+            QzLog::SetServerInstanceName(u"Engine"_w);
+            QzLog::UpdateLogRegistryStr(u"first"_w);
+            mClient.mStatus = 1;
+            return isNamed && !QzLog::SetKafkaTopic(u"other"_w) && Write(*destination) == "settings first kafka " &&
+                   mClient.mSent[0].first == "own.RegtrySettings" && mClient.mSent[1].first == "own";
+        });
+    EXPECT_EQ(QzLog::GetKafkaTopic().size(), 0u);
     QzLog::SetServerInstanceName(u"Engine"_w);
     QzLog::SetServerInstanceName(u"Other"_w);
     QzLog::UpdateLogRegistryStr(u"first"_w);

@@ -2,12 +2,15 @@
 
 #include <QzLog/Destination_DebugOutput.h>
 #include <QzLog/Destination_DiskFile.h>
+#include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Log.h>
 #include <QzLog/Logger.h>
+#include <QzLog/LossObserver.h>
 #include <QzLog/Module.h>
 #include <QzLogKit/Destination_Selection.h>
 #include <QzLogKit/Routing.h>
 #include <QzResource/Localizer.h>
+#include <QzSynch/ReferenceCountedImpl.h>
 
 #include <gtest/gtest.h>
 
@@ -258,6 +261,61 @@ TEST_F(KitRouting, ReloadsUnderLoadLoseNothing)
     EXPECT_EQ(CountLines(Get("c"), "last"), threadCount * messageCount);
 }
 
+TEST_F(KitRouting, LossesAreReportedAsTheFileSaysOrToTheProgramsObserver)
+{
+    class Counter final : public QzSynch::Counted<QzLog::LossObserver>
+    {
+    public:
+        void OnLossesBegan(QzLog::LossRun const&) override { ++mCalls; }
+        void OnLossesReported(QzLog::LossRun const&) override { ++mCalls; }
+
+        int mCalls = 0;
+    };
+    QzBase::CountedPtr<Counter> const counter(new Counter);
+    auto const file = QzLog::GetDestination_DiskFile(QzTest::Wide("f"));
+    RouterPtr const router(QzLog::CreateRouter("Kernel", "Info"));
+    auto const callsWith = [&](std::string const& reportLosses)
+    {
+        Apply(R"({"destinations": {"f": {"type": "file", "path": "f", "retryInterval": 0, "reportLosses": ")" +
+              reportLosses + R"("}}, "routes": {"*": ["f"]}})");
+        counter->mCalls = 0;
+        std::filesystem::remove("f");
+        std::filesystem::create_directory("f");
+        QzLog::Log(*router, "lost");
+        std::filesystem::remove("f");
+        QzLog::Log(*router, "written");
+        return counter->mCalls;
+    };
+    file->SetLossObserver(counter.get());
+    EXPECT_EQ(callsWith("log"), 2) << "that of the program stays";
+    EXPECT_EQ(callsWith("systemLog"), 0);
+    file->SetLossObserver(counter.get());
+    EXPECT_EQ(callsWith("systemLog"), 2);
+    EXPECT_EQ(callsWith("log"), 0) << "what the file has set goes with it";
+}
+
+TEST_F(KitRouting, TheTopicKeepsTheNameThatItHas)
+{
+    auto const apply = [&](std::string const& topic)
+    { Apply("{\"server\": \"s\",\n\"kafka\": {\"topic\": \"" + topic + "\"}}"); };
+    // Another test of this process may have named it.
+    std::string topic = QzTest::Narrow(QzLog::GetKafkaTopic());
+    if (topic.empty())
+        apply(topic = "own");
+    try
+    {
+        apply("other");
+        FAIL() << "no fault";
+    }
+    catch (QzLogKit::SettingsError const& error)
+    {
+        EXPECT_EQ(error.GetFaults().at(0).mLine, 2u);
+        EXPECT_EQ(error.GetFaults().at(0).mKey, "kafka.topic");
+    }
+    Apply(R"({"server": "s", "kafka": {}})");
+    EXPECT_NE(mRouting.Describe().find("topic " + topic + '\n'), std::string::npos);
+}
+
 TEST_F(KitRouting, AForkDuringAReloadLeavesTheChildAUsableObject)
 {
     Apply(R"({"destinations": {"f": {"type": "file", "path": "f"}}, "routes": {"*": ["f"]}})");
@@ -273,15 +331,30 @@ TEST_F(KitRouting, AForkDuringAReloadLeavesTheChildAUsableObject)
 #ifdef QZLOG_WITH_KAFKA
 TEST_F(KitRouting, APropertyThatTheKafkaClientRefusesIsAFaultAtItsLine)
 {
-    try
+    // The client names the property in quotes, and does not, and none.
+    struct
     {
-        Apply("{\"server\": \"s\", \"kafka\": {\"client\": {\n\"linger.ms\": 5,\n\"compresion.codec\": \"lz4\"}}}");
-        FAIL() << "no fault";
-    }
-    catch (QzLogKit::SettingsError const& error)
+        char const* mProperty;
+        unsigned int mLine;
+        char const* mKey;
+    } const cases[] = {{R"("compresion.codec": "lz4")", 4, "kafka.client.compresion.codec"},
+        {R"("message.timeout.ms": 3)", 4, "kafka.client.message.timeout.ms"},
+        {R"("security.protocol": "sasl_plaintext", "sasl.mechanism": "PLAIN")", 2, "kafka.client"}};
+    for (auto const& [property, line, key] : cases)
     {
-        EXPECT_EQ(error.GetFaults().at(0).mLine, 3u);
-        EXPECT_EQ(error.GetFaults().at(0).mKey, "kafka.client.compresion.codec");
+        Put("settings.json",
+            "{\"server\": \"s\", \"kafka\": {\"client\":\n{\"bootstrap.servers\": \"k\",\n\"linger.ms\": 5,\n" +
+                std::string(property) + "}}}");
+        try
+        {
+            mRouting.Apply("settings.json");
+            FAIL() << "no fault";
+        }
+        catch (QzLogKit::SettingsError const& error)
+        {
+            EXPECT_EQ(error.GetFaults().at(0).mLine, line);
+            EXPECT_EQ(error.GetFaults().at(0).mKey, key);
+        }
     }
     EXPECT_EQ(QzLog::GetServerInstanceName().size(), 0u);
 }

@@ -42,7 +42,8 @@ namespace
     std::string const kIDs = "message IDs such as \"0x80000304\"";
     std::string const kIDKey = "as the key a message ID such as \"0x80000304\"";
     std::string const kTop = "one of basePath, catalogs, destinations, kafka, language, routes, server";
-    std::string const kSame = "the type, source, limits and call stacks of \"x\", which writes to the same place";
+    std::string const kSame = "the same as in \"x\", which writes to the same place";
+    std::string const kName = "a name that stands in \"destinations\"";
     std::string const kServer = "a name without \"]\" and control characters";
 
     // Strings with a zero character or half a pair of UTF-16 cannot stand for any name or path.
@@ -53,23 +54,35 @@ namespace
     std::vector<char const*> const kNoLanguage = {
         R"("")", R"("xx")", R"("EN")", R"("0x")", "0", "65536", "-1", "1.5", "true", "null", "[]", "{}"};
 
+    std::string const kOpinion =
+        "{\"basePath\": \"b\", \"destinations\": {\"x\": {\"type\": \"file\", \"path\": \"f\"},\n\n\"y\": @}}";
+    // With the longest suffix one character too long for a broker.
+    std::string const kLongName = '"' + std::string(235, 'a') + '"';
+    char const* const kLongTopic = kLongName.c_str();
+
     BadValues const kBadValues[] = {
         {InTop(R"("server": @)"), "server", kServer, kNoText},
         {InTop(R"("server": @)"), "server", kServer, {R"("a]b")", R"("a\nb")", R"("\u0085")"}},
         {InTop(R"("basePath": @)"), "basePath", "a path", kNoText},
         {InTop(R"("language": @)"), "language", kLanguage, kNoLanguage},
-        {InTop(R"("destinations": @)"), "destinations", "an object", kNoObject},
+        {InTop(R"("destinations": @, "routes": {"*": ["x"]})"), "destinations", "an object", kNoObject},
         {InTop(R"("destinations": {"x": @})"), "destinations.x", "an object", kNoObject},
         {InTop(R"("routes": @)"), "routes", "an object", kNoObject},
         {InTop(R"("catalogs": @)"), "catalogs", "an object", kNoObject},
         {InTop(R"("catalogs": {"*": @})"), "catalogs.*", "the path of a catalog", kNoText},
         {InTop(R"("kafka": @)"), "kafka", "an object", kNoObject},
         {InTop(R"("kafka": {"client": @})"), "kafka.client", "an object", kNoObject},
-        {InTop(R"("kafka": {"client": {"a.b": @}})"), "kafka.client.a.b", "a text, a whole number, true or false",
-            {"null", "[]", "{}", "1.5", R"("a\u0000b")"}},
+        {InTop(R"("kafka": {"client": {"bootstrap.servers": "k", "a.b": @}})"), "kafka.client.a.b",
+            "a text, a whole number, true or false", {"null", "[]", "{}", "1.5", R"("a\u0000b")"}},
+        {InTop(R"("kafka": {"client": {@: ""}})"), "kafka.client", "\"bootstrap.servers\"",
+            {R"("linger.ms")", R"("bootstrap.servers")"}},
         {InTop(R"("kafka": {"enabled": @})"), "kafka.enabled", "true or false", {"1", R"("true")", "null", "[]"}},
         {InTop(R"("kafka": {"publishSettings": @})"), "kafka.publishSettings", "true or false", {"0", "{}"}},
-        {InTop(R"("kafka": {@: 1})"), "kafka.linger.ms", "one of client, enabled, publishSettings", {R"("linger.ms")"}},
+        {InTop(R"("kafka": {"topic": @})"), "kafka.topic",
+            R"(a name of at most 234 characters: letters and digits of ASCII, ".", "_" and "-")",
+            {R"("")", R"("..")", R"("a b")", R"("ä")", "5", kLongTopic}},
+        {InTop(R"("kafka": {@: 1})"), "kafka.linger.ms", "one of client, enabled, publishSettings, topic",
+            {R"("linger.ms")"}},
         {InTop("@: 1"), "sever", kTop, {R"("sever")"}},
         {InTop("@: {}"), "Routes", kTop, {R"("Routes")"}},
 
@@ -81,6 +94,8 @@ namespace
             {"-1", "1000000001", "0.5", R"("300")", "true", "null", "[]", "{}"}},
         {InDestination("file", R"("recovery": @)"), "destinations.x.recovery", R"("basic" or "strict")",
             {R"("Strict")", R"("")", "1", "true", "null", "[]", "{}"}},
+        {InDestination("file", R"("reportLosses": @)"), "destinations.x.reportLosses", R"("log" or "systemLog")",
+            {R"("journal")", "true"}},
         {InDestination("file", R"("language": @)"), "destinations.x.language", kLanguage, kNoLanguage},
         {InDestination("file", R"("callStacks": @)"), "destinations.x.callStacks", "a list of " + kIDs, kNoList},
         {InDestination("file", R"("callStacks": [5, @])"), "destinations.x.callStacks", kIDs,
@@ -96,8 +111,8 @@ namespace
             {R"({"type": "file"})", R"({"type": "kafka"})"}},
         {InDestination("rateLimit", R"("to": "y", @)"), "destinations.x", R"("messages" and "period")",
             {R"("messages": 5)", R"("period": 5)"}},
-        {InDestination("rateLimit", R"("messages": 5, "period": 5, "to": @)"), "destinations.x.to",
-            "a name that stands in \"destinations\"", {R"("z")"}},
+        {InDestination("rateLimit", R"("messages": 5, "period": 5, "to": @)"), "destinations.x.to", kName + " (x, y)",
+            {R"("z")"}},
         {InDestination("rateLimit", R"("messages": 5, "period": 5, "to": @)"), "destinations.x.to",
             "a destination that leads to one that writes", {R"("x")"}},
         {InDestination("rateLimit", R"("to": "y", "messages": 5, "period": @)"), "destinations.x.period",
@@ -112,21 +127,20 @@ namespace
         {InDestination("systemLog", "@: 1"), "destinations.x.backups", "one of callStacks, language, source, type",
             {R"("backups")"}},
         {InDestination("file", "@: 1"), "destinations.x.source",
-            "one of backups, callStacks, language, maxFileSize, path, recovery, retryInterval, type", {R"("source")"}},
+            "one of backups, callStacks, language, maxFileSize, path, recovery, reportLosses, retryInterval, type",
+            {R"("source")"}},
         // Two opinions about one object.
-        {R"({"basePath": "b", "destinations": {"x": {"type": "file", "path": "f"},)"
-         "\n\n\"y\": @}}",
-            "destinations.y", kSame,
-            {R"({"type": "file", "path": "f", "backups": 2})", R"({"type": "kafka", "path": "f"})",
-                R"({"type": "file", "path": "./c/..\\f", "recovery": "basic"})",
-                R"({"type": "file", "path": "f", "callStacks": [1]})"}},
-        {"{\"destinations\": {\"x\": {\"type\": \"systemLog\", \"source\": \"a\"},\n\n\"y\": @}}", "destinations.y",
-            kSame, {R"({"type": "systemLog"})", R"({"type": "systemLog", "source": "b"})"}},
+        {kOpinion, "destinations.y.backups", kSame, {R"({"type": "file", "path": "f", "backups": 2})"}},
+        {kOpinion, "destinations.y.type", kSame, {R"({"type": "kafka", "path": "f"})"}},
+        {kOpinion, "destinations.y.recovery", kSame, {R"({"type": "file", "path": "./c/..\\f", "recovery": "basic"})"}},
+        {kOpinion, "destinations.y.callStacks", kSame, {R"({"type": "file", "path": "f", "callStacks": [1]})"}},
+        {"{\"destinations\": {\"x\": {\"type\": \"systemLog\", \"source\": \"a\"},\n\n\"y\": @}}",
+            "destinations.y.source", kSame, {R"({"type": "systemLog"})", R"({"type": "systemLog", "source": "b"})"}},
 
         {InTop(R"("routes": {"a/b": @})"), "routes.a/b", "a list of names of destinations", kNoList},
         {InTop(R"("routes": {"a/b": [@]})"), "routes.a/b", "names of destinations",
             {"1", "null", "[]", R"("a\u0000")"}},
-        {InTop(R"("routes": {"a/b": [@]})"), "routes.a/b", "names that stand in \"destinations\"", {R"("z")", R"("")"}},
+        {InTop(R"("routes": {"a/b": [@]})"), "routes.a/b", kName, {R"("z")", R"("")"}},
         {InTop(R"("routes": {@: []})"), "routes.", kPatternKey, {R"("")"}},
         {InTop(R"("routes": {@: []})"), "routes.Kernel", kPatternKey, {R"("Kernel")"}},
         {InTop(R"("routes": {@: []})"), "routes.Kernel/", kPatternKey, {R"("Kernel/")"}},
@@ -211,7 +225,7 @@ TEST_F(KitSettings, FaultsAreReportedWithLineKeyAndWhatWasExpected)
 
 TEST_F(KitSettings, AllFaultsAreReportedAtOnceAndNoSecretIsShown)
 {
-    Put("settings.json", R"({"server": 5, "kafka": {"client": {"sasl.password": ["geheim"]}},
+    Put("settings.json", R"({"server": 5, "kafka": {"client": {"bootstrap.servers": "k", "sasl.password": ["geheim"]}},
         "destinations": {"f": {"type": "file", "path": "f", "maxFilesize": 5}}, "routes": {"*": ["g"]}})");
     try
     {
@@ -224,8 +238,8 @@ TEST_F(KitSettings, AllFaultsAreReportedAtOnceAndNoSecretIsShown)
             "The settings 'settings.json' are not usable, nothing of them is in force.\r\n"
             "settings.json(1): server: expected a name without \"]\" and control characters, found 5\r\n"
             "settings.json(2): destinations.f.maxFilesize: expected one of backups, callStacks, language, maxFileSize, "
-            "path, recovery, retryInterval, type, found a key that nobody knows\r\n"
-            "settings.json(2): routes.*: expected names that stand in \"destinations\", found \"g\"\r\n"
+            "path, recovery, reportLosses, retryInterval, type, found a key that nobody knows\r\n"
+            "settings.json(2): routes.*: expected a name that stands in \"destinations\" (f), found \"g\"\r\n"
             "settings.json(1): kafka.client.sasl.password: expected a text, a whole number, true or false, found "
             "something else");
     }
@@ -239,6 +253,7 @@ TEST_F(KitSettings, AllFaultsAreReportedAtOnceAndNoSecretIsShown)
         R"({"destinations": {"f": {"type": "file"}, "g": {"type": "kafka"}, "h": {"type": "fax", "to": 5}},
         "routes": {"*": ["h"]}, "catalogs": {"*": "nowhere.json"}})");
     EXPECT_EQ(FindFaults("settings.json").size(), 4u);
+    EXPECT_EQ(FindFaults("settings.json")[3].mFound, "\"nowhere.json\": No such file or directory");
 
     Put("settings.json",
         R"({"destinations": {"a": {"type": "systemLog"}, "b": {"type": "file", "path": "system log"}}})");
@@ -262,26 +277,27 @@ TEST_F(KitSettings, ADescriptionSaysWhatIsInForce)
     Put("settings.json", "\xEF\xBB\xBF"
                          R"({ // with a comment
         "basePath": "logs", "language": "de", "catalogs": {"K*": "texts.json"},
-        "kafka": {"client": {"sasl.password": "geheim", "linger.ms": 5}, "enabled": false},
+        "kafka": {"client": {"sasl.password": "geheim", "bootstrap.servers": "k"}, "enabled": false,
+                  "topic": "a.b_C-9"},
         "destinations": {
             "f": {"type": "file", "path": "f.log", "recovery": "basic", "retryInterval": 0, "callStacks": ["0x5", 5, 3]},
             "g": {"type": "file", "path": "f.log", "recovery": "basic", "retryInterval": 0, "callStacks": [3, 5],
                   "language": "pt-BR"},
-            "s": {"type": "kafka", "path": "s.log", "maxFileSize": 5, "backups": 7}, "j": {"type": "systemLog"}},
+            "s": {"type": "kafka", "path": "s.log", "maxFileSize": 5, "backups": 7,
+                  "reportLosses": "systemLog"}, "j": {"type": "systemLog"}},
         "routes": {"*": ["f"], "K*/*": ["g", "s"], "*/Error": ["j"], "Kernel/*": [], "Ker*/Info": ["s"]}})");
-    std::string text = QzLogKit::Routing::Check("settings.json");
-    text.erase(text.find("topic "), text.find("(the") - text.find("topic "));
-    EXPECT_EQ(text, R"(Settings of 'settings.json'
+    EXPECT_EQ(QzLogKit::Routing::Check("settings.json"), R"(Settings of 'settings.json'
 Base path: logs
 Process language: 0x0407
-Kafka: off, (the program's name of the server), client properties linger.ms, sasl.password
+Kafka: off, topic a.b_C-9, client properties bootstrap.servers, sasl.password
 Destinations:
   f: file 'f.log', rolled over at 2000000 bytes, back-ups: 1, basic recovery, retried after 0 s, call stacks of )"
-                    R"(0x00000003, 0x00000005
+                                                         R"(0x00000003, 0x00000005
   g: file 'f.log', rolled over at 2000000 bytes, back-ups: 1, basic recovery, retried after 0 s, in language 0x0416, )"
-                    R"(call stacks of 0x00000003, 0x00000005
+                                                         R"(call stacks of 0x00000003, 0x00000005
   j: system log
-  s: Kafka, else file 's.log', rolled over at 5 bytes, back-ups: 7, strict recovery, retried after 300 s
+  s: Kafka, else file 's.log', rolled over at 5 bytes, back-ups: 7, strict recovery, retried after 300 s, )"
+                                                         R"(losses to the system log
 Routes, the most exact first:
   Kernel/* -> off
   Ker*/Info -> s

@@ -29,8 +29,8 @@ namespace QzLogKit
     ///             "terminal": { "type": "debugOutput" },
     ///             "journal":  { "type": "systemLog", "source": "Reporting server" },
     ///             "errors":   { "type": "file", "path": "errors.log", "maxFileSize": 1000000, "backups": 3,
-    ///                           "recovery": "strict", "retryInterval": 300, "language": "de",
-    ///                           "callStacks": ["0x80000304"] },
+    ///                           "recovery": "strict", "retryInterval": 300, "reportLosses": "systemLog",
+    ///                           "language": "de", "callStacks": ["0x80000304"] },
     ///             "stream":   { "type": "kafka", "path": "stream.log" }, // and all else that a file has
     ///             "german":   { "type": "language", "to": "errors", "language": "de" },
     ///             "some":     { "type": "rateLimit", "to": "errors", "messages": 9, "period": 60, "per": "callSite" },
@@ -43,7 +43,8 @@ namespace QzLogKit
     ///             "Kernel/Trace": []
     ///         },
     ///         "catalogs": { "*": "texts.json" },
-    ///         "kafka": { "client": { "bootstrap.servers": "kafka1:9092" }, "enabled": true, "publishSettings": false }
+    ///         "kafka": { "client": { "bootstrap.servers": "kafka1:9092" }, "enabled": true, "publishSettings": false,
+    ///                    "topic": "reporting.logs" }
     ///     }
     ///
     /// Routes. A pattern is "logger/dispatcher"; "*" stands for any text, also a part of a name. A pattern that is only
@@ -56,6 +57,9 @@ namespace QzLogKit
     /// - "path" is that of GetDestination_DiskFile; for "kafka" it is the file that takes what Kafka does not.
     /// - Recovery is "strict" unless the file says "basic". The other values are those of the core if they are left
     ///   out: 2000000 bytes, 1 back-up, 300 seconds.
+    /// - "reportLosses" is "log", or "systemLog" to report the first lost message of each failure at once as an error
+    /// of
+    ///   the system log (CreateSystemLogLossObserver). With "log" an observer that the program has set stays.
     /// - "language" is that of structured messages. It is a name such as "en", "de" or "pt-BR", or a language ID, as a
     ///   number or a text such as "0x0407". Destinations of one terminal or journal may differ in it.
     /// - The last three pass messages on to another destination; see Destination_Language, Destination_RateLimit ("per"
@@ -77,9 +81,10 @@ namespace QzLogKit
     /// language that is asked for gives the same language of another country, then English, then its first.
     ///
     /// Kafka. "client" has librdkafka's properties, with texts, numbers, true or false as values. "enabled" switches
-    /// the feature "KS/SLMS"; it is true if it is left out. The topics' names follow from the server's name, see
-    /// Destination_KafkaLog. With "publishSettings" the settings, without the section "kafka", are published by
-    /// UpdateLogRegistryStr.
+    /// the feature "KS/SLMS"; it is true if it is left out. "topic" is the topic of records (SetKafkaTopic); without
+    /// it, the name follows from the computer and the server, see Destination_KafkaLog. Once the topic has a name, it
+    /// keeps it until the process is started again: another "topic" is then a fault, another server changes nothing.
+    /// With "publishSettings" the settings, without the section "kafka", are published by UpdateLogRegistryStr.
     ///
     /// A value of the process (server, base path, language, Kafka) that the file leaves out stays as the program has
     /// set it. If an earlier file of this object has set it, it returns to the core's default.

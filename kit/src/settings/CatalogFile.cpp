@@ -79,20 +79,17 @@ namespace QzLogKit
         }
     }
 
-    CatalogTexts ReadCatalog(std::string const& path, std::string const& name, Faults& faults)
+    CatalogTexts ParseCatalog(std::string const& name, std::string text, Faults& faults)
     {
         CatalogTexts texts;
         Faults own;
-        std::string text = ReadWholeFile(path, name, own);
-        std::optional<JsonFile> file;
-        if (own.IsEmpty())
-            file.emplace(name, std::move(text), own);
+        JsonFile const file(name, std::move(text), own);
         if (!own.IsEmpty())
         {
             own.MoveTo(faults);
             return texts;
         }
-        Section top(*file, file->GetRoot(), "", faults);
+        Section top(file, file.GetRoot(), "", faults);
         top.Take("domain");
         if (top.Has("domain"))
             texts.mDomain =

@@ -23,7 +23,7 @@ namespace QzLogKit
     };
 
     /// \param name  what faults call the file.
-    CatalogTexts ReadCatalog(std::string const& path, std::string const& name, Faults& faults);
+    CatalogTexts ParseCatalog(std::string const& name, std::string text, Faults& faults);
 
     /// The catalog of those texts. A message that it does not have gets a text that shows its values.
     QzBase::ReturnPtrI<QzLog::MessageCatalog> CreateCatalog(CatalogTexts const& texts);

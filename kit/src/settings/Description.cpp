@@ -1,6 +1,7 @@
 #include "settings/Description.h"
 
 #include "MessageText.h"
+#include "settings/ProcessSettings.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
@@ -40,7 +41,8 @@ namespace QzLogKit
             return "file '" + destination.mPath + "', rolled over at " + std::to_string(destination.mMaxFileSize) +
                    " bytes, back-ups: " + std::to_string(destination.mBackupCount) + ", " +
                    (destination.mRecovery == QzLog::kRecoveryStrict ? "strict" : "basic") +
-                   " recovery, retried after " + std::to_string(destination.mRetryInterval) + " s";
+                   " recovery, retried after " + std::to_string(destination.mRetryInterval) + " s" +
+                   (destination.mReportsLosses ? ", losses to the system log" : "");
         }
 
         std::string DescribeTarget(DestinationSettings const& destination)
@@ -82,9 +84,14 @@ namespace QzLogKit
         std::string DescribeKafka(Settings const& settings)
         {
             std::string text = settings.mKafka->mIsEnabled ? "on" : "off";
-            text += ", topic Kvel.ReportingEngine.Diag." +
-                    std::string(QzBase::WideCharToUTF8(QzBase::GetComputerName().c_str(), true).c_str()) + '.' +
-                    settings.mServerName.value_or("(the program's name of the server)");
+            std::string topic = settings.mKafka->mTopic;
+            if (topic.empty())
+                topic = GetKafkaTopic();
+            if (topic.empty())
+                topic = "Kvel.ReportingEngine.Diag." +
+                        std::string(QzBase::WideCharToUTF8(QzBase::GetComputerName().c_str(), true).c_str()) + '.' +
+                        settings.mServerName.value_or("(the program's name of the server)");
+            text += ", topic " + topic;
             if (!settings.mKafka->mClient.empty())
                 text += ", client properties " +
                         Join(settings.mKafka->mClient, [](auto const& property) { return property.first; });

@@ -5,9 +5,11 @@
 #include <QzLog/Destination_DiskFile.h>
 #include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Destination_SystemLog.h>
+#include <QzLog/LossObserver.h>
 #include <QzLogKit/DestinationList.h>
 #include <QzLogKit/Destination_Language.h>
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -110,12 +112,17 @@ namespace QzLogKit
             MadeDestinations mMade;
         };
 
-        void SetUpFile(QzLog::Destination_DiskFile& file, DestinationSettings const& settings)
+        /// \param reported  whether the settings before did so: an observer of the program's own stays.
+        void SetUpFile(QzLog::Destination_DiskFile& file, DestinationSettings const& settings, bool reported)
         {
             file.SetMaxFileSize(settings.mMaxFileSize);
             file.SetBackupCount(settings.mBackupCount);
             file.SetRetryInterval(settings.mRetryInterval);
             file.SetRecovery(settings.mRecovery);
+            if (settings.mReportsLosses && !reported)
+                file.SetLossObserver(QzLog::CreateSystemLogLossObserver().get());
+            else if (!settings.mReportsLosses && reported)
+                file.SetLossObserver(nullptr);
         }
 
         void SetCallStackIDs(QzLog::Destination& destination, DestinationSettings const& settings)
@@ -124,11 +131,11 @@ namespace QzLogKit
                 settings.mCallStackIDs.data(), static_cast<unsigned int>(settings.mCallStackIDs.size()));
         }
 
-        void SetUp(QzLog::Destination& destination, DestinationSettings const& settings)
+        void SetUp(QzLog::Destination& destination, DestinationSettings const& settings, bool reported)
         {
             SetCallStackIDs(destination, settings);
             if (auto* const file = dynamic_cast<QzLog::Destination_DiskFile*>(&destination))
-                SetUpFile(*file, settings);
+                SetUpFile(*file, settings, reported);
             else if (auto* const systemLog = dynamic_cast<QzLog::Destination_SystemLog*>(&destination))
             {
                 if (!settings.mSource.empty())
@@ -137,7 +144,7 @@ namespace QzLogKit
             else if (auto* const kafka = dynamic_cast<QzLog::Destination_KafkaLog*>(&destination))
             {
                 QzBase::CountedPtr<QzLog::Destination_DiskFile> const fallback(kafka->GetDiskFileDestination());
-                SetUpFile(*fallback, settings);
+                SetUpFile(*fallback, settings, reported);
                 SetCallStackIDs(*fallback, settings);
             }
         }
@@ -159,7 +166,11 @@ namespace QzLogKit
         {
             DestinationSettings const& settings = destination.mSettings;
             if (settings.mTo.empty())
-                SetUp(*destination.mpCore, settings);
+                SetUp(*destination.mpCore, settings,
+                    std::ranges::any_of(before,
+                        [&](auto const& other) {
+                            return other.second.mpCore == destination.mpCore && other.second.mSettings.mReportsLosses;
+                        }));
             auto* const selection = dynamic_cast<Destination_Selection*>(destination.mpWrapper.get());
             auto const found = before.find(name);
             // What the program has selected meanwhile stays, unless the file has changed.

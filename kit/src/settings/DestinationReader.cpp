@@ -20,6 +20,7 @@ namespace QzLogKit
             "debugOutput", "systemLog", "file", "kafka", "language", "rateLimit", "selection"};
         constexpr char const* kPer[] = {"messageID", "callSite", "dispatcher"};
         constexpr char const* kRecoveries[] = {"basic", "strict"};
+        constexpr char const* kLossReports[] = {"log", "systemLog"};
 
         std::optional<DestinationType> ReadType(Section& section)
         {
@@ -38,6 +39,7 @@ namespace QzLogKit
                 static_cast<QzLog::Recovery>(section.ReadChoice("recovery", kRecoveries, destination.mRecovery));
             destination.mRetryInterval =
                 section.ReadNumber("retryInterval", 0, kLongestRetryInterval, destination.mRetryInterval);
+            destination.mReportsLosses = section.ReadChoice("reportLosses", kLossReports, 0) == 1;
         }
 
         void ReadRateLimit(Section& section, DestinationSettings& destination)
@@ -130,21 +132,34 @@ namespace QzLogKit
                     at = read.find(at->second.mTo);
                 std::string const& to = destination.mTo;
                 if (!to.empty() && !read.contains(to))
-                    destinations.Reject(destinations.Take(name), name + ".to", "a name that stands in \"destinations\"",
-                        '"' + to + '"');
+                    destinations.Reject(destinations.Take(name), name + ".to", ExpectDestination(read), '"' + to + '"');
                 else if (steps > read.size())
                     destinations.Reject(destinations.Take(name), name + ".to",
                         "a destination that leads to one that writes", '"' + to + '"');
             }
         }
 
-        bool Agree(DestinationSettings first, DestinationSettings const& second)
+        /// The first key in which two opinions about one object differ, or null. Languages may: they do not belong to
+        /// the object.
+        char const* FindDifference(DestinationSettings const& a, DestinationSettings const& b)
         {
-            // Languages may differ: they do not belong to the object.
-            first.mLanguageID = second.mLanguageID;
-            first.mPath = second.mPath;
-            return first == second;
+            std::pair<char const*, bool> const keys[] = {{"type", a.mType != b.mType},
+                {"source", a.mSource != b.mSource}, {"maxFileSize", a.mMaxFileSize != b.mMaxFileSize},
+                {"backups", a.mBackupCount != b.mBackupCount}, {"recovery", a.mRecovery != b.mRecovery},
+                {"retryInterval", a.mRetryInterval != b.mRetryInterval},
+                {"reportLosses", a.mReportsLosses != b.mReportsLosses},
+                {"callStacks", a.mCallStackIDs != b.mCallStackIDs}};
+            auto const found = std::ranges::find(keys, true, &std::pair<char const*, bool>::second);
+            return found == std::end(keys) ? nullptr : found->first;
         }
+    }
+
+    std::string ExpectDestination(std::map<std::string, DestinationSettings> const& destinations)
+    {
+        std::string names;
+        for (auto const& [name, destination] : destinations)
+            names += (names.empty() ? " (" : ", ") + name;
+        return "a name that stands in \"destinations\"" + names + (names.empty() ? "" : ")");
     }
 
     std::optional<unsigned short> ReadLanguage(Section& section)
@@ -172,11 +187,10 @@ namespace QzLogKit
             if (!object)
                 continue;
             auto const [first, isNew] = firstOfObject.try_emplace(*object, name);
-            if (!isNew && !Agree(read.at(first->second), *added))
-                destinations.Reject(destinations.Take(name), name,
-                    "the type, source, limits and call stacks of \"" + first->second +
-                        "\", which writes to the same place",
-                    "others");
+            char const* const difference = isNew ? nullptr : FindDifference(read.at(first->second), *added);
+            if (difference)
+                destinations.Reject(destinations.Take(name), name + '.' + difference,
+                    "the same as in \"" + first->second + "\", which writes to the same place", "another value");
         }
         CheckTargets(destinations, read);
         return read;

@@ -10,6 +10,9 @@ namespace QzLogKit
     std::map<std::string, DestinationSettings> ReadDestinations(
         Section destinations, std::optional<std::string> const& basePath);
 
+    /// What is expected where one of these should be named.
+    std::string ExpectDestination(std::map<std::string, DestinationSettings> const& destinations);
+
     /// The key "language" of a section.
     std::optional<unsigned short> ReadLanguage(Section& section);
 }

@@ -18,6 +18,8 @@ namespace QzLogKit
         void ThrowIfAny(std::string const& file) const;
 
         bool IsEmpty() const { return mFaults.empty(); }
+        /// There must be one.
+        SettingsFault const& GetFirst() const { return mFaults.front(); }
 
         /// Adds all of them to others.
         void MoveTo(Faults& others);

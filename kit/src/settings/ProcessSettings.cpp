@@ -1,14 +1,15 @@
 #include "settings/ProcessSettings.h"
 
-#include "settings/Faults.h"
-
 #include <KafkaClient/KafkaProducer.h>
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
 #include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Module.h>
+#include <QzLogKit/SettingsError.h>
 #include <QzResource/Localizer.h>
 
+#include <cstring>
+#include <string_view>
 #include <utility>
 
 namespace QzLogKit
@@ -29,21 +30,61 @@ namespace QzLogKit
             return before && before->*member ? std::optional(standard) : std::nullopt;
         }
 
-        /// The client's own words, at the line of the property that they name.
+        [[noreturn]] void Reject(Settings const& settings, SettingsFault fault)
+        {
+            throw QzBase::ExceptionImpl<SettingsError>(settings.mFile, std::vector{std::move(fault)});
+        }
+
+        /// Where the name of a property stands in a text, not as a part of another name.
+        std::size_t FindName(std::string const& text, std::string const& name)
+        {
+            constexpr char const* kOfNames = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.";
+            for (std::size_t at = text.find(name); at != text.npos; at = text.find(name, at + 1))
+            {
+                std::size_t const end = at + name.size();
+                if ((at == 0 || !std::strchr(kOfNames, text[at - 1])) &&
+                    (end == text.size() || !std::strchr(kOfNames, text[end])))
+                    return at;
+            }
+            return text.npos;
+        }
+
+        /// The client's own words, at the line of the property that they name first.
         [[noreturn]] void RejectClient(Settings const& settings, QzBase::Message const& refusal)
         {
-            std::string const text = QzBase::FormatMessage(refusal, kEnglish).c_str();
-            SettingsFault fault{settings.mFile, 0, "kafka.client", "properties that the Kafka client takes", text};
+            std::string text = QzBase::FormatMessage(refusal, kEnglish).c_str();
+            constexpr std::string_view kOperation = "KafkaClient::KafkaProducer::Configure: ";
+            if (text.starts_with(kOperation))
+                text.erase(0, kOperation.size());
+            SettingsFault fault{
+                settings.mFile, 0, "kafka.client", "what the Kafka client takes", "its refusal: " + text};
+            std::size_t first = text.npos;
             for (auto const& [name, line] : settings.mClientLines)
-                if (text.find('\'' + name + '\'') != text.npos)
+            {
+                std::size_t const at = name.empty() ? text.npos : FindName(text, name);
+                if (name.empty() || at < first)
                 {
+                    first = at;
                     fault.mLine = line;
-                    fault.mKey = "kafka.client." + name;
+                    fault.mKey = name.empty() ? "kafka.client" : "kafka.client." + name;
                 }
-            Faults faults;
-            faults.Add(std::move(fault));
-            faults.ThrowIfAny(settings.mFile);
-            throw QzBase::ExceptionImpl<QzBase::Message>(refusal);
+            }
+            Reject(settings, std::move(fault));
+        }
+
+        [[noreturn]] void RejectTopic(Settings const& settings, std::string const& present)
+        {
+            KafkaSettings const& kafka = *settings.mKafka;
+            Reject(settings, {settings.mFile, kafka.mTopicLine, "kafka.topic",
+                                 '"' + present + "\", the name that the topic has until this process is started again",
+                                 '"' + kafka.mTopic + '"'});
+        }
+
+        void NameTopic(Settings const& settings)
+        {
+            if (settings.mKafka && !settings.mKafka->mTopic.empty() &&
+                !QzLog::SetKafkaTopic(QzBase::UTF8ToWideChar(settings.mKafka->mTopic.c_str(), true).c_str()))
+                RejectTopic(settings, GetKafkaTopic());
         }
 
         void ApplyKafka(Settings const& now, Settings const* before)
@@ -51,6 +92,10 @@ namespace QzLogKit
             bool const wasSet = before && before->mKafka;
             if (!now.mKafka && !wasSet)
                 return;
+            // A name cannot be taken back: first look, then change what can be changed.
+            if (std::string const topic = GetKafkaTopic();
+                now.mKafka && !now.mKafka->mTopic.empty() && !topic.empty() && topic != now.mKafka->mTopic)
+                RejectTopic(now, topic);
             using Client = std::map<std::string, std::string>;
             Client const client = now.mKafka ? now.mKafka->mClient : Client();
             // Brokers that stay the same are not connected anew.
@@ -65,8 +110,14 @@ namespace QzLogKit
                     RejectClient(now, refusal);
                 }
             }
+            NameTopic(now);
             QzBase::SetFeatureEnabled(u"KS/SLMS"_w, now.mKafka && now.mKafka->mIsEnabled);
         }
+    }
+
+    std::string GetKafkaTopic()
+    {
+        return QzBase::WideCharToUTF8(QzLog::GetKafkaTopic().c_str(), true).c_str();
     }
 
     void ApplyToProcess(Settings const& now, Settings const* before)

@@ -27,20 +27,23 @@ namespace QzLogKit
             return Route{Pattern(text.substr(0, slash)), Pattern(text.substr(slash + 1)), {}};
         }
 
-        void ReadTargets(Section& routes, std::string const& name, Settings const& settings, Route& route)
+        void ReadTargets(
+            Section& routes, std::string const& name, bool knowsDestinations, Settings const& settings, Route& route)
         {
             route.mTargets = routes.ReadList<std::string>(name, "names of destinations", ToText);
             std::set<std::string> seen;
             for (std::string const& target : route.mTargets)
             {
-                if (!settings.mDestinations.contains(target))
-                    routes.Reject(routes.Take(name), name, "names that stand in \"destinations\"", '"' + target + '"');
+                if (knowsDestinations && !settings.mDestinations.contains(target))
+                    routes.Reject(
+                        routes.Take(name), name, ExpectDestination(settings.mDestinations), '"' + target + '"');
                 else if (!seen.insert(target).second)
                     routes.Reject(routes.Take(name), name, "each destination once", '"' + target + "\" twice");
             }
         }
 
-        void ReadRoutes(Section routes, Settings& settings)
+        /// \param knowsDestinations  false if a fault hides them: then each name may be right.
+        void ReadRoutes(Section routes, bool knowsDestinations, Settings& settings)
         {
             for (std::string const& name : routes.GetNames())
             {
@@ -51,13 +54,28 @@ namespace QzLogKit
                     routes.Reject(value, name, "as the key \"logger/dispatcher\" or \"*\"", "");
                     continue;
                 }
-                ReadTargets(routes, name, settings, *route);
+                ReadTargets(routes, name, knowsDestinations, settings, *route);
                 if (std::ranges::find(settings.mRoutes, route->GetText(), &Route::GetText) != settings.mRoutes.end())
                     routes.Reject(value, name, "each pattern once", "\"*\" and \"*/*\"");
                 settings.mRoutes.push_back(std::move(*route));
             }
             std::ranges::sort(settings.mRoutes, [](Route const& a, Route const& b)
                 { return std::tie(a.mLogger, a.mDispatcher) < std::tie(b.mLogger, b.mDispatcher); });
+        }
+
+        CatalogTexts ReadCatalog(Section& catalogs, std::string const& name, Settings const& settings,
+            std::string const& path, Faults& faults)
+        {
+            Faults own;
+            std::string text =
+                ReadWholeFile((std::filesystem::path(settings.mFile).parent_path() / path).string(), path, own);
+            if (own.IsEmpty())
+                return ParseCatalog(path, std::move(text), faults);
+            // Where the path stands is where it can be mended.
+            SettingsFault const& fault = own.GetFirst();
+            catalogs.Reject(catalogs.Take(name), name, fault.mExpected + " from the folder of this file",
+                '"' + path + "\": " + fault.mFound);
+            return {};
         }
 
         void ReadCatalogs(Section catalogs, Settings& settings, Faults& faults)
@@ -70,11 +88,26 @@ namespace QzLogKit
                     continue;
                 std::shared_ptr<CatalogTexts const>& texts = read[path];
                 if (!texts)
-                    texts = std::make_shared<CatalogTexts const>(ReadCatalog(
-                        (std::filesystem::path(settings.mFile).parent_path() / path).string(), path, faults));
+                    texts = std::make_shared<CatalogTexts const>(ReadCatalog(catalogs, name, settings, path, faults));
                 settings.mCatalogs.push_back({Pattern(name), path, texts});
             }
             std::ranges::sort(settings.mCatalogs, {}, &CatalogSettings::mLogger);
+        }
+
+        /// What brokers take.
+        std::string ReadTopic(Section& section)
+        {
+            constexpr std::string_view kCharacters =
+                "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
+            // With the suffix of the topic for settings.
+            constexpr std::size_t kLongest = 249 - std::string_view(".RegtrySettings").size();
+            std::string const expected = "a name of at most " + std::to_string(kLongest) +
+                                         " characters: letters and digits of ASCII, \".\", \"_\" and \"-\"";
+            std::string topic = section.ReadOptionalText("topic", expected).value_or("");
+            if (topic.size() > kLongest || topic.find_first_not_of(kCharacters) != topic.npos || topic == "." ||
+                topic == "..")
+                section.Reject(section.Take("topic"), "topic", expected);
+            return topic;
         }
 
         KafkaSettings ReadKafka(Section section, JsonFile const& file, Settings& settings)
@@ -82,6 +115,8 @@ namespace QzLogKit
             KafkaSettings kafka;
             kafka.mIsEnabled = section.ReadBool("enabled", kafka.mIsEnabled);
             kafka.mPublishesSettings = section.ReadBool("publishSettings", kafka.mPublishesSettings);
+            kafka.mTopic = ReadTopic(section);
+            kafka.mTopicLine = file.GetLine(section.Take("topic"));
             if (auto client = section.ReadOptionalSection("client"))
             {
                 for (std::string const& name : client->GetNames())
@@ -89,6 +124,12 @@ namespace QzLogKit
                     kafka.mClient[name] = client->ReadScalar(name);
                     settings.mClientLines[name] = file.GetLine(client->Take(name));
                 }
+                settings.mClientLines[""] = file.GetLine(section.Take("client"));
+                // Without brokers the client would wait for nobody, and say so on standard error only.
+                auto const isSet = [&](char const* name)
+                { return kafka.mClient.contains(name) && !kafka.mClient.at(name).empty(); };
+                if (!kafka.mClient.empty() && !isSet("bootstrap.servers") && !isSet("metadata.broker.list"))
+                    client->Reject("\"bootstrap.servers\"");
             }
             section.RejectRest();
             return kafka;
@@ -119,10 +160,11 @@ namespace QzLogKit
             settings.mServerName = ReadServerName(top);
             settings.mBasePath = top.ReadOptionalText("basePath", "a path");
             settings.mLanguageID = ReadLanguage(top);
-            if (auto destinations = top.ReadOptionalSection("destinations"))
+            auto const destinations = top.ReadOptionalSection("destinations");
+            if (destinations)
                 settings.mDestinations = ReadDestinations(*destinations, settings.mBasePath);
             if (auto routes = top.ReadOptionalSection("routes"))
-                ReadRoutes(*routes, settings);
+                ReadRoutes(*routes, !destinations || destinations->IsObject(), settings);
             if (auto catalogs = top.ReadOptionalSection("catalogs"))
                 ReadCatalogs(*catalogs, settings, faults);
             if (auto kafka = top.ReadOptionalSection("kafka"))

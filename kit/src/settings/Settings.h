@@ -40,6 +40,8 @@ namespace QzLogKit
         QzLog::Recovery mRecovery = QzLog::kRecoveryStrict;
         /// Seconds.
         unsigned int mRetryInterval = 300;
+        /// File and Kafka: the first loss of each run is an event of the system log.
+        bool mReportsLosses = false;
         /// 0 for the process language.
         unsigned short mLanguageID = 0;
         /// In ascending order, each once.
@@ -70,6 +72,10 @@ namespace QzLogKit
     {
         bool mIsEnabled = true;
         bool mPublishesSettings = false;
+        /// Empty for the one that follows from the server's name.
+        std::string mTopic;
+        /// The line of the topic's name, for the fault that only the process finds.
+        unsigned int mTopicLine = 0;
         /// Properties of librdkafka.
         std::map<std::string, std::string> mClient;
     };
