@@ -26,7 +26,7 @@ MINUTES ?= 60
 soak: release
 	@QZLOG_EVERY_FAULT=1 build/release/tests/filesystem/test_filesystem --gtest_filter='Faults.*'
 	@QZLOG_EVERY_FAULT=1 build/release/tests/stress/test_log_faults
-	@build/release/tests/stress/stress --campaign --milliseconds 3000 --minutes $$(($(MINUTES) * 3 / 4))
+	@build/release/tests/stress/stress --milliseconds 3000 --minutes $$(($(MINUTES) * 3 / 4))
 	@! [ -e build/release/tests/stress/stress_kafka ] || \
 	    build/release/tests/stress/stress_kafka --milliseconds 3000 --minutes $$(($(MINUTES) / 4))
 

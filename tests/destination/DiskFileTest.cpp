@@ -210,17 +210,3 @@ TEST_F(DiskFileTest, AForkPassesWhoWaitsForTheLockOnTheFile)
     waiting.join();
     EXPECT_EQ(Get("x.log").size(), (kHead + Record("parent") + Record("child")).size());
 }
-
-TEST_F(DiskFileTest, AForkedChildWithoutProcLosesNothing)
-{
-    QzOs::Posix::gKernel.mpOpen = OpenWithoutProc;
-    Make("x.log");
-    Write("parent");
-    ExpectInChild([&] { return Write("child"), true; });
-    EXPECT_EQ(Get("x.log").size(), (kHead + Record("parent") + Record("child")).size());
-    // What the parent has open cannot be opened any more.
-    std::filesystem::rename(In("x.log"), In("moved.log"));
-    Put("x.log", "");
-    ExpectInChild([&] { return Write("child"), true; });
-    EXPECT_EQ(Get("x.log").size(), (kHead + Record("child")).size());
-}

@@ -2,7 +2,6 @@
 #include "destination/Destination_SystemLog_Impl.h"
 
 #include "os/Restore.h"
-#include "support/ForkedChild.h"
 
 #include <QzBase/Conversions.h>
 #include <QzLog/MessageHeader.h>
@@ -124,23 +123,5 @@ namespace
         destination.reset();
         EXPECT_THAT(TakeCalls(), ElementsAre("register Tarnwickforge Application", "4 1 text", "register new",
                                      "reported", "deregister", "deregister"));
-    }
-
-    TEST_F(Output, NoLockIsLeftBehindInAForkedChild)
-    {
-        QzOs::gCalls.mpRegisterEventSource = [](unsigned short const*) -> void* { return nullptr; };
-        QzOs::gCalls.mpReportEvent = [](void*, unsigned short, unsigned int, unsigned short const*) {};
-        QzOs::gCalls.mpDeregisterEventSource = [](void*) {};
-        QzBase::CountedPtr<QzLog::Destination_SystemLog_Impl> const destination(new QzLog::Destination_SystemLog_Impl);
-        auto const use = [&](char const* sourceName)
-        {
-            unsigned int const id = 1;
-            destination->SetCallstackMessageIDs(&id, 1);
-            destination->FormatMultiLineMessageText(2, nullptr, nullptr, false);
-            destination->SetEventSource(sourceName);
-            return true;
-        };
-        ExpectInChildrenOfBusyParent(
-            100, [&] { use("a"), use("b"); }, [&] { return use("c"); });
     }
 }

@@ -1,12 +1,9 @@
-#include "os/Fork.h"
-#include "os/Restore.h"
 #include "root/ModuleAccess.h"
 #include "routing/CallPath.h"
 #include "support/ForkedChild.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <latch>
 #include <thread>
 
@@ -19,19 +16,6 @@ namespace
     struct ProcessTest : testing::Test, Module
     {
     };
-
-    constinit std::function<void()>* gpHostsHandler = nullptr;
-
-    // Before the library's, which are registered with the same priority but come later in the program.
-    [[gnu::constructor(101)]] void RegisterHostsHandlers()
-    {
-        auto const call = []
-        {
-            if (gpHostsHandler)
-                (*gpHostsHandler)();
-        };
-        pthread_atfork(call, call, call);
-    }
 }
 
 TEST_F(ProcessTest, EachThreadAndForkedChildLogsAsItself)
@@ -75,77 +59,6 @@ TEST_F(ProcessTest, TheModuleServesAndEndsInAChildWhoseParentIsAtWork)
     leave.count_down();
 }
 
-TEST_F(ProcessTest, AChildInheritsNoLockOfTheOtherThreads)
-{
-    DispatcherPtr const dispatcher = mRouter.GetDispatcher();
-    mDestination.mForgets = true;
-    CmdLogTrace trace;
-    ExpectInChildrenOfBusyParent(
-        30,
-        [&]
-        {
-            for (int i = 0; i < 20; ++i)
-                Log(mRouter);
-            SetDestinations(*dispatcher, {&mDestination});
-            MakeRouter("E");
-            SetServerInstanceName(u"server"_w);
-            trace.AddToLogTrace(1, 1, 1);
-            trace.CollectLogTrace();
-        },
-        [&]
-        {
-            CountedPtr<RecordingDestination> const own(new RecordingDestination);
-            SetServerInstanceName(u"child"_w);
-            SetDestinations(*MakeRouter("E")->GetDispatcher(), {own.get()});
-            SetDestinations(*dispatcher, {own.get()});
-            Log(mRouter);
-            trace.CollectLogTrace();
-            return own->TakeTexts() == "text " && mRouter.mEnabled;
-        });
-}
-
-TEST_F(ProcessTest, LogCallsInAHandlerOfTheHostDoNothingAmidAFork)
-{
-    static int gOutputs = 0;
-    QzTest::Restore const restore;
-    QzOs::gCalls.mpWriteDebugOutput = [](unsigned short const*) { ++gOutputs; };
-    QzOs::gCalls.mpReportEvent = [](void*, unsigned short, unsigned int, unsigned short const*) { ++gOutputs; };
-    std::string const path = testing::TempDir() + "qzlog-amid-a-fork-" + std::to_string(getpid());
-    CountedPtr<Destination> const destinations[] = {GetDestination_DebugOutput(), GetDestination_SystemLog(),
-        GetDestination_DiskFile(QzBase::UTF8ToWideChar(path.c_str(), false).c_str())};
-    CountedPtr<Catalog> const catalog(new Catalog);
-    GetLogger()->SetMessageCatalog(catalog.get());
-    CmdLogTrace trace;
-    int calledAmid = 0;
-    std::function<void()> handler = [&]
-    {
-        calledAmid += QzOs::IsForking();
-        Log(mRouter);
-        LogMessage(mRouter, 7, GetMessageFormatter() << "x", "context", nullptr, nullptr, 0);
-        ScopeGuard const guard(mRouter, "S", "f", 1);
-        QzBase::Message message(QzBase::MESSAGE_DOMAIN_UNKNOWN, 1, "m");
-        mRouter.LogBaseMessage(message);
-        mRouter.LogAndUpdateMessage(message);
-        CountedPtr<MessageHeader> const header(CreateMessageHeader());
-        for (CountedPtr<Destination> const& destination : destinations)
-            destination->WriteMessage("direct", *header);
-        GetDestination_DebugOutput()->WriteString("direct");
-        trace.AddToLogTrace(1, 1, 1);
-        trace.CollectLogTrace();
-        SetDestinations(*MakeRouter("E")->GetDispatcher(), {});
-    };
-    gpHostsHandler = &handler;
-    auto const isLeftAlone = [&](int amid)
-    {
-        gpHostsHandler = nullptr;
-        return calledAmid == amid && gOutputs == 0 && mDestination.TakeTexts().empty() &&
-               std::filesystem::file_size(path) == 0 && (Log(mRouter), mDestination.TakeTexts() == "text ");
-    };
-    ExpectInChild([&] { return isLeftAlone(2); });
-    EXPECT_TRUE(isLeftAlone(2));
-    std::filesystem::remove(path);
-}
-
 TEST_F(ProcessTest, ACancelledThreadLeavesAScopeGuardAndEndsTheModuleFirst)
 {
     mDestination.mAction = []
@@ -169,20 +82,4 @@ TEST_F(ProcessTest, ACancelledThreadLeavesAScopeGuardAndEndsTheModuleFirst)
     ASSERT_EQ(pthread_join(thread, &result), 0);
     EXPECT_EQ(result, PTHREAD_CANCELED);
     EXPECT_EQ(mDestination.TakeTexts(), "Enter 'S' near f(1) Leave 'S' near f(1) ");
-}
-
-TEST_F(ProcessTest, ThreadsMayLogInTheLastPhasesOfTheirEnd)
-{
-    pthread_key_t key;
-    ASSERT_EQ(pthread_key_create(&key, [](void* router) { Log(*static_cast<Router*>(router), "later"); }), 0);
-    std::thread(
-        [&]
-        {
-            pthread_setspecific(key, &mRouter);
-            thread_local AtEnd late;
-            late = [&] { Log(mRouter, "late"); };
-        })
-        .join();
-    pthread_key_delete(key);
-    EXPECT_EQ(mDestination.TakeTexts(), "late later ");
 }

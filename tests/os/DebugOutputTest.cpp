@@ -149,18 +149,6 @@ namespace
         EXPECT_EQ(RunInChild(-1, body), 0);
     }
 
-    TEST(DebugOutput, LeavesNoLockBehindInAForkedChild)
-    {
-        auto const inChild = []
-        {
-            dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
-            ExpectInChildrenOfBusyParent(
-                20, [] { Write("parent\n"); }, [] { return Write("child\n"), true; });
-            return testing::Test::HasFailure() ? 1 : 0;
-        };
-        EXPECT_EQ(::RunInChild(inChild), 0);
-    }
-
     TEST(DebugOutput, NeverEndsTheProcess)
     {
         int broken[2];

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -27,67 +28,38 @@ namespace
     class Checker
     {
     public:
-        Checker(WriterSettings const& settings, Ledger const& ledger, unsigned int processes)
+        Checker(WriterSettings const& settings, Ledger const& ledger)
             : mSettings(settings),
               mLedger(ledger),
-              mProcesses(processes),
-              mKills(static_cast<unsigned int>(std::count_if(ledger.mProcesses.begin(),
-                  ledger.mProcesses.begin() + processes, [](auto const& process) { return process.mWasKilled; }))),
-              mCounts(processes)
+              mProcesses(ledger.mStarted),
+              mKills(static_cast<unsigned int>(
+                  std::ranges::count_if(ledger.mProcesses, [](auto const& process) { return process.mWasKilled; }))),
+              mCounts(mProcesses)
         {
         }
 
         void RunCampaign(Place const& place, Fault const& fault, Outcome& outcome)
         {
             // Basic recovery leaves the copy of a roll-over that fails.
-            mMayDouble = fault.mMayDouble || !mSettings.mIsStrict;
+            mMayDouble = fault.Has(kDoubles) || !mSettings.mIsStrict;
             // Where a disk was full, and where a roll-over was killed while it copied.
-            bool const mayCut = !mSettings.mIsStrict && (fault.mNeedsSmallDisk || fault.mKills);
-            mTakesUncounted = !mSettings.mIsStrict && fault.mTakesUncounted;
+            bool const mayCut = !mSettings.mIsStrict && (fault.Has(kSmallDisk) || fault.Has(kKills));
+            mClocks = place.mClocks;
+            mTakesUncounted = !mSettings.mIsStrict && fault.Has(kUncounted);
             for (File const& file : ReadKept(place))
             {
-                CheckHead(file, true);
+                CheckHead(file);
                 mIsSpare = file.mName.ends_with(".bak~n");
                 mMayCut = mayCut || mIsSpare;
                 auto const taken = place.mTaken.find(file.mName);
                 mpBegun = taken != place.mTaken.end() && mSettings.mIsStrict ? &taken->second : nullptr;
-                CheckRecords(file, true);
+                CheckRecords(file);
             }
             outcome.mTries += place.mTries;
             SumUp(outcome);
             if (!mReported.empty())
                 Fault("losses of a process that nobody knows", "");
             outcome.mIsGood = outcome.mIsGood && mFaults == 0;
-        }
-
-        bool Run()
-        {
-            std::vector<File> const files = ReadFiles();
-            File const* newer = nullptr;
-            for (File const& file : files)
-            {
-                CheckHead(file, !newer);
-                // What killed roll-overs left half-made, or whole with the log not yet emptied, the next one has
-                // copied again.
-                if (newer && newer->mContent.starts_with(file.mContent))
-                {
-                    ++mLeftovers;
-                    continue;
-                }
-                CheckRecords(file, !newer);
-                newer = &file;
-            }
-            if (mLeftovers > mKills)
-                Fault("more contents twice than roll-overs were killed", "");
-            Outcome outcome;
-            SumUp(outcome);
-            std::printf("seed %llu: %u processes, %u of them killed; %zu files, %u of them left by killed roll-overs; "
-                        "%llu records returned, %llu found whole, %u cut and %llu missing in flight; %d faults\n",
-                static_cast<unsigned long long>(mSettings.mSeed), mProcesses, mKills, files.size(), mLeftovers,
-                static_cast<unsigned long long>(outcome.mRecords + outcome.mLost),
-                static_cast<unsigned long long>(mWhole), mCut, static_cast<unsigned long long>(mMissingInFlight),
-                mFaults);
-            return mFaults == 0;
         }
 
     private:
@@ -124,8 +96,7 @@ namespace
                 std::uint64_t lost = 0;
                 for (unsigned int thread = 0; thread < mSettings.mThreads; ++thread)
                     lost += CheckThread(process, thread, outcome);
-                if (mSettings.mIsCampaign)
-                    CheckLosses(process, lost, outcome);
+                CheckLosses(process, lost, outcome);
                 outcome.mLost += lost;
             }
         }
@@ -172,25 +143,10 @@ namespace
             return rest;
         }
 
-        /// The log, then its back-ups from the newest on.
-        std::vector<File> ReadFiles() const
-        {
-            std::vector<std::filesystem::path> paths;
-            for (auto const& entry : std::filesystem::directory_iterator(mSettings.mFolder))
-                paths.push_back(entry.path());
-            std::sort(paths.begin(), paths.end(),
-                [](auto const& a, auto const& b)
-                { return std::pair(a.string().size(), a) < std::pair(b.string().size(), b); });
-            std::vector<File> files;
-            for (std::filesystem::path const& path : paths)
-                files.push_back({path.filename().string(), Read(path)});
-            return files;
-        }
-
-        void CheckHead(File const& file, bool isLog)
+        void CheckHead(File const& file)
         {
             // The log is empty between a roll-over and the next record.
-            if (isLog && file.mContent.empty())
+            if (file.mContent.empty())
                 return;
             if (!kHead.starts_with(std::string_view(file.mContent).substr(0, kHead.size())))
                 Fault("no head", file.mName);
@@ -198,10 +154,11 @@ namespace
                 Fault("a head in the middle", file.mName);
         }
 
-        void CheckRecords(File const& file, bool isLog)
+        void CheckRecords(File const& file)
         {
             std::string const& content = file.mContent;
-            if (!isLog && content.size() < mSettings.mLimit)
+            bool const isBackup = file.mName.find(".log.bak") != file.mName.npos && !mIsSpare;
+            if (isBackup && mSettings.mIsStrict && content.size() < mSettings.mLimit / WriterSettings::kLimits)
                 Fault("rolled over before its limit", file.mName);
             std::size_t at = std::min(kHead.size(), content.size());
             // Each header begins with a time, which is as long as that of the first one.
@@ -211,8 +168,26 @@ namespace
                 std::size_t const start = FindHeader(content, at);
                 if (start != at)
                     TakeCutText(file, at, start);
+                if (start < content.size() && !mClocks.empty())
+                    CheckTime(file, start);
                 at = start < content.size() ? TakeRecord(file, content.find(kRecordMark, start)) : start;
             }
+        }
+
+        /// Whether the clock has shown a header's time, with the offset that the zone had then.
+        void CheckTime(File const& file, std::size_t at)
+        {
+            std::string const text = file.mContent.substr(at, mTimeLength);
+            std::tm read = {};
+            char const* const end = strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &read);
+            long const offset = end && text.ends_with(":00") ? std::atoi(end + 4) * 3600L : -1;
+            std::time_t const seconds = timegm(&read) - offset;
+            std::tm local = {};
+            localtime_r(&seconds, &local);
+            // No clock runs for as long as a jump.
+            if (local.tm_gmtoff != offset || std::ranges::none_of(mClocks, [&](std::time_t start)
+                                                 { return seconds >= start - 10 && seconds < start + 1800; }))
+                Fault("a wrong time: " + text, file.mName);
         }
 
         /// Where the header of the next record begins.
@@ -244,7 +219,6 @@ namespace
                 Count& count = mCounts[number.mProcess][number.mThread];
                 if (file.mContent.compare(mark, expected.size(), expected) == 0)
                 {
-                    ++mWhole;
                     unsigned int& found = count.mWhole[number.mSequence];
                     if (!mIsSpare || found == 0)
                         ++found;
@@ -266,19 +240,10 @@ namespace
         /// What a kill has left of a record. Where that was cut before its mark, who wrote it stays unknown.
         void TakeCutText(File const& file, std::size_t at, std::size_t end)
         {
-            std::string_view text = std::string_view(file.mContent).substr(at, end - at);
-            std::string rest;
-            if (mSettings.mIsCampaign)
-            {
-                rest = TakeLosses(text);
-                text = rest;
-                if (text.empty())
-                    return;
-            }
-            if (!mSettings.mIsCampaign && text.find(" Missed ") != std::string_view::npos)
-                Fault("lost messages: " + std::string(text), file.mName);
-            else if (!mMayCut && ++mCut > mKills)
-                Fault("no record: " + std::string(text.substr(0, 200)), file.mName);
+            std::string_view const text = std::string_view(file.mContent).substr(at, end - at);
+            std::string const rest = TakeLosses(text);
+            if (!rest.empty() && !mMayCut && ++mCut > mKills)
+                Fault("no record: " + rest.substr(0, 200), file.mName);
         }
 
         /// Returns how many of the calls that have returned are lost.
@@ -291,7 +256,7 @@ namespace
             {
                 unsigned int const found = count.mWhole[sequence];
                 lost += found == 0;
-                if (found == 0 ? !mSettings.mIsCampaign : found > 1 && !mMayDouble)
+                if (found > 1 && !mMayDouble)
                     Fault(Name({process, thread, sequence}) + " found " + std::to_string(found) + " times", "");
             }
             outcome.mRecords += told.mReturned - lost;
@@ -302,7 +267,6 @@ namespace
             unsigned int const found = count.mWhole[told.mBegun] + count.mCut[told.mBegun];
             if (found > 1 && !mMayDouble)
                 Fault(Name({process, thread, told.mBegun}) + " found twice", "");
-            mMissingInFlight += found == 0;
             return lost;
         }
 
@@ -328,26 +292,19 @@ namespace
         Place::Begun const* mpBegun = nullptr;
         /// Those that a content which stands twice must not bring up again.
         std::set<std::string> mLossLines;
+        std::vector<std::time_t> mClocks;
         bool mMayDouble = false;
         bool mIsSpare = false;
         bool mMayCut = false;
         bool mTakesUncounted = false;
-        std::uint64_t mWhole = 0;
         unsigned int mCut = 0;
         std::size_t mTimeLength = 0;
-        std::uint64_t mMissingInFlight = 0;
-        unsigned int mLeftovers = 0;
         int mFaults = 0;
     };
 }
 
-void CheckCampaign(WriterSettings const& settings, Ledger const& ledger, unsigned int processes, Place const& place,
-    Fault const& fault, Outcome& outcome)
+void CheckCampaign(
+    WriterSettings const& settings, Ledger const& ledger, Place const& place, Fault const& fault, Outcome& outcome)
 {
-    Checker(settings, ledger, processes).RunCampaign(place, fault, outcome);
-}
-
-bool CheckLog(WriterSettings const& settings, Ledger const& ledger, unsigned int processes)
-{
-    return Checker(settings, ledger, processes).Run();
+    Checker(settings, ledger).RunCampaign(place, fault, outcome);
 }

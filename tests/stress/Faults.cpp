@@ -1,11 +1,14 @@
 #include "Faults.h"
 
+#include "Hosts.h"
+
 #include <csignal>
 #include <fstream>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -152,25 +155,73 @@ namespace
         fs::remove(ballast);
     }
 
+    void Nothing(Place&) {}
+
+    std::int64_t GetRealMilliseconds()
+    {
+        timeval now;
+        gettimeofday(&now, nullptr);
+        return std::int64_t{now.tv_sec} * 1000 + now.tv_usec / 1000;
+    }
+
+    void SetClock(Place& place, std::int64_t shift)
+    {
+        if (place.mClocks.empty())
+            place.mClocks.push_back(static_cast<std::time_t>(GetRealMilliseconds() / 1000));
+        place.mLedger.mClockShift = shift;
+        place.mClocks.push_back(static_cast<std::time_t>((GetRealMilliseconds() + shift) / 1000));
+    }
+
+    /// An hour forth and back, while the log is lost and not: that is over soon after its reason is.
+    void JumpClock(Place& place)
+    {
+        for (std::int64_t const hours : {1, -1, -1, 1})
+        {
+            TakeFolder(place);
+            SetClock(place, place.mLedger.mClockShift + hours * 3'600'000);
+            for (int i = 0; !fs::exists(place.mLog); ++i)
+                i < 3000 ? Pause(place) : std::abort();
+        }
+    }
+
+    /// Through one of the two changes that the zone of all campaigns has.
+    void ChangeToOrFromSummerTime(Place& place)
+    {
+        constexpr std::int64_t kChanges[] = {29'579'100, 29'881'500}; // in minutes
+        SetClock(place, kChanges[place.mRandom() % 2] * 60'000 - 20 - GetRealMilliseconds());
+        usleep(40'000);
+    }
+
     void DoAny(Place& place);
 }
 
 std::vector<Fault> const gFaults{
-    {"none", [](Place&) {}},
+    {"none", Nothing, kHasty},
     {"renamed", Rename},
     {"deleted", Delete},
     {"replaced by a file", ReplaceByFile},
     {"replaced by a link", ReplaceByLink},
     {"replaced by a folder", ReplaceByFolder},
     {"replaced by a pipe", ReplaceByPipe},
-    {"replaced by a device", ReplaceByDevice, false, false, false, false, true},
-    {"folder removed", TakeFolder, false, false, false, true},
-    {"folder forbidden", ForbidFolder, false, true, false, true},
+    {"replaced by a device", ReplaceByDevice, kUncounted},
+    {"folder removed", TakeFolder, kDoubles},
+    {"folder forbidden", ForbidFolder, kOrdinaryUser | kDoubles},
     {"emptied by others", Empty},
     {"writers stopped", StopOne},
-    {"writers killed", KillOne, true, false, false, true},
-    {"all of these", DoAny, true, true, false, true, true},
-    {"disk full", FillDisk, false, false, true},
+    {"writers killed", KillOne, kKills | kDoubles | kHasty},
+    {"all of these", DoAny, kKills | kOrdinaryUser | kDoubles | kUncounted},
+    {"disk full", FillDisk, kSmallDisk | kPatient},
+    {"forks", Nothing, kOnlyStrict | kForks, RunForks},
+    {"forks while lost", TakeFolder, kDoubles | kOnlyStrict | kForks, RunForks},
+    {"forks without /proc", Rename, kOnlyStrict | kForks | kNoProc, RunForks},
+    {"no descriptors 0 to 2", Nothing, kOnlyStrict | kForks, RunClosedDescriptors},
+    {"fork handlers", TakeFolder, kDoubles | kOnlyStrict | kForks, RunForkHandlers},
+    {"exec and kills", KillOne, kKills | kDoubles | kHasty | kOnlyStrict, RunExec},
+    {"threads start and end", TakeFolder, kDoubles | kOnlyStrict, RunShortThreads},
+    {"module restarts", TakeFolder, kDoubles | kOnlyStrict, RunRestarts},
+    {"static destruction", TakeFolder, kDoubles | kOnlyStrict, RunExit},
+    {"clock jumps", JumpClock, kDoubles | kOnlyStrict | kPatient},
+    {"summer time", ChangeToOrFromSummerTime},
 };
 
 namespace
@@ -189,15 +240,9 @@ fs::path Place::MakeName()
 
 void Place::NoteTaken(fs::path const& file)
 {
-    // Of those that have ended everything may be there, and nothing of those that are still to come.
     Begun& begun = mTaken[file];
-    std::array<std::uint64_t, Ledger::kMaxThreads> all;
-    all.fill(~std::uint64_t{0});
-    for (auto const& [id, number] : mRunning)
-    {
-        if (begun.size() <= number)
-            begun.resize(number + 1, all);
+    begun.resize(mLedger.mStarted);
+    for (std::size_t process = 0; process < begun.size(); ++process)
         for (unsigned int thread = 0; thread < Ledger::kMaxThreads; ++thread)
-            begun[number][thread] = mLedger.mProcesses[number].mThreads[thread].mBegun;
-    }
+            begun[process][thread] = mLedger.mProcesses[process].mThreads[thread].mBegun;
 }

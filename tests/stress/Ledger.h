@@ -29,6 +29,10 @@ struct Ledger
     };
 
     std::array<Process, kMaxProcesses> mProcesses;
+    /// The number of the next process.
+    std::atomic<unsigned int> mStarted{0};
     std::atomic<std::uint64_t> mBytes{0};
     std::atomic<bool> mStops{false};
+    /// What a campaign has set the clock forward by, in milliseconds.
+    std::atomic<std::int64_t> mClockShift{0};
 };

@@ -19,6 +19,9 @@
 // The back-ups that are kept hold more than this many limits, so that nothing is deleted.
 inline constexpr unsigned int kMostLimits = 150;
 
+// In seconds. One that hangs is a fault.
+inline constexpr unsigned int kLongestLife = 120;
+
 struct RunOptions
 {
     unsigned int mProcesses = 4;
@@ -41,7 +44,7 @@ public:
     /// Where the faults of a campaign are done, with `top` for all that is made.
     Place MakePlace(std::filesystem::path const& top)
     {
-        return {top, std::filesystem::path(mSettings.mFolder) / "stress.log", mRunning, mLedger, mRandom, {}, 0};
+        return {top, std::filesystem::path(mSettings.mFolder) / "stress.log", mRunning, mLedger, mRandom, {}, {}, 0};
     }
 
     /// Runs processes for the time that was set, and disturbs them again and again.
@@ -50,7 +53,7 @@ public:
         auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(mOptions.mMilliseconds);
         std::uint64_t const mostBytes = std::uint64_t{mSettings.mLimit} * kMostLimits;
         while (std::chrono::steady_clock::now() < end && mLedger.mBytes < mostBytes &&
-               mStarted + mOptions.mProcesses < Ledger::kMaxProcesses)
+               mLedger.mStarted + mOptions.mProcesses < Ledger::kMaxProcesses)
         {
             while (mRunning.size() < mOptions.mProcesses)
                 Start();
@@ -73,21 +76,23 @@ public:
             kill(std::next(mRunning.begin(), static_cast<int>(mRandom() % mRunning.size()))->first, SIGKILL);
     }
 
-    unsigned int GetStarted() const { return mStarted; }
     bool HasFailed() const { return mHasFailed; }
 
 private:
     void Start()
     {
         std::fflush(nullptr);
+        unsigned int const number = mLedger.mStarted++;
         pid_t const id = fork();
         if (id == 0)
-            _exit(mWork(mStarted));
-        if (id > 0)
         {
-            mLedger.mProcesses[mStarted].mId = id;
-            mRunning[id] = mStarted++;
+            alarm(kLongestLife + mOptions.mMilliseconds / 1000);
+            _exit(mWork(number));
         }
+        if (id < 0)
+            return;
+        mLedger.mProcesses[number].mId = id;
+        mRunning[id] = number;
     }
 
     void Reap(int flags)
@@ -112,6 +117,5 @@ private:
     Work const mWork;
     std::mt19937_64 mRandom;
     std::map<pid_t, unsigned int> mRunning; // and the number of each
-    unsigned int mStarted = 0;
     bool mHasFailed = false;
 };

@@ -3,14 +3,11 @@
 #include "Record.h"
 
 #include <QzBase/Conversions.h>
-#include <QzLog/Destination_DiskFile.h>
 #include <QzLog/Dispatcher.h>
 #include <QzLog/LogFunctions.h>
-#include <QzLog/Module.h>
-#include <QzLog/Router.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <random>
 #include <thread>
 #include <vector>
 
@@ -30,77 +27,116 @@ namespace
             settings.mFolder + "/stress.log", "stress.log", "sub\\../stress.log", "./stress.log", "../way/stress.log"};
         QzLog::SetBasePath(wide(settings.mFolder).c_str());
         return QzLog::GetDestination_DiskFile(
-            wide(forms[settings.mIsCampaign ? (settings.mSeed + process) % std::size(forms)
-                                            : process % (std::size(forms) - 1)])
-                .c_str());
+            wide(forms[(settings.mSeed + process) % (std::size(forms) - !settings.mHasWay)]).c_str());
     }
 
-    void WriteRecords(QzLog::Router& router, QzLog::Destination_DiskFile& log, WriterSettings const& settings,
-        RecordNumber number, Ledger& ledger)
+    /// The sum of the lines on standard error in which a log that is closed reports what it has lost.
+    std::uint64_t SumLosses()
     {
-        Ledger::Thread& own = ledger.mProcesses[number.mProcess].mThreads[number.mThread];
-        std::mt19937_64 random(settings.mSeed + number.mProcess * Ledger::kMaxThreads + number.mThread);
-        // In a campaign they end when no fault is at work, so that each can report what it has lost.
-        std::uint64_t const share = settings.mIsCampaign ? ~std::uint64_t{0} : 1 + random() % kLargestShare;
-        for (number.mSequence = 1; number.mSequence <= share && !ledger.mStops; ++number.mSequence)
-        {
-            std::string const body = MakeBody(number, settings.mSeed);
-            own.mBegun = number.mSequence;
-            QzLog::LogString(router, body.c_str(), nullptr, nullptr, nullptr, 0);
-            own.mReturned = number.mSequence;
-            ledger.mBytes += body.size();
-            if (!settings.mIsCampaign)
-                continue;
-            QzLog::DiskFileStatistics const figures = log.GetStatistics();
-            ledger.mProcesses[number.mProcess].mUnreported = figures.mLossesWaiting + figures.mLossesDropped;
-            usleep(static_cast<useconds_t>(random() % 1000));
-        }
-    }
-
-    void Log(WriterSettings const& settings, unsigned int process, Ledger& ledger)
-    {
-        QzLog::Initializer const module;
-        QzBase::CountedPtr<QzLog::Destination_DiskFile> const log = OpenLog(settings, process);
-        log->SetMaxFileSize(settings.mIsCampaign ? settings.mLimit / (1 + process % 3) : settings.mLimit);
-        log->SetBackupCount(kBackups);
-        log->SetRecovery(settings.mIsStrict ? QzLog::kRecoveryStrict : QzLog::kRecoveryBasic);
-        log->SetRetryInterval(settings.mRetrySeconds);
-        QzBase::CountedPtr<QzLog::Router> const router(QzLog::CreateRouter("Stress", "Info"));
-        router->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({log.get()}));
-
-        std::vector<std::thread> threads;
-        for (unsigned int thread = 0; thread < settings.mThreads; ++thread)
-            threads.emplace_back([&, thread] { WriteRecords(*router, *log, settings, {process, thread, 0}, ledger); });
-        for (std::thread& thread : threads)
-            thread.join();
-        QzLog::DiskFileStatistics const figures = log->GetStatistics();
-        ledger.mProcesses[process].mUnreported = figures.mLossesWaiting + figures.mLossesDropped;
-    }
-
-    /// The sum of the lines in which a log that is closed reports what it has lost.
-    std::uint64_t SumLosses(int errors)
-    {
+        std::string lines;
+        char block[4096];
+        for (ssize_t count = 1; count > 0; lines.append(block, static_cast<std::size_t>(count)))
+            count = std::max<ssize_t>(pread(STDERR_FILENO, block, sizeof block, static_cast<off_t>(lines.size())), 0);
         std::uint64_t sum = 0;
-        lseek(errors, 0, SEEK_SET);
-        std::FILE* const lines = fdopen(errors, "r");
         unsigned long long count = 0;
-        for (char line[1000]; std::fgets(line, sizeof line, lines);)
-            if (std::sscanf(line, "QzLog: %llu messages lost and not reported", &count) == 1)
+        for (std::size_t at = lines.find("QzLog: "); at != lines.npos; at = lines.find("QzLog: ", at + 1))
+            if (std::sscanf(lines.c_str() + at, "QzLog: %llu messages lost and not reported", &count) == 1)
                 sum += count;
-        std::fclose(lines);
         return sum;
     }
+}
+
+Writer::Writer(WriterSettings const& settings, unsigned int process, Ledger& ledger)
+    : mLedger(ledger), mSettings(settings), mProcess(process), mModule(std::in_place), mpLog(OpenLog(settings, process))
+{
+    mpLog->SetMaxFileSize(settings.mLimit / (1 + process % WriterSettings::kLimits));
+    mpLog->SetBackupCount(kBackups);
+    mpLog->SetRecovery(settings.mIsStrict ? QzLog::kRecoveryStrict : QzLog::kRecoveryBasic);
+    mpLog->SetRetryInterval(settings.mRetrySeconds);
+    mpRouter = QzLog::CreateRouter("Stress", "Info");
+    mpRouter->GetDispatcher()->SetDestinations(QzLog::CreateDestinationCollection({mpLog.get()}));
+}
+
+void Writer::Close()
+{
+    if (!mModule)
+        return;
+    mpRouter.reset();
+    mpLog.reset();
+    mModule.reset();
+    NoteReported(mProcess, mLedger);
+}
+
+void Writer::Log(unsigned int thread)
+{
+    Ledger::Process& process = mLedger.mProcesses[mProcess];
+    Ledger::Thread& own = process.mThreads[thread];
+    RecordNumber const number{mProcess, thread, own.mReturned + 1};
+    std::string const body = MakeBody(number, mSettings.mSeed);
+    own.mBegun = number.mSequence;
+    QzLog::LogString(*mpRouter, body.c_str(), nullptr, nullptr, nullptr, 0);
+    own.mReturned = number.mSequence;
+    mLedger.mBytes += body.size();
+    QzLog::DiskFileStatistics const figures = mpLog->GetStatistics();
+    process.mUnreported = figures.mLossesWaiting + figures.mLossesDropped;
+}
+
+void Writer::LogMany(unsigned int thread, std::uint64_t most)
+{
+    std::mt19937_64 random(mSettings.mSeed + std::uint64_t{mProcess} * Ledger::kMaxThreads + thread +
+                           mLedger.mProcesses[mProcess].mThreads[thread].mReturned);
+    for (std::uint64_t count = 0; count < most && !mLedger.mStops; ++count)
+    {
+        Log(thread);
+        if (mSettings.mpAfterRecord)
+            mSettings.mpAfterRecord(*this, thread, random);
+        if (mSettings.mLongestPause != 0)
+            usleep(static_cast<useconds_t>(random() % mSettings.mLongestPause));
+    }
+}
+
+void Writer::LogInThreads(std::uint64_t most)
+{
+    InThreads(mSettings, [&](unsigned int thread) { LogMany(thread, most); });
+}
+
+void Writer::BecomeChild(unsigned int process)
+{
+    if (mProcess == process)
+        return;
+    mProcess = process;
+    mLedger.mProcesses[process].mId = getpid();
+    KeepErrors();
+}
+
+void InThreads(WriterSettings const& settings, std::function<void(unsigned int thread)> const& work)
+{
+    std::vector<std::jthread> threads;
+    for (unsigned int thread = 0; thread < settings.mThreads; ++thread)
+        threads.emplace_back(work, thread);
+}
+
+void KeepErrors()
+{
+    int const errors = memfd_create("stderr", MFD_CLOEXEC);
+    if (errors < 0 || dup2(errors, STDERR_FILENO) < 0)
+        std::abort();
+    if (errors != STDERR_FILENO)
+        close(errors);
+}
+
+void NoteReported(unsigned int process, Ledger& ledger)
+{
+    ledger.mProcesses[process].mReportedAtEnd = SumLosses();
 }
 
 int RunWriter(WriterSettings const& settings, unsigned int process, Ledger& ledger)
 {
     if (settings.mUser != 0 && (setgid(settings.mUser) != 0 || setuid(settings.mUser) != 0))
         return 1;
-    int const errors = settings.mIsCampaign ? memfd_create("stderr", MFD_CLOEXEC) : -1;
-    if (settings.mIsCampaign && dup2(errors, STDERR_FILENO) < 0)
-        return 1;
-    Log(settings, process, ledger);
-    if (settings.mIsCampaign)
-        ledger.mProcesses[process].mReportedAtEnd = SumLosses(errors);
+    Writer writer(settings, process, ledger);
+    // Those that take their time end when no fault is at work, so that each can report what it has lost.
+    bool const isPatient = settings.mLongestPause != 0 || settings.mpAfterRecord;
+    writer.LogInThreads(isPatient ? kAll : 1 + std::mt19937_64(settings.mSeed + process)() % kLargestShare);
     return 0;
 }

@@ -153,15 +153,3 @@ TEST_F(MsgLogTraceTest, LosesNoReportWhileCollecting)
     EXPECT_EQ(0, failed);
     EXPECT_EQ(kReports, SumUp(CollectAndPrint(), "1("));
 }
-
-TEST_F(MsgLogTraceTest, AForkedChildReportsWhateverItsParentIsDoing)
-{
-    auto const report = [] { return Add("A", 1, 1) == 0; };
-    auto const work = [&]
-    {
-        report();
-        MsgLogTrace::getInstance()->CollectLogTrace();
-        delete MsgLogTrace::getInstance();
-    };
-    ExpectInChildrenOfBusyParent(30, work, report);
-}

@@ -60,7 +60,7 @@ namespace
         file << std::ifstream(settings.mFolder + "/stress.log", std::ios::binary).rdbuf();
         Outcome& outcome = row.mOutcome;
         std::uint64_t const consumed =
-            CheckKafka(settings, *ledger, *figures, run.GetStarted(), broker.Consume(), file.str(), outcome);
+            CheckKafka(settings, *ledger, *figures, ledger->mStarted, broker.Consume(), file.str(), outcome);
         outcome.mIsGood = outcome.mIsGood && !run.HasFailed();
         return consumed;
     }
