@@ -1,5 +1,6 @@
 #include "GrowingInput.h"
 
+#include "Options.h"
 #include "brokers/Streams.h"
 #include "following/FollowedLogs.h"
 
@@ -18,6 +19,7 @@ namespace QzLogTool
                    "Remembers there what was shown, and goes on after it the next time, through roll-overs and "
                    "back-ups")
                 ->option_text("FILE")
+                ->check(RefuseEmpty)
                 ->excludes("--no-backups");
         app.add_flag("--sync", mSyncs, "What the cursor file remembers outlives a failure of the machine")
             ->option_text(" ")
@@ -25,6 +27,7 @@ namespace QzLogTool
         CLI::Option* const pBrokers =
             app.add_option("--brokers,-b", mBrokers.mBrokers, "Reads the streams that servers publish to Kafka")
                 ->option_text("HOST:PORT,...")
+                ->check(RefuseEmpty)
                 ->group(kGroup)
                 ->excludes(&logs)
                 ->excludes(pCursor);

@@ -1,6 +1,7 @@
 #include "LogInput.h"
 
 #include "GuardedSource.h"
+#include "Options.h"
 #include "filter/FilteredSource.h"
 #include "reading/Backups.h"
 #include "reading/Folders.h"
@@ -32,6 +33,7 @@ namespace QzLogTool
                                           "Logs, and folders of logs; each log is read with its back-ups, the oldest "
                                           "first. - is standard input")
                                        ->required()
+                                       ->check(RefuseEmpty)
                                        ->option_text(" ");
         app.add_flag("--recursive,-r", mIsRecursive, "Of a folder also the logs in its folders");
         // A text of its own keeps the help from listing what excludes what in the column of names.

@@ -1,6 +1,6 @@
 #include "Commands.h"
 
-#include "OptionTexts.h"
+#include "Options.h"
 #include "StandardStreams.h"
 #include "mask/ExpressionFinder.h"
 #include "mask/KeyFinder.h"
@@ -72,6 +72,7 @@ namespace QzLogTool
             {
                 return app.add_option(name, values, description)
                     ->option_text(valueName)
+                    ->check(RefuseEmpty)
                     ->allow_extra_args(false)
                     ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
             }

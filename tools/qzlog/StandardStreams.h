@@ -2,9 +2,7 @@
 
 #include "Trouble.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -42,7 +40,7 @@ namespace QzLogTool
         static void CheckEnd()
         {
             if (std::ferror(stdin))
-                throw Trouble(std::string("standard input: ") + std::strerror(errno));
+                throw MakeSystemTrouble("standard input", errno);
         }
     };
 
@@ -63,6 +61,6 @@ namespace QzLogTool
         }
 
     private:
-        [[noreturn]] static void Fail() { throw Trouble(std::string("standard output: ") + std::strerror(errno)); }
+        [[noreturn]] static void Fail() { throw MakeSystemTrouble("standard output", errno); }
     };
 }

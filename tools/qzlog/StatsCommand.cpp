@@ -1,7 +1,7 @@
 #include "Commands.h"
 
 #include "LogInput.h"
-#include "OptionTexts.h"
+#include "Options.h"
 #include "output/Output.h"
 #include "stats/Gaps.h"
 #include "stats/NewKinds.h"
@@ -70,7 +70,8 @@ namespace QzLogTool
                     throw Trouble("LOG is required, or --trace (see --help)");
                 std::int64_t slot = 0;
                 if (!mSlot.empty() && (!ReadSpan(mSlot, slot) || slot == 0))
-                    throw Trouble("'" + mSlot + "' is no span of time; write it like \"10m\" or \"1h\" (see --help)");
+                    throw Trouble(
+                        "--slot: '" + mSlot + "' is no span of time; write it like \"10m\" or \"1h\" (see --help)");
                 Troubles troubles;
                 Progress progress;
                 RecordFilter filter(mFilterOptions);

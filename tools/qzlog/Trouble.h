@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
+#include <string>
 
 namespace QzLogTool
 {
@@ -11,4 +14,15 @@ namespace QzLogTool
     public:
         using std::runtime_error::runtime_error;
     };
+
+    /// What the system refuses.
+    /// \param path  "-" is standard input.
+    /// \param advice  what to do, if that depends on what was tried.
+    inline Trouble MakeSystemTrouble(std::string const& path, int error, std::string const& advice = {})
+    {
+        std::string text = (path == "-" ? "standard input" : path) + ": " + std::strerror(error);
+        if (error == EACCES)
+            text += "; try it as the user of the server";
+        return Trouble(text + (advice.empty() ? "" : "; ") + advice);
+    }
 }

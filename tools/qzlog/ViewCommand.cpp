@@ -3,7 +3,7 @@
 #include "GrowingInput.h"
 #include "GuardedSource.h"
 #include "LogInput.h"
-#include "OptionTexts.h"
+#include "Options.h"
 #include "filter/Context.h"
 #include "filter/FilteredSource.h"
 #include "following/EndRequest.h"
@@ -68,7 +68,7 @@ namespace QzLogTool
 
             ExitCode Run() override
             {
-                if (!mGrowing.IsAskedFor() && mInput.mPaths.empty())
+                if (mGrowing.mBrokers.mBrokers.empty() && mInput.mPaths.empty())
                     throw Trouble("LOG is required, or --brokers (see --help)");
                 if (mBefore || mAfter)
                     mContext.emplace(mBefore.value_or(0), mAfter.value_or(0), GetMost());

@@ -1,6 +1,6 @@
 #include "Commands.h"
 
-#include "OptionTexts.h"
+#include "Options.h"
 #include "StandardStreams.h"
 
 #include <QzBase/Conversions.h>
@@ -13,7 +13,7 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
+#include <map>
 #include <string>
 
 #include <fcntl.h>
@@ -94,7 +94,10 @@ namespace QzLogTool
 
             void AddOptions(CLI::App& app) override
             {
-                app.add_option("LOG", mLog, "The log file; it is made if need be")->required()->option_text(" ");
+                app.add_option("LOG", mLog, "The log file; it is made if need be")
+                    ->required()
+                    ->check(RefuseEmpty)
+                    ->option_text(" ");
                 ShowDefault(app.add_option("-L,--logger", mLogger, "The records' logger"))->option_text("NAME");
                 ShowDefault(app.add_option("-D,--dispatcher", mDispatcher, "Their dispatcher"))->option_text("NAME");
                 app.add_option("-u,--user", mUser, "Their user ID")->option_text("ID");
@@ -105,7 +108,8 @@ namespace QzLogTool
                     app.get_option(name)->check(CheckHeaderText);
                 ShowDefault(app.add_option("--max-size", mMaxFileSize,
                                 "The size at which the log rolls over, such as 500k or 20m"))
-                    ->transform(CLI::AsSizeValue(false))
+                    ->transform(CLI::AsNumberWithUnit(
+                        std::map<std::string, std::uint64_t>{{"k", 1ULL << 10}, {"m", 1ULL << 20}, {"g", 1ULL << 30}}))
                     ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{2'000'000'000}))
                     ->option_text("SIZE");
                 ShowDefault(app.add_option("--backups", mBackupCount, "How many back-ups a roll-over keeps, 1 to 256"))
@@ -141,7 +145,7 @@ namespace QzLogTool
             {
                 int const descriptor = open(mLog.c_str(), O_RDWR | O_CLOEXEC);
                 if (descriptor < 0)
-                    throw Trouble(mLog + ": " + std::strerror(errno));
+                    throw MakeSystemTrouble(mLog, errno);
                 close(descriptor);
             }
 

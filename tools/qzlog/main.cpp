@@ -4,9 +4,11 @@
 
 #include <QzLog/Version.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,15 @@ namespace
     // In the order in which the help shows them.
     constexpr CommandMaker kMakers[] = {
         MakeViewCommand, MakeCheckCommand, MakeStatsCommand, MakeWriteCommand, MakeMaskCommand};
+
+    std::string Explain(CLI::ParseError const& error, CLI::App const& app)
+    {
+        std::string const text = error.what();
+        if (app.get_subcommands().empty() && !app.remaining().empty())
+            return "'" + app.remaining().front() + "' is no command";
+        std::size_t const mismatch = text.find(": 1 required ");
+        return mismatch != std::string::npos ? text.substr(0, mismatch) + ": a value is missing" : text;
+    }
 
     ExitCode Run(int argumentCount, char** arguments)
     {
@@ -45,8 +56,13 @@ namespace
         {
             // Help and version come this way too.
             if (result.get_exit_code() == 0)
-                return app.exit(result), ExitCode::Success;
-            throw Trouble(std::string(result.what()) + " (see --help)");
+            {
+                app.exit(result);
+                if (!std::cout.flush())
+                    throw MakeSystemTrouble("standard output", errno);
+                return ExitCode::Success;
+            }
+            throw Trouble(Explain(result, app) + " (see --help)");
         }
         return pChosen->Run();
     }
@@ -66,6 +82,10 @@ int main(int argumentCount, char** arguments)
     {
         std::fprintf(stderr, "qzlog: %s\n", error.what());
     }
-    Pager::End();
+    if (!Pager::End())
+    {
+        std::fprintf(stderr, "qzlog: the pager could not be started; set QZLOG_PAGER, or use --no-pager\n");
+        code = ExitCode::Trouble;
+    }
     return static_cast<int>(code);
 }

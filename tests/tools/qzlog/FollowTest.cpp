@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <utility>
 
 using namespace QzLogTool;
 
@@ -67,15 +66,9 @@ TEST_F(FollowTest, EachRecordIsShownOnceWhateverHappensBetweenLooksOrRuns)
         std::string mShownAfter;
         std::string mTold;
     } const kCases[] = {
-        {"new 1 2; roll; add 3", kNoRestart, "1 2 3 ", "add 4", "4 ", ""},
-        {"new 1", kNoRestart, "1 ", "add 2; roll; add 3", "2 3 ", ""},
-        {"new 1", kNoRestart, "1 ", "roll", "", ""},
-        {"new 1", kNoRestart, "1 ", "add 2; roll; add 3 4; roll; add 5; roll; add 6", "2 3 4 5 6 ", ""},
-        {"new 1; roll", kNoRestart, "1 ", "add 2; roll; add 3; roll", "2 3 ", ""},
-        {"new 1; roll; new 2; roll; new 3; roll; new 4", kNoRestart, "1 2 3 4 ",
-            "roll; add 5; roll; add 6; roll; add 7", "5 6 7 ", ""},
         {"new 1", kNoRestart, "1 ", "add 2; roll; add 3; roll; add 4; roll; add 5; roll; add 6", "3 4 5 6 ",
             lost + "1 to 2026-11-18 03:02:07.003"},
+        // FuzzFollow tries roll-overs as such, deletions and restarts; here is what it does not.
         // Roll-overs that were killed behind the copy, one and two of them, and then the next that was not.
         {"new 1", kNoRestart, "1 ", "add 2; copy; add 3", "2 3 ", ""},
         {"new 1; copy", kNoRestart, "1 ", "add 2; copy; roll; add 3", "2 3 ", ""},
@@ -87,22 +80,17 @@ TEST_F(FollowTest, EachRecordIsShownOnceWhateverHappensBetweenLooksOrRuns)
             lost + "2 to 2026-11-18 03:02:07.004"},
         {"new 1 2 3", kNoRestart, "1 2 3 ", "new 4", "4 ", "was emptied"},
         {"new 1", kNoRestart, "1 ", "new 2 3 4", "2 3 4 ", "was emptied"},
-        {"new 1", kNoRestart, "1 ", ": > log", "", "was emptied"},
         {"new 1", kNoRestart, "1 ", "add 2; rm log", "2 ", "is gone"},
-        {"new 1", kNoRestart, "1 ", "add 2; rm log; add 3", "2 3 ", ""},
         {"new 1", kNoRestart, "1 ", "add 2; roll; add 3; mv log other; add 4", "2 3 4 ", ""},
         {": > log", kNoRestart, "", "add 1; mv log other; add 2", "1 2 ", ""},
         {"true", kNoRestart, "", "add 1; roll; add 2", "1 2 ", "is there now"},
         {"new 1; roll; rm log", kNoRestart, "1 ", "add 2", "2 ", "is there now"},
         {"new 1", kNoRestart, "1 ", "printf 'no record 2\\r\\n' >> log", "2 ", ""},
         {"new 1 2 3", 1, "1 ", "add 4", "2 3 4 ", ""},
-        {"new 1", kAll, "1 ", "add 2; roll; add 3; roll; add 4", "2 3 4 ", ""},
         {"new 1 2; roll; new 3", 1, "1 ", "roll; new 4", "2 3 4 ", ""},
-        {"new 1; roll; new 2; roll", kAll, "1 2 ", "add 3", "3 ", ""},
         {"new 1; roll; new 2; roll", 1, "1 ", "true", "2 ", ""},
         {"new 1", kAll, "1 ", "add 2; copy; add 3", "2 3 ", ""},
         {"new 1", kAll, "1 ", "rm log", "", "is not there yet"},
-        {"true", kAll, "", "add 1; roll; add 2", "1 2 ", ""},
         {"new 1 2", 1, "1 ", "add 3; roll; add 4; roll; add 5; roll; add 6; roll; add 7", "4 5 6 7 ",
             lost + "1 to 2026-11-18 03:02:07.004"},
         {"new 1", kAll, "1 ", "new 2", "2 ", "was emptied"},
@@ -145,21 +133,6 @@ TEST_F(FollowTest, ALogThatComesDuringALookIsLeftForTheNext)
     EXPECT_EQ(Look(log), "");
     Run("tail -c +51 log >> log.bak00; new 4");
     EXPECT_EQ(Look(log), "1 2 3 4 ");
-}
-
-TEST_F(FollowTest, WhatIsReadGoesOnInTheBackupWhenTheLogIsEmptiedMeanwhile)
-{
-    // Longer than what is read at once.
-    Run("new $(seq 100 999); for n in 1 2 3 4 5 6; do cat log log > twice; mv twice log; done");
-    GrowingSource const log = FollowLog(In("log"), [](std::string const& text) { ADD_FAILURE() << text; });
-    log.mpGrowth->Look();
-    Record record;
-    std::uint64_t count = 0;
-    for (bool isRolled = false; log.mpRecords->Next(record); ++count)
-        if (count == 1000 && !std::exchange(isRolled, true))
-            Run("roll; add 7; roll; add 8");
-    EXPECT_EQ(count, 64 * 901u);
-    EXPECT_EQ(Look(log), "7 8 ");
 }
 
 TEST_F(FollowTest, AWriterThatHeldADeletedFileIsReadToTheEnd)

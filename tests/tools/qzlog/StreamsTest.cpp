@@ -108,9 +108,3 @@ TEST_F(StreamsTest, AFollowerGetsWhatComesLaterAndOnlyThat)
     EXPECT_TRUE(ComesTrue(look));
     EXPECT_EQ(numbers, "100 200 300 400 ");
 }
-
-TEST_F(StreamsTest, WhatCannotBeReadIsToldWithItsReason)
-{
-    EXPECT_THROW(OpenStreams({mBroker.GetAddress(), {}, {"no.such.property=1"}}, kAlways), Trouble);
-    EXPECT_THROW(OpenStreams({mBroker.GetAddress(), {}, {"debug"}}, kAlways), Trouble);
-}

@@ -35,7 +35,7 @@ namespace QzLogTool
         {
             char reason[512];
             if (rd_kafka_conf_set(&conf, name.c_str(), value.c_str(), reason, sizeof reason) != RD_KAFKA_CONF_OK)
-                throw Trouble(reason);
+                throw Trouble("-X " + name + '=' + value + ": " + reason);
         }
 
         ConfPtr MakeConf(BrokerOptions const& options)
@@ -52,7 +52,7 @@ namespace QzLogTool
             {
                 std::size_t const at = property.find('=');
                 if (at == std::string::npos)
-                    throw Trouble("-X " + property + ": not of the form property=value");
+                    throw Trouble("-X " + property + ": is not of the form property=value");
                 Set(*conf, property.substr(0, at), property.substr(at + 1));
             }
             rd_kafka_conf_set_log_cb(conf.get(), nullptr);
@@ -99,7 +99,7 @@ namespace QzLogTool
             char reason[512];
             mpClient.reset(rd_kafka_new(RD_KAFKA_CONSUMER, conf.get(), reason, sizeof reason));
             if (!mpClient)
-                throw Trouble(reason);
+                throw Trouble("--brokers: " + std::string(reason));
             // It belongs to the client now.
             static_cast<void>(conf.release());
         }

@@ -1,5 +1,6 @@
 #include "filter/FilterOptions.h"
 
+#include "Options.h"
 #include "time/MomentOption.h"
 
 #include <cstdio>
@@ -29,25 +30,14 @@ namespace QzLogTool
             }
             bool const beginsRight = !text.empty() && text[0] >= '0' && text[0] <= '9';
             if (!beginsRight || used != text.size() || value > std::numeric_limits<std::uint32_t>::max())
-                throw CLI::ValidationError("'" + text + "' is no number from 0 to 4294967295");
+                throw Trouble("'" + text + "' is no number from 0 to 4294967295");
             return static_cast<std::uint32_t>(value);
         }
 
-        /// An option that may come several times and is read by a function of ours, whose failure is one of usage.
         void Add(CLI::App& app, char const* name, char const* valueName, char const* description,
             std::function<void(std::string const&)> const& take)
         {
-            auto const takeAll = [take](CLI::results_t const& values)
-            {
-                for (std::string const& value : values)
-                    take(value);
-                return true;
-            };
-            app.add_option(name, takeAll, description)
-                ->option_text(valueName)
-                ->expected(1)
-                ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-                ->group(kGroup);
+            AddRead(app, name, valueName, description, take)->group(kGroup);
         }
 
         void AddTexts(CLI::App& app, char const* name, char const* valueName, char const* description,

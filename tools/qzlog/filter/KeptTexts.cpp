@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 
 namespace QzLogTool
 {
@@ -21,7 +20,8 @@ namespace QzLogTool
 
         [[noreturn]] void Fail()
         {
-            throw Trouble(GetFolder() + ": " + std::strerror(errno) + "; a long record cannot be kept there");
+            throw MakeSystemTrouble(
+                GetFolder(), errno, "a long record must be kept there; set TMPDIR to a folder with room");
         }
 
         std::FILE* OpenWithoutName()

@@ -63,7 +63,7 @@ namespace QzLogTool
             // Alone first: half a bracket may fit to that of the next.
             RE2 const alone(ToPiece(expression), MakeOptions(ignoresCase));
             if (!alone.ok())
-                throw Trouble("'" + expression + "' is no regular expression: " + alone.error());
+                throw Trouble("--regex: '" + expression + "' is no regular expression: " + alone.error());
             AddAlternative(all, expression);
             std::string const forRecord = MakeForRecord(expression);
             AddAlternative(allForRecord, forRecord);
@@ -81,7 +81,7 @@ namespace QzLogTool
             return;
         mpExpression = std::make_unique<RE2>(ToPiece(all), MakeOptions(ignoresCase));
         if (!mpExpression->ok())
-            throw Trouble("the regular expressions are too large: " + mpExpression->error());
+            throw Trouble("--regex: the expressions are too large: " + mpExpression->error());
         if (isForRecord)
             mpForRecord = std::make_unique<RE2>(ToPiece(allForRecord), MakeOptions(ignoresCase));
         if (mpForRecord && !mpForRecord->ok())

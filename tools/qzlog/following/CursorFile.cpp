@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <utility>
@@ -44,7 +43,16 @@ namespace QzLogTool
 
         [[noreturn]] void Fail(std::string const& path)
         {
-            throw Trouble(path + ": " + std::strerror(errno) + "; where reading has come to cannot be remembered");
+            throw MakeSystemTrouble(path, errno, "give a cursor file in a folder where files can be written");
+        }
+
+        int OpenNew(std::string const& path)
+        {
+            // It holds the first bytes of logs, which are not for everybody.
+            int const descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+            if (descriptor < 0)
+                Fail(path);
+            return descriptor;
         }
 
         void Sync(std::string const& path, int flags)
@@ -61,6 +69,7 @@ namespace QzLogTool
     CursorFile::CursorFile(std::string path, bool syncs) : mPath(std::move(path)), mSyncs(syncs)
     {
         FileStatus const status = GetFileStatus(mPath);
+        TryToWrite();
         if (!status.mExists)
             return;
         std::string const text = InputFile(mPath).ReadAt(0, static_cast<std::size_t>(status.mIdentity.mSize));
@@ -73,6 +82,14 @@ namespace QzLogTool
             throw Trouble(mPath + ": is no cursor file (" + error.what() +
                           "); remove it to read the logs from their oldest back-up on");
         }
+    }
+
+    /// Or all would be shown, and shown again with each new start.
+    void CursorFile::TryToWrite() const
+    {
+        std::string const newPath = GetNewPath();
+        close(OpenNew(newPath));
+        unlink(newPath.c_str());
     }
 
     void CursorFile::Read(std::string const& text)
@@ -130,11 +147,8 @@ namespace QzLogTool
 
     void CursorFile::Write(std::string const& text) const
     {
-        std::string const newPath = mPath + ".new";
-        // It holds the first bytes of logs, which are not for everybody.
-        int const descriptor = open(newPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        if (descriptor < 0)
-            Fail(newPath);
+        std::string const newPath = GetNewPath();
+        int const descriptor = OpenNew(newPath);
         bool const isWritten = write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
                                (!mSyncs || fsync(descriptor) == 0);
         int const error = errno;

@@ -252,9 +252,10 @@ namespace QzLogTool
 
     void FollowedBytes::TellOfLog(bool wasThere, bool isThere)
     {
-        if (!isThere && !mHasLooked)
+        bool const isMissing = !isThere && mObstacle.empty();
+        if (isMissing && !mHasLooked)
             mTell("is not there yet");
-        if (!isThere && wasThere)
+        if (isMissing && wasThere)
             mTell("is gone");
         if (isThere && !wasThere && mHasLooked)
             mTell("is there now");

@@ -5,7 +5,6 @@
 #include "output/Pager.h"
 
 #include <QzBase/Conversions.h>
-#include <QzBase/System.h>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -19,12 +18,6 @@ namespace QzLogTool
     {
         constexpr std::size_t kBlock = std::size_t{64} << 10;
 
-        [[noreturn]] void FailToWrite()
-        {
-            QzBase::ReturnWString const reason = QzBase::GetSystemErrorDescription(QzBase::GetLastError());
-            throw Trouble(std::string("standard output: ") + QzBase::WideCharToUTF8(reason.c_str(), true).c_str());
-        }
-
         void WriteAll(std::string_view text)
         {
             while (!text.empty())
@@ -33,7 +26,7 @@ namespace QzLogTool
                 if (count < 0 && errno == EINTR)
                     continue;
                 if (count < 0)
-                    FailToWrite();
+                    throw MakeSystemTrouble("standard output", errno);
                 text.remove_prefix(static_cast<std::size_t>(count));
             }
         }
@@ -83,7 +76,7 @@ namespace QzLogTool
         Flush();
         // Pipes and terminals keep nothing.
         if (fsync(STDOUT_FILENO) != 0 && errno != EINVAL && errno != EROFS)
-            FailToWrite();
+            throw MakeSystemTrouble("standard output", errno);
     }
 
     bool UsesColor(std::string_view mode, bool isTerminal)

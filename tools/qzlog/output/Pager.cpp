@@ -2,6 +2,7 @@
 
 #include "Trouble.h"
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +20,7 @@ namespace QzLogTool
     {
         // Read by a signal handler, written before that is there.
         pid_t gPager = 0;
+        int gErrors = -1; // standard error as it was
 
         // The terminal sends the signal to the pager as well, which may take it for a command and go on.
         extern "C" void OnInterrupt(int)
@@ -74,6 +76,7 @@ namespace QzLogTool
         if (process == 0)
             Run(command, ends[0]);
         dup2(ends[1], STDOUT_FILENO);
+        gErrors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
         if (isatty(STDERR_FILENO) == 1)
             dup2(ends[1], STDERR_FILENO);
         close(ends[1]);
@@ -86,14 +89,17 @@ namespace QzLogTool
         return gPager != 0;
     }
 
-    void Pager::End()
+    bool Pager::End()
     {
         if (gPager == 0)
-            return;
+            return true;
         // It sees the end once nobody can write to it.
         close(STDOUT_FILENO);
-        close(STDERR_FILENO);
-        while (waitpid(gPager, nullptr, 0) < 0 && errno == EINTR)
+        gErrors >= 0 ? dup2(gErrors, STDERR_FILENO) : close(STDERR_FILENO);
+        int status = 0;
+        while (waitpid(gPager, &status, 0) < 0 && errno == EINTR)
             continue;
+        // What the shell says of a command that it cannot start.
+        return !WIFEXITED(status) || (WEXITSTATUS(status) != 126 && WEXITSTATUS(status) != 127);
     }
 }

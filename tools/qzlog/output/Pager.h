@@ -13,7 +13,8 @@ namespace QzLogTool
 
         static bool IsRunning();
 
-        /// Ends the output and waits until the user has seen enough. Nothing can be written after it.
-        static void End();
+        /// Ends the output and waits until the user has seen enough. Standard output cannot be written after it.
+        /// Returns false if the pager could not be started.
+        static bool End();
     };
 }

@@ -63,8 +63,9 @@ namespace QzLogTool
             if (status.mIsRegular)
                 backups.push_back({path, number, status});
         }
-        if (error && error != std::errc::no_such_file_or_directory)
-            throw Trouble(folder.string() + ": " + error.message());
+        bool const isNowhere = error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
+        if (error && !isNowhere)
+            throw MakeSystemTrouble(folder, error.value());
         // Of one number the uncompressed file, whose path is shorter, comes first.
         std::sort(backups.begin(), backups.end(),
             [](Backup const& a, Backup const& b)

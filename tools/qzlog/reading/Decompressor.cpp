@@ -46,6 +46,7 @@ namespace QzLogTool
                 {
                     if (mBegin == mEnd && !mIsAtEnd)
                     {
+                        mOffset += mEnd;
                         mBegin = 0;
                         mEnd = mReadMore(mInput.data(), mInput.size());
                         mIsAtEnd = mEnd == 0;
@@ -58,24 +59,29 @@ namespace QzLogTool
                     mBegin += used;
                     mIsBetweenParts = step == Step::End;
                     if (step == Step::Damaged)
-                        throw Trouble("the compressed data are damaged; what stands before that place was read, but "
-                                      "for its last record");
+                        Fail("are damaged near");
                     if (made != 0)
                         return made;
                     if (mIsAtEnd && step == Step::More)
-                        throw Trouble("the compressed data end too early; what there was of them was read, but for its "
-                                      "last record");
+                        Fail("end too early (are they still being written?), at");
                 }
             }
 
         private:
             static constexpr std::size_t kBlock = std::size_t{64} << 10;
 
+            [[noreturn]] void Fail(std::string const& what) const
+            {
+                throw Trouble("the compressed data " + what + " byte " + std::to_string(mOffset + mBegin) +
+                              "; what stands before was read, but for its last record");
+            }
+
             virtual Step TakeStep(
                 std::string_view input, std::size_t& used, char* buffer, std::size_t size, std::size_t& made) = 0;
 
             ReadMore const mReadMore;
             std::vector<char> mInput;
+            std::uint64_t mOffset = 0; // of this block
             std::size_t mBegin = 0;
             std::size_t mEnd = 0;
             bool mIsAtEnd = false;

@@ -26,6 +26,14 @@ namespace QzLogTool
             }
         }
 
+        struct Found
+        {
+            std::set<std::string> mLogs;
+            /// There are folders that were not looked into.
+            bool mPassesFolders = false;
+            bool mHasTrouble = false;
+        };
+
         void AddIfLog(std::string const& path, std::set<std::string>& logs)
         {
             std::string log;
@@ -34,32 +42,31 @@ namespace QzLogTool
                 logs.insert(SplitBackupPath(path, log, number) ? log : path);
         }
 
-        /// Returns whether there are folders that were not looked into.
-        bool Collect(fs::path const& folder, bool isRecursive, Troubles& troubles, std::set<std::string>& logs)
+        void Collect(fs::path const& folder, bool isRecursive, Troubles& troubles, Found& found)
         {
-            bool passesFolders = false;
             std::error_code error;
             for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
             {
                 std::error_code unknown;
                 if (entry->is_regular_file(unknown))
-                    AddIfLog(entry->path(), logs);
+                    AddIfLog(entry->path(), found.mLogs);
                 else if (entry->is_directory(unknown) && !entry->is_symlink(unknown))
-                    passesFolders = !isRecursive || Collect(*entry, isRecursive, troubles, logs) || passesFolders;
+                    isRecursive ? Collect(*entry, isRecursive, troubles, found) : void(found.mPassesFolders = true);
             }
-            if (error)
-                troubles.Report(Trouble(folder.string() + ": " + error.message()));
-            return passesFolders;
+            if (!error)
+                return;
+            troubles.Report(MakeSystemTrouble(folder, error.value()));
+            found.mHasTrouble = true;
         }
     }
 
     std::vector<std::string> FindLogs(std::string const& folder, bool isRecursive, Troubles& troubles)
     {
-        std::set<std::string> logs;
-        bool const passesFolders = Collect(folder, isRecursive, troubles, logs);
-        if (logs.empty())
+        Found found;
+        Collect(folder, isRecursive, troubles, found);
+        if (found.mLogs.empty() && !found.mHasTrouble)
             throw Trouble(folder + ": is a folder without a log" +
-                          (passesFolders ? "; --recursive looks into its folders too" : ""));
-        return {logs.begin(), logs.end()};
+                          (found.mPassesFolders ? "; --recursive looks into its folders too" : ""));
+        return {found.mLogs.begin(), found.mLogs.end()};
     }
 }

@@ -2,9 +2,6 @@
 
 #include "Trouble.h"
 
-#include <QzBase/Conversions.h>
-#include <QzBase/System.h>
-
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/resource.h>
@@ -21,13 +18,6 @@ namespace QzLogTool
 {
     namespace
     {
-        [[noreturn]] void ThrowSystemError(std::string const& path)
-        {
-            QzBase::ReturnWString const reason =
-                QzBase::GetSystemErrorDescription(static_cast<unsigned int>(QzBase::GetLastError()));
-            throw Trouble(path + ": " + QzBase::WideCharToUTF8(reason.c_str(), true).c_str());
-        }
-
         FileStatus Translate(struct stat const& status)
         {
             FileStatus result;
@@ -45,7 +35,7 @@ namespace QzLogTool
                 return STDIN_FILENO;
             int const descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
             if (descriptor < 0)
-                ThrowSystemError(path);
+                throw MakeSystemTrouble(path, errno);
             return descriptor;
         }
 
@@ -74,7 +64,7 @@ namespace QzLogTool
             return Translate(status);
         if (errno == ENOENT || errno == ENOTDIR)
             return FileStatus();
-        ThrowSystemError(path);
+        throw MakeSystemTrouble(path, errno);
     }
 
     void AllowManyFiles()
@@ -105,7 +95,7 @@ namespace QzLogTool
     {
         struct stat status;
         if (fstat(mDescriptor, &status) != 0)
-            ThrowSystemError(mPath);
+            throw MakeSystemTrouble(mPath, errno);
         return Translate(status);
     }
 
@@ -128,7 +118,7 @@ namespace QzLogTool
             if (count >= 0)
                 return static_cast<std::size_t>(count);
             if (errno != EINTR)
-                ThrowSystemError(mPath);
+                throw MakeSystemTrouble(mPath, errno);
         }
     }
 
@@ -197,7 +187,7 @@ namespace QzLogTool
             if (count < 0 && errno == EINTR)
                 continue;
             if (count < 0)
-                ThrowSystemError(mPath);
+                throw MakeSystemTrouble(mPath, errno);
             if (count == 0)
                 break;
             length += static_cast<std::size_t>(count);
@@ -209,7 +199,7 @@ namespace QzLogTool
     {
         mPosition = offset;
         if (!IsCompressed() && lseek(mDescriptor, static_cast<off_t>(offset), SEEK_SET) < 0)
-            ThrowSystemError(mPath);
+            throw MakeSystemTrouble(mPath, errno);
     }
 
     InputFile::WriterPause::WriterPause(InputFile const& file)

@@ -1,6 +1,6 @@
 #include "time/MomentOption.h"
 
-#include "Trouble.h"
+#include "Options.h"
 #include "time/Moments.h"
 
 namespace QzLogTool
@@ -8,22 +8,7 @@ namespace QzLogTool
     CLI::Option* AddMoment(
         CLI::App& app, char const* name, char const* description, std::function<void(std::int64_t)> const& take)
     {
-        auto const takeAll = [take](CLI::results_t const& values)
-        {
-            try
-            {
-                for (std::string const& value : values)
-                    take(ReadMoment(value, GetNow()));
-            }
-            catch (Trouble const& trouble)
-            {
-                throw CLI::ValidationError(trouble.what());
-            }
-            return true;
-        };
-        return app.add_option(name, takeAll, description)
-            ->option_text("TIME")
-            ->expected(1)
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        return AddRead(
+            app, name, "TIME", description, [take](std::string const& value) { take(ReadMoment(value, GetNow())); });
     }
 }
