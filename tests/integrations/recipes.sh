@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Runs a recipe of docs/deployment.md by the very files that stand there, with other paths.
-# Call: recipes.sh <systemd|container|sidecar|rsyslog> <server> <qzlog>
+# Runs a recipe of docs/deployment.md or docs/operators.md by the very files that stand there, with other paths.
+# Call: recipes.sh <systemd|container|sidecar|rsyslog|shipping> <server> <qzlog>
 set -euo pipefail
 recipe=$1 server=$2 qzlog=$3
-page=$(cd "$(dirname "$0")/../../docs" && pwd)/deployment.md
+docs=$(cd "$(dirname "$0")/../../docs" && pwd)
 
 skip() { echo "skipped: $1"; exit 77; }
 fail() { echo "$1"; head -n 20 "$work"/*.txt; exit 1; }
@@ -23,30 +23,36 @@ running=()
 end() { [ ${#running[@]} -eq 0 ] || kill "${running[@]}" 2>/dev/null || true; rm -rf "$work"; }
 trap end EXIT
 
-# The block of the page whose first line ends in this name, with the paths of this run.
+# The block of a page whose first line ends in this name, with the paths of this run.
 block()
 {
     awk -v name="/$1" '/^```/ { inside = !inside; first = inside; wanted = 0; next }
         first { wanted = substr("/" $2, length("/" $2) - length(name) + 1) == name; first = 0 }
-        inside && wanted' "$page" |
+        inside && wanted' "$docs/deployment.md" "$docs/operators.md" |
         sed "s|/usr/bin/reporting-server|$server|; s|/usr/bin/qzlog|$qzlog|; s|/etc/reporting|$work|; s|/logs|$work/logs|g
             s|/var/log|$work|; s|\[reporting-server,|[$server,|; s|\[qzlog,|[$qzlog,|" >"$work/$1"
     [ -s "$work/$1" ] || fail "no block for $1"
 }
-has_lines() { [ "$(wc -l <"$1")" -ge "$2" ]; }
+verify()
+{
+    command -v systemd-analyze >/dev/null || skip "systemd is not installed"
+    systemd-analyze verify --man=no "$work/$1" >"$work/verify.txt" 2>&1 || true
+    [ ! -s "$work/verify.txt" ] || fail "the unit is not right"
+}
+# The command of a line of a unit: command_of UNIT LINE
+command_of() { sed -n "/^$2=/,/[^\\\\]\$/p" "$work/$1" | sed "s/^$2=//; s/\\$\\$/\$/g"; }
+has_lines() { [ -s "$1" ] && [ "$(wc -l <"$1")" -ge "$2" ]; }
 requests() { printf 'alice S1 <a/>\nbob S2 no request\n'; }
 
 systemd()
 {
-    command -v systemd-analyze >/dev/null || skip "systemd is not installed"
     block reporting.service
     block settings.json
-    systemd-analyze verify --man=no "$work/reporting.service" >"$work/verify.txt" 2>&1 || true
-    [ ! -s "$work/verify.txt" ] || fail "the unit is not right"
+    verify reporting.service
     mkdir "$work/reporting"
     requests | "$server" "$work/settings.json"
     local stop
-    stop=$(sed -n '/^ExecStopPost=/,/[^\\]$/p' "$work/reporting.service" | sed 's/^ExecStopPost=//; s/\$\$/$/g')
+    stop=$(command_of reporting.service ExecStopPost)
     SERVICE_RESULT=core-dump EXIT_CODE=dumped EXIT_STATUS=ABRT bash -c "$stop"
     SERVICE_RESULT=success bash -c "$stop"
     "$qzlog" view --dispatcher Error "$work/reporting/server.log" >"$work/errors.txt"
@@ -69,13 +75,13 @@ sidecar()
     block reporting-pod.yaml
     block pod.json
     mkdir "$work/logs"
-    command_of()
+    arguments_of()
     {
         python3 -c 'import sys, yaml
 print(*yaml.safe_load(open(sys.argv[1]))[sys.argv[2]][0]["command"], sep="\n")' "$work/reporting-pod.yaml" "$1"
     }
-    mapfile -t reads < <(command_of initContainers)
-    mapfile -t serves < <(command_of containers)
+    mapfile -t reads < <(arguments_of initContainers)
+    mapfile -t serves < <(arguments_of containers)
     for expected in 3 6; do # the side-car starts before the log is there, then once more
         "${reads[@]}" >>"$work/records.txt" &
         running=($!)
@@ -107,6 +113,40 @@ rsyslog()
     await has_lines "$work/reporting-errors.log" 4 || fail "rsyslog has not written the records"
     [ "$("$qzlog" view --json "$work/reporting-errors.log" | wc -l)" = 3 ] || fail "rsyslog has changed the records"
     [ ! -s "$work/rsyslog.txt" ] || fail "rsyslog complains"
+}
+
+shipping() # while three processes roll the log over, and rsyslog is restarted
+{
+    command -v rsyslogd >/dev/null || skip "rsyslog is not installed"
+    block 40-qzlog-ship.conf
+    block qzlog-ship.service
+    verify qzlog-ship.service
+    local port=$((20000 + RANDOM % 20000)) writers=()
+    sed -i "s/5514/$port/; s|%S|$work|" "$work/40-qzlog-ship.conf" "$work/qzlog-ship.service"
+    mkdir "$work/reporting" "$work/qzlog-ship"
+    write()
+    {
+        for i in $(seq 30); do seq -f "writer $1 record $i-%g" 50; sleep 0.05; done |
+            "$qzlog" write --max-size 30000 --backups 99 "$work/reporting/server.log"
+    }
+    for writer in 1 2 3; do
+        write $writer &
+        writers+=($!)
+    done
+    for expected in 500 4500; do
+        rsyslogd -n -f "$work/40-qzlog-ship.conf" -i "$work/pid" >>"$work/rsyslog.txt" 2>&1 &
+        running=($!)
+        await bash -c ": </dev/tcp/127.0.0.1/$port" 2>/dev/null || fail "rsyslog does not listen"
+        bash -c "exec $(command_of qzlog-ship.service ExecStart)" 2>>"$work/follower.txt" &
+        running=($! "${running[@]}")
+        await has_lines "$work/shipped.json" "$expected" || fail "$expected records expected"
+        for process in "${running[@]}"; do # in this order, as the unit says
+            kill "$process"
+            wait "$process" || true
+        done
+    done
+    wait "${writers[@]}"
+    [ "$(sort -u "$work/shipped.json" | wc -l)-$(wc -l <"$work/shipped.json")" = 4500-4500 ] || fail "a record came twice"
 }
 
 $recipe
