@@ -20,13 +20,14 @@ demo-kafka: deps-kafka
 test: deps-kafka deps-integrations
 	@$(workflow) test
 
-# Calls to the system that fail, each of them everywhere; then logs and Kafka brokers that fail in every way, for MINUTES,
-# of which brokers have a quarter. All end with a table of what has become of the messages.
+# Calls to the system that fail, each of them everywhere; then logs, programs and Kafka brokers that fail in every way,
+# for MINUTES, of which brokers have a quarter. All end with a table of what has become of the messages.
 MINUTES ?= 60
 soak: release
 	@QZLOG_EVERY_FAULT=1 build/release/tests/filesystem/test_filesystem --gtest_filter='Faults.*'
 	@QZLOG_EVERY_FAULT=1 build/release/tests/stress/test_log_faults
-	@build/release/tests/stress/stress --milliseconds 3000 --minutes $$(($(MINUTES) * 3 / 4))
+	@build/release/tests/stress/stress --milliseconds 3000 --flood 10000000 \
+	    --tool build/release/tools/qzlog/qzlog --minutes $$(($(MINUTES) * 3 / 4))
 	@! [ -e build/release/tests/stress/stress_kafka ] || \
 	    build/release/tests/stress/stress_kafka --milliseconds 3000 --minutes $$(($(MINUTES) / 4))
 

@@ -1,11 +1,15 @@
 #include "Campaign.h"
 
 #include "Checker.h"
+#include "Flood.h"
+#include "Hostile.h"
 #include "Shared.h"
 #include "Table.h"
 #include "support/OwnMounts.h"
 
 #include <algorithm>
+#include <functional>
+#include <string_view>
 #include <vector>
 
 #include <fcntl.h>
@@ -93,25 +97,28 @@ extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept
 bool RunCampaigns(RunOptions const& options, WriterSettings const& settings, unsigned int minutes)
 {
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-    struct Work
-    {
-        Fault const* mpFault;
-        bool mIsStrict;
-    };
-    std::vector<Work> works;
+    WriterSettings own = settings;
+    std::vector<std::function<void(std::filesystem::path const& top, Row& row)>> works;
     std::vector<Row*> rows;
+    auto const add = [&](char const* name, char const* mode, auto work)
+    {
+        if (std::string_view(name).find(options.mOnly) == std::string_view::npos)
+            return;
+        works.push_back(work);
+        *rows.emplace_back(CreateShared<Row>()) = {name, mode, {}, nullptr};
+    };
+    add("flood", "strict", [&](auto const& top, Row& row) { RunFlood(top, options.mFlood, row); });
+    add("hostile text and files", "tool",
+        [&](auto const& top, Row& row) { RunHostile(top, options.mTool, options.mMilliseconds, own.mSeed, row); });
     for (bool const isStrict : {true, false})
         for (Fault const& fault : gFaults)
             if (isStrict || !fault.Has(kOnlyStrict))
-            {
-                works.push_back({&fault, isStrict});
-                *rows.emplace_back(CreateShared<Row>()) = {fault.mpName, isStrict ? "strict" : "basic", {}, nullptr};
-            }
-    WriterSettings own = settings;
-    return RunTable(rows, minutes, own.mSeed,
-        [&](std::size_t i, std::filesystem::path const& top)
-        {
-            own.mIsStrict = works[i].mIsStrict;
-            RunOne(options, own, top, *works[i].mpFault, *rows[i]);
-        });
+                add(fault.mpName, isStrict ? "strict" : "basic",
+                    [&, isStrict](auto const& top, Row& row)
+                    {
+                        own.mIsStrict = isStrict;
+                        RunOne(options, own, top, fault, row);
+                    });
+    return RunTable(
+        rows, minutes, own.mSeed, [&](std::size_t i, std::filesystem::path const& top) { works[i](top, *rows[i]); });
 }

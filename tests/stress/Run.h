@@ -27,6 +27,9 @@ struct RunOptions
     unsigned int mProcesses = 4;
     unsigned int mMilliseconds = 5000;
     bool mKills = false;
+    std::uint64_t mFlood = 200'000; // records
+    std::string mTool = {};
+    std::string mOnly = {};
 };
 
 /// Starts writers, replaces those that have ended, and kills some, until the time is over or the back-ups are full.

@@ -22,6 +22,9 @@ int main(int argc, char** argv)
     app.add_option("--threads", settings.mThreads, "threads of each")->check(CLI::Range(1u, Ledger::kMaxThreads));
     app.add_option("--milliseconds", options.mMilliseconds, "for each fault, unless the back-ups are full before");
     app.add_option("--minutes", minutes, "how long to repeat it");
+    app.add_option("--only", options.mOnly, "rows of the table that have this in their names");
+    app.add_option("--flood", options.mFlood, "records of a flood");
+    app.add_option("--tool", options.mTool, "the command-line tool, which reads hostile texts and files");
     app.add_option("--seed", settings.mSeed, "of the random numbers");
     app.add_option("--keep", folder, "only write, and leave the log in this folder");
     app.add_option("--limit", settings.mLimit, "size in bytes at which that log rolls over");
