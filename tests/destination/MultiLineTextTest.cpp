@@ -2,6 +2,7 @@
 
 #include <QzLog/Dispatcher.h>
 #include <QzLog/Log.h>
+#include <QzLog/MessageBody.h>
 #include <QzLog/MessageHeader.h>
 #include <QzLog/Module.h>
 #include <QzLog/Router.h>
@@ -9,8 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <string>
 #include <thread>
 
 namespace
@@ -23,6 +22,7 @@ namespace
     {
     public:
         using ConcreteDestination::WriteMessage;
+        using Destination_Impl::SetLanguageID;
 
         QZLOG_CALL_FRAME void WriteMessage(char const* bodyText, QzLog::MessageHeader& header) override
         {
@@ -159,4 +159,15 @@ namespace
         writer.join();
     }
 
+    TEST(ConcreteDestination, AsksForTheTextInItsLanguage)
+    {
+        QzBase::Message message(700, 1, "plain");
+        message.SetLocalizedText(0x0407, "deutsch");
+        QzBase::CountedPtr<QzLog::MessageBody> const body(QzLog::CreateMessageBody());
+        body->SetMessage(message);
+        PlainDestination destination;
+        destination.SetLanguageID(0x0407);
+        destination.WriteMessage(*QzLog::CreateMessageHeader(), *body);
+        EXPECT_EQ(destination.mWritten, "H deutsch");
+    }
 }
