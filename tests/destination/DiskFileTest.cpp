@@ -3,10 +3,6 @@
 #include "support/ForkedChild.h"
 
 #include <algorithm>
-#include <atomic>
-#include <thread>
-#include <utility>
-#include <vector>
 
 #include <sched.h>
 #include <unistd.h>

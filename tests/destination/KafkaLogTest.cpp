@@ -13,10 +13,8 @@
 #include <QzLog/MessageHeader.h>
 #include <QzLog/Module.h>
 
-#include <atomic>
 #include <optional>
 #include <regex>
-#include <utility>
 
 using namespace QzBase::Literals;
 using KafkaClient::KafkaProducer;
@@ -44,11 +42,7 @@ namespace
         void Configure(std::map<std::string, std::string> const&) override {}
         KafkaProducer::Counters GetCounters() override { return {}; }
 
-        void Start() override
-        {
-            if (!mStarts)
-                throw 7;
-        }
+        void Start() override {}
 
         void Stop() override
         {
@@ -59,7 +53,6 @@ namespace
         KafkaClient::TopicLosses* mpLossesOfTheEnd = nullptr;
         int mStatus = 1;
         bool mTakes = true;
-        bool mStarts = true;
         std::atomic<int> mAskedForStatus = 0;
         std::vector<std::pair<std::string, std::string>> mSent;
     };
@@ -218,17 +211,6 @@ TEST_F(KafkaLogTest, WhatKafkaTookAndLostIsToldOnceInTheFile)
     file = Get("fall.log");
     EXPECT_TRUE(file.ends_with(told("1 messages since @ due to: Local: purged"))) << file;
     EXPECT_EQ(std::count(file.begin(), file.end(), '\n'), 3) << file;
-}
-
-TEST_F(KafkaLogTest, AModuleThatCannotStartIsTriedAgain)
-{
-    mModule.reset();
-    mClient.mStarts = false;
-    for (int i = 0; i < 2; ++i)
-        EXPECT_THROW(QzLog::Initializer(), int);
-    mClient.mStarts = true;
-    QzLog::Initializer();
-    EXPECT_THROW(QzLog::GetEpisodeNumber(), QzBase::Message) << "a failed start counts";
 }
 
 TEST_F(KafkaLogTest, AForkedChildPublishesWhateverItsParentIsDoing)

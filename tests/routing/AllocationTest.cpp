@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cstdlib>
-#include <functional>
 #include <new>
 
 #include <malloc.h>
@@ -46,19 +44,17 @@ namespace
     /// Whether the action is content with so many pieces of memory.
     template <class Action>
     bool SucceedsWith(std::size_t allocations, Action action)
+    try
     {
         tLimit = tAllocations + allocations;
-        bool succeeds = false;
-        try
-        {
-            action();
-            succeeds = true;
-        }
-        catch (std::bad_alloc const&)
-        {
-        }
+        action();
         tLimit = kNoLimit;
-        return succeeds;
+        return true;
+    }
+    catch (std::bad_alloc const&)
+    {
+        tLimit = kNoLimit;
+        return false;
     }
 }
 

@@ -5,14 +5,8 @@
 #include <QzSynch/Locks.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
-#include <gtest/gtest.h>
-
-#include <atomic>
 #include <latch>
 #include <optional>
-#include <thread>
-#include <utility>
-#include <vector>
 
 namespace
 {
@@ -114,22 +108,20 @@ TEST(Loan, OfAnotherThreadKeepsItsObjectForEverInAForkedChild)
     Owner owner;
     owner.Replace(MakeObject());
     std::optional<Loan<Object>> own(std::in_place, owner.mObject, *owner.mpLock);
-    std::latch lent(1);
-    std::latch leave(1);
     for (bool const isLentToAnother : {false, true})
     {
-        std::jthread other;
-        if (isLentToAnother)
-        {
-            other = std::jthread(
-                [&]
-                {
-                    Loan<Object> const loan(owner.mObject, *owner.mpLock);
-                    lent.count_down();
-                    leave.wait();
-                });
-            lent.wait();
-        }
+        std::latch lent(1);
+        std::latch leave(1);
+        std::jthread const other(
+            [&]
+            {
+                std::optional<Loan<Object>> loan;
+                if (isLentToAnother)
+                    loan.emplace(owner.mObject, *owner.mpLock);
+                lent.count_down();
+                leave.wait();
+            });
+        lent.wait();
         ExpectInChild(
             [&]
             {
@@ -139,7 +131,6 @@ TEST(Loan, OfAnotherThreadKeepsItsObjectForEverInAForkedChild)
                 own.reset();
                 return isHeld && gAlive == isLentToAnother;
             });
-        if (isLentToAnother)
-            leave.count_down();
+        leave.count_down();
     }
 }
