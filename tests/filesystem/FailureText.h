@@ -5,8 +5,6 @@
 #include <QzBase/Message.h>
 
 #include <cstring>
-#include <functional>
-#include <string>
 
 namespace QzTest
 {

@@ -16,7 +16,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <set>
 #include <span>
 
 using namespace QzBase::Literals;

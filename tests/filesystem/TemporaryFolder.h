@@ -11,10 +11,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <memory>
-#include <string>
-#include <vector>
 
 namespace QzTest
 {

@@ -5,9 +5,6 @@
 #include <array>
 #include <climits>
 #include <random>
-#include <string>
-#include <tuple>
-#include <vector>
 
 namespace
 {

@@ -5,10 +5,6 @@
 #include <QzBase/Conversions.h>
 
 #include <chrono>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/resource.h>

@@ -9,7 +9,6 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <string>
 
 #include <fcntl.h>
 #include <sys/resource.h>

@@ -7,10 +7,7 @@
 #include "support/ForkedChild.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdint>
 #include <cstdio>
-#include <string>
 
 #include <poll.h>
 

@@ -4,11 +4,9 @@
 
 #include <QzLog/StandardValues.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <forward_list>
 #include <list>
-#include <map>
 #include <span>
 #include <stdexcept>
 

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <optional>
-#include <utility>
 
 using namespace CallPath;
 

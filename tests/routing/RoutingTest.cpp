@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <utility>
-
 using namespace CallPath;
 using testing::ElementsAre;
 

@@ -5,8 +5,6 @@
 
 #include <climits>
 #include <thread>
-#include <tuple>
-#include <vector>
 
 using namespace QzBase;
 using namespace QzBase::Literals;

@@ -5,9 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <tuple>
-
 namespace
 {
     using namespace QzBase;

@@ -9,7 +9,6 @@
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
 
-#include <atomic>
 #include <optional>
 
 #include <arpa/inet.h>

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <thread>
-#include <tuple>
 
 using QzResource::RegisterMessageText;
 

@@ -3,11 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <set>
-#include <string>
 #include <thread>
-#include <tuple>
-#include <vector>
 
 using QzResource::GetMessageFormatter;
 using QzResource::GetMessageTemplate;

@@ -4,11 +4,8 @@
 #include "support/synch/ForkableSection.h"
 
 #include <array>
-#include <atomic>
 #include <barrier>
 #include <latch>
-#include <tuple>
-#include <vector>
 
 using namespace QzSynch;
 

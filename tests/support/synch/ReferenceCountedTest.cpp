@@ -3,10 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <tuple>
-#include <utility>
-
 namespace
 {
     // Lets something happen between a read of the count and what the reader does next.

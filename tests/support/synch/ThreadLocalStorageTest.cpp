@@ -3,9 +3,7 @@
 #include "os/ThreadKey.h"
 #include "support/ForkedChild.h"
 
-#include <atomic>
 #include <barrier>
-#include <vector>
 
 namespace
 {
