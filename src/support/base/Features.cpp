@@ -20,10 +20,21 @@ namespace QzBase
 
         constinit std::atomic<Feature*> gFeatures{nullptr};
 
+        bool IsEqual(unsigned short const* left, unsigned short const* right) noexcept
+        {
+            while (*left != 0 && *left == *right)
+            {
+                ++left;
+                ++right;
+            }
+            return *left == *right;
+        }
+
         /// Looks between `first` and `last`, which is not included.
         Feature* Find(Feature* first, Feature const* last, unsigned short const* name)
         {
-            while (first != last && first->mName != name)
+            // Not by the operator of the string, which measures the name first.
+            while (first != last && !IsEqual(first->mName.c_str(), name))
                 first = first->mpNext;
             return first != last ? first : nullptr;
         }
