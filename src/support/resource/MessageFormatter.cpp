@@ -19,6 +19,40 @@ namespace QzResource
         constexpr int kWideHexDigits = 8;
         constexpr std::size_t kFirstEnds = 8;
 
+        /// Writes a text piece by piece into a string, which it makes longer than the text and keeps so: most pieces
+        /// are copied and nothing else.
+        class Writer
+        {
+        public:
+            explicit Writer(std::string& buffer) noexcept : mBuffer(buffer) {}
+
+            void Append(char const* text, std::size_t length)
+            {
+                if (mBuffer.size() - mLength < length) [[unlikely]]
+                    return Grow(text, length);
+                std::memcpy(mBuffer.data() + mLength, text, length);
+                mLength += length;
+            }
+
+            char const* Finish() noexcept
+            {
+                mBuffer[mLength] = '\0';
+                return mBuffer.c_str();
+            }
+
+        private:
+            [[gnu::noinline]] void Grow(char const* text, std::size_t length)
+            {
+                mBuffer.resize(mLength);
+                mBuffer.append(text, length);
+                mLength = mBuffer.size();
+                mBuffer.resize(mBuffer.capacity());
+            }
+
+            std::string& mBuffer;
+            std::size_t mLength = 0;
+        };
+
         template <class Integer>
         constexpr unsigned int BitsOf(Integer)
         {
@@ -133,14 +167,21 @@ namespace QzResource
             }
         } const clearAtEnd{*this};
 
-        QzBase::EmptyAndKeepMemory(mResult);
+        GiveBackLongText();
+        Writer writer(mResult);
         std::string const& text = messageTemplate.GetText();
         QzBase::ExpandTemplate(
             text.data(), text.size(),
-            [this](char const* first, char const* last)
-            { mResult.append(first, static_cast<std::size_t>(last - first)); },
-            [this](std::size_t index) { return AppendValue(index); });
-        return mResult.c_str();
+            [&](char const* first, char const* last) { writer.Append(first, static_cast<std::size_t>(last - first)); },
+            [&](std::size_t index)
+            {
+                if (index >= mEnds.size())
+                    return false;
+                std::size_t const begin = index == 0 ? 0 : mEnds[index - 1];
+                writer.Append(mValues.data() + begin, mEnds[index] - begin);
+                return true;
+            });
+        return writer.Finish();
     }
 
     void MessageFormatter::GiveBackLongText() noexcept
@@ -204,6 +245,7 @@ namespace QzResource
             mEnds.reserve(mEnds.empty() ? kFirstEnds : 2 * mEnds.size());
     }
 
+    // Not called any more: what Format does itself. The name stays, since the first release exports it.
     bool MessageFormatter::AppendValue(std::size_t index)
     {
         if (index >= mEnds.size())
