@@ -25,9 +25,6 @@ expect() { [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"; }
 # How many lines of the logs match a pattern.
 count() { cat $2 | grep -cE -- "$1" || true; }
 
-# Of the numbers on standard input.
-sum() { echo $(($(paste -s -d +))); }
-
 await() {
     local text=$1
     shift

@@ -1,25 +1,5 @@
-# What the server says about settings with a fault, and the ways in which it ends.
+# A server without brokers, and one that a signal ends.
 source "$(dirname "$0")/common.sh"
-
-printf '{ "basePath": "logs", "destinations": { "f": { "type": "file", "path": "f.log" } },
-  "routes": { "*": ["f"], "Kernel/Info": ["g"] } }' > settings.json
-if "$example/reporting_server" --config settings.json /dev/null > output.txt 2>&1; then
-    fail "the server takes a route to nowhere"
-fi
-for words in "The settings were not taken over." 'settings.json(2): routes.Kernel/Info: expected names that stand in'; do
-    grep -qF -- "$words" output.txt || fail "expected '$words', got $(cat output.txt)"
-done
-[ ! -e f.log ] && [ ! -e logs ] || fail "settings with a fault made a log"
-
-if "$example/reporting_server" --config /nowhere/settings.json /dev/null > output.txt 2>&1; then
-    fail "the server takes settings from nowhere"
-fi
-grep -qF "expected a file that can be read" output.txt || fail "unclear: $(cat output.txt)"
-
-if "$example/reporting_server" --config "$example/terminal.json" /nowhere/requests > output.txt 2>&1; then
-    fail "the server takes requests from nowhere"
-fi
-grep -qF "cannot open '/nowhere/requests'" output.txt || fail "unclear: $(cat output.txt)"
 
 # Without brokers a Kafka destination is its file.
 sed '/"kafka": {/,/},/d' "$example/kafka.json" > alone.json

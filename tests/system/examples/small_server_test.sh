@@ -18,7 +18,7 @@ for log in shared stream; do
 done
 expect "secrets" 0 "$(count geheim "logs/shared.log logs/stream.log")"
 
-# One server: a failure in two languages, a forged record, settings with a fault, and better ones.
+# One server: a failure in two languages, and a forged record.
 mkfifo requests
 "$example/small_server" settings.json < requests &
 server=$!
@@ -27,16 +27,6 @@ exec 3> requests
 printf 'eve]x S1 2026-11-25 [HOST:x]\e[2K\n' >&3
 await 'is no request: 2026-11-25 \[HOST:x\]␛\[2K' logs/shared.log
 expect "the failure in German" 1 "$(count '\[UID:eve］x\].* Das ist keine Anfrage: 2026-11-25' logs/errors.log)"
-cp settings.json good.json
-sed -i 's/"backups": 5/"backups": "5"/' settings.json
-kill -HUP "$server"
-printf 'ann S2 <a/>\n' >&3
-await 'destinations.shared.backups: expected a number from 1 to 256, found "5"' logs/errors.log
-sed 's/Small01/Small02/' good.json > settings.json
-kill -HUP "$server"
-printf 'ann S3 <b/>\n' >&3
-await '\[SERVER:Small02\].*Answered <b/>' logs/shared.log
-expect "the settings in the log" 1 "$(count "The settings were read again\. Settings of 'settings.json'" logs/shared.log)"
 exec 3>&-
 wait "$server" || fail "the server ended with $?"
 trap - EXIT

@@ -1,6 +1,5 @@
 #include "ToolFixture.h"
 
-#include "reading/HeaderParser.h"
 #include "reading/LogBytes.h"
 #include "reading/RecordSplitter.h"
 
@@ -122,51 +121,6 @@ namespace
         EXPECT_EQ(Run("qzlog view -c -F '" + text + "' a.log").mOutput, "1\n");
         EXPECT_EQ(
             Run("qzlog view --json a.log | tail -c 6003 | head -c 1000 | sed 's/.u20ac/\xE2\x82\xAC/g'").mOutput, text);
-    }
-
-    /// In a record, with a line after the header, the parser finds what the library finds in the header alone, and
-    /// takes the same time stamps.
-    TEST_F(ReadingTest, ReadsHeadersLikeTheLibrary)
-    {
-        std::string const time = "2026-11-18 03:02:07.123";
-        std::string const start = time + "-05:00 [HOST:h][SERVER:s";
-        std::string const names = start + "][PID:1][THR:2][log][disp]";
-        std::string const cases[] = {
-            names + "[0x0000002A][UID:u][SID:x][OID:0][a.cpp:Run at line:42] text",
-            names + "[UID:u][SID:0][OID:o][a.cpp:Run at line:42",
-            names,
-            names + "[UID:u",
-            start + "][PID:1][THR:2][log",
-            time.substr(0, 19) + "+5:3 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
-            time + ".5 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
-            time + "+15:00 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
-            time + "[HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
-            "2026-02-29 03:02:07 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
-            "2024-02-29T23:59:59.123456789 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
-            "2024-02-29 24:00:00 [HOST:h][SERVER:s][PID:1][THR:2][log][disp]",
-        };
-        QzBase::CountedPtr<QzLog::MessageHeader> const expected(QzLog::CreateMessageHeader());
-        HeaderParser parser;
-        for (std::string const& text : cases)
-        {
-            SCOPED_TRACE(text.substr(0, 200));
-            unsigned int const length = expected->ParseHeaderText(text.c_str());
-            std::string const record = text + "\r\nmore";
-            ASSERT_EQ(parser.Parse(record), length != 0);
-            if (length == 0)
-                continue;
-            auto const withoutZero = [](char const* id) { return std::string(id) == "0" ? "" : id; };
-            QzLog::MessageHeader& e = *expected;
-            HeaderFields const& f = parser.GetFields();
-            EXPECT_EQ(parser.GetLength(), length);
-            EXPECT_NE(parser.ReadHeader(), nullptr);
-            EXPECT_EQ((std::vector{f.mHost, f.mServer, f.mProcess, f.mThread, f.mLogger, f.mDispatcher, f.mMessageID,
-                          f.mUser, f.mSession, f.mObject}),
-                (std::vector<std::string_view>{e.GetHostName(), e.GetServerName(), e.GetProcessIDString(),
-                    e.GetThreadIDString(), e.GetLoggerName(), e.GetDispatcherName(),
-                    e.GetMessageID() ? e.GetMessageIDString() : "", withoutZero(e.GetUserID()),
-                    withoutZero(e.GetSessionID()), withoutZero(e.GetObjectID())}));
-        }
     }
 
     /// A reader that has begun with a log reads that log to its end, in order, wherever roll-overs have moved it, and

@@ -14,7 +14,7 @@ log=$folder/kept/stress.log
 follower=$!
 until [ -s "$folder/told" ]; do sleep 0.02; done
 "$stress" --keep "$folder/kept" "$@" > "$folder/stress" || { cat "$folder/stress"; exit 1; }
-"$qzlog" view "$log" > "$folder/viewed"
+"$qzlog" view "$log" > "$folder/viewed" || [ $? -eq 1 ] # where the machine is too busy to write anything
 
 # A record that a kill has cut has no end of line in the file, but has one where the follower has shown it at once.
 lines='cat'
@@ -26,7 +26,7 @@ for ((i = 0; i < 300; ++i)); do
 done
 is_same
 kill -TERM $follower
-wait $follower
+wait $follower || [ $? -eq 1 ]
 follower=
 diff - "$folder/told" <<< "qzlog: $log is not there yet
 qzlog: $log is there now"
