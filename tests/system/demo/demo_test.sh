@@ -18,7 +18,7 @@ Report 'Archive/Year_2006' could not be run.
 Database 'ARCHIVEDB' did not answer within 500 ms.
 [OID:Archive/Year_2006] Anfrage 2 (RunReport) ist fehlgeschlagen.
 Die Datenbank 'ARCHIVEDB' hat nicht innerhalb von 500 ms geantwortet.
-routes.Kernel/Error: expected names that stand in "destinations", found "erors"
+routes.Kernel/Error: expected a name that stands in "destinations" (engine
 logs/engine/engine.log.bak02
 ReportingServer::RequestHandler::Handle(
 /100(
