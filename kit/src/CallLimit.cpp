@@ -43,7 +43,8 @@ namespace QzLogKit
                 [&] {
                     return Origin{&router, functionName};
                 });
-            SayAll();
+            if (mCounts.HasEnded())
+                SayAll();
             return isAdmitted;
         }
 

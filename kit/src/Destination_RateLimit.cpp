@@ -81,7 +81,8 @@ namespace QzLogKit
                             return Origin{header.GetHostName(), header.GetServerName(), header.GetLoggerName(),
                                 header.GetDispatcherName()};
                         });
-                SayAll(time);
+                if (mCounts.HasEnded()) [[unlikely]]
+                    SayAll(time);
                 return isAdmitted;
             }
 

@@ -16,16 +16,25 @@ namespace QzLogKit
     {
         using IDs = std::vector<std::string>;
 
+        /// By length first: most IDs differ in it, or in their first bytes, from those of others.
+        struct ByLength
+        {
+            bool operator()(std::string_view a, std::string_view b) const
+            {
+                return a.size() != b.size() ? a.size() < b.size() : a < b;
+            }
+        };
+
         IDs Sorted(IDs ids)
         {
-            std::sort(ids.begin(), ids.end());
+            std::sort(ids.begin(), ids.end(), ByLength());
             return ids;
         }
 
         /// \param ids  sorted.
         bool Contains(IDs const& ids, char const* id)
         {
-            return !ids.empty() && std::binary_search(ids.begin(), ids.end(), std::string_view(id), std::less<>());
+            return !ids.empty() && std::binary_search(ids.begin(), ids.end(), std::string_view(id), ByLength());
         }
 
         class Destination_Selection_Impl final : public WrappingDestination<Destination_Selection>

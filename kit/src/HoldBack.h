@@ -159,12 +159,15 @@ namespace QzLogKit
             }
         }
 
+        /// Whether SayAll has something to say.
+        bool HasEnded() const { return mHasEnded.load(std::memory_order_relaxed); }
+
         /// Gives what is to be said to `say`, one ended window after the other, with no lock held. What `say` throws
         /// at is kept.
         template <class Say>
-        void SayAll(Say say)
+        [[gnu::cold, gnu::noinline]] void SayAll(Say say)
         {
-            while (mHasEnded.load(std::memory_order_relaxed))
+            while (HasEnded())
             {
                 Windows taken;
                 {
@@ -192,15 +195,28 @@ namespace QzLogKit
         }
 
     private:
-        /// Milliseconds since 1970 UTC. As a difference of two DateTimes, in a third of the time.
-        static std::int64_t GetMilliseconds(QzLog::Timestamp const& time)
+        /// Milliseconds since 1970 UTC. As a difference of two DateTimes, in a fraction of the time.
+        std::int64_t GetMilliseconds(QzLog::Timestamp const& time)
         {
-            using namespace std::chrono;
-            sys_days const day = year(time.GetYear()) / time.GetMonth() / time.GetDay();
             int const offset = time.mOffsetHours * 60 + time.mOffsetMinutes;
-            return milliseconds(day.time_since_epoch()).count() + time.GetMillisecond() +
-                   1000 * (time.GetSecond() + 60 * (time.GetMinute() + 60 * std::int64_t{time.GetHour()} -
-                                                       (time.mOffsetIsPositive ? offset : -offset)));
+            std::int64_t const hours = 24 * GetDay(time) + time.GetHour();
+            std::int64_t const minutes = 60 * hours + time.GetMinute() - (time.mOffsetIsPositive ? offset : -offset);
+            return 1000 * (60 * minutes + time.GetSecond()) + time.GetMillisecond();
+        }
+
+        /// Days since 1970. The last answer is kept, since most messages have the day of the one before.
+        std::int64_t GetDay(QzLog::Timestamp const& time)
+        {
+            auto const date = static_cast<std::uint32_t>(time.GetYear() * 512 + time.GetMonth() * 32 + time.GetDay());
+            std::uint64_t known = mKnownDay.load(std::memory_order_relaxed);
+            if (known >> 32 != date) [[unlikely]]
+            {
+                using namespace std::chrono;
+                sys_days const day = year(time.GetYear()) / time.GetMonth() / time.GetDay();
+                known = std::uint64_t{date} << 32 | static_cast<std::uint32_t>(day.time_since_epoch().count());
+                mKnownDay.store(known, std::memory_order_relaxed);
+            }
+            return static_cast<std::int32_t>(known);
         }
 
         std::uint64_t GetHeldBack(Window const& window) const
@@ -218,18 +234,24 @@ namespace QzLogKit
         template <class GetOrigin>
         bool CountIn(Window& window, QzLog::Timestamp const& time, GetOrigin& getOrigin)
         {
-            std::uint64_t const count = window.mCount.fetch_add(1, std::memory_order_relaxed) + 1;
-            if (count == mLimit + 1)
-            {
-                window.mSince = time;
-                window.mOrigin = getOrigin();
-            }
-            return count <= mLimit;
+            std::uint64_t const before = window.mCount.fetch_add(1, std::memory_order_relaxed);
+            if (before == mLimit) [[unlikely]]
+                Begin(window, time, getOrigin);
+            return before < mLimit;
+        }
+
+        /// The first message of a window is held back.
+        template <class GetOrigin>
+        [[gnu::cold, gnu::noinline]] void Begin(Window& window, QzLog::Timestamp const& time, GetOrigin& getOrigin)
+        {
+            window.mSince = time;
+            window.mOrigin = getOrigin();
         }
 
         /// The way of the first message of a window, and of the first one after the end of any window.
         template <class GetOrigin>
-        bool AdmitsFirst(HoldBackKey const& key, QzLog::Timestamp const& time, std::int64_t now, GetOrigin& getOrigin)
+        [[gnu::cold, gnu::noinline]] bool AdmitsFirst(
+            HoldBackKey const& key, QzLog::Timestamp const& time, std::int64_t now, GetOrigin& getOrigin)
         {
             Windows dropped;
             ForkSafeLock::WriteHold const hold(mLock);
@@ -250,7 +272,7 @@ namespace QzLogKit
         /// Where the window of the key hangs, or would hang. Under the lock.
         Window** Find(HoldBackKey const& key)
         {
-            Window** place = &mBuckets[key.GetHash() % mBuckets.size()];
+            Window** place = &mBuckets[key.GetHash() & (mBuckets.size() - 1)];
             while (*place && !((*place)->mKey == key))
                 place = &(*place)->mpNextInBucket;
             return place;
@@ -319,6 +341,8 @@ namespace QzLogKit
         /// When the oldest window ends, in milliseconds since 1970 UTC.
         std::atomic<std::int64_t> mNextEnd{kNever};
         std::atomic<bool> mHasEnded{false};
+        /// A date above the number of its day, in 32 bits each; no date is 0.
+        std::atomic<std::uint64_t> mKnownDay{0};
         /// In the order of their beginnings.
         Windows mWindows;
         Windows mEnded;
