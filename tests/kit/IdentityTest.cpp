@@ -78,29 +78,14 @@ TEST_F(IdentityTest, LeavesAThreadAloneAfterTheModule)
 
 TEST(TraceSession, TakesWhatTheStandardTakes)
 {
-    constexpr char kTrace[] = "0af7651916cd43dd8448eb211c80319c";
-    std::string const ids = std::string(kTrace) + "-b7ad6b7169203331";
-    std::string const good = "trace=" + ids;
-    struct
-    {
-        std::string mText;
-        std::string mExpected;
-    } const cases[] = {
-        {"00-" + ids + "-01", good},
-        {"00-" + ids + "-01-", ""},
-        {"cc-" + ids + "-00", good},
-        {"cc-" + ids + "-00-what the future brings", good},
-        {"cc-" + ids + "-00.what", ""},
-        {"ff-" + ids + "-00", ""},
-        {"0g-" + ids + "-00", ""},
-        {"00-" + ids + "-0", ""},
-        {"00-" + ids + "-0x", ""},
-        {"00-0AF7651916CD43DD8448EB211C80319C-b7ad6b7169203331-01", ""},
-        {"00-00000000000000000000000000000000-b7ad6b7169203331-01", ""},
-        {"00-" + std::string(kTrace) + "-0000000000000000-01", ""},
-        {"00 " + ids + "-01", ""},
-        {"", ""},
-    };
-    for (auto const& [text, expected] : cases)
-        EXPECT_EQ(TraceSession(text), expected) << text;
+    std::string const trace = "0af7651916cd43dd8448eb211c80319c";
+    std::string const ids = trace + "-b7ad6b7169203331";
+    EXPECT_EQ(TraceSession("00-" + ids + "-01"), "trace=" + ids);
+    EXPECT_EQ(TraceSession("cc-" + ids + "-00-what the future brings"), "trace=" + ids);
+    std::string const bad[] = {"00-" + ids + "-01-", "cc-" + ids + "-00.what", "ff-" + ids + "-00", "0g-" + ids + "-00",
+        "00-" + ids + "-0", "00-" + ids + "-0x", "00-0AF7651916CD43DD8448EB211C80319C-b7ad6b7169203331-01",
+        "00-" + std::string(32, '0') + "-b7ad6b7169203331-01", "00-" + trace + "-0000000000000000-01",
+        "00 " + ids + "-01", ""};
+    for (std::string const& text : bad)
+        EXPECT_EQ(TraceSession(text), "") << text;
 }

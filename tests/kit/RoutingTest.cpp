@@ -46,6 +46,20 @@ protected:
         mRouting.Reload();
     }
 
+    void ExpectFault(std::string const& settings, unsigned int line, std::string const& key)
+    {
+        try
+        {
+            Apply(settings);
+            FAIL() << "no fault";
+        }
+        catch (QzLogKit::SettingsError const& error)
+        {
+            EXPECT_EQ(error.GetFaults().at(0).mLine, line);
+            EXPECT_EQ(error.GetFaults().at(0).mKey, key);
+        }
+    }
+
     /// The last words of the line of the description that begins with these.
     std::string GetRoute(std::string const& name) const
     {
@@ -107,14 +121,15 @@ TEST_F(KitRouting, SettingsReachTheProcessItsDestinationsAndItsLoggers)
              {"(no text in the catalog) x", 1}})
         EXPECT_EQ(CountLines(german, text), inGerman) << text;
 
+    auto const settingsOf = [](char const* name)
+    {
+        auto const file = QzLog::GetDestination_DiskFile(QzTest::Wide(name));
+        return std::vector<unsigned int>{
+            file->GetMaxFileSize(), file->GetBackupCount(), file->GetRecovery(), file->GetRetryInterval()};
+    };
+    EXPECT_EQ(settingsOf("de.log"), (std::vector<unsigned int>{77777, 5, QzLog::kRecoveryBasic, 7}));
+    EXPECT_EQ(settingsOf("en.log"), (std::vector<unsigned int>{88888, 1, QzLog::kRecoveryStrict, 300}));
     auto const file = QzLog::GetDestination_DiskFile(QzTest::Wide("de.log"));
-    EXPECT_EQ(file->GetMaxFileSize(), 77777u);
-    EXPECT_EQ(file->GetBackupCount(), 5u);
-    EXPECT_EQ(file->GetRecovery(), QzLog::kRecoveryBasic);
-    EXPECT_EQ(file->GetRetryInterval(), 7u);
-    auto const fallback = QzLog::GetDestination_DiskFile(QzTest::Wide("en.log"));
-    EXPECT_EQ(fallback->GetMaxFileSize(), 88888u);
-    EXPECT_EQ(fallback->GetRecovery(), QzLog::kRecoveryStrict);
 
     // What is left out returns to what it was without settings.
     Reload("{}");
@@ -217,39 +232,37 @@ TEST_F(KitRouting, ReloadsUnderLoadLoseNothing)
     constexpr int threadCount = 4;
     constexpr int messageCount = 150;
     std::atomic<int> running = threadCount;
-    std::vector<std::thread> threads;
     std::vector<RouterPtr> routers(threadCount * messageCount);
-    for (int thread = 0; thread < threadCount; ++thread)
-        threads.emplace_back(
-            [&, thread]
-            {
-                RouterPtr const kept(QzLog::CreateRouter("Kept", "Info"));
-                for (int i = 0; i < messageCount; ++i)
-                {
-                    RouterPtr& created = routers[static_cast<std::size_t>(thread * messageCount + i)];
-                    // Two threads create each of them at once.
-                    created =
-                        QzLog::CreateRouter(("New" + std::to_string(thread / 2)).c_str(), std::to_string(i).c_str());
-                    QzLog::Log(*kept, "<%1>", i);
-                    QzLog::Log(*created, "<%1>", i);
-                }
-                --running;
-            });
-    std::thread other(
-        [&]
-        {
-            while (running > 0)
-                mRouting.Reload();
-        });
-    for (int i = 0; running > 0; ++i)
+    auto const log = [&](int thread)
     {
-        Put("next", makeSettings(i % 2 ? "a" : "b"));
-        std::filesystem::rename("next", "settings.json");
-        mRouting.Reload();
+        RouterPtr const kept(QzLog::CreateRouter("Kept", "Info"));
+        for (int i = 0; i < messageCount; ++i)
+        {
+            // Two threads create each of them at once.
+            RouterPtr& created = routers[static_cast<std::size_t>(thread * messageCount + i)];
+            created = QzLog::CreateRouter(("New" + std::to_string(thread / 2)).c_str(), std::to_string(i).c_str());
+            QzLog::Log(*kept, "<%1>", i);
+            QzLog::Log(*created, "<%1>", i);
+        }
+        --running;
+    };
+    {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < threadCount; ++thread)
+            threads.emplace_back(log, thread);
+        threads.emplace_back(
+            [&]
+            {
+                while (running > 0)
+                    mRouting.Reload();
+            });
+        for (int i = 0; running > 0; ++i)
+        {
+            Put("next", makeSettings(i % 2 ? "a" : "b"));
+            std::filesystem::rename("next", "settings.json");
+            mRouting.Reload();
+        }
     }
-    for (std::thread& thread : threads)
-        thread.join();
-    other.join();
     std::string const logs = Get("a") + Get("b");
     for (int i = 0; i < messageCount; ++i)
         ASSERT_EQ(CountLines(logs, '<' + std::to_string(i) + '>'), 2 * threadCount) << i;
@@ -296,22 +309,11 @@ TEST_F(KitRouting, LossesAreReportedAsTheFileSaysOrToTheProgramsObserver)
 
 TEST_F(KitRouting, TheTopicKeepsTheNameThatItHas)
 {
-    auto const apply = [&](std::string const& topic)
-    { Apply("{\"server\": \"s\",\n\"kafka\": {\"topic\": \"" + topic + "\"}}"); };
     // Another test of this process may have named it.
     std::string topic = QzTest::Narrow(QzLog::GetKafkaTopic());
     if (topic.empty())
-        apply(topic = "own");
-    try
-    {
-        apply("other");
-        FAIL() << "no fault";
-    }
-    catch (QzLogKit::SettingsError const& error)
-    {
-        EXPECT_EQ(error.GetFaults().at(0).mLine, 2u);
-        EXPECT_EQ(error.GetFaults().at(0).mKey, "kafka.topic");
-    }
+        Apply("{\"server\": \"s\", \"kafka\": {\"topic\": \"" + (topic = "own") + "\"}}");
+    ExpectFault("{\"server\": \"s\",\n\"kafka\": {\"topic\": \"other\"}}", 2, "kafka.topic");
     Apply(R"({"server": "s", "kafka": {}})");
     EXPECT_NE(mRouting.Describe().find("topic " + topic + '\n'), std::string::npos);
 }
@@ -331,31 +333,12 @@ TEST_F(KitRouting, AForkDuringAReloadLeavesTheChildAUsableObject)
 #ifdef QZLOG_WITH_KAFKA
 TEST_F(KitRouting, APropertyThatTheKafkaClientRefusesIsAFaultAtItsLine)
 {
-    // The client names the property in quotes, and does not, and none.
-    struct
-    {
-        char const* mProperty;
-        unsigned int mLine;
-        char const* mKey;
-    } const cases[] = {{R"("compresion.codec": "lz4")", 4, "kafka.client.compresion.codec"},
-        {R"("message.timeout.ms": 3)", 4, "kafka.client.message.timeout.ms"},
-        {R"("security.protocol": "sasl_plaintext", "sasl.mechanism": "PLAIN")", 2, "kafka.client"}};
-    for (auto const& [property, line, key] : cases)
-    {
-        Put("settings.json",
-            "{\"server\": \"s\", \"kafka\": {\"client\":\n{\"bootstrap.servers\": \"k\",\n\"linger.ms\": 5,\n" +
-                std::string(property) + "}}}");
-        try
-        {
-            mRouting.Apply("settings.json");
-            FAIL() << "no fault";
-        }
-        catch (QzLogKit::SettingsError const& error)
-        {
-            EXPECT_EQ(error.GetFaults().at(0).mLine, line);
-            EXPECT_EQ(error.GetFaults().at(0).mKey, key);
-        }
-    }
+    std::string const start =
+        "{\"server\": \"s\", \"kafka\": {\"client\":\n{\"bootstrap.servers\": \"k\",\n\"linger.ms\": 5,\n";
+    // The client names the property in quotes, without, and not at all.
+    ExpectFault(start + R"("compresion.codec": "lz4"}}})", 4, "kafka.client.compresion.codec");
+    ExpectFault(start + R"("message.timeout.ms": 3}}})", 4, "kafka.client.message.timeout.ms");
+    ExpectFault(start + R"("security.protocol": "sasl_plaintext", "sasl.mechanism": "PLAIN"}}})", 2, "kafka.client");
     EXPECT_EQ(QzLog::GetServerInstanceName().size(), 0u);
 }
 #endif
