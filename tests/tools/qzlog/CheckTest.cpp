@@ -120,12 +120,14 @@ namespace
     {
         std::string content = "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n" +
                               MakeRecord("03:00:00.000", "starts and is silent", "99");
-        for (int i = 10000; i < 30000; ++i)
-            content += MakeRecord(
-                "03:00:" + std::to_string(i / 1000) + '.' + std::to_string(1000 + i % 1000).substr(1), "long", "21");
+        for (int i = 0; i < 150'000; ++i)
+            content +=
+                MakeRecord("03:0" + std::to_string(i / 60'000) + ':' + std::to_string(100 + i / 1000 % 60).substr(1) +
+                               '.' + std::to_string(1000 + i % 1000).substr(1),
+                    "long");
         Put("long.log", content);
         Put("long.log.bak00", content);
         Check({{"qzlog check long.log", "long.log:2: note: the records of long.log.bak00 stand here once more\n"
-                                        "long.log: 2 files, 40002 records, 0 faults, 0 messages missed\n"}});
+                                        "long.log: 2 files, 300002 records, 0 faults, 0 messages missed\n"}});
     }
 }

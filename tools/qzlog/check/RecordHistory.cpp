@@ -9,7 +9,7 @@ namespace QzLogTool
     namespace
     {
         constexpr std::size_t kThreads = std::size_t{1} << 14;
-        constexpr std::size_t kGroups = std::size_t{1} << 14;
+        constexpr std::size_t kGroups = std::size_t{1} << 18;
 
         /// Never 0, which stands for nothing.
         std::uint64_t Hash(std::string_view text)

@@ -10,8 +10,8 @@
 
 namespace QzLogTool
 {
-    /// What came earlier in a log: the last time of each thread, and each record. It takes 2 MB whatever the log, so
-    /// it forgets some of what was long ago, and then finds less.
+    /// What came earlier in a log: the last time of each thread, and each record. It takes 17 MB whatever the log,
+    /// so it forgets some of what was more than 500,000 records ago, and then finds less.
     class RecordHistory
     {
     public:
