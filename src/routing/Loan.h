@@ -66,8 +66,8 @@ namespace QzLog
         }
 
     private:
-        // Two for a log call, and two more for a log call that a destination makes within it.
-        static constexpr std::size_t kPlaces = 4;
+        // Three for a log call, and three more for a log call that a destination makes within it.
+        static constexpr std::size_t kPlaces = 6;
 
         /// The places of one thread, or of several that share them.
         struct Record
@@ -172,6 +172,9 @@ namespace QzLog
             }
             Count(source, lock);
         }
+
+        /// Has a counted reference, or nothing.
+        explicit Loan(QzBase::ReturnPtrI<T> object) noexcept : mpObject(object.release()) {}
 
         ~Loan()
         {

@@ -1,5 +1,6 @@
 #include "routing/LogCall.h"
 
+#include "routing/Router_Impl.h"
 #include "support/resource/ThreadRings.h"
 
 #include <QzResource/Localizer.h>
@@ -37,12 +38,12 @@ namespace QzLog
           mLocation(location),
           mMessageID(messageID),
           mFormatter(&formatter),
-          mpCatalog(router.GetMessageCatalog())
+          mCatalog(Router_Impl::BorrowMessageCatalog(router))
     {
-        if (mpCatalog)
+        if (mCatalog)
         {
             mpText = formatter.Format(
-                mpCatalog->GetMessageTemplate(messageID, QzResource::GetProcessLanguageID(), catalogContext));
+                mCatalog->GetMessageTemplate(messageID, QzResource::GetProcessLanguageID(), catalogContext));
             return;
         }
         std::string text = NameOfID(messageID);
@@ -53,10 +54,13 @@ namespace QzLog
 
     [[gnu::noinline]] IDCall::IDCall(
         Router& router, unsigned int messageID, char const* catalogContext, SourceLocation const& location)
-        : mRouter(router), mLocation(location), mMessageID(messageID), mpCatalog(router.GetMessageCatalog())
+        : mRouter(router),
+          mLocation(location),
+          mMessageID(messageID),
+          mCatalog(Router_Impl::BorrowMessageCatalog(router))
     {
-        mString = mpCatalog ? mpCatalog->GetMessageString(messageID, QzResource::GetProcessLanguageID(), catalogContext)
-                            : QzBase::ReturnString(NameOfID(messageID));
+        mString = mCatalog ? mCatalog->GetMessageString(messageID, QzResource::GetProcessLanguageID(), catalogContext)
+                           : QzBase::ReturnString(NameOfID(messageID));
         mpText = mString.c_str();
     }
 

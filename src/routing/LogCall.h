@@ -1,6 +1,7 @@
 #pragma once
 
 #include "routing/ErrnoGuard.h"
+#include "routing/Loan.h"
 
 #include <QzBase/CountedPtr.h>
 #include <QzBase/ReturnString.h>
@@ -69,7 +70,7 @@ namespace QzLog
         SourceLocation mLocation;
         unsigned int mMessageID;
         FormatterOfCall const mFormatter;
-        QzBase::ReturnPtrI<MessageCatalog> mpCatalog;
+        Loan<MessageCatalog> const mCatalog;
         QzBase::ReturnString mString;
         char const* mpText;
     };

@@ -121,7 +121,7 @@ namespace QzLog
 
     QzBase::ReturnPtrI<MessageCatalog> Logger_Impl::GetMessageCatalog()
     {
-        return QzBase::ReturnPtrI<MessageCatalog>(Loan<MessageCatalog>(mCatalog, *mpLock).get());
+        return QzBase::ReturnPtrI<MessageCatalog>(BorrowMessageCatalog().get());
     }
 
     QZLOG_CALL_FRAME void Logger_Impl::LogText(unsigned short handle, char const* text, unsigned int messageID,

@@ -39,6 +39,9 @@ namespace QzLog
 
         void OnLastRelease() override;
 
+        /// The catalog for one call. Takes no lock.
+        Loan<MessageCatalog> BorrowMessageCatalog() const { return Loan<MessageCatalog>(mCatalog, *mpLock); }
+
     private:
         class CallbackProxy;
         class Arrival;

@@ -2,10 +2,13 @@
 
 #include "message/CallFrame.h"
 #include "routing/HandleCallback.h"
+#include "routing/Logger_Impl.h"
 #include "support/synch/ForkSafeLocks.h"
 
 #include <QzLog/Dispatcher.h>
 #include <QzSynch/CallbackProxyImpl.h>
+
+#include <typeinfo>
 
 namespace QzLog
 {
@@ -85,6 +88,14 @@ namespace QzLog
     QzBase::ReturnPtrI<MessageCatalog> Router_Impl::GetMessageCatalog()
     {
         return mpLogger->GetMessageCatalog();
+    }
+
+    Loan<MessageCatalog> Router_Impl::BorrowMessageCatalog(Router& router)
+    {
+        if (typeid(router) != typeid(Router_Impl)) [[unlikely]]
+            return Loan<MessageCatalog>(router.GetMessageCatalog());
+        // The module makes no other loggers.
+        return static_cast<Logger_Impl&>(*static_cast<Router_Impl&>(router).mpLogger).BorrowMessageCatalog();
     }
 
     QZLOG_CALL_FRAME void Router_Impl::LogAndUpdateMessage(QzBase::Message& message)

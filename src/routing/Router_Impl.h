@@ -1,6 +1,9 @@
 #pragma once
 
+#include "routing/Loan.h"
+
 #include <QzLog/Logger.h>
+#include <QzLog/MessageCatalog.h>
 #include <QzLog/Router.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
@@ -23,6 +26,10 @@ namespace QzLog
             int lineNumber, std::string& headerJson) override;
 
         void OnLastRelease() override;
+
+        /// The catalog of a router for one call. Of a router of this class it is no counted reference: all threads that
+        /// log by message IDs would write to that count.
+        static Loan<MessageCatalog> BorrowMessageCatalog(Router& router);
 
     private:
         class CallbackProxy;

@@ -49,8 +49,8 @@ namespace
 
 TEST(Loan, KeepsWhatWasReplacedUntilItsEndAndNoLonger)
 {
-    // With one to four loans each has a place; the fifth and sixth are counted.
-    for (std::size_t const loans : {1u, 4u, 6u})
+    // With one to six loans each has a place; the seventh and eighth are counted.
+    for (std::size_t const loans : {1u, 6u, 8u})
     {
         SCOPED_TRACE(loans);
         std::optional<Owner> owner(std::in_place);
@@ -60,7 +60,7 @@ TEST(Loan, KeepsWhatWasReplacedUntilItsEndAndNoLonger)
             loan.emplace(owner->mObject, *owner->mpLock);
         open.front().reset(); // one that is over by then gets no reference
 
-        if (loans == 4)
+        if (loans == 6)
             owner.reset();
         else
             owner->Replace(nullptr);
