@@ -81,7 +81,7 @@ namespace QzLog
 
     void Destination_DiskFile_Impl::SetRecovery(Recovery recovery)
     {
-        Hold const hold(*this);
+        Change const change(*this);
         LogRecovery* const pChosen = recovery == kRecoveryStrict ? static_cast<LogRecovery*>(&mStrict) : &mBasic;
         if (pChosen == mpRecovery)
             return;
@@ -118,7 +118,7 @@ namespace QzLog
 
     void Destination_DiskFile_Impl::SetFilePath(unsigned short const* path)
     {
-        Hold const hold(*this);
+        Change const change(*this);
         if (mLog.mPath == path)
             return;
         mLog.mPath = path;

@@ -63,6 +63,10 @@ namespace QzLog
         /// Leaves the lock on the file held only for a thread that comes next.
         using Hold = Stay<QzSynch::ForkableSection::Hold, &LogFile::ReleaseUnlessAwaited>;
 
+        /// A change of settings. Always releases the lock on the file, since no record of it counts against the limits
+        /// within which that lock is passed on.
+        using Change = Stay<QzSynch::ForkableSection::Hold, &LogFile::Release>;
+
         /// A mere look at the settings. Always releases the lock on the file: threads that look again and again, each
         /// awaited by another, would keep it for ever, while nobody writes.
         using Look = Stay<QzSynch::ForkableSection::Look, &LogFile::Release>;

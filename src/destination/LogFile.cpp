@@ -9,6 +9,8 @@
 
 #include <utility>
 
+// tests/models/FileLock.pml is a model of how threads pass the lock on.
+
 namespace QzLog
 {
     namespace

@@ -189,26 +189,6 @@ TEST(RWLock, LetsAReaderGoBeforeLaterWriters)
     EXPECT_GT(soon, 25);
 }
 
-TEST(ForkSafeLocks, AreFreeInTheChildAndServeTheirClientThere)
-{
-    struct Client final : ForkHold::Client
-    {
-        void GoOnInForkedChild() noexcept override { ++mCalls; }
-        int mCalls = 0;
-    } client;
-    CriticalSectionPtr const lock(CreateForkSafeSection(kAnyCategory, ForkHold::kFile, &client));
-    RWLockPtr const inner(CreateForkSafeRWLock(kAnyCategory, Readers::kRare));
-    ExpectInChildrenOfBusyParent(
-        20, [&] { RWLock::ReadSmartLock const alone(*inner); },
-        [&]
-        {
-            CriticalSection::SmartLock const outside(*lock);
-            RWLock::WriteSmartLock const inside(*inner);
-            return client.mCalls == 1;
-        });
-    EXPECT_EQ(client.mCalls, 0);
-}
-
 TEST(ForkableSection, KeepsHoldersApartAlsoInGapsWhichForksPass)
 {
     struct Client final : ForkableSection::Client
