@@ -13,7 +13,9 @@ bool gIsChild = false;
 
 /* Of a thread's own process: Watch is number 0. */
 #define me (_pid - 1)
+#ifndef EXISTS
 #define EXISTS(thread) (gIsChild -> thread >= FORKER : thread <= FORKER)
+#endif
 
 /* std::mutex, which is taken to be right. */
 inline Lock(mutex)

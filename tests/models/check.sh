@@ -33,7 +33,7 @@ search() {
 
 switches() { grep -o "\b$1_[A-Z_]*" "$2" | sort -u || true; }
 
-[ $# -ne 0 ] || set -- ConvoyFreeMutex Loan ModulePin RWLock
+[ $# -ne 0 ] || set -- ConvoyFreeMutex FileLock Loan ModulePin RWLock
 for name in "$@"; do
     model=$folder/$name.pml
     cp Threads.pml "$work"
