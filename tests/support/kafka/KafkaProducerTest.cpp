@@ -182,7 +182,7 @@ TEST_F(KafkaProducerTest, ARefusedTopicIsTriedOnceInTenSecondsUntilARecordIsDeli
 {
     KafkaClient::TopicLosses& losses = KafkaClient::GetTopicLosses(u"diag"_w);
     losses.Take();
-    KafkaClient::Initializer const client;
+    std::optional<KafkaClient::Initializer> client(std::in_place);
     KafkaProducer::Configure(mProperties);
     for (std::uint64_t refused = 1; refused <= 2; ++refused)
     {
@@ -204,6 +204,9 @@ TEST_F(KafkaProducerTest, ARefusedTopicIsTriedOnceInTenSecondsUntilARecordIsDeli
     EXPECT_EQ(taken.mCount, 2u);
     EXPECT_EQ(taken.mReason, "Broker: Message size too large");
     EXPECT_EQ(losses.Take().mCount, 0u);
+    EXPECT_TRUE(Send("delivered by the end"));
+    client.reset();
+    EXPECT_EQ(GetDelivered(), 5u);
 }
 
 TEST_F(KafkaProducerTest, AResolverThatDoesNotAnswerHoldsUpTheEndAlone)
