@@ -110,9 +110,9 @@ TEST_F(KitRouting, SettingsReachTheProcessItsDestinationsAndItsLoggers)
         "routes": {"*": ["de", "en"]}})");
     RouterPtr const router(QzLog::CreateRouter("Kernel", "Info"));
     QzLog::Log(*router, 0x80000304u, 1);
+    QzLog::Log(*router, QzBase::Message(17, static_cast<int>(0x80000304), "neither") << 3);
     QzResource::SetProcessLanguageID(0x0407);
     QzLog::Log(*router, 0x80000304u, 2);
-    QzLog::Log(*router, QzBase::Message(17, static_cast<int>(0x80000304), "neither") << 3);
     QzLog::Log(*router, 4u, "x");
 
     std::string const german = Get("logs/de.log");
