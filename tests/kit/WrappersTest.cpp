@@ -26,6 +26,7 @@ using QzBase::CountedPtr;
 namespace
 {
     constexpr std::chrono::hours kLong{24};
+    constexpr int kDay = 24 * 60 * 60;
 
     struct WrapperTest : QzTest::TemporaryFolder
     {
@@ -34,8 +35,9 @@ namespace
         {
             for (int const second : seconds)
             {
-                char time[40];
-                std::snprintf(time, sizeof(time), "2026-11-18 03:%02d:%02d.000-05:00", second / 60, second % 60);
+                char time[64];
+                std::snprintf(time, sizeof(time), "2026-11-%d 03:%02d:%02d.000-05:00", 18 + second / kDay,
+                    second % kDay / 60, second % 60);
                 QzLog::Timestamp_Impl stamp;
                 stamp.FromISO8601String(time);
                 mpHeader->SetTimestamp(stamp);
@@ -109,6 +111,9 @@ TEST_F(WrapperTest, ARateLimitSaysWhatItHeldBackBeforeTheFirstMessageAfterThePer
     // A clock that is set back by more than a period ends it too.
     Write(*limit, "A", {149, 148, 89});
     EXPECT_EQ(TakeTexts(), "A|Held back 1 message of 0x00000001 since 2026-11-18 03:02:28.000-05:00|A|");
+    // As does the same time on another day.
+    Write(*limit, "A", {89, 90, 90 + kDay});
+    EXPECT_EQ(TakeTexts(), "A|Held back 1 message of 0x00000001 since 2026-11-18 03:01:30.000-05:00|A|");
 }
 
 TEST_F(WrapperTest, ARateLimitCountsEachKindForItself)
