@@ -80,11 +80,12 @@ namespace QzLogKit
     /// With a domain, the texts are also registered for the structured messages of that domain. A catalog without the
     /// language that is asked for gives the same language of another country, then English, then its first.
     ///
-    /// Kafka. "client" has librdkafka's properties, with texts, numbers, true or false as values. "enabled" switches
-    /// the feature "KS/SLMS"; it is true if it is left out. "topic" is the topic of records (SetKafkaTopic); without
-    /// it, the name follows from the computer and the server, see Destination_KafkaLog. Once the topic has a name, it
-    /// keeps it until the process is started again: another "topic" is then a fault, another server changes nothing.
-    /// With "publishSettings" the settings, without the section "kafka", are published by UpdateLogRegistryStr.
+    /// Kafka. "client" has librdkafka's properties, with texts, numbers, true or false as values, and must have
+    /// "bootstrap.servers". "enabled" switches the feature "KS/SLMS"; it is true if it is left out. "topic" is the
+    /// topic of records (SetKafkaTopic); without it, the name follows from the computer and the server, see
+    /// Destination_KafkaLog. Once the topic has a name, it keeps it until the process is started again: another "topic"
+    /// is then a fault, another server changes nothing. With "publishSettings" the settings, without the section
+    /// "kafka", are published by UpdateLogRegistryStr.
     ///
     /// A value of the process (server, base path, language, Kafka) that the file leaves out stays as the program has
     /// set it. If an earlier file of this object has set it, it returns to the core's default.
