@@ -34,7 +34,7 @@ namespace QzLog
         {
             if (text.size() > mBuffer.size() || mBuffer.size() > QzBase::kKeptBytes) [[unlikely]]
                 return Reallocate(text);
-            std::memmove(mBuffer.data(), text.data(), text.size());
+            std::char_traits<char>::move(mBuffer.data(), text.data(), text.size());
             mBuffer[text.size()] = '\0';
             mLength = text.size();
         }
