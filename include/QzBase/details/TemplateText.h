@@ -2,9 +2,26 @@
 
 #include <cstddef>
 #include <string>
+#include <type_traits>
 
 namespace QzBase
 {
+    /// The next "%", or `end`.
+    template <class Character>
+    constexpr Character const* FindPercent(Character const* text, Character const* end)
+    {
+        if (std::is_constant_evaluated())
+        {
+            // g++ with -fsanitize=undefined compares no address with null at compile time.
+            while (text != end && *text != '%')
+                ++text;
+            return text;
+        }
+        Character const* const found =
+            std::char_traits<Character>::find(text, static_cast<std::size_t>(end - text), Character('%'));
+        return found ? found : end;
+    }
+
     /// Expands "%1" to "%99" and "%%" in a template, for narrow and wide characters, also at compile time. The
     /// only code that reads templates. It works in one pass, so text that an argument brings is not expanded.
     ///
@@ -18,10 +35,9 @@ namespace QzBase
         auto const isDigit = [](Character c) { return c >= '0' && c <= '9'; };
         Character const* const end = text + length;
         Character const* pending = text;
-        while (Character const* const percent =
-                   std::char_traits<Character>::find(text, static_cast<std::size_t>(end - text), Character('%')))
+        while ((text = FindPercent(text, end)) != end)
         {
-            text = percent + 1;
+            Character const* const percent = text++;
             if (text == end)
                 break;
             if (*text == '%')
