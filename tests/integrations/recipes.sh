@@ -65,7 +65,7 @@ container()
     in_namespaces --pid --uts --fork
     block container.json
     requests | unshare --pid --uts --fork sh -c 'hostname pod-1; exec "$@"' - "$server" "$work/container.json" \
-        2>"$work/err.txt"
+        2>"$work/err.txt" || fail "the server fails"
     [ "$(grep -c '\[HOST:pod-1\].*\[PID:1\]' "$work/err.txt")" = 3 ] || fail "standard error has not the records"
 }
 
