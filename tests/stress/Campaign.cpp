@@ -1,8 +1,6 @@
 #include "Campaign.h"
 
 #include "Checker.h"
-#include "Flood.h"
-#include "Hostile.h"
 #include "Shared.h"
 #include "Table.h"
 #include "support/OwnMounts.h"

@@ -6,16 +6,13 @@
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string_view>
 #include <vector>
 
 namespace
 {
-    constexpr std::string_view kHead("\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n");
     constexpr std::string_view kBehindTime(" [HOST:");
     constexpr int kMostFaultsShown = 20;
 
@@ -69,20 +66,13 @@ namespace
             std::map<std::uint64_t, unsigned int> mCut;
         };
 
-        static std::string Read(std::filesystem::path const& path)
-        {
-            std::ostringstream content;
-            content << std::ifstream(path, std::ios::binary).rdbuf();
-            return content.str();
-        }
-
         /// All that stands anywhere; last the copies that a roll-over has not put into their places.
         static std::vector<File> ReadKept(Place const& place)
         {
             std::vector<File> files;
             for (auto const& entry : std::filesystem::recursive_directory_iterator(place.mTop))
                 if (!entry.is_symlink() && entry.is_regular_file())
-                    files.push_back({entry.path().string(), Read(entry.path())});
+                    files.push_back({entry.path().string(), ReadFile(entry.path())});
             std::partition(
                 files.begin(), files.end(), [](File const& file) { return !file.mName.ends_with(".bak~n"); });
             return files;

@@ -1,4 +1,4 @@
-#include "Flood.h"
+#include "Campaign.h"
 
 #include "Record.h"
 
@@ -13,10 +13,10 @@
 #include <barrier>
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 #include <thread>
 #include <vector>
 
+#include <malloc.h>
 #include <unistd.h>
 
 namespace
@@ -56,9 +56,7 @@ namespace
         std::uint64_t gaps = 0;
         for (int backup = kFiles - 1; backup >= 0; --backup)
         {
-            std::ostringstream content;
-            content << std::ifstream(backup ? path + ".bak0" + std::to_string(backup - 1) : path).rdbuf();
-            std::string const text = content.str();
+            std::string const text = ReadFile(backup ? path + ".bak0" + std::to_string(backup - 1) : path);
             for (std::size_t at = text.find(kRecordMark); at != text.npos; at = text.find(kRecordMark, at + 1))
             {
                 RecordNumber number{};
@@ -68,14 +66,17 @@ namespace
                 before = number.mSequence;
             }
         }
+        // Of those that ended early nothing is kept.
         for (std::uint64_t const sequence : last)
-            gaps += share - sequence;
+            gaps += sequence == 0 ? 0 : share - sequence;
         return gaps;
     }
 }
 
 void RunFlood(std::filesystem::path const& top, std::uint64_t records, Row& row)
 {
+    // Otherwise each thread's own heap fills up by and by.
+    mallopt(M_ARENA_MAX, 1);
     std::uint64_t const share = records / kThreads;
     std::string const path = top / "flood.log";
     QzLog::Initializer const module;

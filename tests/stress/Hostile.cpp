@@ -1,4 +1,4 @@
-#include "Hostile.h"
+#include "Campaign.h"
 
 #include "Record.h"
 
@@ -15,7 +15,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <random>
-#include <sstream>
 
 #include <pty.h>
 #include <sys/wait.h>
@@ -25,9 +24,7 @@ using namespace std::string_literals;
 
 namespace
 {
-    std::string const kHead = "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n";
-
-    std::string const kPieces[] = {kHead, "\x1B]0;title\a", "\x1B[2J\x1B[31m",
+    std::string const kPieces[] = {std::string(kHead), "\x1B]0;title\a", "\x1B[2J\x1B[31m",
         "\x9B"
         "6n",
         "\xC2\x9B"
@@ -56,13 +53,6 @@ namespace
             });
     }
 
-    std::string Read(std::string const& path)
-    {
-        std::ostringstream content;
-        content << std::ifstream(path, std::ios::binary).rdbuf();
-        return content.str();
-    }
-
     class Reader
     {
     public:
@@ -78,7 +68,7 @@ namespace
             std::size_t const count = WriteLog();
             std::string all;
             for (int backup = kBackups; backup >= 0; --backup)
-                all += Read(Name(backup)).erase(0, kHead.size());
+                all += ReadFile(Name(backup)).erase(0, kHead.size());
             std::string const shown = Show(all, "view");
             std::size_t found = 0;
             for (std::size_t at = shown.find(kRecordMark); at != shown.npos; at = shown.find(kRecordMark, at + 1))
@@ -87,7 +77,7 @@ namespace
             mSum.mLost += count - std::min(count, found);
             for (int backup = kBackups; backup >= 0; --backup)
                 Damage(Name(backup));
-            std::string const damaged = Read(Name(0));
+            std::string const damaged = ReadFile(Name(0));
             Show(damaged.substr(damaged.starts_with(kHead) ? kHead.size() : 0), "view --no-backups");
             std::filesystem::rename(Name(kBackups), Name(kBackups) + ".gz");
             for (char const* const command : kCommands)
@@ -138,7 +128,7 @@ namespace
 
         void Damage(std::string const& path)
         {
-            std::string text = Read(path);
+            std::string text = ReadFile(path);
             for (std::uint64_t steps = mRandom() % 20; steps != 0; --steps)
             {
                 std::size_t const at = mRandom() % (text.size() + 1);

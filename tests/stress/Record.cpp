@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <random>
+#include <sstream>
 
 namespace
 {
@@ -42,6 +44,13 @@ std::string MakeFileText(RecordNumber const& number, std::uint64_t seed)
     for (char const c : MakeBody(number, seed))
         c == '\n' ? text += "\r\n" : text += c;
     return text += "\r\n";
+}
+
+std::string ReadFile(std::filesystem::path const& path)
+{
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return content.str();
 }
 
 bool ReadNumber(char const* text, std::size_t length, RecordNumber& number)

@@ -6,6 +6,7 @@
 #include "KafkaChecker.h"
 #include "KafkaFaults.h"
 #include "KafkaWriter.h"
+#include "Record.h"
 #include "Run.h"
 #include "Shared.h"
 #include "Table.h"
@@ -13,8 +14,6 @@
 #include <CLI/CLI.hpp>
 
 #include <atomic>
-#include <fstream>
-#include <sstream>
 
 namespace
 {
@@ -56,11 +55,10 @@ namespace
                 }
                 ++row.mOutcome.mTries;
             });
-        std::ostringstream file;
-        file << std::ifstream(settings.mFolder + "/stress.log", std::ios::binary).rdbuf();
+        std::string const file = ReadFile(settings.mFolder + "/stress.log");
         Outcome& outcome = row.mOutcome;
         std::uint64_t const consumed =
-            CheckKafka(settings, *ledger, *figures, ledger->mStarted, broker.Consume(), file.str(), outcome);
+            CheckKafka(settings, *ledger, *figures, ledger->mStarted, broker.Consume(), file, outcome);
         outcome.mIsGood = outcome.mIsGood && !run.HasFailed();
         return consumed;
     }
