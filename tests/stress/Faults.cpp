@@ -2,7 +2,10 @@
 
 #include "Hosts.h"
 
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 
 #include <fcntl.h>
@@ -41,11 +44,13 @@ namespace
     /// Puts something at once in the place of the log.
     void ReplaceBy(Place& place, fs::path const& replacement)
     {
-        fs::path const kept = place.MakeName();
-        bool const isKept = link(place.mLog.c_str(), kept.c_str()) == 0;
-        fs::rename(replacement, place.mLog);
-        if (isKept)
-            place.NoteTaken(kept);
+        // In one step: a log that a writer has created meanwhile must be kept.
+        auto const rename = [&](unsigned int flags)
+        { return renameat2(AT_FDCWD, replacement.c_str(), AT_FDCWD, place.mLog.c_str(), flags) == 0; };
+        while (!rename(RENAME_EXCHANGE) && !rename(RENAME_NOREPLACE))
+            if (errno != EEXIST)
+                std::abort();
+        place.NoteTaken(replacement);
     }
 
     void ReplaceByFile(Place& place)
