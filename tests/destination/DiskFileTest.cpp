@@ -159,13 +159,21 @@ TEST_F(DiskFileTest, ThreadsPassTheLockOnTheFileOnForSomeRecords)
     std::atomic<int> leftBehind = 0;
     auto const look = [&](std::stop_token const& stop)
     {
-        for (int before; !stop.stop_requested(); leftBehind += rules.gIsHeld && rules.gLocks == before)
-            before = rules.gLocks, mpDestination->GetBackupCount(), mpDestination->SetRecovery(QzLog::kRecoveryBasic);
+        while (!stop.stop_requested())
+        {
+            int const before = rules.gLocks;
+            mpDestination->GetBackupCount();
+            mpDestination->SetRecovery(QzLog::kRecoveryBasic);
+            bool const isHeld = rules.gIsHeld;
+            leftBehind += isHeld && rules.gLocks == before;
+        }
     };
     for (int round = 0; round < 20; ++round)
     {
         {
-            std::jthread const looking[] = {std::jthread(look), std::jthread(look), std::jthread(look)};
+            std::vector<std::jthread> looking;
+            for (int i = 0; i < 3; ++i)
+                looking.emplace_back(look);
             for (int i = 0; i < 200; ++i)
                 Write("beside looks");
         }
