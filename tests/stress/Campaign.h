@@ -13,6 +13,7 @@ bool RunCampaigns(RunOptions const& options, WriterSettings const& settings, uns
 void RunFlood(std::filesystem::path const& top, std::uint64_t records, Row& row);
 
 /// Logs texts that steer terminals, break lines and forge records, damages the log, and reads both by the tool, again
-/// until the time is over. The tool must show all, end by itself, and send no control character to a terminal.
+/// until the time is over. The tool must show all that is undamaged, end by itself, and send no control character to a
+/// terminal.
 void RunHostile(
     std::filesystem::path const& top, std::string const& tool, unsigned int milliseconds, std::uint64_t seed, Row& row);

@@ -16,6 +16,7 @@
 #include <fstream>
 #include <random>
 
+#include <fcntl.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -77,8 +78,6 @@ namespace
             mSum.mLost += count - std::min(count, found);
             for (int backup = kBackups; backup >= 0; --backup)
                 Damage(Name(backup));
-            std::string const damaged = ReadFile(Name(0));
-            Show(damaged.substr(damaged.starts_with(kHead) ? kHead.size() : 0), "view --no-backups");
             std::filesystem::rename(Name(kBackups), Name(kBackups) + ".gz");
             for (char const* const command : kCommands)
                 Run(command);
@@ -179,7 +178,7 @@ namespace
             if (!expected.empty() && !expected.ends_with('\n'))
                 expected += '\n';
             std::string shown = Run(command);
-            if (shown != expected && !text.starts_with("\x1F\x8B"))
+            if (shown != expected)
                 Fault(command, "shows other bytes");
             return shown;
         }
@@ -191,6 +190,7 @@ namespace
             pid_t const id = forkpty(&terminal, nullptr, nullptr, nullptr);
             if (id == 0)
             {
+                dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
                 execl(mTool.c_str(), "qzlog", "view", "--no-pager", "--color=never", Name(0).c_str(), nullptr);
                 _exit(1);
             }
