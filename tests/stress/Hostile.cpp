@@ -190,6 +190,7 @@ namespace
             pid_t const id = forkpty(&terminal, nullptr, nullptr, nullptr);
             if (id == 0)
             {
+                // Not the tool's own bar of progress.
                 dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
                 execl(mTool.c_str(), "qzlog", "view", "--no-pager", "--color=never", Name(0).c_str(), nullptr);
                 _exit(1);
