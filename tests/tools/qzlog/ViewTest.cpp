@@ -179,7 +179,7 @@ namespace
             {"TERM=xterm PAGER='sed s/^/PAGED:/'", "view --user bob server.log", true, "PAGED:"},
             {"TERM=xterm", "view --json --user bob server.log", false, R"(\u001b[31m\ufffd\u009b\u007f\u00db")"},
             {"TERM=xterm", "check bad.log", false, "[HOST:^[[31m'"},
-            {"TERM=xterm PAGER=missing", "view -F start server.log", false, "pager could not be started"},
+            {"TERM=xterm PAGER=missing", "view -F start server.log", false, "missing: not found"},
         };
         for (auto const& testCase : cases)
         {
