@@ -166,11 +166,11 @@ namespace QzLogKit
         {
             DestinationSettings const& settings = destination.mSettings;
             if (settings.mTo.empty())
-                SetUp(*destination.mpCore, settings,
-                    std::ranges::any_of(before,
-                        [&](auto const& other) {
-                            return other.second.mpCore == destination.mpCore && other.second.mSettings.mReportsLosses;
-                        }));
+            {
+                auto const hasReportedLosses = [pCore = destination.mpCore.get()](auto const& other)
+                { return other.second.mpCore.get() == pCore && other.second.mSettings.mReportsLosses; };
+                SetUp(*destination.mpCore, settings, std::ranges::any_of(before, hasReportedLosses));
+            }
             auto* const selection = dynamic_cast<Destination_Selection*>(destination.mpWrapper.get());
             auto const found = before.find(name);
             // What the program has selected meanwhile stays, unless the file has changed.
