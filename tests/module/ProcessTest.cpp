@@ -1,9 +1,12 @@
+#include "os/Fork.h"
+#include "os/Restore.h"
 #include "root/ModuleAccess.h"
 #include "routing/CallPath.h"
 #include "support/ForkedChild.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <latch>
 #include <thread>
 
@@ -16,6 +19,19 @@ namespace
     struct ProcessTest : testing::Test, Module
     {
     };
+
+    constinit std::function<void()>* gpHostsHandler = nullptr;
+
+    // Before the library's, which are registered with the same priority but come later in the program.
+    [[gnu::constructor(101)]] void RegisterHostsHandlers()
+    {
+        auto const call = []
+        {
+            if (gpHostsHandler)
+                (*gpHostsHandler)();
+        };
+        pthread_atfork(call, call, call);
+    }
 }
 
 TEST_F(ProcessTest, EachThreadAndForkedChildLogsAsItself)
@@ -57,6 +73,48 @@ TEST_F(ProcessTest, TheModuleServesAndEndsInAChildWhoseParentIsAtWork)
         });
     gModuleInit.lockWord = 0;
     leave.count_down();
+}
+
+TEST_F(ProcessTest, LogCallsInAHandlerOfTheHostDoNothingAmidAFork)
+{
+    static int gOutputs = 0;
+    QzTest::Restore const restore;
+    QzOs::gCalls.mpWriteDebugOutput = [](unsigned short const*) { ++gOutputs; };
+    QzOs::gCalls.mpReportEvent = [](void*, unsigned short, unsigned int, unsigned short const*) { ++gOutputs; };
+    std::string const path = testing::TempDir() + "qzlog-amid-a-fork-" + std::to_string(getpid());
+    CountedPtr<Destination> const destinations[] = {GetDestination_DebugOutput(), GetDestination_SystemLog(),
+        GetDestination_DiskFile(QzBase::UTF8ToWideChar(path.c_str(), false).c_str())};
+    CountedPtr<Catalog> const catalog(new Catalog);
+    GetLogger()->SetMessageCatalog(catalog.get());
+    CmdLogTrace trace;
+    int calledAmid = 0;
+    std::function<void()> handler = [&]
+    {
+        calledAmid += QzOs::IsForking();
+        Log(mRouter);
+        LogMessage(mRouter, 7, GetMessageFormatter() << "x", "context", nullptr, nullptr, 0);
+        ScopeGuard const guard(mRouter, "S", "f", 1);
+        QzBase::Message message(QzBase::MESSAGE_DOMAIN_UNKNOWN, 1, "m");
+        mRouter.LogBaseMessage(message);
+        mRouter.LogAndUpdateMessage(message);
+        CountedPtr<MessageHeader> const header(CreateMessageHeader());
+        for (CountedPtr<Destination> const& destination : destinations)
+            destination->WriteMessage("direct", *header);
+        GetDestination_DebugOutput()->WriteString("direct");
+        trace.AddToLogTrace(1, 1, 1);
+        trace.CollectLogTrace();
+        SetDestinations(*MakeRouter("E")->GetDispatcher(), {});
+    };
+    gpHostsHandler = &handler;
+    auto const isLeftAlone = [&](int amid)
+    {
+        gpHostsHandler = nullptr;
+        return calledAmid == amid && gOutputs == 0 && mDestination.TakeTexts().empty() &&
+               std::filesystem::file_size(path) == 0 && (Log(mRouter), mDestination.TakeTexts() == "text ");
+    };
+    ExpectInChild([&] { return isLeftAlone(2); });
+    EXPECT_TRUE(isLeftAlone(2));
+    std::filesystem::remove(path);
 }
 
 TEST_F(ProcessTest, ACancelledThreadLeavesAScopeGuardAndEndsTheModuleFirst)

@@ -1,12 +1,9 @@
 #include <QzSynch/ThreadLocalStorage.h>
 
 #include "os/ThreadKey.h"
+#include "support/ForkedChild.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
 #include <barrier>
-#include <thread>
 
 namespace
 {
@@ -124,4 +121,32 @@ TEST(ThreadLocalStorage, DeletesWhatIsSetDuringAThreadsEnd)
         EXPECT_GT(gCounts.mMade, before);
         EXPECT_EQ(gCounts.mDeleted, gCounts.mMade);
     }
+}
+
+// The child of a fork has only the forking thread. It can use storages although another thread was changing
+// its values at that moment, and it leaves that thread's values alone.
+TEST(ThreadLocalStorage, WorksInTheChildOfAFork)
+{
+    Counts counts;
+    ThreadLocalStoragePtr storage(CreateThreadLocalStorage());
+    storage->SetValue(new Context(counts));
+    std::atomic<Context*> others = nullptr;
+    ExpectInChildrenOfBusyParent(
+        5,
+        [&]
+        {
+            if (!others)
+                others = new Context(counts);
+            storage->SetValue(others);
+        },
+        [&]
+        {
+            int const made = counts.mMade;
+            storage->SetValue(new Context(counts));
+            bool const isReplaced = counts.mDeleted == 1;
+            storage.reset();
+            return isReplaced && counts.mMade == made + 1 && counts.mDeleted == 2;
+        });
+    storage.reset();
+    EXPECT_EQ(counts.mDeleted, counts.mMade);
 }
