@@ -276,35 +276,35 @@ TEST_F(KitRouting, ReloadsUnderLoadLoseNothing)
 
 TEST_F(KitRouting, LossesAreReportedAsTheFileSaysOrToTheProgramsObserver)
 {
-    class Counter final : public QzSynch::Counted<QzLog::LossObserver>
+    struct Observer final : QzSynch::Counted<QzLog::LossObserver>
     {
-    public:
-        void OnLossesBegan(QzLog::LossRun const&) override { ++mCalls; }
-        void OnLossesReported(QzLog::LossRun const&) override { ++mCalls; }
+        explicit Observer(std::shared_ptr<int> life) : mLife(std::move(life)) {}
+        void OnLossesBegan(QzLog::LossRun const&) override {}
+        void OnLossesReported(QzLog::LossRun const&) override {}
 
-        int mCalls = 0;
+        std::shared_ptr<int> const mLife;
     };
-    QzBase::CountedPtr<Counter> const counter(new Counter);
-    auto const file = QzLog::GetDestination_DiskFile(QzTest::Wide("f"));
-    RouterPtr const router(QzLog::CreateRouter("Kernel", "Info"));
-    auto const callsWith = [&](std::string const& reportLosses)
+    struct Step
     {
-        Apply(R"({"destinations": {"f": {"type": "file", "path": "f", "retryInterval": 0, "reportLosses": ")" +
-              reportLosses + R"("}}, "routes": {"*": ["f"]}})");
-        counter->mCalls = 0;
-        std::filesystem::remove("f");
-        std::filesystem::create_directory("f");
-        QzLog::Log(*router, "lost");
-        std::filesystem::remove("f");
-        QzLog::Log(*router, "written");
-        return counter->mCalls;
+        char const* mType;
+        char const* mReportLosses;
+        char const* mTargets;
+        bool mProgramsStays;
     };
-    file->SetLossObserver(counter.get());
-    EXPECT_EQ(callsWith("log"), 2) << "that of the program stays";
-    EXPECT_EQ(callsWith("systemLog"), 0);
-    file->SetLossObserver(counter.get());
-    EXPECT_EQ(callsWith("systemLog"), 2);
-    EXPECT_EQ(callsWith("log"), 0) << "what the file has set goes with it";
+    auto const file = QzLog::GetDestination_DiskFile(QzTest::Wide("f"));
+    int number = 0;
+    for (Step const& step : {Step{"file", "log", R"("f")", true}, {"file", "systemLog", R"("f")", false},
+             {"file", "systemLog", R"("f")", true}, {"kafka", "log", R"("f")", false},
+             {"kafka", "systemLog", R"("f")", false}, {"file", "systemLog", R"("f")", true},
+             {"file", "systemLog", "", false}, {"file", "log", R"("f")", true}})
+    {
+        auto const life = std::make_shared<int>();
+        file->SetLossObserver(QzBase::CountedPtr<Observer>(new Observer(life)).get());
+        Apply(std::string(R"({"destinations": {"f": {"type": ")") + step.mType +
+              R"(", "path": "f", "reportLosses": ")" + step.mReportLosses + R"("}}, "routes": {"*": [)" +
+              step.mTargets + "]}}");
+        EXPECT_EQ(life.use_count() == 2, step.mProgramsStays) << "step " << ++number;
+    }
 }
 
 TEST_F(KitRouting, TheTopicKeepsTheNameThatItHas)

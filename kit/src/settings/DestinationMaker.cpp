@@ -9,8 +9,8 @@
 #include <QzLogKit/DestinationList.h>
 #include <QzLogKit/Destination_Language.h>
 
-#include <algorithm>
 #include <chrono>
+#include <set>
 #include <utility>
 
 namespace QzLogKit
@@ -112,17 +112,22 @@ namespace QzLogKit
             MadeDestinations mMade;
         };
 
-        /// \param reported  whether the settings before did so: an observer of the program's own stays.
-        void SetUpFile(QzLog::Destination_DiskFile& file, DestinationSettings const& settings, bool reported)
+        using DiskFilePtr = QzBase::CountedPtr<QzLog::Destination_DiskFile>;
+
+        /// The disk file that an object of the core writes; null if it writes none.
+        DiskFilePtr GetDiskFile(QzLog::Destination& core)
+        {
+            if (auto* const kafka = dynamic_cast<QzLog::Destination_KafkaLog*>(&core))
+                return DiskFilePtr(kafka->GetDiskFileDestination());
+            return DiskFilePtr(dynamic_cast<QzLog::Destination_DiskFile*>(&core));
+        }
+
+        void SetUpFile(QzLog::Destination_DiskFile& file, DestinationSettings const& settings)
         {
             file.SetMaxFileSize(settings.mMaxFileSize);
             file.SetBackupCount(settings.mBackupCount);
             file.SetRetryInterval(settings.mRetryInterval);
             file.SetRecovery(settings.mRecovery);
-            if (settings.mReportsLosses && !reported)
-                file.SetLossObserver(QzLog::CreateSystemLogLossObserver().get());
-            else if (!settings.mReportsLosses && reported)
-                file.SetLossObserver(nullptr);
         }
 
         void SetCallStackIDs(QzLog::Destination& destination, DestinationSettings const& settings)
@@ -131,22 +136,42 @@ namespace QzLogKit
                 settings.mCallStackIDs.data(), static_cast<unsigned int>(settings.mCallStackIDs.size()));
         }
 
-        void SetUp(QzLog::Destination& destination, DestinationSettings const& settings, bool reported)
+        void SetUp(QzLog::Destination& core, DestinationSettings const& settings)
         {
-            SetCallStackIDs(destination, settings);
-            if (auto* const file = dynamic_cast<QzLog::Destination_DiskFile*>(&destination))
-                SetUpFile(*file, settings, reported);
-            else if (auto* const systemLog = dynamic_cast<QzLog::Destination_SystemLog*>(&destination))
+            SetCallStackIDs(core, settings);
+            if (DiskFilePtr const file = GetDiskFile(core))
+            {
+                SetUpFile(*file, settings);
+                SetCallStackIDs(*file, settings);
+            }
+            else if (auto* const systemLog = dynamic_cast<QzLog::Destination_SystemLog*>(&core))
             {
                 if (!settings.mSource.empty())
                     systemLog->SetEventSource(settings.mSource.c_str());
             }
-            else if (auto* const kafka = dynamic_cast<QzLog::Destination_KafkaLog*>(&destination))
-            {
-                QzBase::CountedPtr<QzLog::Destination_DiskFile> const fallback(kafka->GetDiskFileDestination());
-                SetUpFile(*fallback, settings, reported);
-                SetCallStackIDs(*fallback, settings);
-            }
+        }
+
+        std::set<QzLog::Destination_DiskFile*> FindFilesThatReportLosses(MadeDestinations const& made)
+        {
+            std::set<QzLog::Destination_DiskFile*> files;
+            for (auto const& [name, destination] : made)
+                if (destination.mSettings.mReportsLosses)
+                    files.insert(GetDiskFile(*destination.mpCore).get());
+            return files;
+        }
+
+        /// By file, since it outlives its destination: the type may change, and it may leave the routes for a while.
+        /// An observer of the program's own stays.
+        void SetUpLossObservers(MadeDestinations const& made, MadeDestinations const& before)
+        {
+            auto const filesNow = FindFilesThatReportLosses(made);
+            auto const filesBefore = FindFilesThatReportLosses(before);
+            for (QzLog::Destination_DiskFile* const file : filesNow)
+                if (!filesBefore.contains(file))
+                    file->SetLossObserver(QzLog::CreateSystemLogLossObserver().get());
+            for (QzLog::Destination_DiskFile* const file : filesBefore)
+                if (!filesNow.contains(file))
+                    file->SetLossObserver(nullptr);
         }
     }
 
@@ -166,11 +191,7 @@ namespace QzLogKit
         {
             DestinationSettings const& settings = destination.mSettings;
             if (settings.mTo.empty())
-            {
-                auto const hasReportedLosses = [pCore = destination.mpCore.get()](auto const& other)
-                { return other.second.mpCore.get() == pCore && other.second.mSettings.mReportsLosses; };
-                SetUp(*destination.mpCore, settings, std::ranges::any_of(before, hasReportedLosses));
-            }
+                SetUp(*destination.mpCore, settings);
             auto* const selection = dynamic_cast<Destination_Selection*>(destination.mpWrapper.get());
             auto const found = before.find(name);
             // What the program has selected meanwhile stays, unless the file has changed.
@@ -178,6 +199,7 @@ namespace QzLogKit
                 settings.mSelection != found->second.mSettings.mSelection)
                 selection->Select(settings.mSelection);
         }
+        SetUpLossObservers(made, before);
     }
 
     QzBase::CountedPtr<QzLog::DestinationCollection> MakeList(
