@@ -16,11 +16,17 @@ in_namespaces() # of its own, where root may have them
 if [ "$recipe" = rsyslog ] && [ -z "${QZLOG_RSYSLOG_NAMESPACE:-}" ]; then
     command -v rsyslogd >/dev/null || skip "rsyslog is not installed"
     in_namespaces --mount
+    unshare --mount mount -t tmpfs tmpfs /run 2>/dev/null || skip "nothing can be mounted here"
     QZLOG_RSYSLOG_NAMESPACE=1 exec unshare --mount "$0" "$@"
 fi
 work=$(mktemp -d)
-running=()
-end() { [ ${#running[@]} -eq 0 ] || kill "${running[@]}" 2>/dev/null || true; rm -rf "$work"; }
+end() # what still runs would make the folder again
+{
+    # shellcheck disable=SC2046
+    kill $(jobs -p) 2>/dev/null || true
+    wait
+    rm -rf "$work"
+}
 trap end EXIT
 
 # The block of a page whose first line ends in this name, with the paths of this run.
@@ -29,14 +35,15 @@ block()
     awk -v name="/$1" '/^```/ { inside = !inside; first = inside; wanted = 0; next }
         first { wanted = substr("/" $2, length("/" $2) - length(name) + 1) == name; first = 0 }
         inside && wanted' "$docs/deployment.md" "$docs/operators.md" |
-        sed "s|/usr/bin/reporting-server|$server|; s|/usr/bin/qzlog|$qzlog|; s|/etc/reporting|$work|; s|/logs|$work/logs|g
-            s|/var/log|$work|; s|\[reporting-server,|[$server,|; s|\[qzlog,|[$qzlog,|" >"$work/$1"
+        sed "s|/logs|$work/logs|g; s|/var/log|$work|; s|/etc/reporting|$work|; s|/usr/bin/reporting-server|$server|
+            s|\[reporting-server,|[$server,|; s|/usr/bin/qzlog|$qzlog|; s|\[qzlog,|[$qzlog,|" >"$work/$1"
     [ -s "$work/$1" ] || fail "no block for $1"
 }
 verify()
 {
     command -v systemd-analyze >/dev/null || skip "systemd is not installed"
-    systemd-analyze verify --man=no "$work/$1" >"$work/verify.txt" 2>&1 || true
+    # It also speaks of other units of the machine.
+    systemd-analyze verify --man=no "$work/$1" 2>&1 | grep -F "$1" >"$work/verify.txt" || true
     [ ! -s "$work/verify.txt" ] || fail "the unit is not right"
 }
 # The command of a line of a unit: command_of UNIT LINE
@@ -50,7 +57,9 @@ systemd()
     block settings.json
     verify reporting.service
     mkdir "$work/reporting"
-    requests | "$server" "$work/settings.json"
+    sed -i 's/"type": "systemLog", "source": "reporting"/"type": "debugOutput"/' "$work/settings.json" # no journal's
+    requests | "$server" "$work/settings.json" 2>"$work/err.txt"
+    [ "$(grep -c ' no request' "$work/err.txt")" = 1 ] || fail "the second destination has not the error alone"
     local stop
     stop=$(command_of reporting.service ExecStopPost)
     SERVICE_RESULT=core-dump EXIT_CODE=dumped EXIT_STATUS=ABRT bash -c "$stop"
@@ -84,11 +93,10 @@ print(*yaml.safe_load(open(sys.argv[1]))[sys.argv[2]][0]["command"], sep="\n")' 
     mapfile -t serves < <(arguments_of containers)
     for expected in 3 6; do # the side-car starts before the log is there, then once more
         "${reads[@]}" >>"$work/records.txt" &
-        running=($!)
         requests | "${serves[@]}"
         await has_lines "$work/records.txt" "$expected" || fail "$expected records expected"
-        kill "${running[@]}"
-        wait "${running[@]}" || true
+        kill $!
+        wait $! || true
     done
     [ "$(sort -u "$work/records.txt" | wc -l)-$(wc -l <"$work/records.txt")" = 6-6 ] || fail "a record came twice"
 }
@@ -96,15 +104,16 @@ print(*yaml.safe_load(open(sys.argv[1]))[sys.argv[2]][0]["command"], sep="\n")' 
 rsyslog()
 {
     # A /dev/log of our own, and no journal.
-    mount --make-rprivate /
     mount -t tmpfs tmpfs /run
     mkdir /run/dev
-    cp -a /dev/null /dev/urandom /run/dev
-    mount --bind /run/dev /dev
+    for device in null urandom; do
+        touch "/run/dev/$device"
+        mount --bind "/dev/$device" "/run/dev/$device"
+    done
+    mount --rbind /run/dev /dev
     block 30-reporting.conf
     printf 'module(load="imuxsock")\n' | cat - "$work/30-reporting.conf" >"$work/rsyslog.conf"
     rsyslogd -n -f "$work/rsyslog.conf" -i /run/rsyslog.pid >"$work/rsyslog.txt" 2>&1 &
-    running=($!)
     await test -S /dev/log || fail "rsyslog does not start"
     printf '{ "messages": { "0x101": { "en": "Two\\nlines: %%1" } } }' >"$work/texts.json"
     echo '{ "destinations": { "log": { "type": "systemLog", "source": "reporting" } }, "routes": { "*": ["log"] },
@@ -121,13 +130,20 @@ shipping() # while three processes roll the log over, and rsyslog is restarted
     block 40-qzlog-ship.conf
     block qzlog-ship.service
     verify qzlog-ship.service
-    local port=$((20000 + RANDOM % 20000)) writers=()
+    local port=$((20000 + RANDOM % 12000)) writers=() running # below what the system gives to clients
     sed -i "s/5514/$port/; s|%S|$work|" "$work/40-qzlog-ship.conf" "$work/qzlog-ship.service"
     mkdir "$work/reporting" "$work/qzlog-ship"
     write()
     {
-        for i in $(seq 30); do seq -f "writer $1 record $i-%g" 50; sleep 0.05; done |
-            "$qzlog" write --max-size 30000 --backups 99 "$work/reporting/server.log"
+        exec "$qzlog" write --max-size 30000 --backups 99 "$work/reporting/server.log" \
+            < <(for i in $(seq 30); do seq -f "writer $1 record $i-%g" 50; sleep 0.05; done)
+    }
+    is_read() # to the ends of the connections, and written
+    {
+        local size
+        size=$(stat -c %s "$work/shipped.json")
+        ! grep -qE ":$(printf %04X "$port") [0-9A-F:]+ 0[18] " /proc/net/tcp && sleep 1 &&
+            [ "$(stat -c %s "$work/shipped.json")" = "$size" ]
     }
     for writer in 1 2 3; do
         write $writer &
@@ -135,15 +151,15 @@ shipping() # while three processes roll the log over, and rsyslog is restarted
     done
     for expected in 500 4500; do
         rsyslogd -n -f "$work/40-qzlog-ship.conf" -i "$work/pid" >>"$work/rsyslog.txt" 2>&1 &
-        running=($!)
+        running=$!
         await bash -c ": </dev/tcp/127.0.0.1/$port" 2>/dev/null || fail "rsyslog does not listen"
         bash -c "exec $(command_of qzlog-ship.service ExecStart)" 2>>"$work/follower.txt" &
-        running=($! "${running[@]}")
         await has_lines "$work/shipped.json" "$expected" || fail "$expected records expected"
-        for process in "${running[@]}"; do # in this order, as the unit says
-            kill "$process"
-            wait "$process" || true
-        done
+        kill $! # first, as the unit says
+        wait $! || true
+        await is_read || fail "rsyslog does not come to the end"
+        kill "$running"
+        wait "$running" || true
     done
     wait "${writers[@]}"
     [ "$(sort -u "$work/shipped.json" | wc -l)-$(wc -l <"$work/shipped.json")" = 4500-4500 ] || fail "a record came twice"

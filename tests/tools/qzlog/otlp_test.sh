@@ -29,6 +29,9 @@ record() { printf '%s %s%s[UID:%s][SID:%s][OID:%s]%s %b\r\n' "$@"; }
 "$qzlog" view --otlp a.log > all
 is_otlp < all || fail "this is no OTLP: $(cat all)"
 [ "$(wc -l < all)" = 8 ] || fail "not a line a record"
+for change in 's/"timeUnixNano":"\([0-9]*\)"/"timeUnixNano":\1/' 's/host.name/service.name/'; do
+    if sed "$change" all | is_otlp; then fail "the check does not see $change"; fi
+done
 sed -n 1p all | jq -S -c '.resourceLogs[0].scopeLogs[0].logRecords[0].observedTimeUnixNano |= "now"' > first
 cat > expected << END
 {"resourceLogs":[{"resource":{"attributes":[{"key":"host.name","value":{"stringValue":"ws01"}},\
