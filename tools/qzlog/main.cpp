@@ -26,7 +26,8 @@ namespace
     {
         std::string const text = error.what();
         if (app.get_subcommands().empty() && !app.remaining().empty())
-            return "'" + app.remaining().front() + "' is no command";
+            return "'" + app.remaining().front() + "' is no " +
+                   (app.remaining().front().starts_with('-') ? "option" : "command");
         std::size_t const mismatch = text.find(": 1 required ");
         return mismatch != std::string::npos ? text.substr(0, mismatch) + ": a value is missing" : text;
     }
@@ -77,6 +78,10 @@ int main(int argumentCount, char** arguments)
     try
     {
         code = Run(argumentCount, arguments);
+    }
+    catch (Pager::Closed const&)
+    {
+        code = ExitCode::Success;
     }
     catch (std::exception const& error)
     {

@@ -164,7 +164,8 @@ namespace
     {
         if (Run("script --version | grep util-linux").mExitCode != 0)
             GTEST_SKIP() << "needs the program script of util-linux";
-        Put("bad.log", "x\r\n2026-11-18 03:00:01.000 [HOST:\x1B[31m\r\n");
+        // More than a pipe holds.
+        Put("bad.log", std::string(200'000, 'x') + "\r\n2026-11-18 03:00:01.000 [HOST:\x1B[31m\r\n");
         char const* const shown = "[Error] ^[[31m^[[^[[^?\xC3\x9B";
         struct
         {
@@ -179,7 +180,8 @@ namespace
             {"TERM=xterm PAGER='sed s/^/PAGED:/'", "view --user bob server.log", true, "PAGED:"},
             {"TERM=xterm", "view --json --user bob server.log", false, R"(\u001b[31m\ufffd\u009b\u007f\u00db")"},
             {"TERM=xterm", "check bad.log", false, "[HOST:^[[31m'"},
-            {"TERM=xterm PAGER=missing", "view -F start server.log", false, "missing: not found"},
+            {"TERM=xterm PAGER=missing", "view -F start server.log", false, "pager could not be started"},
+            {"TERM=xterm PAGER=true", "view bad.log && echo quit", false, "quit"},
         };
         for (auto const& testCase : cases)
         {
@@ -218,6 +220,7 @@ namespace
             {"qzlog view --cursor-file '' server.log", 2, "--cursor-file: is empty"},
             {"qzlog view --cursor-file no/c server.log | head -1", 0, "no/c.new: No such file"},
             {"qzlog nonsense", 2, "'nonsense' is no command"},
+            {"qzlog --bogus", 2, "'--bogus' is no option"},
             {"qzlog view --since", 2, "--since: a value is missing"},
             {"qzlog view --help >/dev/full", 2, "standard output: No space left on device"},
             {"qzlog write -L 'a]b' new.log </dev/null", 2, "--logger: a header cannot hold ']'"},

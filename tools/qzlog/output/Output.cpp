@@ -25,6 +25,8 @@ namespace QzLogTool
                 ssize_t const count = write(STDOUT_FILENO, text.data(), text.size());
                 if (count < 0 && errno == EINTR)
                     continue;
+                if (count < 0 && errno == EPIPE && Pager::IsRunning())
+                    throw Pager::Closed();
                 if (count < 0)
                     throw MakeSystemTrouble("standard output", errno);
                 text.remove_prefix(static_cast<std::size_t>(count));

@@ -8,8 +8,8 @@
 
 namespace QzLogTool
 {
-    /// Standard output with a buffer. Operations throw Trouble when it takes nothing more; a closed pipe ends the
-    /// process silently, as it does with any tool.
+    /// Standard output with a buffer. Operations throw Trouble when it takes nothing more, and Pager::Closed when the
+    /// pager does not; a closed pipe ends the process silently, as it does with any tool.
     class Output
     {
     public:

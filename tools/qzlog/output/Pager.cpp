@@ -82,6 +82,7 @@ namespace QzLogTool
         close(ends[1]);
         gPager = process;
         std::signal(SIGINT, OnInterrupt);
+        std::signal(SIGPIPE, SIG_IGN);
     }
 
     bool Pager::IsRunning()
