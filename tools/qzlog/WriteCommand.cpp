@@ -50,6 +50,19 @@ namespace QzLogTool
             return QzBase::WideCharToUTF8(ToWide(text).c_str(), true).c_str();
         }
 
+        std::map<std::string, std::uint64_t> GetSizeUnits()
+        {
+            std::map<std::string, std::uint64_t> units{{"b", 1}};
+            std::uint64_t size = 1;
+            for (char const* const unit : {"k", "m", "g"})
+            {
+                size <<= 10;
+                for (char const* const ending : {"", "b", "ib"})
+                    units[std::string(unit) + ending] = size;
+            }
+            return units;
+        }
+
         /// Tells whether a record reached the log, which the destination keeps from whoever logs.
         class Witness
         {
@@ -108,8 +121,7 @@ namespace QzLogTool
                     app.get_option(name)->check(CheckHeaderText);
                 ShowDefault(app.add_option("--max-size", mMaxFileSize,
                                 "The size at which the log rolls over, such as 500k or 20m"))
-                    ->transform(CLI::AsNumberWithUnit(
-                        std::map<std::string, std::uint64_t>{{"k", 1ULL << 10}, {"m", 1ULL << 20}, {"g", 1ULL << 30}}))
+                    ->transform(CLI::AsNumberWithUnit(GetSizeUnits()))
                     ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{2'000'000'000}))
                     ->option_text("SIZE");
                 ShowDefault(app.add_option("--backups", mBackupCount, "How many back-ups a roll-over keeps, 1 to 256"))

@@ -230,7 +230,7 @@ namespace
             {"qzlog view server.log >/dev/full", 2, "standard output: No space left on device"},
             {"qzlog view long.log | head -1 | wc -l", 0, "1\n"},
             // What the commands that read standard input make of it.
-            {"printf 'one\\r\\n\\ntwo\\0x\\nlast' | qzlog write -D Error -u alice --max-size 1 --backups 3 a.log && "
+            {"printf 'one\\r\\n\\ntwo\\0x\\nlast' | qzlog write -D Error -u alice --max-size 1b --backups 3 a.log && "
              "qzlog view --user alice --dispatcher Error a.log | sed 's/.*\\] //' | tr '\\n' '|'",
                 0, "one||two\xEF\xBF\xBDx|last|"},
             {"mkdir full.log.bak00; printf 'one\\ntwo\\n' | qzlog write --max-size 1 full.log", 2,
