@@ -6,11 +6,13 @@
 #include <QzLog/Destination_SystemLog.h>
 #include <QzLog/Dispatcher.h>
 #include <QzLog/LogFunctions.h>
+#include <QzLog/MessageHeader.h>
 #include <QzLog/MsgLogTrace.h>
 #include <QzLog/ScopeGuard.h>
 
 #include <csignal>
 #include <cstdlib>
+#include <optional>
 #include <thread>
 
 #include <fcntl.h>
@@ -27,13 +29,14 @@ namespace
     constexpr unsigned int kMostProcesses = Ledger::kMaxProcesses - 100;
 
     Writer* gpWriter = nullptr;
+    // Made before there are threads: a fork amid its making would leave it half made in the child.
+    std::optional<QzLog::CmdLogTrace> gTrace;
     thread_local unsigned int tThread = 0;
     thread_local unsigned int tChild = 0;
 
     /// Whatever has locks beside the writer.
     void UseOthers(char const* text)
     {
-        static QzLog::CmdLogTrace gTrace;
         static unsigned int const gID = 1;
         QzLog::SetServerInstanceName(u"server"_w);
         QzBase::CountedPtr<QzLog::Router> const other(QzLog::CreateRouter("Other", "Info"));
@@ -42,8 +45,8 @@ namespace
         debug->SetCallstackMessageIDs(&gID, 1);
         debug->WriteString(text);
         QzBase::CountedPtr<QzLog::Destination_SystemLog>(QzLog::GetDestination_SystemLog())->SetEventSource(text);
-        gTrace.AddToLogTrace(1, 1, 1);
-        gTrace.CollectLogTrace();
+        gTrace->AddToLogTrace(1, 1, 1);
+        gTrace->CollectLogTrace();
         QzBase::WideString name(u"name"_w);
         QzLog::MsgLogTrace::getInstance()->AddToLogTrace(1, 1, name, 1, QzLog::MsgOpFirst);
         QzLog::MsgLogTrace::getInstance()->CollectLogTrace();
@@ -77,6 +80,7 @@ namespace
         decltype(WriterSettings::mpAfterRecord) doBeside, WriterSettings settings, unsigned int process, Ledger& ledger)
     {
         settings.mpAfterRecord = doBeside;
+        gTrace.emplace();
         return RunWriter(settings, process, ledger);
     }
 
@@ -96,12 +100,14 @@ namespace
         if (!gpWriter)
             return;
         QzLog::Router& router = gpWriter->GetRouter();
-        QzLog::LogString(router, "amid a fork", nullptr, nullptr, nullptr, 0);
+        QzLog::LogString(router, kAmidFork, nullptr, nullptr, nullptr, 0);
         QzLog::LogMessage(router, 7u, QzLog::GetMessageFormatter() << "x", nullptr, nullptr, nullptr, 0);
         QzLog::ScopeGuard const guard(router, "amid", "a fork", 1);
         QzBase::Message message(QzBase::MESSAGE_DOMAIN_UNKNOWN, 1, "m");
         router.LogAndUpdateMessage(message);
-        UseOthers("amid a fork");
+        QzBase::CountedPtr<QzLog::MessageHeader> const header(QzLog::CreateMessageHeader());
+        gpWriter->GetLog().WriteMessage(kAmidFork, *header);
+        UseOthers(kAmidFork);
     }
 
     // Before the library's handlers, which are registered when it is loaded.
@@ -159,6 +165,7 @@ int RunForkHandlers(WriterSettings const& settings, unsigned int process, Ledger
 {
     WriterSettings own = settings;
     own.mpAfterRecord = Fork;
+    gTrace.emplace();
     Writer writer(own, process, ledger);
     gpWriter = &writer;
     pthread_atfork(LogOnTheThread, LogOnTheThread, LogInTheChild);

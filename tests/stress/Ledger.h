@@ -25,8 +25,10 @@ struct Ledger
         /// Messages that were lost and not reported, after the last call that has returned.
         std::atomic<std::uint64_t> mUnreported{0};
         /// Those that it reported on standard error when its log was closed, because it could not do it in the log.
-        std::uint64_t mReportedAtEnd = 0;
+        std::atomic<std::uint64_t> mReportedAtEnd{0};
     };
+
+    static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
 
     std::array<Process, kMaxProcesses> mProcesses;
     /// The number of the next process.

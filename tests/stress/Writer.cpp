@@ -37,6 +37,8 @@ namespace
         char block[4096];
         for (ssize_t count = 1; count > 0; lines.append(block, static_cast<std::size_t>(count)))
             count = std::max<ssize_t>(pread(STDERR_FILENO, block, sizeof block, static_cast<off_t>(lines.size())), 0);
+        if (lines.find(kAmidFork) != lines.npos)
+            std::abort();
         std::uint64_t sum = 0;
         unsigned long long count = 0;
         for (std::size_t at = lines.find("QzLog: "); at != lines.npos; at = lines.find("QzLog: ", at + 1))
@@ -127,7 +129,11 @@ void KeepErrors()
 
 void NoteReported(unsigned int process, Ledger& ledger)
 {
-    ledger.mProcesses[process].mReportedAtEnd = SumLosses();
+    // Another thread's writer can have been closed since, and have noted more.
+    std::atomic<std::uint64_t>& most = ledger.mProcesses[process].mReportedAtEnd;
+    std::uint64_t const sum = SumLosses();
+    for (std::uint64_t noted = most; noted < sum && !most.compare_exchange_weak(noted, sum);)
+        continue;
 }
 
 int RunWriter(WriterSettings const& settings, unsigned int process, Ledger& ledger)

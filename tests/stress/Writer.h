@@ -59,6 +59,7 @@ public:
     void BecomeChild(unsigned int process);
 
     QzLog::Router& GetRouter() { return *mpRouter; }
+    QzLog::Destination_DiskFile& GetLog() { return *mpLog; }
 
     Ledger& mLedger;
 
@@ -69,6 +70,9 @@ private:
     QzBase::CountedPtr<QzLog::Destination_DiskFile> mpLog;
     QzBase::CountedPtr<QzLog::Router> mpRouter;
 };
+
+/// What is written amid a fork, and must come out nowhere.
+inline constexpr char const* kAmidFork = "amid a fork";
 
 inline constexpr std::uint64_t kAll = ~std::uint64_t{0};
 
