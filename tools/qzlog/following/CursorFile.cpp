@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <utility>
@@ -46,15 +47,6 @@ namespace QzLogTool
             throw MakeSystemTrouble(path, errno, "give a cursor file in a folder where files can be written");
         }
 
-        int OpenNew(std::string const& path)
-        {
-            // It holds the first bytes of logs, which are not for everybody.
-            int const descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-            if (descriptor < 0)
-                Fail(path);
-            return descriptor;
-        }
-
         void Sync(std::string const& path, int flags)
         {
             int const descriptor = open(path.c_str(), flags | O_CLOEXEC);
@@ -84,12 +76,15 @@ namespace QzLogTool
         }
     }
 
-    /// Or all would be shown, and shown again with each new start.
+    /// Or all would be shown, and shown again with each new start. Another process may just be writing the new file.
     void CursorFile::TryToWrite() const
     {
-        std::string const newPath = GetNewPath();
-        close(OpenNew(newPath));
-        unlink(newPath.c_str());
+        std::string path = mPath + ".XXXXXX";
+        int const descriptor = mkostemp(path.data(), O_CLOEXEC);
+        if (descriptor < 0)
+            Fail(mPath);
+        close(descriptor);
+        unlink(path.c_str());
     }
 
     void CursorFile::Read(std::string const& text)
@@ -148,7 +143,10 @@ namespace QzLogTool
     void CursorFile::Write(std::string const& text) const
     {
         std::string const newPath = GetNewPath();
-        int const descriptor = OpenNew(newPath);
+        // It holds the first bytes of logs, which are not for everybody.
+        int const descriptor = open(newPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        if (descriptor < 0)
+            Fail(newPath);
         bool const isWritten = write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
                                (!mSyncs || fsync(descriptor) == 0);
         int const error = errno;

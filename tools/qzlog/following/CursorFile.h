@@ -15,7 +15,8 @@ namespace QzLogTool
     {
     public:
         /// Reads the file, which need not be there yet. Throws Trouble when it is something else, or its folder cannot
-        /// be written. \param syncs  whether a state that is remembered is to outlive a failure of the machine.
+        /// be written.
+        /// \param syncs  whether a state that is remembered is to outlive a failure of the machine.
         CursorFile(std::string path, bool syncs);
 
         /// Whether it remembers nothing yet.
