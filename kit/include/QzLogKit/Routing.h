@@ -57,9 +57,9 @@ namespace QzLogKit
     /// - "path" is that of GetDestination_DiskFile; for "kafka" it is the file that takes what Kafka does not.
     /// - Recovery is "strict" unless the file says "basic". The other values are those of the core if they are left
     ///   out: 2000000 bytes, 1 back-up, 300 seconds.
-    /// - "reportLosses" is "log", or "systemLog" to report the first lost message of each failure at once as an error
-    /// of
-    ///   the system log (CreateSystemLogLossObserver). With "log" an observer that the program has set stays.
+    /// - "reportLosses" is "log", or "systemLog": then the first lost message of each failure is at once an error in
+    ///   the system log too (CreateSystemLogLossObserver). With "log" an observer that the program has set stays, and
+    ///   one that came from an earlier file of this object goes.
     /// - "language" is that of structured messages. It is a name such as "en", "de" or "pt-BR", or a language ID, as a
     ///   number or a text such as "0x0407". Destinations of one terminal or journal may differ in it.
     /// - The last three pass messages on to another destination; see Destination_Language, Destination_RateLimit ("per"

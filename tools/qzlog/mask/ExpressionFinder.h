@@ -12,8 +12,10 @@ namespace QzLogTool
     public:
         using Check = bool (*)(std::string_view value);
 
-        /// \param expression  in the syntax of RE2; ^ and $ are the ends of lines. Throws Trouble when it is none or
-        /// empty. \param check       what a match must pass too; may be null.
+        /// Throws Trouble when the expression is none or empty.
+        ///
+        /// \param expression  in the syntax of RE2; ^ and $ are the ends of lines.
+        /// \param check       what a match must pass too; may be null.
         explicit ExpressionFinder(std::string const& expression, Check check = nullptr);
 
         bool Find(std::string_view text, std::size_t from, Secret& secret) const override;
