@@ -125,9 +125,9 @@ namespace QzLogKit
                     settings.mClientLines[name] = file.GetLine(client->Take(name));
                 }
                 settings.mClientLines[""] = file.GetLine(section.Take("client"));
-                // Without brokers the client would wait for nobody, and say so on standard error only.
-                auto const isSet = [&](char const* name)
-                { return kafka.mClient.contains(name) && !kafka.mClient.at(name).empty(); };
+                // Without brokers the client would wait for nobody, and say so on standard error only. What is no text
+                // has its fault already.
+                auto const isSet = [&](char const* name) { return client->Has(name) && client->Take(name) != ""; };
                 if (!kafka.mClient.empty() && !isSet("bootstrap.servers") && !isSet("metadata.broker.list"))
                     client->Reject("\"bootstrap.servers\"");
             }
