@@ -27,6 +27,10 @@ exec 3> requests
 printf 'eve]x S1 2026-11-25 [HOST:x]\e[2K\n' >&3
 await 'is no request: 2026-11-25 \[HOST:x\]␛\[2K' logs/shared.log
 expect "the failure in German" 1 "$(count '\[UID:eve］x\].* Das ist keine Anfrage: 2026-11-25' logs/errors.log)"
+sed -i 's/Small01/Small02/' settings.json
+kill -HUP "$server"
+echo 'eve S2 <a/>' >&3
+await '\[SERVER:Small02\].*Answered <a/>' logs/shared.log
 exec 3>&-
 wait "$server" || fail "the server ended with $?"
 trap - EXIT
