@@ -73,8 +73,8 @@ namespace QzLogKit
                 return ParseCatalog(path, std::move(text), faults);
             // Where the path stands is where it can be mended.
             SettingsFault const& fault = own.GetFirst();
-            catalogs.Reject(catalogs.Take(name), name, fault.mExpected + " from the folder of this file",
-                '"' + path + "\": " + fault.mFound);
+            char const* const from = std::filesystem::path(path).is_absolute() ? "" : " from the folder of this file";
+            catalogs.Reject(catalogs.Take(name), name, fault.mExpected + from, '"' + path + "\": " + fault.mFound);
             return {};
         }
 
