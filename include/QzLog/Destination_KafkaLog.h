@@ -48,11 +48,11 @@ namespace QzLog
     /// QzBase::Message while no Initializer is alive, and QzLog::Exception as GetDestination_DiskFile does.
     QZLOG_API QzBase::ReturnPtrI<Destination_KafkaLog> GetDestination_KafkaLog(unsigned short const* path);
 
-    /// Names the topic of records (UTF-16), and that of the settings text: the same name with ".RegtrySettings" behind
-    /// it. The first name that the process gets stays for its life, this one or the one that follows from
-    /// SetServerInstanceName; so call it before that. Returns whether the topic has this name now; null and empty are
-    /// no name. If the broker refuses the name, records go to the file. May be called from any thread at any time, also
-    /// while no Initializer is alive. Throws std::bad_alloc.
+    /// Names the topic of records (UTF-16) and, unless a settings text was published before, the topic of that text:
+    /// the same name with ".RegtrySettings" behind it. The first name that the process gets stays for its life, this
+    /// one or the one that follows from SetServerInstanceName; so call it before that. Returns whether the topic has
+    /// this name now; null and empty are no name. If the broker refuses the name, records go to the file. May be called
+    /// from any thread at any time, also while no Initializer is alive. Throws std::bad_alloc.
     QZLOG_API bool SetKafkaTopic(unsigned short const* topic);
 
     /// The name of the topic of records, UTF-16; empty until it has one. May be called from any thread at any time.

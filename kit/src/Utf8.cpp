@@ -53,6 +53,16 @@ namespace QzLogKit
         return Narrow(QzLog::GetServerInstanceName());
     }
 
+    bool SetKafkaTopic(std::string const& topic)
+    {
+        return QzLog::SetKafkaTopic(Wide(topic).c_str());
+    }
+
+    std::string GetKafkaTopic()
+    {
+        return Narrow(QzLog::GetKafkaTopic());
+    }
+
     void SetFeatureEnabled(std::string const& name, bool enabled)
     {
         QzBase::SetFeatureEnabled(Wide(name).c_str(), enabled);

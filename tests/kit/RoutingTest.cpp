@@ -2,13 +2,13 @@
 
 #include <QzLog/Destination_DebugOutput.h>
 #include <QzLog/Destination_DiskFile.h>
-#include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Log.h>
 #include <QzLog/Logger.h>
 #include <QzLog/LossObserver.h>
 #include <QzLog/Module.h>
 #include <QzLogKit/Destination_Selection.h>
 #include <QzLogKit/Routing.h>
+#include <QzLogKit/Utf8.h>
 #include <QzResource/Localizer.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
@@ -310,7 +310,7 @@ TEST_F(KitRouting, LossesAreReportedAsTheFileSaysOrToTheProgramsObserver)
 TEST_F(KitRouting, TheTopicKeepsTheNameThatItHas)
 {
     // Another test of this process may have named it.
-    std::string topic = QzTest::Narrow(QzLog::GetKafkaTopic());
+    std::string topic = QzLogKit::GetKafkaTopic();
     if (topic.empty())
         Apply("{\"server\": \"s\", \"kafka\": {\"topic\": \"" + (topic = "own") + "\"}}");
     ExpectFault("{\"server\": \"s\",\n\"kafka\": {\"topic\": \"other\"}}", 2, "kafka.topic");

@@ -26,6 +26,9 @@ namespace QzLogKit
     QZLOGKIT_API void SetServerInstanceName(std::string const& name);
     QZLOGKIT_API std::string GetServerInstanceName();
 
+    QZLOGKIT_API bool SetKafkaTopic(std::string const& topic);
+    QZLOGKIT_API std::string GetKafkaTopic();
+
     /// QzBase::SetFeatureEnabled and QzBase::IsFeatureEnabled.
     QZLOGKIT_API void SetFeatureEnabled(std::string const& name, bool enabled);
     QZLOGKIT_API bool IsFeatureEnabled(std::string const& name);

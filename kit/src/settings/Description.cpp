@@ -1,10 +1,10 @@
 #include "settings/Description.h"
 
 #include "MessageText.h"
-#include "settings/ProcessSettings.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
+#include <QzLogKit/Utf8.h>
 
 #include <cstdio>
 

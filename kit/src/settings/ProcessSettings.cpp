@@ -3,9 +3,9 @@
 #include <KafkaClient/KafkaProducer.h>
 #include <QzBase/Conversions.h>
 #include <QzBase/System.h>
-#include <QzLog/Destination_KafkaLog.h>
 #include <QzLog/Module.h>
 #include <QzLogKit/SettingsError.h>
+#include <QzLogKit/Utf8.h>
 #include <QzResource/Localizer.h>
 
 #include <cstring>
@@ -82,8 +82,7 @@ namespace QzLogKit
 
         void NameTopic(Settings const& settings)
         {
-            if (settings.mKafka && !settings.mKafka->mTopic.empty() &&
-                !QzLog::SetKafkaTopic(QzBase::UTF8ToWideChar(settings.mKafka->mTopic.c_str(), true).c_str()))
+            if (settings.mKafka && !settings.mKafka->mTopic.empty() && !SetKafkaTopic(settings.mKafka->mTopic))
                 RejectTopic(settings, GetKafkaTopic());
         }
 
@@ -113,11 +112,6 @@ namespace QzLogKit
             NameTopic(now);
             QzBase::SetFeatureEnabled(u"KS/SLMS"_w, now.mKafka && now.mKafka->mIsEnabled);
         }
-    }
-
-    std::string GetKafkaTopic()
-    {
-        return QzBase::WideCharToUTF8(QzLog::GetKafkaTopic().c_str(), true).c_str();
     }
 
     void ApplyToProcess(Settings const& now, Settings const* before)

@@ -2,8 +2,6 @@
 
 #include "settings/Settings.h"
 
-#include <string>
-
 namespace QzLogKit
 {
     /// Puts in force what belongs to the process: Kafka's client, the names, the language and the base path, in this
@@ -16,7 +14,4 @@ namespace QzLogKit
 
     /// Publishes the settings through Kafka, if they ask for it.
     void PublishSettings(Settings const& settings);
-
-    /// The name that the topic of records has in this process, UTF-8; empty until it has one.
-    std::string GetKafkaTopic();
 }
