@@ -47,9 +47,14 @@ namespace
         // In one step: a log that a writer has created meanwhile must be kept.
         auto const rename = [&](unsigned int flags)
         { return renameat2(AT_FDCWD, replacement.c_str(), AT_FDCWD, place.mLog.c_str(), flags) == 0; };
-        while (!rename(RENAME_EXCHANGE) && !rename(RENAME_NOREPLACE))
+        while (!rename(RENAME_EXCHANGE) && (errno != ENOENT || !rename(RENAME_NOREPLACE)))
+        {
+            // A file system that cannot do it.
+            if (errno == EINVAL || errno == ENOSYS)
+                return Rename(place);
             if (errno != EEXIST)
                 std::abort();
+        }
         place.NoteTaken(replacement);
     }
 

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <malloc.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace
@@ -77,6 +78,8 @@ void RunFlood(std::filesystem::path const& top, std::uint64_t records, Row& row)
 {
     // Otherwise each thread's own heap fills up by and by.
     mallopt(M_ARENA_MAX, 1);
+    // And huge pages make it grow in steps.
+    prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0);
     std::uint64_t const share = records / kThreads;
     std::string const path = top / "flood.log";
     QzLog::Initializer const module;

@@ -53,6 +53,11 @@ bool PrintTable(std::vector<Row*> const& rows)
 bool RunTable(std::vector<Row*> const& rows, unsigned int minutes, std::uint64_t& seed,
     std::function<void(std::size_t row, std::filesystem::path const& top)> const& work)
 {
+    if (rows.empty())
+    {
+        std::printf("no row has this in its name\n");
+        return false;
+    }
     std::printf("seed %llu\n", static_cast<unsigned long long>(seed));
     auto const end = std::chrono::steady_clock::now() + std::chrono::minutes(minutes);
     do

@@ -32,7 +32,8 @@ struct Row
 /// Prints the rows with a title. Returns whether all were right.
 bool PrintTable(std::vector<Row*> const& rows);
 
-/// Does all rows, and again with the next seed until the time is over, then prints them. Each is done in a process of
-/// its own, which can have other mounts and gives its memory back, with a new folder that is removed afterwards.
+/// Does all rows, of which there must be one, and again with the next seed until the time is over, then prints them.
+/// Each is done in a process of its own, which can have other mounts and gives its memory back, with a new folder that
+/// is removed afterwards.
 bool RunTable(std::vector<Row*> const& rows, unsigned int minutes, std::uint64_t& seed,
     std::function<void(std::size_t row, std::filesystem::path const& top)> const& work);

@@ -23,7 +23,8 @@ int main(int argc, char** argv)
     app.add_option("--milliseconds", options.mMilliseconds, "for each fault, unless the back-ups are full before");
     app.add_option("--minutes", minutes, "how long to repeat it");
     app.add_option("--only", options.mOnly, "rows of the table that have this in their names");
-    app.add_option("--flood", options.mFlood, "records of a flood");
+    app.add_option("--flood", options.mFlood, "records of a flood")
+        ->check(CLI::Range(std::uint64_t{6400}, std::uint64_t{1} << 40));
     app.add_option("--tool", options.mTool, "the command-line tool, which reads hostile texts and files");
     app.add_option("--seed", settings.mSeed, "of the random numbers");
     app.add_option("--keep", folder, "only write, and leave the log in this folder");
