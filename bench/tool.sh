@@ -21,7 +21,8 @@ log=$folder/big.log
     head -c 36 "$folder/head.log"
     LC_ALL=C awk -v records=$((megabytes * 1000000 / 187)) 'BEGIN { for (i = 0; i < records; ++i) {
         ms = int(i / 4) + int(i / 100000) * 60000; block = int(i / 20); at = i % 20
-        text = sprintf("Request %d of user%d was served in %d ms from the cache of the reporting engine", i, block % 50, i % 977)
+        text = sprintf("Request %d of user%d was served in %d ms from the cache of the reporting engine", i, block % 50,
+            i % 977)
         if (at == 0) text = "Enter \047Run\047 near Engine.cpp(10)"
         if (at == 19) text = "Leave \047Run\047 near Engine.cpp(30)"
         isError = at == 10 && block % 25 == 0
@@ -81,7 +82,8 @@ fi
 kinds="sed -E 's/[0-9]+/N/g' | sort | uniq -c | sort -rn"
 questions=("one user" "qzlog view --user user7 LOG" "grep -F '[UID:user7]' LOG" "rg -F '[UID:user7]' LOG"
     "qzlog view --json LOG | jq -c 'select(.uid == \"user7\")'" "lnav SELECT log_body FROM qzlog WHERE uid = 'user7'"
-    "kinds of errors" "qzlog stats --by message --dispatcher Error LOG" "grep -F '[Error]' LOG | sed 's/.*OID:0. //' | $kinds"
+    "kinds of errors" "qzlog stats --by message --dispatcher Error LOG"
+    "grep -F '[Error]' LOG | sed 's/.*OID:0. //' | $kinds"
     "rg -F '[Error]' LOG | sed 's/.*OID:0. //' | $kinds" "qzlog view --json --dispatcher Error LOG | jq -r .message | $kinds"
     "lnav SELECT log_msg_format, count(*) FROM all_logs WHERE log_level = 'error' GROUP BY 1"
     "scopes" "qzlog stats --scopes LOG" "gaps" "qzlog stats --gaps LOG"
