@@ -303,7 +303,8 @@ TEST_F(KitRouting, LossesAreReportedAsTheFileSaysOrToTheProgramsObserver)
         Apply(std::string(R"({"destinations": {"f": {"type": ")") + step.mType +
               R"(", "path": "f", "reportLosses": ")" + step.mReportLosses + R"("}}, "routes": {"*": [)" +
               step.mTargets + "]}}");
-        EXPECT_EQ(life.use_count() == 2, step.mProgramsStays) << "step " << ++number;
+        ++number;
+        EXPECT_EQ(life.use_count() == 2, step.mProgramsStays) << "step " << number;
     }
 }
 
