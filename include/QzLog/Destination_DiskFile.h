@@ -112,7 +112,9 @@ namespace QzLog
     ///
     /// After a fork the child goes on in the same log, with an open file and a count of its own. A fork waits for a
     /// record that is being written and for a roll-over. It does not wait for a message that waits for the lock on the
-    /// file for more than some milliseconds; the child does not have that message.
+    /// file for more than some milliseconds; the child does not have that message. If another thread was in a log call
+    /// at the fork, the destination is never destroyed in the child: losses that still wait when the child ends are in
+    /// its figures, and are not reported.
     ///
     /// All operations may be called from any thread at any time, and throw std::bad_alloc and nothing of the file's.
     class QZLOG_API Destination_DiskFile : public virtual Destination

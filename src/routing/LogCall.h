@@ -3,7 +3,6 @@
 #include "routing/ErrnoGuard.h"
 #include "routing/Loan.h"
 
-#include <QzBase/CountedPtr.h>
 #include <QzBase/ReturnString.h>
 #include <QzLog/MessageCatalog.h>
 #include <QzLog/Router.h>
