@@ -26,6 +26,10 @@ struct Ledger
         std::atomic<std::uint64_t> mUnreported{0};
         /// Those that it reported on standard error when its log was closed, because it could not do it in the log.
         std::atomic<std::uint64_t> mReportedAtEnd{0};
+        /// The counters of its Kafka client at its end.
+        std::uint64_t mAccepted = 0;
+        std::uint64_t mDelivered = 0;
+        std::uint64_t mFailed = 0;
     };
 
     static_assert(std::atomic<std::uint64_t>::is_always_lock_free);

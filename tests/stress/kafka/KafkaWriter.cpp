@@ -80,8 +80,7 @@ std::string GetTopic()
     return topic + '.' + QzBase::WideCharToUTF8(kServer, false).c_str();
 }
 
-int RunKafkaWriter(WriterSettings const& settings, unsigned int process, Properties const& properties, Ledger& ledger,
-    Figures& figures)
+int RunKafkaWriter(WriterSettings const& settings, unsigned int process, Properties const& properties, Ledger& ledger)
 {
     // One that hangs is a fault.
     alarm(kLongestLife);
@@ -114,6 +113,9 @@ int RunKafkaWriter(WriterSettings const& settings, unsigned int process, Propert
     file.reset();
     module.reset();
     KafkaProducer::Counters const counters = KafkaProducer::GetCounters();
-    figures.mProcesses[process] = {counters.mAccepted, counters.mDelivered, counters.mFailed};
+    Ledger::Process& own = ledger.mProcesses[process];
+    own.mAccepted = counters.mAccepted;
+    own.mDelivered = counters.mDelivered;
+    own.mFailed = counters.mFailed;
     return 0;
 }

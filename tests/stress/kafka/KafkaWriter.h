@@ -3,25 +3,10 @@
 #include "Ledger.h"
 #include "Writer.h"
 
-#include <array>
-#include <cstdint>
 #include <map>
 #include <string>
 
 using Properties = std::map<std::string, std::string>;
-
-/// The client's counters at the end of each process.
-struct Figures
-{
-    struct Process
-    {
-        std::uint64_t mAccepted = 0;
-        std::uint64_t mDelivered = 0;
-        std::uint64_t mFailed = 0;
-    };
-
-    std::array<Process, Ledger::kMaxProcesses> mProcesses;
-};
 
 /// The host that no resolver answers for, in this program.
 inline constexpr char const* kSilentHost = "silent.invalid";
@@ -31,5 +16,4 @@ std::string GetTopic();
 
 /// The work of one process: its threads write records to a Kafka destination until the ledger says stop, and until some
 /// are written. Returns the process's exit code.
-int RunKafkaWriter(WriterSettings const& settings, unsigned int process, Properties const& properties, Ledger& ledger,
-    Figures& figures);
+int RunKafkaWriter(WriterSettings const& settings, unsigned int process, Properties const& properties, Ledger& ledger);

@@ -3,10 +3,9 @@
 // fault was found.
 
 #include "Broker.h"
-#include "KafkaChecker.h"
+#include "Checker.h"
 #include "KafkaFaults.h"
 #include "KafkaWriter.h"
-#include "Record.h"
 #include "Run.h"
 #include "Shared.h"
 #include "Table.h"
@@ -38,11 +37,10 @@ namespace
     {
         settings.mLimit = kMostBytes / kMostLimits;
         Ledger* const ledger = CreateShared<Ledger>();
-        Figures* const figures = CreateShared<Figures>();
         Broker broker(GetTopic());
         Run run(options, settings, *ledger,
             [&](unsigned int process)
-            { return RunKafkaWriter(settings, process, GetProperties(fault, broker, process), *ledger, *figures); });
+            { return RunKafkaWriter(settings, process, GetProperties(fault, broker, process), *ledger); });
         std::mt19937_64 random(settings.mSeed);
         run.Go(
             [&]
@@ -55,12 +53,11 @@ namespace
                 }
                 ++row.mOutcome.mTries;
             });
-        std::string const file = ReadFile(settings.mFolder + "/stress.log");
-        Outcome& outcome = row.mOutcome;
-        std::uint64_t const consumed =
-            CheckKafka(settings, *ledger, *figures, ledger->mStarted, broker.Consume(), file, outcome);
-        outcome.mIsGood = outcome.mIsGood && !run.HasFailed();
-        return consumed;
+        std::vector<std::string> const stream = broker.Consume();
+        CheckCampaign(
+            settings, *ledger, run.MakePlace(settings.mFolder), {"", nullptr, 0, nullptr}, row.mOutcome, &stream);
+        row.mOutcome.mIsGood = row.mOutcome.mIsGood && !run.HasFailed();
+        return stream.size();
     }
 }
 
@@ -69,6 +66,7 @@ int main(int argc, char** argv)
     RunOptions options{2, 1000, false};
     unsigned int minutes = 0;
     WriterSettings settings{"", 0, 2, std::random_device()()};
+    settings.mIsStrict = true;
 
     CLI::App app("Logs to a Kafka broker that fails in every way, and looks where each record is.");
     app.add_option("--processes", options.mProcesses, "processes at a time")->check(CLI::Range(1, 64));
