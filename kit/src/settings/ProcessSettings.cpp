@@ -56,19 +56,16 @@ namespace QzLogKit
             constexpr std::string_view kOperation = "KafkaClient::KafkaProducer::Configure: ";
             if (text.starts_with(kOperation))
                 text.erase(0, kOperation.size());
-            SettingsFault fault{
-                settings.mFile, 0, "kafka.client", "what the Kafka client takes", "its refusal: " + text};
+            SettingsFault fault{settings.mFile, settings.mClientLine, "kafka.client", "what the Kafka client takes",
+                "its refusal: " + text};
             std::size_t first = text.npos;
             for (auto const& [name, line] : settings.mClientLines)
-            {
-                std::size_t const at = name.empty() ? text.npos : FindName(text, name);
-                if (name.empty() || at < first)
+                if (std::size_t const at = FindName(text, name); at < first)
                 {
                     first = at;
                     fault.mLine = line;
-                    fault.mKey = name.empty() ? "kafka.client" : "kafka.client." + name;
+                    fault.mKey = "kafka.client." + name;
                 }
-            }
             Reject(settings, std::move(fault));
         }
 

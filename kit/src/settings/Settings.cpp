@@ -124,7 +124,7 @@ namespace QzLogKit
                     kafka.mClient[name] = client->ReadScalar(name);
                     settings.mClientLines[name] = file.GetLine(client->Take(name));
                 }
-                settings.mClientLines[""] = file.GetLine(section.Take("client"));
+                settings.mClientLine = file.GetLine(section.Take("client"));
                 // Without brokers the client would wait for nobody, and say so on standard error only. What is no text
                 // has its fault already.
                 auto const isSet = [&](char const* name) { return client->Has(name) && client->Take(name) != ""; };

@@ -102,7 +102,8 @@ namespace QzLogKit
         std::vector<CatalogSettings> mCatalogs;
         /// The file as one line of JSON without the section "kafka", which may hold passwords.
         std::string mPublicText;
-        /// The lines of the Kafka client's properties, for the faults that only the client finds.
+        /// The lines of the Kafka client's section and of its properties, for the faults that only the client finds.
+        unsigned int mClientLine = 0;
         std::map<std::string, unsigned int> mClientLines;
     };
 
