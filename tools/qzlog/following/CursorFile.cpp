@@ -142,7 +142,7 @@ namespace QzLogTool
 
     void CursorFile::Write(std::string const& text) const
     {
-        std::string const newPath = GetNewPath();
+        std::string const newPath = mPath + ".new";
         // It holds the first bytes of logs, which are not for everybody.
         int const descriptor = open(newPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
         if (descriptor < 0)

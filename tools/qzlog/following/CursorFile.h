@@ -33,7 +33,6 @@ namespace QzLogTool
         void Save(std::vector<LogPosition> const& positions);
 
     private:
-        std::string GetNewPath() const { return mPath + ".new"; }
         void TryToWrite() const;
         void Read(std::string const& text);
         std::string MakeText() const;
