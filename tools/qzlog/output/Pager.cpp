@@ -96,7 +96,10 @@ namespace QzLogTool
             return true;
         // It sees the end once nobody can write to it.
         close(STDOUT_FILENO);
-        gErrors >= 0 ? dup2(gErrors, STDERR_FILENO) : close(STDERR_FILENO);
+        if (gErrors >= 0)
+            dup2(gErrors, STDERR_FILENO);
+        else
+            close(STDERR_FILENO);
         int status = 0;
         while (waitpid(gPager, &status, 0) < 0 && errno == EINTR)
             continue;

@@ -50,8 +50,12 @@ namespace QzLogTool
                 std::error_code unknown;
                 if (entry->is_regular_file(unknown))
                     AddIfLog(entry->path(), found.mLogs);
-                else if (entry->is_directory(unknown) && !entry->is_symlink(unknown))
-                    isRecursive ? Collect(*entry, isRecursive, troubles, found) : void(found.mPassesFolders = true);
+                else if (!entry->is_directory(unknown) || entry->is_symlink(unknown))
+                    continue;
+                else if (isRecursive)
+                    Collect(*entry, isRecursive, troubles, found);
+                else
+                    found.mPassesFolders = true;
             }
             if (!error)
                 return;
