@@ -59,9 +59,8 @@ namespace QzLogTool
                 app.add_flag("--otlp", mIsOtlp, "Prints one record of OTLP in JSON a line, for OpenTelemetry")
                     ->option_text(" ")
                     ->excludes(pJson->option_text(" "));
-                TakeOneOf(app.add_option("--color", mColor, "Colours"), {"auto", "always", "never"})
+                ShowDefault(TakeOneOf(app.add_option("--color", mColor, "Colours"), {"auto", "always", "never"}))
                     ->option_text("WHEN");
-                ShowDefault(app.get_option("--color"));
                 app.add_flag(
                     "--no-pager", mHasNoPager, "Shows records on a terminal without QZLOG_PAGER, PAGER or less");
             }
