@@ -33,7 +33,7 @@ namespace QzLog
         std::uint64_t mLossesReported;
         /// Lost and not yet reported.
         std::uint64_t mLossesWaiting;
-        /// Lost and never to be reported: see kRecoveryBasic. kRecoveryStrict adds none.
+        /// Lost and never to be reported: see kRecoveryBasic. kRecoveryStrict adds what the end of the module left.
         std::uint64_t mLossesDropped;
         /// The longest time that a message waited for the lock on the file.
         std::uint64_t mLongestLockWaitNanoseconds;
@@ -88,8 +88,8 @@ namespace QzLog
     ///   roll-over, these two can remain; the next roll-over removes them. If it is killed just before it empties the
     ///   file, or loses its permissions for the directory in the middle of a roll-over, so that it cannot rename back,
     ///   the content is in the file and in the newest back-up, and the next roll-over copies it once more.
-    /// - A destination that is destroyed with unreported losses tries for a second to report them. What it cannot
-    ///   report is written to the debug output.
+    /// - At the end of the module, and when it is destroyed, a destination with unreported losses tries for a second to
+    ///   report them. What it cannot report is written to the debug output.
     /// - If the clock was set back to before the failure, the next message tries the file at once.
     ///
     /// A message that is written while somebody deletes the file is lost all the same.
@@ -112,9 +112,7 @@ namespace QzLog
     ///
     /// After a fork the child goes on in the same log, with an open file and a count of its own. A fork waits for a
     /// record that is being written and for a roll-over. It does not wait for a message that waits for the lock on the
-    /// file for more than some milliseconds; the child does not have that message. If another thread was in a log call
-    /// at the fork, the destination is never destroyed in the child: losses that still wait when the child ends are in
-    /// its figures, and are not reported.
+    /// file for more than some milliseconds; the child does not have that message.
     ///
     /// All operations may be called from any thread at any time, and throw std::bad_alloc and nothing of the file's.
     class QZLOG_API Destination_DiskFile : public virtual Destination

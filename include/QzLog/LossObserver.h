@@ -30,7 +30,7 @@ namespace QzLog
     /// The operations are called without any lock, on the thread whose message was lost or written, before its logging
     /// call returns. So calls of several threads can overlap, and can be in another order than the losses. They may
     /// log, also to the same file. An exception reaches the caller of the log function after all notices of that call
-    /// were given; of several, the first. One at the end of a destination reaches nobody.
+    /// were given; of several, the first. One at the end of a destination or of the module reaches nobody.
     class QZLOG_API LossObserver : public virtual QzBase::ReferenceCounted
     {
     public:

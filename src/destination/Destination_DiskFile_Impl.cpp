@@ -33,6 +33,11 @@ namespace QzLog
 
     Destination_DiskFile_Impl::~Destination_DiskFile_Impl()
     {
+        EndReports();
+    }
+
+    void Destination_DiskFile_Impl::EndReports() noexcept
+    {
         QzOs::NoCancellation const noCancellation;
         try
         {
@@ -45,7 +50,7 @@ namespace QzLog
         }
         catch (...)
         {
-            // Without memory nothing can be reported, and a destructor lets no exception of an observer out.
+            // Without memory nothing can be reported. An observer's exception has no caller to go to.
         }
     }
 

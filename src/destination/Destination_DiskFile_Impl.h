@@ -38,6 +38,10 @@ namespace QzLog
         /// nothing. A failure to open is no loss yet.
         void SetFilePath(unsigned short const* path);
 
+        /// The last chance to report losses: for the end of the module, which this object can outlive, and for the end
+        /// of this object.
+        void EndReports() noexcept;
+
         /// Writes a record that is no message of this destination.
         /// \return  false if it could not be written; the record is then not counted as missed.
         bool WriteForeignRecord(std::string_view text);

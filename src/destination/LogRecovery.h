@@ -22,7 +22,7 @@ namespace QzLog
         /// Writes a record that contains a number of messages. False: they are lost, and have been counted.
         virtual bool Write(std::string_view record, unsigned int messages, LossNotices& notices) = 0;
 
-        /// The destination is about to be destroyed.
+        /// The last chance to report losses: see Destination_DiskFile_Impl::EndReports. More can follow.
         virtual void End(LossNotices& notices) = 0;
 
         /// For a forked child: the parent reports what was lost up to now. If the log is open, the child gets an open

@@ -7,6 +7,8 @@
 
 #include <QzBase/Message.h>
 
+#include <utility>
+
 namespace QzLog
 {
     namespace
@@ -14,7 +16,7 @@ namespace QzLog
         /// Enough for a second: each attempt waits for a millisecond or more.
         constexpr int kLastTries = 800;
 
-        /// The lock on the file for a destination that is about to be destroyed, which must not wait for ever.
+        /// The lock on the file for the last report, which must not wait for ever.
         class LastLock : public QzFileSystem::FileWriteLock
         {
         public:
@@ -102,7 +104,12 @@ namespace QzLog
             // What is still there is said below.
         }
         while (mRuns.GetTotal() != 0)
-            notices.AddEnd(mRuns.TakeFirst());
+        {
+            Losses lost = mRuns.TakeFirst();
+            mLog.mCounters.AddDropped(lost.mCount);
+            mLog.mCounters.SetWaiting(mRuns.GetTotal());
+            notices.AddEnd(std::move(lost));
+        }
     }
 
     void StrictRecovery::NoteLosses(LossNotices& notices)

@@ -43,6 +43,12 @@ namespace QzLog
     {
     }
 
+    DiskFileRegistry::~DiskFileRegistry()
+    {
+        for (auto const& [given, diskFile] : mDiskFilesByGivenPath)
+            diskFile->EndReports();
+    }
+
     QzBase::ReturnPtrI<Destination_DiskFile> DiskFileRegistry::GetDestination(
         unsigned short const* path, Destination_DebugOutput& debugOutput)
     {

@@ -23,6 +23,12 @@ namespace QzLog
         ///              destination is made, moved and released without it.
         explicit DiskFileRegistry(QzSynch::RWLock& lock);
 
+        /// Lets all destinations report their losses, since some may not be destroyed: users hold them, or in a forked
+        /// child a thread that exists only in the parent.
+        ~DiskFileRegistry();
+        DiskFileRegistry(DiskFileRegistry const&) = delete;
+        DiskFileRegistry& operator=(DiskFileRegistry const&) = delete;
+
         /// \param path         relative or full.
         /// \param debugOutput  gets the report of an unusable path, before QzLog::Exception is thrown.
         QzBase::ReturnPtrI<Destination_DiskFile> GetDestination(

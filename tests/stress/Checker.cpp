@@ -56,8 +56,6 @@ namespace
             mMayDouble = fault.Has(kDoubles) || !mSettings.mIsStrict;
             // Where a disk was full, and where a roll-over was killed while it copied.
             bool const mayCut = !mSettings.mIsStrict && (fault.Has(kSmallDisk) || fault.Has(kKills));
-            // In a child, a log that another thread of the parent was using at the fork is never destroyed.
-            mMayStayOpen = fault.Has(kForks);
             mClocks = place.mClocks;
             mTakesUncounted = !mSettings.mIsStrict && fault.Has(kUncounted);
             for (File const& file : ReadKept(place))
@@ -137,8 +135,7 @@ namespace
             }
             // The figures of one that was killed can be those before a call of each thread.
             std::int64_t const inFlight = told.mWasKilled ? 2 * std::int64_t{mSettings.mThreads} : 0;
-            bool const reportsAll = mSettings.mIsStrict && !told.mWasKilled && !mMayStayOpen;
-            std::int64_t const most = reportsAll ? 0 : known + inFlight;
+            std::int64_t const most = mSettings.mIsStrict && !told.mWasKilled ? 0 : known + inFlight;
             std::int64_t const least = mSettings.mIsStrict || told.mWasKilled ? -inFlight : known;
             if (rest < least || (rest > most && !mTakesUncounted))
                 Fault("process " + std::to_string(process) + " has lost " + std::to_string(sums.mLost) + ", reported " +
@@ -335,7 +332,6 @@ namespace
         bool mIsStreamed = false;
         bool mMayDouble = false;
         bool mIsSpare = false;
-        bool mMayStayOpen = false;
         bool mMayCut = false;
         bool mTakesUncounted = false;
         unsigned int mCut = 0;
