@@ -31,17 +31,13 @@ namespace QzLogTool
                 ->group(kGroup)
                 ->excludes(&logs)
                 ->excludes(pCursor);
-        // Each of these takes one value, or the next operand would be taken for another.
-        app.add_option("--topic", mBrokers.mTopics, "Shell pattern for topics; without one, the streams of all servers")
+        TakeSeveral(app.add_option("--topic", mBrokers.mTopics,
+                        "Shell pattern for topics; without one, the streams of all servers"))
             ->option_text("PATTERN")
-            ->allow_extra_args(false)
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
             ->group(kGroup)
             ->needs(pBrokers);
-        app.add_option("-X", mBrokers.mProperties, "A property of the Kafka client (librdkafka)")
+        TakeSeveral(app.add_option("-X", mBrokers.mProperties, "A property of the Kafka client (librdkafka)"))
             ->option_text("PROPERTY=VALUE")
-            ->allow_extra_args(false)
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
             ->group(kGroup)
             ->needs(pBrokers);
         logs.required(false);

@@ -70,11 +70,9 @@ namespace QzLogTool
             static CLI::Option* AddList(CLI::App& app, char const* name, char const* valueName, char const* description,
                 std::vector<std::string>& values)
             {
-                return app.add_option(name, values, description)
+                return TakeSeveral(app.add_option(name, values, description))
                     ->option_text(valueName)
-                    ->check(RefuseEmpty)
-                    ->allow_extra_args(false)
-                    ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+                    ->check(RefuseEmpty);
             }
 
             void AddMasks(Masker& masker) const

@@ -33,6 +33,12 @@ namespace QzLogTool
         return text.empty() ? "is empty" : "";
     }
 
+    /// Lets an option come several times, with one value each: an operand that follows is none.
+    inline CLI::Option* TakeSeveral(CLI::Option* pOption)
+    {
+        return pOption->allow_extra_args(false)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    }
+
     /// Adds an option that may come several times and whose values a function reads. What it throws as Trouble is wrong
     /// usage.
     inline CLI::Option* AddRead(CLI::App& app, std::string const& names, char const* valueName, char const* description,
@@ -51,9 +57,6 @@ namespace QzLogTool
             }
             return true;
         };
-        return app.add_option(names, takeAll, description)
-            ->option_text(valueName)
-            ->expected(1)
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        return TakeSeveral(app.add_option(names, takeAll, description))->option_text(valueName);
     }
 }

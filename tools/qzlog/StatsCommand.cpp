@@ -34,11 +34,9 @@ namespace QzLogTool
                 mFilterOptions.AddTo(app);
                 app.add_option("--slot", mSlot, "Width of the slots of time, such as 10m; as wide as fits without it")
                     ->option_text("SPAN");
-                TakeOneOf(app.add_option("--by", mGroupings, "Counts by this instead"), Grouping::GetNames())
+                TakeSeveral(
+                    TakeOneOf(app.add_option("--by", mGroupings, "Counts by this instead"), Grouping::GetNames()))
                     ->option_text("WHAT")
-                    ->expected(1)
-                    ->allow_extra_args(false)
-                    ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
                     ->excludes("--slot");
                 app.add_flag(
                        "--scopes", mAsksScopes, "How long scopes take, from the lines where they are entered and left")
@@ -51,11 +49,9 @@ namespace QzLogTool
                 AddMoment(app, "--new-since", "Kinds of message that came for the first time since then",
                     [this](std::int64_t moment) { mNewSince = moment; })
                     ->excludes("--slot");
-                app.add_option("--trace", mTraces, "Reads a print-out of a command or message trace, and no log")
-                    ->option_text("FILE")
-                    ->expected(1)
-                    ->allow_extra_args(false)
-                    ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+                TakeSeveral(
+                    app.add_option("--trace", mTraces, "Reads a print-out of a command or message trace, and no log"))
+                    ->option_text("FILE");
                 ShowDefault(app.add_option("--top", mTop, "The N most frequent ones in each table"))
                     ->option_text("N")
                     ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
