@@ -32,8 +32,12 @@ namespace QzLogTool
                 mpApp = &app;
                 mInput.AddTo(app).required(false);
                 mFilterOptions.AddTo(app);
-                app.add_option("--slot", mSlot, "Width of the slots of time, such as 10m; as wide as fits without it")
-                    ->option_text("SPAN");
+                AddRead(app, "--slot", "SPAN", "Width of the slots of time, such as 10m; as wide as fits without it",
+                    [this](std::string const& text)
+                    {
+                        if (!ReadSpan(text, mSlot) || mSlot == 0)
+                            throw Trouble("'" + text + "' is no span of time; write it like \"10m\" or \"1h\"");
+                    });
                 TakeSeveral(
                     TakeOneOf(app.add_option("--by", mGroupings, "Counts by this instead"), Grouping::GetNames()))
                     ->option_text("WHAT")
@@ -64,15 +68,11 @@ namespace QzLogTool
                     return ReportTraces();
                 if (mInput.mPaths.empty())
                     throw Trouble("LOG is required, or --trace (see --help)");
-                std::int64_t slot = 0;
-                if (!mSlot.empty() && (!ReadSpan(mSlot, slot) || slot == 0))
-                    throw Trouble(
-                        "--slot: '" + mSlot + "' is no span of time; write it like \"10m\" or \"1h\" (see --help)");
                 Troubles troubles;
                 Progress progress;
                 RecordFilter filter(mFilterOptions);
                 std::unique_ptr<RecordSource> const pSource = mInput.Open(filter, progress, troubles);
-                StatsReport report(mGroupings, MakeQuestions(), slot);
+                StatsReport report(mGroupings, MakeQuestions(), mSlot);
                 for (Record record; pSource->Next(record);)
                     report.Add(record);
                 report.Finish();
@@ -134,7 +134,7 @@ namespace QzLogTool
             CLI::App const* mpApp = nullptr;
             LogInput mInput;
             FilterOptions mFilterOptions;
-            std::string mSlot;
+            std::int64_t mSlot = 0; // as StatsReport takes it
             std::vector<std::string> mGroupings;
             bool mAsksScopes = false;
             bool mAsksGaps = false;
