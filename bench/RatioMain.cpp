@@ -32,8 +32,10 @@ namespace
 
         void PrintTable() const
         {
-            std::printf("\nMedians: wall time, processor time (cpu) in ns, longest iteration (max) in us; in brackets "
-                        "QzLog's times as ratios of that subject's\n");
+            std::printf(
+                "\nMedians: wall time, processor time (cpu) in ns, longest iteration (max) in us; in brackets "
+                "QzLog's times as ratios of that subject's. Wall time of several threads is per message of all of "
+                "them: that of one thread is so many times as long\n");
             for (auto const& [row, subjects] : mRows)
             {
                 auto const own = subjects.find(kOwnSubject);
