@@ -195,7 +195,8 @@ namespace QzLogKit
         }
 
     private:
-        /// Milliseconds since 1970 UTC. As a difference of two DateTimes, in a fraction of the time.
+        /// Milliseconds since 1970 UTC. A difference of two DateTimes would be the same, and take several times as
+        /// long.
         std::int64_t GetMilliseconds(QzLog::Timestamp const& time)
         {
             int const offset = time.mOffsetHours * 60 + time.mOffsetMinutes;
@@ -341,7 +342,7 @@ namespace QzLogKit
         /// When the oldest window ends, in milliseconds since 1970 UTC.
         std::atomic<std::int64_t> mNextEnd{kNever};
         std::atomic<bool> mHasEnded{false};
-        /// A date above the number of its day, in 32 bits each; no date is 0.
+        /// The upper half is a date (0 for none), the lower half its day since 1970.
         std::atomic<std::uint64_t> mKnownDay{0};
         /// In the order of their beginnings.
         Windows mWindows;
