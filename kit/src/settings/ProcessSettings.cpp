@@ -77,21 +77,16 @@ namespace QzLogKit
                                  '"' + kafka.mTopic + '"'});
         }
 
-        void NameTopic(Settings const& settings)
-        {
-            if (settings.mKafka && !settings.mKafka->mTopic.empty() && !SetKafkaTopic(settings.mKafka->mTopic))
-                RejectTopic(settings, GetKafkaTopic());
-        }
-
         void ApplyKafka(Settings const& now, Settings const* before)
         {
             bool const wasSet = before && before->mKafka;
             if (!now.mKafka && !wasSet)
                 return;
             // A name cannot be taken back: first look, then change what can be changed.
-            if (std::string const topic = GetKafkaTopic();
-                now.mKafka && !now.mKafka->mTopic.empty() && !topic.empty() && topic != now.mKafka->mTopic)
-                RejectTopic(now, topic);
+            std::string const topic = now.mKafka ? now.mKafka->mTopic : std::string();
+            std::string const present = GetKafkaTopic();
+            if (!topic.empty() && !present.empty() && topic != present)
+                RejectTopic(now, present);
             using Client = std::map<std::string, std::string>;
             Client const client = now.mKafka ? now.mKafka->mClient : Client();
             // Brokers that stay the same are not connected anew.
@@ -106,7 +101,8 @@ namespace QzLogKit
                     RejectClient(now, refusal);
                 }
             }
-            NameTopic(now);
+            if (!topic.empty() && !SetKafkaTopic(topic))
+                RejectTopic(now, GetKafkaTopic());
             QzBase::SetFeatureEnabled(u"KS/SLMS"_w, now.mKafka && now.mKafka->mIsEnabled);
         }
     }
