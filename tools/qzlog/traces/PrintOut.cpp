@@ -13,6 +13,9 @@ namespace QzLogTool
     {
         constexpr std::size_t kMostRows = 65'536;
         constexpr std::size_t kLongestShown = 60;
+        constexpr std::size_t kLongestDestination = 200;
+        // A file that is something else should not fill the screen.
+        constexpr std::uint64_t kMostReports = 20;
 
         /// "'<the field, cut>' is not ".
         std::string Refuse(std::string_view field)
@@ -20,9 +23,6 @@ namespace QzLogTool
             std::string text(1, '\'');
             return text.append(field.substr(0, kLongestShown)).append("' is not ");
         }
-        constexpr std::size_t kLongestDestination = 200;
-        // A file that is something else should not fill the screen.
-        constexpr std::uint64_t kMostReports = 20;
 
         /// A number, and what follows it, which is taken off too.
         template <class Number>
