@@ -16,7 +16,7 @@ namespace QzLogKit
     {
         using IDs = std::vector<std::string>;
 
-        /// By length first: most IDs differ in it, or in their first bytes, from those of others.
+        /// By length first, which tells most IDs apart without a look at their bytes.
         struct ByLength
         {
             bool operator()(std::string_view a, std::string_view b) const

@@ -40,7 +40,7 @@ namespace QzLogKit
         QzLog::Recovery mRecovery = QzLog::kRecoveryStrict;
         /// Seconds.
         unsigned int mRetryInterval = 300;
-        /// File and Kafka: the first loss of each run is an event of the system log.
+        /// File and Kafka: the first lost message of each failure is an event of the system log.
         bool mReportsLosses = false;
         /// 0 for the process language.
         unsigned short mLanguageID = 0;

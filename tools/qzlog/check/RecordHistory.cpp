@@ -62,7 +62,7 @@ namespace QzLogTool
                                       seen->mPlace.mFile != place.mFile));
         if (isLate)
             mStepBack = thread.mTime - time;
-        // Within a copy, what a full group does not have may be forgotten.
+        // A full group may have forgotten the record, so its absence does not end a copy.
         if (mIsRepeating && (isCopy || (isLate && !isThere && group.back().mHash != 0)))
             return Order::GoesOnRepeating;
         if (isCopy)

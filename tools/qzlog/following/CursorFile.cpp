@@ -76,7 +76,8 @@ namespace QzLogTool
         }
     }
 
-    /// Or all would be shown, and shown again with each new start. Another process may just be writing the new file.
+    /// Throws before anything is shown: records whose end cannot be remembered would be shown again with each new
+    /// start. Takes a name of its own, since another process may just be writing the new file.
     void CursorFile::TryToWrite() const
     {
         std::string path = mPath + ".XXXXXX";
