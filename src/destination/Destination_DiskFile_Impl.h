@@ -67,12 +67,13 @@ namespace QzLog
         /// Leaves the lock on the file held only for a thread that comes next.
         using Hold = Stay<QzSynch::ForkableSection::Hold, &LogFile::ReleaseUnlessAwaited>;
 
-        /// A change of settings. Always releases the lock on the file, since no record of it counts against the limits
-        /// within which that lock is passed on.
+        // The others release the lock on the file: they write no record that counts against the limits within which it
+        // is passed on. Threads that come again and again, each awaited by another, would keep it for ever.
+
+        /// For a change that opens or closes the file.
         using Change = Stay<QzSynch::ForkableSection::Hold, &LogFile::Release>;
 
-        /// A mere look at the settings. Always releases the lock on the file: threads that look again and again, each
-        /// awaited by another, would keep it for ever, while nobody writes.
+        /// For a setting, read or set, that can change while the holder is in its gap.
         using Look = Stay<QzSynch::ForkableSection::Look, &LogFile::Release>;
 
         void PrepareForFork() noexcept override;
