@@ -1,14 +1,13 @@
 #!/usr/bin/env bash
 # A real journal takes what the system-log destination sends, and journalctl finds it by its fields. The journal runs
 # in a mount namespace of its own. Call: journal.sh <folder of the server>
-set -euo pipefail
-server=$1
 source "$(dirname "$0")/run_server.sh"
 journald=/lib/systemd/systemd-journald
-[ -x $journald ] || { echo "skipped: systemd is not installed"; exit 77; }
+[ -x $journald ] || skip "systemd is not installed"
 if [ -z "${QZLOG_JOURNAL_NAMESPACE:-}" ]; then
-    [ "$(id -u)" -eq 0 ] || { echo "skipped: only root can run a journal"; exit 77; }
-    unshare --mount true 2>/dev/null || { echo "skipped: no mount namespace here"; exit 77; }
+    [ "$(id -u)" -eq 0 ] || skip "only root can run a journal"
+    unshare --mount true 2>/dev/null || skip "no mount namespace here"
+    rm -r "$work" # no trap runs at an exec
     QZLOG_JOURNAL_NAMESPACE=1 exec unshare --mount "$0" "$@"
 fi
 
@@ -17,13 +16,12 @@ mount -t tmpfs tmpfs /run
 mkdir -p /run/systemd/journal /run/log/journal
 $journald >/dev/null 2>&1 &
 journal=$!
-work=$(mktemp -d)
 trap 'kill $journal; rm -rf "$work"' EXIT
 # What stands in the journal once a query answers, or nothing after 20 seconds.
 await() { for _ in $(seq 200); do "$@" && return; sleep 0.1; done; return 1; }
-await test -S /run/systemd/journal/socket || { echo "skipped: the journal does not start here"; exit 77; }
+await test -S /run/systemd/journal/socket || skip "the journal does not start here"
 
-run_server "$work" '{ "type": "systemLog", "source": "Reporting" }'
+run_server '{ "type": "systemLog", "source": "Reporting" }'
 
 find_all() { journalctl -q -D /run/log/journal -o cat SYSLOG_IDENTIFIER=Reporting "$@" 2>/dev/null; }
 holds() { find_all | grep -q "$1"; }

@@ -1,14 +1,10 @@
 #!/usr/bin/env bash
 # jq takes what `qzlog view --json` prints, and counts by its keys what grep counts in the log.
 # Call: jq.sh <folder of the server> <qzlog>
-set -euo pipefail
-server=$1 qzlog=$2
 source "$(dirname "$0")/run_server.sh"
-command -v jq >/dev/null || { echo "skipped: jq is not installed"; exit 77; }
-
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-run_server "$work" '{ "type": "file", "path": "all.log", "maxFileSize": 9000, "backups": 9 }'
+qzlog=$2
+command -v jq >/dev/null || skip "jq is not installed"
+run_server '{ "type": "file", "path": "all.log", "maxFileSize": 9000, "backups": 9 }'
 
 ask() { "$qzlog" view --json "${@:2}" "$work/logs/all.log" | jq -rs "$1"; }
 count() { cat "$work"/logs/all.log* | grep -cE "$1"; }

@@ -1,17 +1,12 @@
 #!/usr/bin/env bash
 # lnav opens a log and its back-ups with our format, headless, and answers a query on its fields.
 # Call: lnav.sh <folder of the server>
-set -euo pipefail
-server=$1
 source "$(dirname "$0")/run_server.sh"
 format=$(cd "$(dirname "$0")/../../integrations/lnav" && pwd)/qzlog.json
-command -v lnav >/dev/null || { echo "skipped: lnav is not installed"; exit 77; }
-
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+command -v lnav >/dev/null || skip "lnav is not installed"
 mkdir -p "$work/config/formats/qzlog"
 cp "$format" "$work/config/formats/qzlog/"
-run_server "$work" '{ "type": "file", "path": "all.log", "maxFileSize": 20000, "backups": 100 }'
+run_server '{ "type": "file", "path": "all.log", "maxFileSize": 20000, "backups": 100 }'
 
 ask() { HOME=$work lnav -n -I "$work/config" -c ";$1" -c ':write-csv-to -' "$work"/logs/all.log* | tail -n +2 | tr -d '\r'; }
 
