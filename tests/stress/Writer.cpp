@@ -87,7 +87,7 @@ void Writer::LogMany(unsigned int thread, std::uint64_t most)
 {
     std::mt19937_64 random(mSettings.mSeed + std::uint64_t{mProcess} * Ledger::kMaxThreads + thread +
                            mLedger.mProcesses[mProcess].mThreads[thread].mReturned);
-    for (std::uint64_t count = 0; count < most && !mLedger.mStops; ++count)
+    for (std::uint64_t count = 0; count < most && (count < mSettings.mLeastRecords || !mLedger.mStops); ++count)
     {
         Log(thread);
         if (mSettings.mpAfterRecord)

@@ -27,6 +27,8 @@ struct WriterSettings
     bool mHasWay = false;
     bool mIsStrict = false;
     unsigned int mLongestPause = 0; // in microseconds, after each record
+    /// Of each thread, also when the ledger says stop.
+    std::uint64_t mLeastRecords = 0;
     unsigned int mRetrySeconds = 300;
     /// 0: the one that runs this.
     unsigned int mUser = 0;

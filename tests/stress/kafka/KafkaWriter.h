@@ -14,6 +14,5 @@ inline constexpr char const* kSilentHost = "silent.invalid";
 /// The topic of all writers.
 std::string GetTopic();
 
-/// The work of one process: its threads write records to a Kafka destination until the ledger says stop, and until some
-/// are written. Returns the process's exit code.
+/// The work of one process, as RunWriter does it, to a Kafka destination. Returns the process's exit code.
 int RunKafkaWriter(WriterSettings const& settings, unsigned int process, Properties const& properties, Ledger& ledger);

@@ -67,6 +67,8 @@ int main(int argc, char** argv)
     unsigned int minutes = 0;
     WriterSettings settings{"", 0, 2, std::random_device()()};
     settings.mIsStrict = true;
+    settings.mLongestPause = 8000;
+    settings.mLeastRecords = 50;
 
     CLI::App app("Logs to a Kafka broker that fails in every way, and looks where each record is.");
     app.add_option("--processes", options.mProcesses, "processes at a time")->check(CLI::Range(1, 64));
