@@ -29,6 +29,8 @@ namespace QzLogKit
                 return all;
             }
 
+            static All& gAll;
+
             ForkSafeLock mLock;
             std::vector<std::weak_ptr<State>> mStates;
         };
@@ -72,6 +74,9 @@ namespace QzLogKit
 
         HoldBack<Origin> mCounts;
     };
+
+    // Created when the library is loaded, so that no fork happens during its construction.
+    CallLimit::State::All& CallLimit::State::All::gAll = Get();
 
     CallLimit::CallLimit(RateLimit limit) : mpState(std::make_shared<State>(limit))
     {

@@ -30,6 +30,8 @@ namespace QzLogKit
             return all;
         }
 
+        static All& gAll;
+
         void Add(ForkSafeLock& lock)
         {
             std::lock_guard const hold(mMutex);
@@ -77,6 +79,9 @@ namespace QzLogKit
         std::mutex mMutex;
         ForkSafeLock* mpFirst = nullptr;
     };
+
+    // Created when the library is loaded, so that no fork happens during its construction.
+    ForkSafeLock::All& ForkSafeLock::All::gAll = Get();
 
     ForkSafeLock::ForkSafeLock()
     {

@@ -32,6 +32,9 @@ namespace QzLogKit
             return router;
         }
 
+        // Created when the library is loaded, so that no fork happens during its construction.
+        [[maybe_unused]] QzLog::Router& gNoRouter = GetNoRouter();
+
         bool IsModuleRunning()
         {
             return QzSynch::CaptureThreadSpecificLogInfo() != nullptr;
@@ -48,9 +51,14 @@ namespace QzLogKit
             return all;
         }
 
+        static All& gAll;
+
         ForkSafeLock mLock;
         RouterHandle* mpFirst = nullptr;
     };
+
+    // Created when the library is loaded, so that no fork happens during its construction.
+    RouterHandle::All& RouterHandle::All::gAll = Get();
 
     RouterHandle::~RouterHandle()
     {

@@ -88,19 +88,15 @@ namespace QzLog
             gModuleInit.lockWord.store(0);
         }
 
-        bool WatchForks() noexcept
-        {
-            static bool const areWatched = QzOs::CallAroundFork(nullptr, nullptr, ForgetOtherThreads);
-            return areWatched;
-        }
-
         // When the library is loaded, so that no fork happens during the first call.
-        [[maybe_unused]] bool const gForksAreWatched = WatchForks();
+        [[gnu::constructor(102)]] void WatchForks()
+        {
+            QzOs::CallAroundFork(nullptr, nullptr, ForgetOtherThreads);
+        }
     }
 
     Initializer::Initializer()
     {
-        WatchForks();
         if (tHoldsLockWord)
         {
             throw QzBase::ExceptionImpl<QzBase::Message>(QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1,

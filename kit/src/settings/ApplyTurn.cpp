@@ -13,33 +13,30 @@ namespace QzLogKit
     {
         thread_local bool gHasTurn = false;
 
-        /// Never destroyed: static objects of others may still use it then.
-        std::mutex& GetLock()
-        {
-            static std::mutex& lock = *new std::mutex;
-            return lock;
-        }
+        constinit std::mutex gLock;
 
         void FreeInChild()
         {
             if (!gHasTurn)
-                std::construct_at(&GetLock());
+                std::construct_at(&gLock);
         }
+
+        // When the library is loaded, so that no fork happens during the first call.
+        [[maybe_unused]] int const gForksAreWatched = pthread_atfork(nullptr, nullptr, &FreeInChild);
     }
 
     ApplyTurn::ApplyTurn()
     {
-        [[maybe_unused]] static int const registered = pthread_atfork(nullptr, nullptr, &FreeInChild);
         if (gHasTurn)
             throw QzBase::ExceptionImpl<QzBase::Message>(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1,
                 "Settings cannot be put in force while the same thread is doing that already.");
-        GetLock().lock();
+        gLock.lock();
         gHasTurn = true;
     }
 
     ApplyTurn::~ApplyTurn()
     {
         gHasTurn = false;
-        GetLock().unlock();
+        gLock.unlock();
     }
 }

@@ -23,13 +23,12 @@ namespace QzBase
         // for ever.
         constinit QzOs::ForkMutex gMutex;
 
-        void LockBeforeFork()
+        // When the library is loaded, so that no fork happens during the first look-up. Handlers that are registered
+        // first are called last before a fork: this lock is taken under those of the layers above.
+        [[gnu::constructor(102)]] void HoldLockAroundForks()
         {
-            gMutex.LockBeforeFork();
-        }
-        void UnlockAfterFork()
-        {
-            gMutex.UnlockAfterFork();
+            auto const unlock = [] { gMutex.UnlockAfterFork(); };
+            QzOs::CallAroundFork([] { gMutex.LockBeforeFork(); }, unlock, unlock);
         }
 
         // An error shows as a missing name.
@@ -45,8 +44,6 @@ namespace QzBase
             if (!state)
             {
                 state = backtrace_create_state(nullptr, 1, IgnoreError, nullptr);
-                if (state)
-                    QzOs::CallAroundFork(LockBeforeFork, UnlockAfterFork, UnlockAfterFork);
                 gState.store(state, std::memory_order_release);
             }
             return state;

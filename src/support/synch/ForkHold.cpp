@@ -15,10 +15,12 @@ namespace QzSynch
         constinit ForkHold* gpFirst = nullptr;
     }
 
+    // When the library is loaded, so that no fork happens during the creation of the first lock; and after those that
+    // are registered by constructors with a priority, whose locks are taken under these.
+    bool const ForkHold::gIsWatched = QzOs::CallAroundFork(BeforeFork, AfterForkInParent, AfterForkInChild);
+
     ForkHold::ForkHold(Lock& lock, Rank rank, Client* client) : mLock(lock), mRank(rank), mpClient(client)
     {
-        [[maybe_unused]] static bool const watched =
-            QzOs::CallAroundFork(BeforeFork, AfterForkInParent, AfterForkInChild);
         std::lock_guard const hold(gListLock);
         ForkHold** link = &gpFirst;
         for (; *link && (*link)->mRank < mRank; link = &(*link)->mpNext)

@@ -66,6 +66,8 @@ namespace QzSynch
 
         void GiveBack(void (Lock::*leave)());
 
+        static bool const gIsWatched;
+
         Lock& mLock;
         Rank const mRank;
         Client* const mpClient;

@@ -152,21 +152,12 @@ namespace QzSynch
             return key;
         }
 
-        void AfterForkInChild()
+        // When the library is loaded, so that no fork happens during the first call. Handlers that are registered first
+        // are called last before a fork: this lock is taken under those of ForkHold.cpp.
+        [[gnu::constructor(102)]] void HoldRegistryAroundForks()
         {
-            gRegistry.AfterForkInChild(gpValuesOfThread);
-        }
-
-        // Apart from GetKey, so that a failure of the one does not repeat the other.
-        void PrepareForForks()
-        {
-            [[maybe_unused]] static bool const prepared = []
-            {
-                if (!QzOs::CallAroundFork(
-                        [] { gRegistry.BeforeFork(); }, [] { gRegistry.AfterForkInParent(); }, &AfterForkInChild))
-                    throw std::bad_alloc();
-                return true;
-            }();
+            QzOs::CallAroundFork([] { gRegistry.BeforeFork(); }, [] { gRegistry.AfterForkInParent(); },
+                [] { gRegistry.AfterForkInChild(gpValuesOfThread); });
         }
 
         class ThreadLocalStorage_Impl final : public ThreadLocalStorage
@@ -235,7 +226,6 @@ namespace QzSynch
         try
         {
             GetKey();
-            PrepareForForks();
             return true;
         }
         catch (std::bad_alloc const&)

@@ -56,6 +56,9 @@ namespace QzSynch
             static Registrations& registrations = *new Registrations;
             return registrations;
         }
+
+        // Created when the library is loaded, so that no fork happens during its construction.
+        [[maybe_unused]] Registrations& gRegistrations = GetRegistrations();
     }
 
     void RegisterThreadSpecificLogInfoGetter(std::function<std::shared_ptr<QzLog::ThreadSpecificLogInfo>()>&& getter)
