@@ -14,7 +14,8 @@ run_server() {
 { "server": "Reporting01", "language": "en", "basePath": "logs", "destinations": { "only": $1 },
   "routes": { "*/Info": ["only"], "*/Error": ["only"] } }
 SETTINGS
-    (cd "$work" && head -n 100 "$server/requests.txt" | "$server/reporting_server" --config settings.json - >server.txt 2>&1) ||
+    (cd "$work" && head -n 100 "$server/requests.txt" |
+        "$server/reporting_server" --config settings.json - >server.txt 2>&1) ||
         { cat "$work/server.txt"; exit 1; }
 }
 
