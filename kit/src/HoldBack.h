@@ -49,17 +49,21 @@ namespace QzLogKit
             {
                 char const* const last = text.data() + text.size();
                 if (text.size() >= 8)
-                    std::memcpy(&mEnd, last - 8, 8);
+                    mEnd = Read<std::uint64_t>(last - 8);
                 else if (text.size() >= 4)
-                {
-                    std::uint32_t begin = 0;
-                    std::memcpy(&begin, text.data(), 4);
-                    std::memcpy(&mEnd, last - 4, 4);
-                    mEnd = mEnd << 32 | begin;
-                }
+                    mEnd = std::uint64_t{Read<std::uint32_t>(last - 4)} << 32 | Read<std::uint32_t>(text.data());
                 else
                     for (char const character : text)
                         mEnd = mEnd << 8 | static_cast<unsigned char>(character);
+            }
+
+            /// Into a variable of its own: bytes that are stored into a part of mEnd would be waited for.
+            template <class Number>
+            static Number Read(char const* bytes)
+            {
+                Number number;
+                std::memcpy(&number, bytes, sizeof(number));
+                return number;
             }
 
             bool operator==(Name const& other) const
