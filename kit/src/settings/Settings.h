@@ -53,6 +53,8 @@ namespace QzLogKit
         unsigned int mPeriod = 0;
         RateLimitPer mPer = RateLimitPer::kMessageID;
         Selection mSelection;
+
+        bool operator==(DestinationSettings const&) const = default;
     };
 
     /// Ordered by exactness: the first that matches decides.
