@@ -84,14 +84,18 @@ namespace
         /// Writes one record. Returns what the client took for it and how often it is in the file.
         std::string Write(QzLog::Destination& destination)
         {
-            std::string const text = "record " + std::to_string(++mWritten) + ".";
+            QzBase::CountedPtr<QzLog::MessageHeader> const header(QzLog::CreateMessageHeader());
+            header->SetServerName("Engine");
+            std::string const text = "record " + std::to_string(++mWritten) + "\nof \xE2\x82\xAC 2";
             mClient.mSent.clear();
-            destination.WriteMessage(text.c_str(), *QzLog::CreateMessageHeader());
+            destination.WriteMessage(text.c_str(), *header);
+            std::string const record =
+                std::regex_replace(header->GetHeaderText() + (' ' + text), std::regex("\n"), "\r\n") + '\r';
             std::string where;
             for (auto const& [topic, value] : mClient.mSent)
-                where += value.ends_with(text + '\r') ? "kafka " : "settings " + value + ' ';
+                where += value == record ? "kafka " : "settings " + value + ' ';
             std::string const file = Get("fall.log");
-            for (std::size_t at = file.find(text); at != file.npos; at = file.find(text, at + 1))
+            for (std::size_t at = file.find(record + '\n'); at != file.npos; at = file.find(record + '\n', at + 1))
                 where += "file ";
             return where;
         }
@@ -167,10 +171,10 @@ TEST_F(KafkaLogTest, EachRecordGoesToOnePlaceAndSettingsFollowTheBroker)
     EXPECT_EQ(mClient.mSent[1].first, stem + ".Engine");
 
     mClient.mSent.clear();
-    QzLog::UpdateLogRegistryStr(u"second"_w);
+    QzLog::UpdateLogRegistryStr(u"gro\u00DF"_w);
     QzLog::UpdateLogRegistryStr(nullptr);
     ASSERT_EQ(mClient.mSent.size(), 2u) << "sent at once";
-    EXPECT_EQ(mClient.mSent[0].second, "second");
+    EXPECT_EQ(mClient.mSent[0].second, "gro\xC3\x9F");
     mClient.mStatus = 0;
     EXPECT_EQ(Write(*destination), "file ");
     mClient.mStatus = 1;
@@ -201,7 +205,7 @@ TEST_F(KafkaLogTest, WhatKafkaTookAndLostIsToldOnceInTheFile)
     losses.Add(1, "Local: younger");
     EXPECT_EQ(Write(*destination), "kafka ");
     std::string file = Get("fall.log");
-    EXPECT_TRUE(file.ends_with(line)) << file;
+    EXPECT_TRUE(file.ends_with(line) && file.find("[SERVER:Engine]") != file.npos) << file;
 
     losses.Add(5, "of the parent");
     ExpectInChild([&] { return Write(*destination) == "kafka " && Get("fall.log") == file; });

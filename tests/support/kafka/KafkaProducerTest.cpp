@@ -155,12 +155,15 @@ TEST_F(KafkaProducerTest, AFullQueueRefusesAndLossesAreToldOnceInTenSeconds)
     gReports = 0;
     gReportedLosses = 0;
 
-    mBroker.GoDown();
     Properties properties = mProperties;
     properties.insert({{"queue.buffering.max.messages", "3"}, {"message.timeout.ms", "1000"}});
     KafkaProducer::Configure(properties);
     {
         KafkaClient::Initializer const client;
+        EXPECT_TRUE(StatusBecomes(KafkaProducer::kStatusUp));
+        EXPECT_FALSE(Send(std::string(2'000'000, 'x'))) << "too long";
+        mBroker.GoDown();
+        EXPECT_TRUE(StatusBecomes(KafkaProducer::kStatusDown));
         int taken = 0;
         while (taken < 4 && Send("lost"))
             ++taken;
@@ -211,6 +214,8 @@ TEST_F(KafkaProducerTest, ARefusedTopicIsTriedOnceInTenSecondsUntilARecordIsDeli
 
 TEST_F(KafkaProducerTest, AResolverThatDoesNotAnswerHoldsUpTheEndAlone)
 {
+    KafkaClient::TopicLosses& losses = KafkaClient::GetTopicLosses(u"diag"_w);
+    losses.Take();
     gResolverAnswers = false;
     KafkaProducer::Configure({{"bootstrap.servers", kHeldHost}});
     EXPECT_EQ(gQuestions, 0) << "nobody needs a producer yet";
@@ -230,6 +235,7 @@ TEST_F(KafkaProducerTest, AResolverThatDoesNotAnswerHoldsUpTheEndAlone)
 #endif
     gResolverAnswers = true;
     EXPECT_TRUE(ComesTrue([&] { return GetFailed() == 1; }));
+    EXPECT_EQ(losses.Take().mReason, "Local: Purged in queue");
     EXPECT_FALSE(gTestWaited);
 }
 
