@@ -2,6 +2,7 @@
 
 #include "support/kafka/MockBroker.h"
 
+#include <chrono>
 #include <csignal>
 #include <sstream>
 #include <stdexcept>
@@ -13,39 +14,21 @@
 
 namespace
 {
-    /// Sends a text of any length, its length first.
-    void SendText(int socket, std::string const& text)
+    // Each command and each answer is a packet.
+
+    void Send(int socket, std::string const& text)
     {
-        std::string const whole = std::to_string(text.size()) + '\n' + text;
-        for (std::size_t at = 0; at < whole.size();)
-        {
-            ssize_t const sent = send(socket, whole.data() + at, whole.size() - at, MSG_NOSIGNAL);
-            if (sent <= 0)
-                throw std::runtime_error("the broker has gone");
-            at += static_cast<std::size_t>(sent);
-        }
+        if (send(socket, text.data(), text.size(), MSG_NOSIGNAL) < 0)
+            throw std::runtime_error("the broker has gone");
     }
 
-    void ReceiveBytes(int socket, char* bytes, std::size_t size)
+    std::string Receive(int socket)
     {
-        while (size > 0)
-        {
-            ssize_t const received = recv(socket, bytes, size, 0);
-            if (received <= 0)
-                throw std::runtime_error("the broker has gone");
-            bytes += received;
-            size -= static_cast<std::size_t>(received);
-        }
-    }
-
-    std::string ReceiveText(int socket)
-    {
-        std::string size;
-        for (char c = '0'; c != '\n'; size += c)
-            ReceiveBytes(socket, &c, 1);
-        std::string text(std::stoull(size), '\0');
-        ReceiveBytes(socket, text.data(), text.size());
-        return text;
+        char text[256];
+        ssize_t const size = recv(socket, text, sizeof text, 0);
+        if (size <= 0)
+            throw std::runtime_error("the broker has gone");
+        return std::string(text, static_cast<std::size_t>(size));
     }
 
     /// The errors that a broker answers with, in the order of their numbers.
@@ -62,17 +45,17 @@ namespace
     }
 }
 
-Broker::Broker(std::string const& topic)
+Broker::Broker(std::string const& topic) : mTopic(topic)
 {
     int pair[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0)
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0)
         throw std::runtime_error("no socket");
     mProcess = fork();
     mSocket = pair[mProcess == 0];
     close(pair[mProcess != 0]);
     if (mProcess == 0)
-        Serve(topic);
-    mAddress = ReceiveText(mSocket);
+        Serve();
+    mAddress = Receive(mSocket);
 }
 
 Broker::~Broker()
@@ -82,34 +65,30 @@ Broker::~Broker()
     waitpid(mProcess, nullptr, 0);
 }
 
-void Broker::Serve(std::string const& topic)
+void Broker::Serve()
 try
 {
     // Also if it is stopped then.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     MockBroker mock;
-    mock.CreateTopic(topic);
-    SendText(mSocket, mock.GetAddress());
+    mock.CreateTopic(mTopic);
+    Send(mSocket, mock.GetAddress());
     std::vector<rd_kafka_resp_err_t> const errors = GetBrokerErrors();
     for (;;)
     {
-        std::istringstream command(ReceiveText(mSocket));
+        std::istringstream command(Receive(mSocket));
         std::string verb;
         unsigned int number = 0;
         command >> verb >> number;
-        std::string answer;
         if (verb == "down")
             mock.GoDown();
         else if (verb == "up")
             mock.ComeUp();
         else if (verb == "delay")
             mock.SetDelay(static_cast<int>(number));
-        else if (verb == "refuse")
-            mock.RefuseNext(errors[number % errors.size()]);
         else
-            for (std::string const& record : mock.Consume(topic))
-                answer += std::to_string(record.size()) + '\n' + record;
-        SendText(mSocket, answer);
+            mock.RefuseNext(errors[number % errors.size()]);
+        Send(mSocket, "done");
     }
 }
 catch (std::exception const&)
@@ -117,10 +96,10 @@ catch (std::exception const&)
     _exit(0);
 }
 
-std::string Broker::Command(std::string const& command)
+void Broker::Command(std::string const& command)
 {
-    SendText(mSocket, command);
-    return ReceiveText(mSocket);
+    Send(mSocket, command);
+    Receive(mSocket);
 }
 
 void Broker::Stop()
@@ -133,15 +112,34 @@ void Broker::Continue()
     kill(mProcess, SIGCONT);
 }
 
-std::vector<std::string> Broker::Consume()
+std::vector<std::string> Broker::Consume() const
 {
-    std::string const all = Command("consume");
-    std::vector<std::string> records;
-    for (std::size_t at = 0; at < all.size();)
+    rd_kafka_conf_t* const conf = rd_kafka_conf_new();
+    rd_kafka_conf_set(conf, "bootstrap.servers", mAddress.c_str(), nullptr, 0);
+    rd_kafka_conf_set(conf, "group.id", "test", nullptr, 0);
+    rd_kafka_conf_set(conf, "enable.partition.eof", "true", nullptr, 0);
+    rd_kafka_t* const consumer = rd_kafka_new(RD_KAFKA_CONSUMER, conf, nullptr, 0);
+    rd_kafka_topic_partition_list_t* const partitions = rd_kafka_topic_partition_list_new(1);
+    rd_kafka_topic_partition_list_add(partitions, mTopic.c_str(), 0)->offset = RD_KAFKA_OFFSET_BEGINNING;
+    rd_kafka_assign(consumer, partitions);
+    rd_kafka_topic_partition_list_destroy(partitions);
+
+    std::vector<std::string> values;
+    bool isAtEnd = false;
+    auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!isAtEnd && std::chrono::steady_clock::now() < end)
     {
-        std::size_t const begin = all.find('\n', at) + 1;
-        records.push_back(all.substr(begin, std::stoull(all.substr(at))));
-        at = begin + records.back().size();
+        rd_kafka_message_t* const message = rd_kafka_consumer_poll(consumer, 100);
+        if (!message)
+            continue;
+        if (message->err == RD_KAFKA_RESP_ERR_NO_ERROR)
+            values.emplace_back(static_cast<char const*>(message->payload), message->len);
+        isAtEnd = message->err == RD_KAFKA_RESP_ERR__PARTITION_EOF;
+        rd_kafka_message_destroy(message);
     }
-    return records;
+    rd_kafka_consumer_close(consumer);
+    rd_kafka_destroy(consumer);
+    if (!isAtEnd)
+        throw std::runtime_error(mTopic + " was not read to its end");
+    return values;
 }

@@ -27,13 +27,15 @@ public:
     void Stop();
     void Continue();
 
-    /// All records that the topic holds.
-    std::vector<std::string> Consume();
+    /// The values of the records that the topic holds now, in their order, by a client that knows nothing of ours.
+    /// Starts threads of librdkafka in this process.
+    std::vector<std::string> Consume() const;
 
 private:
-    [[noreturn]] void Serve(std::string const& topic);
-    std::string Command(std::string const& command);
+    [[noreturn]] void Serve();
+    void Command(std::string const& command);
 
+    std::string const mTopic;
     int mSocket = -1;
     pid_t mProcess = 0;
     std::string mAddress;
