@@ -5,12 +5,12 @@
 #include "os/Fork.h"
 #include "root/ModuleAccess.h"
 #include "root/ModuleMain.h"
+#include "support/base/Features.h"
 #include "support/kafka/Client.h"
 #include "support/kafka/TopicLosses.h"
 #include "support/synch/ForkSafeLocks.h"
 
 #include <QzBase/Conversions.h>
-#include <QzBase/Message.h>
 #include <QzBase/System.h>
 #include <QzBase/WideString.h>
 #include <QzLog/MessageHeader.h>
@@ -29,7 +29,6 @@ namespace QzLog
     {
         constexpr unsigned short const* kStreamName = u"Kvel.ReportingEngine.Diag"_w;
         constexpr unsigned short const* kSettingsSuffix = u".RegtrySettings"_w;
-        constexpr unsigned short const* kFeatureName = u"KS/SLMS"_w;
         constexpr unsigned short kSeparator = '.';
 
         constexpr unsigned int kProbeIntervalMilliseconds = 10'000;
@@ -62,17 +61,7 @@ namespace QzLog
         // that it does not have.
         [[maybe_unused]] Shared& gShared = GetShared();
 
-        bool FeatureIsEnabled()
-        {
-            try
-            {
-                return QzBase::IsFeatureEnabled(kFeatureName);
-            }
-            catch (QzBase::ExceptionImpl<QzBase::Message> const&)
-            {
-                return false;
-            }
-        }
+        constinit QzBase::FeatureQuery gFeature(u"KS/SLMS"_w);
 
         /// Built on first use, and unchanged from then on.
         QzBase::WideString const& GetSettingsTopic(Shared& shared, ModuleMain& module)
@@ -89,6 +78,13 @@ namespace QzLog
                 shared.mSettingsTopic.swap(topic);
             }
             return shared.mSettingsTopic;
+        }
+
+        /// Whether there is something to report. Costs two memory reads: every message asks.
+        bool LossesExist()
+        {
+            Shared const& shared = GetShared();
+            return shared.mTopicIsConfigured.load(std::memory_order_acquire) && shared.mpLosses->Exist();
         }
 
         /// Under the lock, once.
@@ -122,9 +118,9 @@ namespace QzLog
     {
         if (QzOs::IsForking())
             return;
-        if (mpDiskFile)
+        if (mpDiskFile && LossesExist())
             TellLosses(*mpDiskFile, header.GetHostName(), header.GetServerName());
-        if (FeatureIsEnabled() && KafkaIsToBeTried())
+        if (gFeature.IsEnabled() && KafkaIsToBeTried())
         {
             QzBase::ReturnString const text =
                 FormatMultiLineMessageText(header.GetMessageID(), header.GetHeaderText(), bodyText, true);
@@ -169,8 +165,7 @@ namespace QzLog
 
     void Destination_KafkaLog_Impl::TellLosses(Destination_DiskFile& file, char const* hostName, char const* serverName)
     {
-        Shared& shared = GetShared();
-        if (!shared.mTopicIsConfigured.load(std::memory_order_acquire) || !shared.mpLosses->Exist())
+        if (!LossesExist())
             return;
         // Not the header of the present message or its thread: the line is about neither.
         QzBase::CountedPtr<MessageHeader> const header(CreateMessageHeader());
@@ -179,7 +174,8 @@ namespace QzLog
         header->SetProcessID(QzBase::GetCurrentProcessID());
         header->SetThreadID(static_cast<unsigned int>(QzBase::GetCurrentThreadID()));
 
-        KafkaClient::Losses losses = shared.mpLosses->Take();
+        KafkaClient::TopicLosses& topicLosses = *GetShared().mpLosses;
+        KafkaClient::Losses losses = topicLosses.Take();
         bool isTold = losses.mCount == 0;
         try
         {
@@ -189,11 +185,11 @@ namespace QzLog
         }
         catch (...)
         {
-            shared.mpLosses->PutBack(std::move(losses));
+            topicLosses.PutBack(std::move(losses));
             throw;
         }
         if (!isTold)
-            shared.mpLosses->PutBack(std::move(losses));
+            topicLosses.PutBack(std::move(losses));
     }
 
     bool Destination_KafkaLog_Impl::ProbeIsDue(int status)

@@ -1,5 +1,6 @@
-#include <QzBase/System.h>
+#include "support/base/Features.h"
 
+#include <QzBase/System.h>
 #include <QzBase/WideString.h>
 
 #include <atomic>
@@ -9,8 +10,7 @@ namespace QzBase
 {
     namespace
     {
-        // Some destinations ask for a feature with every message, so a query takes no lock: the list
-        // only grows, at its head, by one entry for each name that was ever set.
+        // A query takes no lock: the list only grows, at its head, by one entry for each name that was ever set.
         struct Feature
         {
             WideString mName;
@@ -31,7 +31,7 @@ namespace QzBase
         }
 
         /// Looks between `first` and `last`, which is not included.
-        Feature* Find(Feature* first, Feature const* last, unsigned short const* name)
+        Feature* Find(Feature* first, Feature const* last, unsigned short const* name) noexcept
         {
             // Not by the operator of the string, which measures the name first.
             while (first != last && !IsEqual(first->mName.c_str(), name))
@@ -44,6 +44,15 @@ namespace QzBase
     {
         Feature const* const feature = name ? Find(gFeatures.load(std::memory_order_acquire), nullptr, name) : nullptr;
         return feature && feature->mEnabled.load(std::memory_order_acquire);
+    }
+
+    bool FeatureQuery::Find() noexcept
+    {
+        Feature const* const feature = QzBase::Find(gFeatures.load(std::memory_order_acquire), nullptr, mName);
+        if (!feature)
+            return false;
+        mpState.store(&feature->mEnabled, std::memory_order_release);
+        return feature->mEnabled.load(std::memory_order_acquire);
     }
 
     void SetFeatureEnabled(unsigned short const* name, bool enabled)
