@@ -52,7 +52,7 @@ namespace KafkaClient
         };
 
         /// Follows the real connection with each statistics event of librdkafka: every half second, unless
-        /// Configure sets "statistics.interval.ms" (0 leaves the status at kStatusDown). Costs a shared lock.
+        /// Configure sets "statistics.interval.ms" (0 leaves the status at kStatusDown). Costs a memory read.
         static EnumKafkaProducerStatus GetKafkaProducerStatus();
 
         /// Hands one record to the client and never waits for the network.
@@ -70,7 +70,8 @@ namespace KafkaClient
             QzBase::WideString const& topic, int options, std::string const* key, QzDataType::Variant const& value);
 
         /// Configures the producer with librdkafka's property names, such as "bootstrap.servers", "security.protocol",
-        /// "sasl.username" or "compression.codec". Every property is passed on.
+        /// "sasl.username" or "compression.codec". Every property is passed on, except that
+        /// "delivery.report.only.error" is always true: records are counted without reports of their delivery.
         /// "queue.buffering.max.messages" and "queue.buffering.max.kbytes" limit the records that wait for the broker,
         /// and so what an outage or a crash can lose. "message.timeout.ms" is how long a record waits before it fails.
         ///

@@ -9,17 +9,18 @@
 #include "support/kafka/TopicLosses.h"
 #include "support/synch/ForkSafeLocks.h"
 
+#include <atomic>
+
 namespace KafkaClient
 {
     namespace
     {
-        class BuiltInClient final : public Client, private QzSynch::ForkHold::Client
+        class BuiltInClient final : public Client, public Producer::StatusObserver, private QzSynch::ForkHold::Client
         {
         public:
             KafkaProducer::EnumKafkaProducerStatus GetStatus() override
             {
-                QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
-                return mpProducer ? mpProducer->GetStatus() : KafkaProducer::kStatusUnusable;
+                return mStatus.load(std::memory_order_relaxed);
             }
 
             bool Send(QzBase::WideString const& topic, std::string const* key, std::string_view value) override
@@ -51,7 +52,15 @@ namespace KafkaClient
                 Exchange(producer);
             }
 
-            KafkaProducer::Counters GetCounters() override { return gRecordCounts.Get(); }
+            KafkaProducer::Counters GetCounters() override
+            {
+                QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+                // In this order, so that no record is seen delivered that was not accepted.
+                std::uint64_t const delivered = gRecordCounts.mDelivered.load(std::memory_order_acquire);
+                std::uint64_t const failed = gRecordCounts.mFailed.load(std::memory_order_acquire);
+                std::uint64_t const earlier = gRecordCounts.mAccepted.load(std::memory_order_relaxed);
+                return {earlier + (mpProducer ? mpProducer->GetAccepted() : 0), delivered, failed};
+            }
 
             void Start() override
             {
@@ -59,7 +68,7 @@ namespace KafkaClient
                 QzSynch::CriticalSection::SmartLock const serialise(*mpConfigurationLock);
                 if (mInitializerCount == 0 && !mProperties.empty())
                 {
-                    producer = std::make_unique<Producer>(GetModule(), mProperties);
+                    producer = std::make_unique<Producer>(GetModule(), mProperties, *this);
                     Exchange(producer);
                 }
                 ++mInitializerCount;
@@ -75,24 +84,38 @@ namespace KafkaClient
 
         private:
             /// A producer if somebody keeps it running. Throws QzBase::Message if the properties are refused.
-            std::unique_ptr<Producer> CheckOrConnect(Properties const& properties) const
+            std::unique_ptr<Producer> CheckOrConnect(Properties const& properties)
             {
                 KafkaModule const& module = GetModule();
                 if (mInitializerCount != 0)
-                    return std::make_unique<Producer>(module, properties);
+                    return std::make_unique<Producer>(module, properties, *this);
                 if (std::string const refusal = module.Check(properties); !refusal.empty())
                     ThrowConfigurationError(refusal);
                 return nullptr;
             }
 
-            void GoOnInForkedChild() noexcept override { Producer::GoOnInForkedChild(); }
+            void GoOnInForkedChild() noexcept override
+            {
+                mStatus = KafkaProducer::kStatusUnusable;
+                Producer::GoOnInForkedChild();
+            }
+
+            void StatusHasChanged(Producer const& producer) noexcept override
+            {
+                QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+                if (&producer == mpProducer.get())
+                    mStatus = producer.GetStatus();
+            }
 
             /// Senders go on with the new producer. The caller gets the old one, and destroys it without any lock: that
             /// takes seconds, and a fork must not wait for it.
             void Exchange(std::unique_ptr<Producer>& producer)
             {
                 QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
+                if (mpProducer)
+                    gRecordCounts.mAccepted.fetch_add(mpProducer->GetAccepted(), std::memory_order_relaxed);
                 mpProducer.swap(producer);
+                mStatus = mpProducer ? mpProducer->GetStatus() : KafkaProducer::kStatusUnusable;
             }
 
             // One start, stop or configuration at a time, but for the end of the earlier producer; taken before mpLock.
@@ -103,6 +126,8 @@ namespace KafkaClient
             int mInitializerCount = 0;
             QzSynch::RWLockPtr const mpLock{QzSynch::CreateForkSafeRWLock(QzSynch::kLockStackCategoryStatic)};
             std::unique_ptr<Producer> mpProducer;
+            // That of the producer, for every record to read without the lock. Written under the lock.
+            std::atomic<KafkaProducer::EnumKafkaProducerStatus> mStatus{KafkaProducer::kStatusUnusable};
         };
     }
 

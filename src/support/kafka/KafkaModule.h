@@ -13,15 +13,23 @@ namespace KafkaClient
 {
     using Properties = std::map<std::string, std::string>;
 
-    /// What the module needs of the library. Called by threads of librdkafka, reports by one thread at a time. Throws
-    /// nothing.
+    /// What the module needs of the library. Called by threads of librdkafka: by one at a time, but for deliveries,
+    /// expected failures and sockets. Throws nothing.
     class ConnectionOwner
     {
     public:
-        /// One record has been delivered, or lost if there is a reason. `tag` is what Send was given.
-        virtual void TakeReport(void* tag, char const* reason) noexcept = 0;
+        /// One record has been delivered. `tag` is what Send was given. The threads that call it, several at a time,
+        /// must not wait for anything.
+        virtual void TakeDelivery(void* tag) noexcept = 0;
 
-        /// No report is at hand at the moment.
+        /// One record is lost, which TakeFailure reports in a moment, or Send is about to refuse one. Called as
+        /// TakeDelivery is, in the order in which a broker has answered.
+        virtual void ExpectFailure(void* tag) noexcept = 0;
+
+        /// One record is lost.
+        virtual void TakeFailure(void* tag, char const* reason) noexcept = 0;
+
+        /// No failure is at hand at the moment.
         virtual void EndReports() noexcept = 0;
 
         /// Whether a broker is connected.
@@ -76,9 +84,9 @@ namespace KafkaClient
 
 /// What the module exports; not null. The number in the name changes with anything above, so that a module of another
 /// release is refused.
-extern "C" KafkaClient::KafkaModule const* GetQzLogKafkaModule1();
+extern "C" KafkaClient::KafkaModule const* GetQzLogKafkaModule2();
 
 namespace KafkaClient
 {
-    inline constexpr char const* kModuleEntry = "GetQzLogKafkaModule1";
+    inline constexpr char const* kModuleEntry = "GetQzLogKafkaModule2";
 }

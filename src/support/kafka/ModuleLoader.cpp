@@ -18,7 +18,7 @@ namespace KafkaClient
         void* const entry = QzOs::FindInOwnModule(QZLOG_KAFKA_MODULE, kModuleEntry, reasons);
         if (!entry)
             ThrowConfigurationError("the Kafka module cannot be loaded: " + reasons);
-        gpModule = reinterpret_cast<decltype(&GetQzLogKafkaModule1)>(entry)();
+        gpModule = reinterpret_cast<decltype(&GetQzLogKafkaModule2)>(entry)();
         return *gpModule;
     }
 

@@ -13,7 +13,6 @@
 #include <array>
 #include <cstddef>
 #include <limits>
-#include <utility>
 
 namespace KafkaClient
 {
@@ -23,8 +22,8 @@ namespace KafkaClient
         constexpr int kPurgeMilliseconds = 500;
         constexpr std::int64_t kTryIntervalNanoseconds = 10'000'000'000;
 
-        /// Whether the broker still accepts a topic. Reports come from the event thread of the producer, queries from
-        /// any thread.
+        /// Whether the broker still accepts a topic. It is shut by the event thread of the producer; all else is done
+        /// by any thread.
         class Gate
         {
         public:
@@ -41,16 +40,15 @@ namespace KafkaClient
 
             void Open() noexcept
             {
-                if (mNextTry.load(std::memory_order_relaxed) != kOpen)
-                    mNextTry.store(kOpen, std::memory_order_relaxed);
+                if (mNextTry.load() != kOpen)
+                    mNextTry.store(kOpen);
             }
 
             /// A gate that is already shut keeps its interval: many failures in a row do not delay the trial.
             void Shut() noexcept
             {
-                if (mNextTry.load(std::memory_order_relaxed) == kOpen)
-                    mNextTry.store(
-                        QzOs::gCalls.mpGetMonotonicNanoseconds() + kTryIntervalNanoseconds, std::memory_order_relaxed);
+                if (mNextTry.load() == kOpen)
+                    mNextTry.store(QzOs::gCalls.mpGetMonotonicNanoseconds() + kTryIntervalNanoseconds);
             }
 
         private:
@@ -73,24 +71,34 @@ namespace KafkaClient
         Topic(Topic const&) = delete;
         Topic& operator=(Topic const&) = delete;
 
-        /// Called by the event thread.
-        void TakeReport(char const* reason) noexcept
+        /// Called by any of librdkafka's threads, as is ExpectFailure.
+        void TakeDelivery() noexcept
         {
-            mReported.store(mReported.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-            if (!reason)
-            {
-                mGate.Open();
-                return;
-            }
+            mDelivered.fetch_add(1);
+            mGate.Open();
+        }
+
+        void ExpectFailure() noexcept { mDeliveredBeforeFailure = mDelivered.load(); }
+
+        /// Called by the event thread.
+        void TakeFailure(char const* reason) noexcept
+        {
+            mFailed.fetch_add(1, std::memory_order_relaxed);
             mGate.Shut();
+            // The report may be late: if a record has been delivered since this one failed, the broker accepts the
+            // topic again. Either the thread that counted it found the gate shut and has opened it, or the count is
+            // seen here, since all these operations have one order.
+            if (mDelivered.load() != mDeliveredBeforeFailure.load())
+                mGate.Open();
             AddLosses(1, reason);
         }
 
-        /// Called when the event thread has ended.
+        /// Called when librdkafka's threads have ended.
         void GiveUpTheRest() noexcept
         {
             std::uint64_t const accepted = mAccepted.load(std::memory_order_relaxed);
-            std::uint64_t const reported = mReported.load(std::memory_order_relaxed);
+            std::uint64_t const reported =
+                mDelivered.load(std::memory_order_relaxed) + mFailed.load(std::memory_order_relaxed);
             if (accepted != reported)
                 AddLosses(accepted - reported, "Local: Purged in flight");
         }
@@ -110,11 +118,13 @@ namespace KafkaClient
 
         TopicLosses& mLosses;
         [[maybe_unused]] std::array<std::byte, 64> mCacheLine{}; // between what senders write and what they do not
-        std::atomic<std::uint64_t> mReported{0};
+        std::atomic<std::uint64_t> mDelivered{0};
+        std::atomic<std::uint64_t> mDeliveredBeforeFailure{0};
+        std::atomic<std::uint64_t> mFailed{0};
     };
 
-    Producer::Producer(KafkaModule const& module, Properties const& properties)
-        : mForkGeneration(QzOs::GetForkGeneration())
+    Producer::Producer(KafkaModule const& module, Properties const& properties, StatusObserver& observer)
+        : mObserver(observer), mForkGeneration(QzOs::GetForkGeneration())
     {
         if (gLockMayBeLeft.load(std::memory_order_relaxed))
             ThrowConfigurationError("this process was forked while a producer of its parent was being destroyed.");
@@ -160,14 +170,12 @@ namespace KafkaClient
         return mForkGeneration == QzOs::GetForkGeneration();
     }
 
-    KafkaProducer::EnumKafkaProducerStatus Producer::GetStatus() const noexcept
-    {
-        return IsOfThisProcess() ? mStatus.load(std::memory_order_relaxed) : KafkaProducer::kStatusUnusable;
-    }
-
     Producer::Topic* Producer::FindTopic(QzBase::WideString const& name) const
     {
-        auto const found = mTopics.find(name);
+        // Mostly it is the topic of log records, whose settings have a topic with a longer name.
+        auto found = mTopics.begin();
+        if (found == mTopics.end() || ShorterFirst::Compare(found->first, name) != 0)
+            found = mTopics.find(name);
         return found == mTopics.end() ? nullptr : found->second.get();
     }
 
@@ -191,30 +199,49 @@ namespace KafkaClient
             return false;
         QzOs::NoCancellation const noCancellation;
         // Counted first, so that no record is seen reported that was not accepted.
-        gRecordCounts.mAccepted.fetch_add(1, std::memory_order_relaxed);
         topic.mAccepted.fetch_add(1, std::memory_order_relaxed);
         if (mpConnection->Send(topic.mpHandle, key, value, &topic))
             return true;
         topic.mAccepted.fetch_sub(1, std::memory_order_relaxed);
-        gRecordCounts.mAccepted.fetch_sub(1, std::memory_order_relaxed);
         return false;
     }
 
-    void Producer::TakeReport(void* tag, char const* reason) noexcept
+    std::uint64_t Producer::GetAccepted() const noexcept
     {
-        static_cast<Topic*>(tag)->TakeReport(reason);
-        mNewlyDelivered += !reason;
+        std::uint64_t accepted = 0;
+        if (IsOfThisProcess())
+            for (auto const& [name, topic] : mTopics)
+                accepted += topic->mAccepted.load(std::memory_order_relaxed);
+        return accepted;
+    }
+
+    void Producer::TakeDelivery(void* tag) noexcept
+    {
+        static_cast<Topic*>(tag)->TakeDelivery();
+        gRecordCounts.mDelivered.fetch_add(1, std::memory_order_release);
+    }
+
+    void Producer::ExpectFailure(void* tag) noexcept
+    {
+        static_cast<Topic*>(tag)->ExpectFailure();
+    }
+
+    void Producer::TakeFailure(void* tag, char const* reason) noexcept
+    {
+        static_cast<Topic*>(tag)->TakeFailure(reason);
     }
 
     void Producer::EndReports() noexcept
     {
-        gRecordCounts.mDelivered.fetch_add(std::exchange(mNewlyDelivered, 0), std::memory_order_release);
         TellFailures(false);
     }
 
     void Producer::SetConnected(bool isConnected) noexcept
     {
-        mStatus = isConnected ? KafkaProducer::kStatusUp : KafkaProducer::kStatusDown;
+        KafkaProducer::EnumKafkaProducerStatus const status =
+            isConnected ? KafkaProducer::kStatusUp : KafkaProducer::kStatusDown;
+        if (mStatus.exchange(status) != status)
+            mObserver.StatusHasChanged(*this);
     }
 
     void Producer::TakeLogLine(char const* facility, char const* text) noexcept

@@ -24,8 +24,18 @@ namespace KafkaClient
     public:
         class Topic;
 
-        /// Throws QzBase::Message when librdkafka refuses the properties.
-        Producer(KafkaModule const& module, Properties const& properties);
+        class StatusObserver
+        {
+        public:
+            /// Called by the event thread, also before the producer's constructor has returned.
+            virtual void StatusHasChanged(Producer const& producer) noexcept = 0;
+
+        protected:
+            ~StatusObserver() = default;
+        };
+
+        /// Throws QzBase::Message when librdkafka refuses the properties. The observer outlives the producer.
+        Producer(KafkaModule const& module, Properties const& properties, StatusObserver& observer);
         Producer(Producer const&) = delete;
         Producer& operator=(Producer const&) = delete;
 
@@ -39,7 +49,8 @@ namespace KafkaClient
         /// False in a forked child: the producer is the parent's, and unusable there.
         bool IsOfThisProcess() const noexcept;
 
-        KafkaProducer::EnumKafkaProducerStatus GetStatus() const noexcept;
+        /// Not for a forked child, where it stays what it was.
+        KafkaProducer::EnumKafkaProducerStatus GetStatus() const noexcept { return mStatus; }
 
         /// Null for a topic that MakeTopic has not made.
         Topic* FindTopic(QzBase::WideString const& name) const;
@@ -51,27 +62,37 @@ namespace KafkaClient
         /// Whether the record was accepted. Never waits for the network.
         bool Send(Topic& topic, std::string const* key, std::string_view value);
 
+        /// How many records it has accepted; 0 in a forked child.
+        std::uint64_t GetAccepted() const noexcept;
+
     private:
         /// Seldom has to compare texts: every record looks for its topic, and the names begin alike.
         struct ShorterFirst
         {
+            static int Compare(QzBase::WideString const& a, QzBase::WideString const& b) noexcept
+            {
+                if (a.size() != b.size())
+                    return a.size() < b.size() ? -1 : 1;
+                return std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0]));
+            }
+
             bool operator()(QzBase::WideString const& a, QzBase::WideString const& b) const noexcept
             {
-                return a.size() != b.size() ? a.size() < b.size()
-                                            : std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0])) < 0;
+                return Compare(a, b) < 0;
             }
         };
 
-        void TakeReport(void* tag, char const* reason) noexcept override;
+        void TakeDelivery(void* tag) noexcept override;
+        void ExpectFailure(void* tag) noexcept override;
+        void TakeFailure(void* tag, char const* reason) noexcept override;
         void EndReports() noexcept override;
         void SetConnected(bool isConnected) noexcept override;
         void TakeLogLine(char const* facility, char const* text) noexcept override;
         int OpenSocket(int domain, int type, int protocol) noexcept override;
 
+        StatusObserver& mObserver;
         std::atomic<KafkaProducer::EnumKafkaProducerStatus> mStatus{KafkaProducer::kStatusDown};
         std::uint32_t const mForkGeneration;
-        // Since the last EndReports.
-        std::uint64_t mNewlyDelivered = 0;
         std::unique_ptr<Connection> mpConnection;
         std::map<QzBase::WideString, std::unique_ptr<Topic>, ShorterFirst> mTopics;
     };

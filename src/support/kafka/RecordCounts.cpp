@@ -51,14 +51,6 @@ namespace KafkaClient
 
     constinit RecordCounts gRecordCounts;
 
-    KafkaProducer::Counters RecordCounts::Get() const noexcept
-    {
-        // In this order, so that no record is seen delivered that was not accepted.
-        std::uint64_t const delivered = mDelivered.load(std::memory_order_acquire);
-        std::uint64_t const failed = mFailed.load(std::memory_order_acquire);
-        return {mAccepted.load(std::memory_order_relaxed), delivered, failed};
-    }
-
     void AddFailed(std::uint64_t count, char const* reason) noexcept
     {
         Told& told = GetTold();

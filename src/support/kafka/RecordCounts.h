@@ -1,7 +1,5 @@
 #pragma once
 
-#include <KafkaClient/KafkaProducer.h>
-
 #include <atomic>
 #include <cstdint>
 #include <initializer_list>
@@ -13,11 +11,10 @@ namespace KafkaClient
     /// child begins at 0.
     struct RecordCounts
     {
+        /// Without those of the present producer, which counts them for each topic.
         std::atomic<std::uint64_t> mAccepted{0};
         std::atomic<std::uint64_t> mDelivered{0};
         std::atomic<std::uint64_t> mFailed{0};
-
-        KafkaProducer::Counters Get() const noexcept;
     };
 
     extern RecordCounts gRecordCounts;

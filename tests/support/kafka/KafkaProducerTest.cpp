@@ -28,12 +28,14 @@ namespace
     std::atomic<std::int64_t> gClock{1'000'000'000'000'000'000};
     std::atomic<int> gReports{0};
     std::atomic<unsigned long> gReportedLosses{0};
+    std::atomic<bool> gReportsWait{false};
 
     void TakeDebugOutput(unsigned short const* wideText)
     {
         std::string const text = QzBase::WideCharToUTF8(wideText, true).c_str();
         if (text.find("given up") == std::string::npos)
             return;
+        ComesTrue([] { return !gReportsWait; });
         gReportedLosses += std::stoul(text.substr(text.find(' ')));
         ++gReports;
     }
@@ -83,7 +85,9 @@ namespace
         std::uint64_t GetFailed() const { return KafkaProducer::GetCounters().mFailed - mBefore.mFailed; }
 
         MockBroker mBroker;
-        Properties const mProperties{{"bootstrap.servers", mBroker.GetAddress()}};
+        // Records are counted whatever reports the user asks for.
+        Properties const mProperties{{"bootstrap.servers", mBroker.GetAddress()},
+            {"delivery.report.only.error", "false"}, {"batch.num.messages", "1"}};
         KafkaProducer::Counters const mBefore = KafkaProducer::GetCounters();
     };
 }
@@ -189,6 +193,7 @@ TEST_F(KafkaProducerTest, ARefusedTopicIsTriedOnceInTenSecondsUntilARecordIsDeli
     KafkaProducer::Configure(mProperties);
     for (std::uint64_t refused = 1; refused <= 2; ++refused)
     {
+        gReportsWait = refused == 2;
         mBroker.RefuseNext();
         EXPECT_TRUE(Send("taken, and refused by the broker"));
         EXPECT_TRUE(ComesTrue([&] { return GetFailed() == refused; }));
@@ -198,13 +203,18 @@ TEST_F(KafkaProducerTest, ARefusedTopicIsTriedOnceInTenSecondsUntilARecordIsDeli
         EXPECT_TRUE(ComesTrue([&] { return GetDelivered() == refused; }));
         gClock += 1;
     }
+    mBroker.RefuseNext();
+    EXPECT_TRUE(Send("refused, and reported after the next one is delivered"));
+    gClock += 10'000'000'000;
     EXPECT_TRUE(Send("the try"));
     EXPECT_TRUE(ComesTrue([&] { return GetDelivered() == 3; }));
+    gReportsWait = false;
+    EXPECT_TRUE(ComesTrue([&] { return GetFailed() == 3; }));
     EXPECT_TRUE(Send("and all that follow"));
     ExpectInChild([] { return KafkaProducer::GetCounters().mAccepted + KafkaProducer::GetCounters().mFailed == 0; });
 
     KafkaClient::Losses const taken = losses.Take();
-    EXPECT_EQ(taken.mCount, 2u);
+    EXPECT_EQ(taken.mCount, 3u);
     EXPECT_EQ(taken.mReason, "Broker: Message size too large");
     EXPECT_EQ(losses.Take().mCount, 0u);
     EXPECT_TRUE(Send("delivered by the end"));

@@ -1,5 +1,5 @@
-// The Kafka module: all that touches librdkafka. Its threads report what has become of the records; one of them serves
-// the events of a producer (delivery reports, errors, statistics).
+// The Kafka module: all that touches librdkafka. Its threads report what has become of the records: those of the
+// brokers what was delivered, one that serves the events of a producer what was lost, errors, and statistics.
 
 #include "support/kafka/KafkaModule.h"
 
@@ -8,6 +8,7 @@
 
 #include <new>
 #include <utility>
+#include <vector>
 
 namespace KafkaClient
 {
@@ -16,6 +17,8 @@ namespace KafkaClient
         // How often librdkafka reports the state of its connections, unless the user sets another interval.
         constexpr char const* kStatisticsProperty = "statistics.interval.ms";
         constexpr char const* kStatisticsInterval = "500";
+
+        constexpr char const* kInterceptorName = "QzLog";
 
         struct ConfDelete
         {
@@ -84,11 +87,38 @@ namespace KafkaClient
             return GetOwner(opaque).OpenSocket(domain, type, protocol);
         }
 
-        void TakeDeliveryReports(rd_kafka_event_t* event, ConnectionOwner& owner)
+        /// Called by the thread of a broker for each record that it has done with, or by the thread that sends one that
+        /// cannot even be queued. Delivered records are counted here and freed at once by librdkafka, so that they do
+        /// not pass through another thread. Failed ones are reported by an event, since a report takes locks.
+        rd_kafka_resp_err_t TakeAcknowledgement(rd_kafka_t*, rd_kafka_message_t* message, void* opaque)
+        {
+            // Later releases have no error here for some records of a refused batch, but this status.
+            if (message->err == RD_KAFKA_RESP_ERR_NO_ERROR &&
+                rd_kafka_message_status(message) != RD_KAFKA_MSG_STATUS_NOT_PERSISTED)
+                GetOwner(opaque).TakeDelivery(message->_private);
+            else
+                GetOwner(opaque).ExpectFailure(message->_private);
+            return RD_KAFKA_RESP_ERR_NO_ERROR;
+        }
+
+        rd_kafka_resp_err_t WatchAcknowledgements(
+            rd_kafka_t* handle, rd_kafka_conf_t const*, void* opaque, char*, std::size_t)
+        {
+            return rd_kafka_interceptor_add_on_acknowledgement(handle, kInterceptorName, TakeAcknowledgement, opaque);
+        }
+
+        /// Keeps a configuration that rd_kafka_new has refused, some 2 kB: the interceptors that it shares with
+        /// librdkafka were freed there, and would be freed again with it. A fault of librdkafka, in 2.0.2 at least.
+        void Abandon(rd_kafka_conf_t* conf)
+        {
+            static std::vector<rd_kafka_conf_t*>& abandoned = *new std::vector<rd_kafka_conf_t*>;
+            abandoned.push_back(conf);
+        }
+
+        void TakeFailures(rd_kafka_event_t* event, ConnectionOwner& owner)
         {
             while (rd_kafka_message_t const* const message = rd_kafka_event_message_next(event))
-                owner.TakeReport(message->_private,
-                    message->err == RD_KAFKA_RESP_ERR_NO_ERROR ? nullptr : rd_kafka_err2str(message->err));
+                owner.TakeFailure(message->_private, rd_kafka_err2str(message->err));
             owner.EndReports();
         }
 
@@ -98,7 +128,7 @@ namespace KafkaClient
             switch (rd_kafka_event_type(event))
             {
             case RD_KAFKA_EVENT_DR:
-                TakeDeliveryReports(event, owner);
+                TakeFailures(event, owner);
                 break;
             case RD_KAFKA_EVENT_ERROR:
                 if (rd_kafka_event_error(event) == RD_KAFKA_RESP_ERR__ALL_BROKERS_DOWN)
@@ -172,8 +202,10 @@ namespace KafkaClient
                 Properties const& properties, ConnectionOwner& owner, std::string& reason) const override
             {
                 Conf conf = MakeConf(properties, reason);
-                if (!conf)
+                // Also if the user wants it otherwise: the other records are counted by TakeAcknowledgement.
+                if (!conf || !SetProperty(conf.get(), "delivery.report.only.error", "true", reason))
                     return nullptr;
+                rd_kafka_conf_interceptor_add_on_new(conf.get(), kInterceptorName, WatchAcknowledgements, &owner);
                 rd_kafka_conf_set_log_cb(conf.get(), TakeLogLine);
                 rd_kafka_conf_set_socket_cb(conf.get(), OpenSocket);
                 rd_kafka_conf_set_opaque(conf.get(), &owner);
@@ -184,6 +216,7 @@ namespace KafkaClient
                 rd_kafka_t* const handle = rd_kafka_new(RD_KAFKA_PRODUCER, conf.get(), text, sizeof(text));
                 if (!handle)
                 {
+                    Abandon(conf.release());
                     reason = text;
                     return nullptr;
                 }
@@ -196,7 +229,7 @@ namespace KafkaClient
 }
 
 // Constant, so that nothing of it is destroyed while the process ends and its records come in.
-extern "C" [[gnu::visibility("default")]] KafkaClient::KafkaModule const* GetQzLogKafkaModule1()
+extern "C" [[gnu::visibility("default")]] KafkaClient::KafkaModule const* GetQzLogKafkaModule2()
 {
     static constinit KafkaClient::RdKafkaModule const gModule{};
     return &gModule;
