@@ -9,7 +9,7 @@ namespace QzLogKit
 {
     namespace
     {
-        struct Origin
+        struct CallOrigin
         {
             QzBase::CountedPtr<QzLog::Router> mpRouter;
             char const* mpFunctionName = nullptr;
@@ -43,7 +43,7 @@ namespace QzLogKit
             now.SetToNowLocal();
             bool const isAdmitted = mCounts.Admits({fileName, {}, static_cast<unsigned int>(lineNumber)}, now,
                 [&] {
-                    return Origin{&router, functionName};
+                    return CallOrigin{&router, functionName};
                 });
             if (mCounts.HasEnded())
                 SayAll();
@@ -60,7 +60,7 @@ namespace QzLogKit
         void SayAll()
         {
             mCounts.SayAll(
-                [](HoldBack<Origin>::Window const& window, std::uint64_t count)
+                [](HoldBack<CallOrigin>::Window const& window, std::uint64_t count)
                 {
                     QzLog::Router& router = *window.mOrigin.mpRouter;
                     if (router.mEnabled.load(std::memory_order_relaxed))
@@ -72,7 +72,7 @@ namespace QzLogKit
                 });
         }
 
-        HoldBack<Origin> mCounts;
+        HoldBack<CallOrigin> mCounts;
     };
 
     // Created when the library is loaded, so that no fork happens during its construction.

@@ -17,7 +17,7 @@ namespace QzLogKit
     namespace
     {
         /// What the header of a line says, but for the time and the thread.
-        struct Origin
+        struct MessageOrigin
         {
             std::string mHostName;
             std::string mServerName;
@@ -25,7 +25,7 @@ namespace QzLogKit
             std::string mDispatcherName;
         };
 
-        using Counts = HoldBack<Origin>;
+        using Counts = HoldBack<MessageOrigin>;
 
         class Destination_RateLimit_Impl final : public WrappingDestination<Destination_RateLimit>
         {
@@ -77,8 +77,9 @@ namespace QzLogKit
                     mCounts.EndOver(time);
                 else
                     isAdmitted = mCounts.Admits(key, time,
-                        [&header] {
-                            return Origin{header.GetHostName(), header.GetServerName(), header.GetLoggerName(),
+                        [&header]
+                        {
+                            return MessageOrigin{header.GetHostName(), header.GetServerName(), header.GetLoggerName(),
                                 header.GetDispatcherName()};
                         });
                 if (mCounts.HasEnded()) [[unlikely]]

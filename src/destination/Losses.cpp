@@ -14,7 +14,7 @@ namespace QzLog
 {
     namespace
     {
-        bool IsLineEnd(char c) noexcept
+        bool BreaksLine(char c) noexcept
         {
             return c == '\r' || c == '\n';
         }
@@ -26,9 +26,9 @@ namespace QzLog
             std::string flat;
             for (; *text; ++text)
             {
-                if (!IsLineEnd(*text))
+                if (!BreaksLine(*text))
                     flat.push_back(*text);
-                else if (!IsLineEnd(text[1]))
+                else if (!BreaksLine(text[1]))
                     flat.push_back(' ');
             }
             return flat;

@@ -7,7 +7,7 @@
 
 namespace
 {
-    std::string GetPattern(std::string_view name)
+    std::string MakePattern(std::string_view name)
     {
         std::string pattern;
         pattern.reserve(name.size() + 3);
@@ -16,7 +16,7 @@ namespace
 
     QzBase::ReturnString MaskAttribute(std::string_view text, char const* name, char const* mask)
     {
-        QzLog::PatternFinder const finder(GetPattern(name));
+        QzLog::PatternFinder const finder(MakePattern(name));
         QzLog::MaskedText masked(text, mask ? mask : "");
         std::size_t pos = 0;
         while ((pos = finder.Find(text, pos)) != QzLog::PatternFinder::kNotFound)

@@ -57,7 +57,7 @@ namespace QzLog
             return 0;
         }
 
-        void Merge(MsgTraceItem& sum, MsgTraceItem const& item)
+        void MergeItem(MsgTraceItem& sum, MsgTraceItem const& item)
         {
             sum.average = MergeMeans(sum.average, GetCount(sum), item.average, GetCount(item));
             AddToCounter(sum.firstCount, item.firstCount);
@@ -166,7 +166,7 @@ namespace QzLog
     {
         QzSynch::RWLock::WriteSmartLock const hold(*mpLock);
         Figures sum;
-        AddBuckets(sum, mCurrent, Merge);
+        AddBuckets(sum, mCurrent, MergeItem);
         mHistory.push_back(std::move(sum));
         mCurrent.clear();
     }

@@ -21,7 +21,7 @@ using KafkaClient::KafkaProducer;
 
 namespace
 {
-    std::int64_t gNow = 0;
+    std::int64_t gStoppedClock = 0;
 
     class ScriptedClient final : public KafkaClient::Client
     {
@@ -62,8 +62,8 @@ namespace
     protected:
         KafkaLogTest()
         {
-            gNow = 1'800'000'000'000;
-            QzOs::gCalls.mpGetUTCMilliseconds = [] { return gNow; };
+            gStoppedClock = 1'800'000'000'000;
+            QzOs::gCalls.mpGetUTCMilliseconds = [] { return gStoppedClock; };
             KafkaClient::ReplaceClient(&mClient);
             QzBase::SetFeatureEnabled(u"KS/SLMS"_w, true);
             mModule.emplace();
@@ -124,7 +124,7 @@ TEST_F(KafkaLogTest, EachRecordGoesToOnePlaceAndSettingsFollowTheBroker)
     EXPECT_EQ(Write(*destination), "file ") << "no topic yet";
     QzLog::SetServerInstanceName(u""_w);
     mClient.mStatus = 3;
-    gNow += 10'001;
+    gStoppedClock += 10'001;
     EXPECT_EQ(Write(*destination), "file ") << "an empty name is none";
     ExpectInChild(
         [&]
@@ -158,7 +158,7 @@ TEST_F(KafkaLogTest, EachRecordGoesToOnePlaceAndSettingsFollowTheBroker)
     for (auto const& c : kCases)
     {
         SCOPED_TRACE("row " + std::to_string(&c - kCases));
-        gNow += c.mAdvanceMilliseconds;
+        gStoppedClock += c.mAdvanceMilliseconds;
         mClient.mStatus = c.mStatus;
         mClient.mTakes = c.mTakes;
         EXPECT_EQ(Write(*destination), c.mExpected);
@@ -201,7 +201,7 @@ TEST_F(KafkaLogTest, WhatKafkaTookAndLostIsToldOnceInTheFile)
     std::filesystem::create_directory("fall.log");
     destination->WriteMessage("the line waits for its file", *QzLog::CreateMessageHeader());
     std::filesystem::remove("fall.log");
-    gNow += 300'000;
+    gStoppedClock += 300'000;
     losses.Add(1, "Local: younger");
     EXPECT_EQ(Write(*destination), "kafka ");
     std::string file = Get("fall.log");

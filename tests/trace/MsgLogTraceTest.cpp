@@ -11,7 +11,7 @@ using namespace QzLog;
 
 namespace
 {
-    constexpr int kLargest = std::numeric_limits<int>::max();
+    constexpr int kLargestInt = std::numeric_limits<int>::max();
     auto const kUnknownOperation = static_cast<MsgOpType>(7);
 
     class MsgLogTraceTest : public TraceTest
@@ -75,8 +75,9 @@ TEST_F(MsgLogTraceTest, OneObjectBehindASwitch)
 TEST_F(MsgLogTraceTest, TakesReportsInAndMergesBuckets)
 {
     std::pair<std::vector<int>, char const*> const rows[] = {{{10, 20, 31}, "5(3-0-0:20)\t\n"},
-        {{-1, -2}, "5(2-0-0:-1)\t\n"}, {{kLargest, kLargest, kLargest}, "5(3-0-0:2147483647)\t\n"},
-        {{-kLargest - 1, -kLargest - 1}, "5(2-0-0:-2147483648)\t\n"}, {{kLargest, -kLargest}, "5(2-0-0:0)\t\n"}};
+        {{-1, -2}, "5(2-0-0:-1)\t\n"}, {{kLargestInt, kLargestInt, kLargestInt}, "5(3-0-0:2147483647)\t\n"},
+        {{-kLargestInt - 1, -kLargestInt - 1}, "5(2-0-0:-2147483648)\t\n"},
+        {{kLargestInt, -kLargestInt}, "5(2-0-0:0)\t\n"}};
     for (auto const& [values, expected] : rows)
     {
         for (int const value : values)

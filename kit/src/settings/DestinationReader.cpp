@@ -18,7 +18,7 @@ namespace QzLogKit
         // In the order of the enumerations.
         constexpr char const* kTypes[] = {
             "debugOutput", "systemLog", "file", "kafka", "language", "rateLimit", "selection"};
-        constexpr char const* kPer[] = {"messageID", "callSite", "dispatcher"};
+        constexpr char const* kPerChoices[] = {"messageID", "callSite", "dispatcher"};
         constexpr char const* kRecoveries[] = {"basic", "strict"};
         constexpr char const* kLossReports[] = {"log", "systemLog"};
 
@@ -48,8 +48,8 @@ namespace QzLogKit
                 section.Reject("\"messages\" and \"period\"");
             destination.mMessages = section.ReadNumber("messages", 1, kMostMessages, 1);
             destination.mPeriod = section.ReadNumber("period", 1, kLongestPeriod, 1);
-            destination.mPer =
-                static_cast<RateLimitPer>(section.ReadChoice("per", kPer, static_cast<std::size_t>(destination.mPer)));
+            destination.mPer = static_cast<RateLimitPer>(
+                section.ReadChoice("per", kPerChoices, static_cast<std::size_t>(destination.mPer)));
         }
 
         void ReadWrapper(Section& section, DestinationSettings& destination)

@@ -18,7 +18,7 @@ namespace QzLogKit
 
     namespace
     {
-        constexpr unsigned short kEnglish = 0x0409;
+        constexpr unsigned short kDefaultLanguage = 0x0409;
 
         /// What is to be set, if anything.
         template <class Value>
@@ -52,7 +52,7 @@ namespace QzLogKit
         /// The client's own words, at the line of the property that they name first.
         [[noreturn]] void RejectClient(Settings const& settings, QzBase::Message const& refusal)
         {
-            std::string text = QzBase::FormatMessage(refusal, kEnglish).c_str();
+            std::string text = QzBase::FormatMessage(refusal, kDefaultLanguage).c_str();
             constexpr std::string_view kOperation = "KafkaClient::KafkaProducer::Configure: ";
             if (text.starts_with(kOperation))
                 text.erase(0, kOperation.size());
@@ -110,7 +110,7 @@ namespace QzLogKit
     void ApplyToProcess(Settings const& now, Settings const* before)
     {
         ApplyKafka(now, before);
-        if (auto const language = Choose(&Settings::mLanguageID, now, before, kEnglish))
+        if (auto const language = Choose(&Settings::mLanguageID, now, before, kDefaultLanguage))
             QzResource::SetProcessLanguageID(*language);
         if (auto const name = Choose(&Settings::mServerName, now, before, std::string()))
             QzLog::SetServerInstanceName(QzBase::UTF8ToWideChar(name->c_str(), true).c_str());

@@ -20,7 +20,7 @@ namespace QzOs
     namespace
     {
         constexpr mode_t kAnyoneMayWrite = S_IWUSR | S_IWGRP | S_IWOTH;
-        constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
+        constexpr mode_t kPermissionBits = S_IRWXU | S_IRWXG | S_IRWXO;
 
         /// Asks for what the mask names (STATX_...).
         Error Query(unsigned short const* path, Links links, unsigned int mask, struct statx& status)
@@ -89,7 +89,7 @@ namespace QzOs
         information.mSize = static_cast<std::uint64_t>(status.st_size);
         information.mModifiedSeconds = status.st_mtim.tv_sec;
         information.mModifiedNanoseconds = static_cast<int>(status.st_mtim.tv_nsec);
-        information.mPermissions = status.st_mode & kPermissions;
+        information.mPermissions = status.st_mode & kPermissionBits;
         information.mIsWriteable = (status.st_mode & kAnyoneMayWrite) != 0;
         return 0;
     }

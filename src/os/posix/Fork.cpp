@@ -23,12 +23,12 @@ namespace QzOs
         constinit std::size_t gCount = 0;
         constinit bool gIsRegistered = false;
         // Guards these, and is held around forks.
-        constinit std::mutex gLock;
+        constinit std::mutex gFunctionsLock;
 
         void Before()
         {
             tIsForking = true;
-            gLock.lock();
+            gFunctionsLock.lock();
             for (std::size_t index = gCount; index-- != 0;)
                 if (gFunctions[index].mpBefore)
                     gFunctions[index].mpBefore();
@@ -39,7 +39,7 @@ namespace QzOs
             for (std::size_t index = 0; index < gCount; ++index)
                 if (gFunctions[index].*function)
                     (gFunctions[index].*function)();
-            gLock.unlock();
+            gFunctionsLock.unlock();
             tIsForking = false;
         }
 
@@ -56,7 +56,7 @@ namespace QzOs
 
     bool CallAroundFork(void (*before)(), void (*inParent)(), void (*inChild)()) noexcept
     {
-        std::lock_guard const hold(gLock);
+        std::lock_guard const hold(gFunctionsLock);
         if (!gIsRegistered)
         {
             gIsRegistered =

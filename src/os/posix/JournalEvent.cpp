@@ -20,7 +20,7 @@ namespace QzOs::Posix
 {
     namespace
     {
-        constexpr char kPath[] = "/run/systemd/journal/socket";
+        constexpr char kJournalPath[] = "/run/systemd/journal/socket";
 
         constinit Receiver gJournal;
 
@@ -79,7 +79,7 @@ namespace QzOs::Posix
 
     bool SendToJournal(Event const& event, MessageDeadline& deadline)
     {
-        LocalSocket journal(kPath, SOCK_DGRAM, gJournal, deadline);
+        LocalSocket journal(kJournalPath, SOCK_DGRAM, gJournal, deadline);
         if (journal.GetError() != 0)
             return false;
         auto const make = [&](std::string_view text)

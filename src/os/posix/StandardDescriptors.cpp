@@ -16,7 +16,7 @@ namespace QzOs::Posix
     {
         constexpr int kFirstOther = STDERR_FILENO + 1;
 
-        constinit ForkMutex gLock;
+        constinit ForkMutex gHoldsLock;
 
         // Both under the lock.
         constinit int gHolds = 0;
@@ -57,19 +57,19 @@ namespace QzOs::Posix
             // Only the thread that forked is here, and it opens nothing.
             gHolds = 0;
             GiveBack();
-            gLock.UnlockAfterFork();
+            gHoldsLock.UnlockAfterFork();
         }
 
         // When the library is loaded. Who registers first is called last before a fork; this lock is the innermost.
         [[gnu::constructor(101)]] void HoldLockAroundForks()
         {
-            CallAroundFork([] { gLock.LockBeforeFork(); }, [] { gLock.UnlockAfterFork(); }, GoOnInChild);
+            CallAroundFork([] { gHoldsLock.LockBeforeFork(); }, [] { gHoldsLock.UnlockAfterFork(); }, GoOnInChild);
         }
     }
 
     StandardDescriptorsHold::StandardDescriptorsHold() noexcept
     {
-        std::lock_guard const hold(gLock);
+        std::lock_guard const hold(gHoldsLock);
         ++gHolds;
         TakeFreeOnes();
     }
@@ -78,7 +78,7 @@ namespace QzOs::Posix
     {
         int const error = errno;
         {
-            std::lock_guard const hold(gLock);
+            std::lock_guard const hold(gHoldsLock);
             if (--gHolds == 0)
                 GiveBack();
         }

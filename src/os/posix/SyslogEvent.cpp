@@ -15,7 +15,7 @@ namespace QzOs::Posix
 {
     namespace
     {
-        constexpr char kPath[] = "/dev/log";
+        constexpr char kSyslogPath[] = "/dev/log";
 
         constinit Receiver gSyslog;
 
@@ -48,7 +48,7 @@ namespace QzOs::Posix
     {
         std::string const head = '<' + std::to_string(LOG_USER | event.mPriority) + '>' + GetSyslogTime() + ' ' +
                                  event.mSource + '[' + std::to_string(::getpid()) + "]: ";
-        LocalSocket datagrams(kPath, SOCK_DGRAM, gSyslog, deadline);
+        LocalSocket datagrams(kSyslogPath, SOCK_DGRAM, gSyslog, deadline);
         if (datagrams.GetError() == 0)
         {
             auto const make = [&](std::string_view text) { return std::string(head).append(text); };
@@ -57,7 +57,7 @@ namespace QzOs::Posix
         }
         else if (datagrams.GetError() == EPROTOTYPE)
         {
-            LocalSocket stream(kPath, SOCK_STREAM, gSyslog, deadline);
+            LocalSocket stream(kSyslogPath, SOCK_STREAM, gSyslog, deadline);
             // A zero byte marks its end, as the C library does it.
             if (stream.GetError() == 0)
                 stream.Send(std::string(head).append(event.mText).append(1, '\0'));

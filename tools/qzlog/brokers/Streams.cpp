@@ -22,9 +22,9 @@ namespace QzLogTool
         constexpr std::string_view kSettingsSuffix = ".RegtrySettings";
 
         // How long an answer is waited for; once there was one, others go on meanwhile.
-        constexpr int kPatienceMilliseconds = 15'000;
+        constexpr int kFirstPatienceMilliseconds = 15'000;
         constexpr int kLaterPatienceMilliseconds = 2'000;
-        constexpr int kMomentMilliseconds = 50;
+        constexpr int kPollMilliseconds = 50;
         constexpr std::chrono::steady_clock::duration kSearchInterval = std::chrono::seconds(5);
 
         using ConfPtr = std::unique_ptr<rd_kafka_conf_t, KafkaDeleter<rd_kafka_conf_destroy>>;
@@ -73,7 +73,7 @@ namespace QzLogTool
         private:
             using Place = std::pair<std::string, std::int32_t>;
 
-            int GetPatience() const { return mHasSearched ? kLaterPatienceMilliseconds : kPatienceMilliseconds; }
+            int GetPatience() const { return mHasSearched ? kLaterPatienceMilliseconds : kFirstPatienceMilliseconds; }
             std::vector<GrowingSource> OpenNew();
             std::vector<Place> Search();
             bool IsWanted(std::string const& topic) const;
@@ -215,7 +215,7 @@ namespace QzLogTool
         void Streams::Wait()
         {
             rd_kafka_poll(mpClient.get(), 0);
-            EndRequest::Wait(-1, kMomentMilliseconds);
+            EndRequest::Wait(-1, kPollMilliseconds);
         }
     }
 

@@ -18,7 +18,7 @@ namespace QzLogTool
         constexpr std::size_t kShownLength = 60;
 
         /// The start of a text, in quotes.
-        std::string Quote(std::string_view text)
+        std::string QuoteStart(std::string_view text)
         {
             return '\'' + std::string(text.substr(0, kShownLength)) + (text.size() > kShownLength ? "...'" : "'");
         }
@@ -50,21 +50,21 @@ namespace QzLogTool
         std::string_view const text = record.mText;
         bool const isHead = record.mKind == Record::Kind::Head;
         if (mIsInLine)
-            Fault(
-                Finding::Cut, "a record begins within the line, so the one before it is cut: " + Quote(GetLine(text)));
+            Fault(Finding::Cut,
+                "a record begins within the line, so the one before it is cut: " + QuoteStart(GetLine(text)));
         else if (record.mOffset != 0)
         {
             if (isHead)
                 Fault(Finding::HeadWithin, "a head in the middle of the file");
             else if (record.mKind == Record::Kind::Loose)
-                Fault(Finding::Loose, "no record owns the line " + Quote(GetLine(text)));
+                Fault(Finding::Loose, "no record owns the line " + QuoteStart(GetLine(text)));
         }
         else if (!text.starts_with(kByteOrderMark))
             Fault(Finding::NoHead, "the file does not begin with a byte order mark");
         else if (!isHead)
             Fault(Finding::NoHead, "the file does not begin with the head '" + std::string(kHeadText) + '\'');
         else if (!text.starts_with(kHead.substr(0, kHead.size() - 2)))
-            Fault(Finding::NoHead, "the head is of another version: " + Quote(WithoutLineEnd(text)));
+            Fault(Finding::NoHead, "the head is of another version: " + QuoteStart(WithoutLineEnd(text)));
         mIsInLine = false;
     }
 
@@ -75,7 +75,7 @@ namespace QzLogTool
             // One that is cut is no fault of its own.
             bool const isCut = record.mIsWhole && record.mText.find('\n') == std::string_view::npos;
             if (!isCut)
-                Fault(Finding::Header, "the header cannot be read: " + Quote(GetLine(record.mText)));
+                Fault(Finding::Header, "the header cannot be read: " + QuoteStart(GetLine(record.mText)));
             return;
         }
         MissedMessages missed;
@@ -102,7 +102,7 @@ namespace QzLogTool
         std::size_t const lines =
             static_cast<std::size_t>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
         mListener.OnFinding(mLine + lines, Finding::LookAlike,
-            "within a message stands what looks like a header: " + Quote(GetLine(text.substr(at + 1))));
+            "within a message stands what looks like a header: " + QuoteStart(GetLine(text.substr(at + 1))));
     }
 
     void FileChecker::CheckOrder(Record const& record)

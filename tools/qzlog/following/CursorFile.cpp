@@ -21,7 +21,7 @@ namespace QzLogTool
     namespace
     {
         constexpr char kLogs[] = "logs";
-        constexpr char kBeginning[] = "beginning";
+        constexpr char kBeginningKey[] = "beginning";
         constexpr char kOffset[] = "offset";
         constexpr char kTime[] = "time";
 
@@ -101,7 +101,7 @@ namespace QzLogTool
         {
             Json::Value const& entry = root[kLogs][log];
             mPositions[log] = {
-                log, FromHex(entry[kBeginning].asString()), entry[kOffset].asUInt64(), entry[kTime].asInt64()};
+                log, FromHex(entry[kBeginningKey].asString()), entry[kOffset].asUInt64(), entry[kTime].asInt64()};
         }
     }
 
@@ -134,7 +134,7 @@ namespace QzLogTool
         for (auto const& [log, position] : mPositions)
         {
             Json::Value& entry = root[kLogs][log];
-            entry[kBeginning] = ToHex(position.mBeginning);
+            entry[kBeginningKey] = ToHex(position.mBeginning);
             entry[kOffset] = Json::UInt64{position.mOffset};
             entry[kTime] = Json::Int64{position.mTime};
         }

@@ -9,7 +9,7 @@ namespace QzLogTool
 {
     namespace
     {
-        RE2::Options MakeOptions()
+        RE2::Options MakeExpressionOptions()
         {
             RE2::Options options;
             options.set_log_errors(false);
@@ -18,12 +18,12 @@ namespace QzLogTool
     }
 
     ExpressionFinder::ExpressionFinder(std::string const& expression, Check check)
-        : mExpression("(?m:" + expression + ')', MakeOptions()), mCheck(check)
+        : mExpression("(?m:" + expression + ')', MakeExpressionOptions()), mCheck(check)
     {
         if (expression.empty())
             throw Trouble("--regex: an expression is empty");
         // Alone, too: half a bracket may fit to what stands around it.
-        RE2 const alone(expression, MakeOptions());
+        RE2 const alone(expression, MakeExpressionOptions());
         for (RE2 const* const pExpression : {&alone, &mExpression})
             if (!pExpression->ok())
                 throw Trouble("--regex: '" + expression + "' is no regular expression: " + pExpression->error());

@@ -17,7 +17,7 @@ namespace QzLogTool
             return expression + ')';
         }
 
-        RE2::Options MakeOptions()
+        RE2::Options MakeNameOptions()
         {
             RE2::Options options;
             options.set_log_errors(false);
@@ -27,7 +27,7 @@ namespace QzLogTool
         }
     }
 
-    KeyFinder::KeyFinder(std::vector<std::string> const& names) : mNames(MakeAlternatives(names), MakeOptions())
+    KeyFinder::KeyFinder(std::vector<std::string> const& names) : mNames(MakeAlternatives(names), MakeNameOptions())
     {
         bool const hasEmpty = std::find(names.begin(), names.end(), std::string()) != names.end();
         if (hasEmpty || !mNames.ok())

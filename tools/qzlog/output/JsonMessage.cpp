@@ -9,7 +9,7 @@ namespace QzLogTool
 {
     namespace
     {
-        constexpr std::size_t kBlock = std::size_t{64} << 10;
+        constexpr std::size_t kPiece = std::size_t{64} << 10;
 
         class MessageWriter
         {
@@ -26,17 +26,17 @@ namespace QzLogTool
                     // In pieces, or a long line would stand in memory several times over. Each ends with a character.
                     std::size_t length = std::min(text.find('\n'), text.size());
                     mOwesLineEnd = length < text.size();
-                    if (length > kBlock)
+                    if (length > kPiece)
                     {
-                        length = kBlock;
-                        while (length > kBlock - 3 && ContinuesCharacter(text[length]))
+                        length = kPiece;
+                        while (length > kPiece - 3 && ContinuesCharacter(text[length]))
                             --length;
                         mOwesLineEnd = false;
                     }
                     std::string_view const line = text.substr(0, length);
                     AppendJson(mJson, mOwesLineEnd && line.ends_with('\r') ? line.substr(0, length - 1) : line);
                     text.remove_prefix(length + mOwesLineEnd);
-                    if (mJson.size() >= kBlock)
+                    if (mJson.size() >= kPiece)
                     {
                         mOutput.Write(mJson);
                         mJson.clear();

@@ -12,7 +12,7 @@ namespace QzLogTool
 
         // Control sequences of terminals.
         constexpr char kPlain[] = "\x1B[0m";
-        constexpr char kTime[] = "\x1B[36m";
+        constexpr char kMoment[] = "\x1B[36m";
         constexpr char kFaint[] = "\x1B[2m";
         constexpr char kName[] = "\x1B[32m";
         constexpr char kError[] = "\x1B[1;31m";
@@ -97,7 +97,7 @@ namespace QzLogTool
         std::size_t const end =
             static_cast<std::size_t>(fields.mDispatcher.data() - header.data()) + fields.mDispatcher.size() + 1;
 
-        mText += kTime;
+        mText += kMoment;
         AppendTime(header.substr(0, timeLength), moment);
         (mText += kPlain) += kFaint;
         AppendText(header.substr(timeLength, at - timeLength));

@@ -10,7 +10,7 @@ namespace QzLogTool
     namespace
     {
         constexpr char kNone[] = "(none)";
-        constexpr std::int64_t kMinute = 60 * 1000;
+        constexpr std::int64_t kOneMinute = 60 * 1000;
     }
 
     /// By a field of the header, or a slot of time, or else the kind of message.
@@ -32,8 +32,8 @@ namespace QzLogTool
             {"process", "Processes", &HeaderFields::mProcess}, {"thread", "Threads", &HeaderFields::mThread},
             {"logger", "Loggers", &HeaderFields::mLogger}, {"dispatcher", "Dispatchers", &HeaderFields::mDispatcher},
             {"id", "Message IDs", &HeaderFields::mMessageID}, {"message", "Messages"},
-            {"minute", "Minutes", nullptr, kMinute, 16}, {"hour", "Hours", nullptr, 60 * kMinute, 13},
-            {"day", "Days", nullptr, 24 * 60 * kMinute, 10}};
+            {"minute", "Minutes", nullptr, kOneMinute, 16}, {"hour", "Hours", nullptr, 60 * kOneMinute, 13},
+            {"day", "Days", nullptr, 24 * 60 * kOneMinute, 10}};
         return kinds;
     }
 

@@ -9,7 +9,7 @@ namespace QzLogTool
 {
     namespace
     {
-        constexpr std::size_t kLongest = 200;
+        constexpr std::size_t kLongestKind = 200;
 
         // Shorter words of hexadecimal digits alone are more often words.
         constexpr std::size_t kShortestHex = 4;
@@ -56,7 +56,7 @@ namespace QzLogTool
                 any |= found;
                 all &= length == 1 && (line[1] == 'x' || line[1] == 'X') && line[0] == '0' ? all : found;
             }
-            std::string_view const word = line.substr(0, std::min(length, kLongest));
+            std::string_view const word = line.substr(0, std::min(length, kLongestKind));
             line.remove_prefix(length);
             bool const hasPrefix = word.starts_with("0x") || word.starts_with("0X");
             if ((any & kIsDigit) == 0)
@@ -85,7 +85,7 @@ namespace QzLogTool
         std::string_view line = message.substr(0, message.find('\n'));
         line = line.substr(0, line.find('\r'));
         kind.clear();
-        while (!line.empty() && kind.size() < kLongest)
+        while (!line.empty() && kind.size() < kLongestKind)
             if (IsWordCharacter(line[0]))
                 TakeWord(kind, line);
             else

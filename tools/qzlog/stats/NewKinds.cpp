@@ -14,7 +14,7 @@ namespace QzLogTool
         constexpr std::size_t kMostOld = 500'000;
         constexpr std::size_t kMostNew = 32'768;
         constexpr std::size_t kLongestName = 100;
-        constexpr std::size_t kLongestLabel = 200;
+        constexpr std::size_t kLongestKindLabel = 200;
     }
 
     void NewKinds::Add(Record const& record, HeaderParser const& parser)
@@ -71,7 +71,7 @@ namespace QzLogTool
             auto const& [text, kind] = *mSorted[i];
             table.push_back({std::to_string(kind.mCount), FormatMoment(ToLocal(kind.mFirst)),
                 '[' + MakeLabel(kind.mLogger, kLongestName) + "][" + MakeLabel(kind.mDispatcher, kLongestName) + "] " +
-                    MakeLabel(text, kLongestLabel)});
+                    MakeLabel(text, kLongestKindLabel)});
         }
         PrintColumns(output, table);
         if (mOthers != 0)

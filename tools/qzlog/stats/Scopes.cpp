@@ -16,9 +16,9 @@ namespace QzLogTool
         constexpr std::size_t kMostScopes = 2048;
         constexpr std::size_t kMostThreads = 16384;
         constexpr std::size_t kMostOpen = 100'000;
-        constexpr std::size_t kLongestName = 4096;
-        constexpr std::size_t kLongestLabel = 80;
-        constexpr char kOthers[] = "(others)";
+        constexpr std::size_t kLongestScopeName = 4096;
+        constexpr std::size_t kLongestScopeLabel = 80;
+        constexpr char kOtherScopes[] = "(others)";
         constexpr std::string_view kNear = "' near ";
 
         struct Line
@@ -39,7 +39,7 @@ namespace QzLogTool
             message = message.substr(kStart, message.find_first_of("\r\n") - kStart);
             std::size_t const end = message.rfind(')');
             std::size_t const number = message.substr(0, end).rfind('(');
-            if (end == std::string_view::npos || number == std::string_view::npos || number > kLongestName)
+            if (end == std::string_view::npos || number == std::string_view::npos || number > kLongestScopeName)
                 return false;
             std::string_view const digits = message.substr(number + 1, end - number - 1);
             std::string_view const rest = message.substr(end + 1);
@@ -81,10 +81,10 @@ namespace QzLogTool
     {
         auto found = mIndexes.find(name);
         if (found == mIndexes.end() && mScopes.size() >= kMostScopes)
-            found = mIndexes.find(kOthers);
+            found = mIndexes.find(kOtherScopes);
         if (found != mIndexes.end())
             return found->second;
-        mScopes.emplace_back().mName = mScopes.size() < kMostScopes ? name : kOthers;
+        mScopes.emplace_back().mName = mScopes.size() < kMostScopes ? name : kOtherScopes;
         return mIndexes[mScopes.back().mName] = static_cast<std::uint32_t>(mScopes.size() - 1);
     }
 
@@ -198,14 +198,14 @@ namespace QzLogTool
             table.push_back(
                 {std::to_string(durations.GetCount()), format(durations.GetMean()), format(durations.GetPercentile(50)),
                     format(durations.GetPercentile(90)), format(durations.GetPercentile(99)),
-                    format(durations.GetLongest()), MakeLabel(MakeScopeLabel(scope.mName), kLongestLabel)});
+                    format(durations.GetLongest()), MakeLabel(MakeScopeLabel(scope.mName), kLongestScopeLabel)});
             if (scope.mNotLeft != 0 || scope.mNotEntered != 0)
                 table.push_back({std::to_string(scope.mNotLeft) + " were entered and not left, " +
                                  std::to_string(scope.mNotEntered) + " left and not entered"});
             if (durations.GetCount() != 0)
-                table.push_back(
-                    {"longest until " + FormatMoment(ToLocal(scope.mTime)) + ' ' + MakeOwnerLabel(scope.mThread) +
-                        ", " + MakeLabel(scope.mPath, kLongestName) + " at byte " + std::to_string(scope.mOffset)});
+                table.push_back({"longest until " + FormatMoment(ToLocal(scope.mTime)) + ' ' +
+                                 MakeOwnerLabel(scope.mThread) + ", " + MakeLabel(scope.mPath, kLongestScopeName) +
+                                 " at byte " + std::to_string(scope.mOffset)});
         }
         PrintColumns(output, table);
         if (mForgotten != 0)

@@ -20,11 +20,11 @@ namespace QzLogTool
             std::int64_t mMilliseconds;
         };
 
-        constexpr std::int64_t kDay = 24 * 60 * 60 * 1000;
+        constexpr std::int64_t kMillisecondsOfDay = 24 * 60 * 60 * 1000;
         constexpr Unit kUnits[] = {{"ms", 1}, {"s", 1000}, {"m", 60 * 1000}, {"min", 60 * 1000}, {"h", 60 * 60 * 1000},
-            {"d", kDay}, {"w", 7 * kDay}};
+            {"d", kMillisecondsOfDay}, {"w", 7 * kMillisecondsOfDay}};
         // A hundred years: no log is older, and sums stay far from any overflow.
-        constexpr std::int64_t kLongest = 100 * 366 * kDay;
+        constexpr std::int64_t kLongest = 100 * 366 * kMillisecondsOfDay;
 
         constexpr std::string_view kMidnight = "00:00:00";
         constexpr std::size_t kDateLength = 10;
@@ -65,7 +65,7 @@ namespace QzLogTool
         bool ReadAbsolute(std::string text, std::int64_t now, std::int64_t& moment)
         {
             if (text == "today" || text == "yesterday")
-                text = GetToday(text == "today" ? now : now - kDay);
+                text = GetToday(text == "today" ? now : now - kMillisecondsOfDay);
             else if (text.size() >= 3 && text[2] == ':')
                 text = GetToday(now) + ' ' + text;
             text = Complete(text);

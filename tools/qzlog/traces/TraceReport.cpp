@@ -16,8 +16,8 @@ namespace QzLogTool
 {
     namespace
     {
-        constexpr std::size_t kLongestPath = 4096;
-        constexpr std::size_t kLongestLabel = 60;
+        constexpr std::size_t kLongestLogPath = 4096;
+        constexpr std::size_t kLongestNameLabel = 60;
 
         std::string GetCommandName(int id)
         {
@@ -111,7 +111,7 @@ namespace QzLogTool
                 table.push_back({std::to_string(messages.GetCount()), std::to_string(messages.mFirst),
                     std::to_string(messages.mSecond), std::to_string(messages.mThird), FormatMean(messages.GetMean()),
                     std::to_string(key.second),
-                    GetCommandName(key.second) + ", " + MakeLabel(key.first, kLongestLabel)});
+                    GetCommandName(key.second) + ", " + MakeLabel(key.first, kLongestNameLabel)});
             }
             return table;
         }
@@ -131,7 +131,7 @@ namespace QzLogTool
     {
         Table table = MakeTable(printOut);
         std::size_t const all = table.size() - 1;
-        output.Write(MakeLabel(path, kLongestPath) + ": " + Describe(printOut) + MakeRest(all, rows) + '\n');
+        output.Write(MakeLabel(path, kLongestLogPath) + ": " + Describe(printOut) + MakeRest(all, rows) + '\n');
         table.resize(1 + std::min(all, rows));
         if (table.size() > 1)
             PrintColumns(output, table);
