@@ -7,7 +7,7 @@ cd "$(dirname "$0")/../.."
 build=build/subproject
 configure() {
     cmake -S tests/consumer -B $build -G Ninja -DQZLOG_SOURCE_DIR="$PWD" -DQZLOG_WARNINGS_AS_ERRORS=ON \
-        -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF -DCMAKE_CXX_STANDARD=17 "$@"
+        -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF -DCMAKE_CXX_STANDARD=17 -DCMAKE_UNITY_BUILD=ON "$@"
 }
 rm -rf $build
 # What only the tool needs is not asked for, unless the tool is.

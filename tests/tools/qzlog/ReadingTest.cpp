@@ -44,17 +44,17 @@ namespace
         std::vector<std::string> records{"\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n"};
         std::size_t const lengths[] = {0, 50, 300, 5000, 262144, 300000, RecordSplitter::kLargest + 100};
         int cuts = 0;
-        for (unsigned int i = 0; i < 800; ++i)
+        for (unsigned int i = 0; i < 320; ++i)
         {
             std::string text = MakeTime(i) + " [HOST:a][SERVER:b][PID:1][THR:2][c][d][UID:0][SID:0][OID:0] ";
-            std::size_t const kind = i == 300 || i == 799 ? 6 : upTo(i % 50 == 0 ? 5 : 3);
+            std::size_t const kind = i == 100 || i == 319 ? 6 : upTo(i % 50 == 0 ? 5 : 3);
             std::size_t const length = kind == 6 ? lengths[kind] + upTo(1000000) : upTo(lengths[kind]);
             std::size_t const lineLength = 1 + upTo(2 * length);
             while (text.size() < length)
                 (text += std::string(std::min(lineLength, length), 'x')) += "\r\n2026\r\n";
             std::size_t const header = text.find("[OID:0]") + 7;
             records.push_back(text + (upTo(20) == 0 || kind == 6 ? "NEEDLE\r\n" : "end\r\n"));
-            if (i != 799 && upTo(10) == 0)
+            if (i != 319 && upTo(10) == 0)
             {
                 std::string& cut = records.back();
                 cut.resize(header + upTo(cut.size() - header));
@@ -106,7 +106,7 @@ namespace
             {"cat a.log | TMPDIR=/missing qzlog view -c -F NEEDLE - 2>&1 | grep -o '/missing.*directory'",
                 "/missing: No such file or directory\n"},
             {"qzlog check a.log | tail -1",
-                "a.log: 1 file, 800 records, " + std::to_string(cuts) + " faults, 0 messages missed\n", 0},
+                "a.log: 1 file, 320 records, " + std::to_string(cuts) + " faults, 0 messages missed\n", 0},
         });
     }
 
