@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <set>
 #include <span>
 
 using namespace QzBase::Literals;
@@ -283,7 +284,7 @@ namespace
         }
 
         sigset_t mSignals;
-        std::set<std::string_view> mReached;
+        CallCounts mReached;
         std::set<std::string> mFailures;
         Snapshot mBefore;
         Snapshot mAfter;

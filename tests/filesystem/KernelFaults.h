@@ -5,15 +5,14 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-#include <algorithm>
 #include <atomic>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <random>
-#include <set>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -158,43 +157,48 @@ namespace QzTest
         int mTimes;
     };
 
-    /// Calls `attempt` with each error of each call that `action` makes, once, twice and always, and with how many
-    /// calls go well before: EIO once with all numbers, the others with one at random, or with all if QZLOG_EVERY_FAULT
-    /// is set. Returns the names of the calls.
-    template <class Action, class Attempt>
-    std::set<std::string_view> ForEachFault(Action&& action, Attempt&& attempt)
+    using CallCounts = std::map<std::string_view, int>;
+
+    /// How often an action makes which call.
+    template <class Action>
+    CallCounts CountCalls(Action&& action)
     {
-        static std::mt19937 random{std::random_device()()};
-        bool const wantsAll = getenv("QZLOG_EVERY_FAULT") != nullptr;
         std::vector<std::shared_ptr<void>> watches;
         for (KernelCall const& call : kKernelCalls)
             watches.push_back(call.mpFail(0, 0, 1));
         action();
         watches.clear();
-        std::vector<int> counts;
-        std::set<std::string_view> made;
+        CallCounts counts;
         for (KernelCall const& call : kKernelCalls)
-        {
-            counts.push_back(call.mpGetCount());
-            if (counts.back() != 0)
-                made.insert(call.mName);
-        }
-        for (std::size_t i = 0; i < counts.size(); ++i)
+            if (int const count = call.mpGetCount(); count != 0)
+                counts[call.mName] = count;
+        return counts;
+    }
+
+    /// Calls `attempt` with each error of each call that `action` makes, once, twice and always, and with how many
+    /// calls go well before: EIO once with all numbers, the others with one at random, or with all if QZLOG_EVERY_FAULT
+    /// is set. Returns the calls.
+    template <class Action, class Attempt>
+    CallCounts ForEachFault(Action&& action, Attempt&& attempt)
+    {
+        static std::mt19937 random{std::random_device()()};
+        bool const wantsAll = getenv("QZLOG_EVERY_FAULT") != nullptr;
+        CallCounts counts = CountCalls(action);
+        for (KernelCall const& call : kKernelCalls)
             for (int const error : {EIO, ENOSPC, EDQUOT, EACCES, EMFILE, EINTR, ENOLCK, ESTALE, kShort, kZero})
                 // Signals end some time.
                 for (int const times : {1, 2, error == EINTR ? 100 : kAlways})
                 {
-                    KernelCall const& call = kKernelCalls[i];
-                    if (error < 0 && !call.mHasLength)
+                    auto const count = counts.find(call.mName);
+                    if (count == counts.end() || (error < 0 && !call.mHasLength))
                         continue;
                     bool const isEach = wantsAll || (error == EIO && times == 1);
-                    int const chosen =
-                        isEach ? -1 : static_cast<int>(random() % static_cast<unsigned int>(std::max(counts[i], 1)));
-                    for (int skip = 0; skip < counts[i]; ++skip)
+                    int const chosen = static_cast<int>(random() % static_cast<unsigned int>(count->second));
+                    for (int skip = 0; skip < count->second; ++skip)
                         if (isEach || skip == chosen)
                             attempt(KernelFault{call, error, times}, skip);
                 }
-        return made;
+        return counts;
     }
 
     /// Opens as in a root directory without /proc.

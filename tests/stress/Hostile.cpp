@@ -131,23 +131,9 @@ namespace
             for (std::uint64_t steps = mRandom() % 20; steps != 0; --steps)
             {
                 std::size_t const at = mRandom() % (text.size() + 1);
-                switch (mRandom() % 5)
-                {
-                case 0:
-                    text.erase(at, mRandom() % 1000);
-                    break;
-                case 1:
-                    text.insert(at, text.substr(mRandom() % (text.size() + 1), mRandom() % 5000));
-                    break;
-                case 2:
-                    text.insert(at, MakeText());
-                    break;
-                case 3:
-                    text.insert(at, 1, static_cast<char>(mRandom()));
-                    break;
-                default:
-                    text.insert(at, mRandom() % 2000, static_cast<char>(mRandom() % 4 - 1));
-                }
+                std::string const inserted[] = {"", text.substr(mRandom() % (text.size() + 1), mRandom() % 5000),
+                    MakeText(), std::string(1 + mRandom() % 2000, static_cast<char>(mRandom() % 2 * mRandom()))};
+                text.replace(at, mRandom() % 2 * (mRandom() % 1000), inserted[mRandom() % std::size(inserted)]);
             }
             std::ofstream(path, std::ios::binary) << (mRandom() % 8 == 0 ? "\x1F\x8B\x08" : "") << text;
         }

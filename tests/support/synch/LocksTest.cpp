@@ -3,7 +3,6 @@
 #include "support/ForkedChild.h"
 #include "support/synch/ForkableSection.h"
 
-#include <array>
 #include <barrier>
 #include <latch>
 
@@ -83,49 +82,6 @@ TEST(RWLock, LetsReadersInTogetherAndKeepsWritersAlone)
         EXPECT_EQ(torn, 0) << threads << " threads, " << readsPerWrite << " reads a write";
         EXPECT_EQ(first, second);
     }
-}
-
-// Who is not woken by the thread that leaves would be by the next one. Here none comes: all others meet the holder, and
-// a lock is used again only when all have left it.
-TEST(RWLock, WakesThoseWhoWaitWhereNobodyComesLater)
-{
-    constexpr int kThreads = 6;
-    constexpr int kRounds = 500;
-    std::array<RWLockPtr, 2> const locks{
-        RWLockPtr(CreateRWLock(kAnyCategory)), RWLockPtr(CreateForkSafeRWLock(kAnyCategory, Readers::kRare))};
-    std::barrier<> step(kThreads);
-    std::atomic<int> locked{0};
-    RunThreads(kThreads,
-        [&](int me)
-        {
-            for (int i = 0; i < kRounds; ++i)
-            {
-                RWLock& lock = *locks[static_cast<std::size_t>(i) % 2];
-                bool const holderWrites = i / kThreads % 2 != 0;
-                bool const isHolder = me == i % kThreads;
-                // The holder meets the others with the lock, now and then so long that they go to sleep.
-                auto const meet = [&](bool withLock)
-                {
-                    if (withLock == isHolder)
-                        step.arrive_and_wait();
-                    if (withLock && isHolder)
-                        std::this_thread::sleep_for(std::chrono::milliseconds(i % 16 == 0));
-                };
-                meet(false);
-                if (isHolder ? holderWrites : !holderWrites && me == (i + 1) % kThreads)
-                {
-                    RWLock::WriteSmartLock const hold(lock);
-                    meet(true);
-                }
-                else if (isHolder || holderWrites)
-                {
-                    RWLock::ReadSmartLock const hold(lock);
-                    meet(true);
-                }
-                ++locked;
-            }
-        });
-    EXPECT_EQ(locked, kThreads * kRounds);
 }
 
 // With a reader inside and a writer waiting, another reader must not go on coming in.
