@@ -81,10 +81,19 @@ namespace QzLog
         }
 
         /// Whether there is something to report. Costs two memory reads: every message asks.
-        bool LossesExist()
+        bool LossesExist(Shared const& shared)
         {
-            Shared const& shared = GetShared();
             return shared.mTopicIsConfigured.load(std::memory_order_acquire) && shared.mpLosses->Exist();
+        }
+
+        /// Whether the client took the record. The topic has its name.
+        bool SendRecord(Shared const& shared, QzBase::ReturnString const& text)
+        {
+            std::string_view record(text.c_str(), text.size());
+            if (record.ends_with('\n'))
+                record.remove_suffix(1);
+            // The client makes the one copy that it needs.
+            return KafkaClient::GetClient().SendTo(*shared.mpLosses, record);
         }
 
         /// Under the lock, once.
@@ -118,13 +127,14 @@ namespace QzLog
     {
         if (QzOs::IsForking())
             return;
-        if (mpDiskFile && LossesExist())
+        Shared const& shared = GetShared();
+        if (mpDiskFile && LossesExist(shared))
             TellLosses(*mpDiskFile, header.GetHostName(), header.GetServerName());
         if (gFeature.IsEnabled() && KafkaIsToBeTried())
         {
             QzBase::ReturnString const text =
                 FormatMultiLineMessageText(header.GetMessageID(), header.GetHeaderText(), bodyText, true);
-            if (SendRecord(text))
+            if (SendRecord(shared, text))
                 return;
         }
         if (mpDiskFile)
@@ -153,19 +163,10 @@ namespace QzLog
         return true;
     }
 
-    /// Whether the client took the record.
-    bool Destination_KafkaLog_Impl::SendRecord(QzBase::ReturnString const& text)
-    {
-        std::string_view record(text.c_str(), text.size());
-        if (record.ends_with('\n'))
-            record.remove_suffix(1);
-        // The client makes the one copy that it needs.
-        return KafkaClient::GetClient().Send(GetShared().mMessageTopic, nullptr, record);
-    }
-
     void Destination_KafkaLog_Impl::TellLosses(Destination_DiskFile& file, char const* hostName, char const* serverName)
     {
-        if (!LossesExist())
+        Shared const& shared = GetShared();
+        if (!LossesExist(shared))
             return;
         // Not the header of the present message or its thread: the line is about neither.
         QzBase::CountedPtr<MessageHeader> const header(CreateMessageHeader());
@@ -174,7 +175,7 @@ namespace QzLog
         header->SetProcessID(QzBase::GetCurrentProcessID());
         header->SetThreadID(static_cast<unsigned int>(QzBase::GetCurrentThreadID()));
 
-        KafkaClient::TopicLosses& topicLosses = *GetShared().mpLosses;
+        KafkaClient::TopicLosses& topicLosses = *shared.mpLosses;
         KafkaClient::Losses losses = topicLosses.Take();
         bool isTold = losses.mCount == 0;
         try

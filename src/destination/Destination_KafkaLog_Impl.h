@@ -33,7 +33,6 @@ namespace QzLog
 
     private:
         bool KafkaIsToBeTried();
-        static bool SendRecord(QzBase::ReturnString const& text);
         bool ProbeIsDue(int status);
         bool StatusHasChanged(int status);
 

@@ -42,6 +42,18 @@ namespace KafkaClient
                 return made && mpProducer->Send(*made, key, value);
             }
 
+            bool SendTo(TopicLosses const& topic, std::string_view value) override
+            {
+                {
+                    QzSynch::RWLock::ReadSmartLock const hold(*mpLock);
+                    if (!mpProducer || !mpProducer->IsOfThisProcess())
+                        return false;
+                    if (Producer::Topic* const known = mpProducer->FindTopic(topic))
+                        return mpProducer->Send(*known, nullptr, value);
+                }
+                return Send(topic.GetTopic(), nullptr, value);
+            }
+
             void Configure(Properties const& properties) override
             {
                 std::unique_ptr<Producer> producer;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/kafka/TopicLosses.h"
+
 #include <KafkaClient/KafkaProducer.h>
 
 #include <string_view>
@@ -14,6 +16,13 @@ namespace KafkaClient
     public:
         virtual KafkaProducer::EnumKafkaProducerStatus GetStatus() = 0;
         virtual bool Send(QzBase::WideString const& topic, std::string const* key, std::string_view value) = 0;
+
+        /// The same without a key, to a topic that the caller has looked up once.
+        virtual bool SendTo(TopicLosses const& topic, std::string_view value)
+        {
+            return Send(topic.GetTopic(), nullptr, value);
+        }
+
         virtual void Configure(std::map<std::string, std::string> const& properties) = 0;
         virtual KafkaProducer::Counters GetCounters() = 0;
 

@@ -172,10 +172,7 @@ namespace KafkaClient
 
     Producer::Topic* Producer::FindTopic(QzBase::WideString const& name) const
     {
-        // Mostly it is the topic of log records, whose settings have a topic with a longer name.
-        auto found = mTopics.begin();
-        if (found == mTopics.end() || ShorterFirst::Compare(found->first, name) != 0)
-            found = mTopics.find(name);
+        auto const found = mTopics.find(name);
         return found == mTopics.end() ? nullptr : found->second.get();
     }
 
@@ -184,11 +181,13 @@ namespace KafkaClient
         if (Topic* const present = FindTopic(name))
             return present;
         QzBase::ReturnString const text = QzBase::WideCharToUTF8(name.c_str(), false);
+        if (mTopicsByNumber.size() <= losses.GetNumber())
+            mTopicsByNumber.resize(losses.GetNumber() + 1);
         Topic& topic = *mTopics.emplace(name, std::make_unique<Topic>(losses)).first->second;
         QzOs::NoCancellation const noCancellation;
         topic.mpHandle = mpConnection->CreateTopic(text.c_str());
         if (topic.mpHandle)
-            return &topic;
+            return mTopicsByNumber[losses.GetNumber()] = &topic;
         mTopics.erase(name);
         return nullptr;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/kafka/KafkaModule.h"
+#include "support/kafka/TopicLosses.h"
 
 #include <KafkaClient/KafkaProducer.h>
 #include <QzBase/WideString.h>
@@ -12,11 +13,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace KafkaClient
 {
-    class TopicLosses;
-
     /// One running producer. No thread is cancelled inside librdkafka, where it would leave locks held for ever. Any
     /// thread may call all operations at any time, but MakeTopic must not overlap any of them.
     class Producer final : private ConnectionOwner
@@ -55,6 +55,12 @@ namespace KafkaClient
         /// Null for a topic that MakeTopic has not made.
         Topic* FindTopic(QzBase::WideString const& name) const;
 
+        /// The same, without comparing names.
+        Topic* FindTopic(TopicLosses const& losses) const noexcept
+        {
+            return losses.GetNumber() < mTopicsByNumber.size() ? mTopicsByNumber[losses.GetNumber()] : nullptr;
+        }
+
         /// Null when librdkafka refuses the name (UTF-16).
         /// \param losses  those of the topic.
         Topic* MakeTopic(QzBase::WideString const& name, TopicLosses& losses);
@@ -66,19 +72,13 @@ namespace KafkaClient
         std::uint64_t GetAccepted() const noexcept;
 
     private:
-        /// Seldom has to compare texts: every record looks for its topic, and the names begin alike.
+        /// Seldom has to compare texts, which begin alike.
         struct ShorterFirst
         {
-            static int Compare(QzBase::WideString const& a, QzBase::WideString const& b) noexcept
-            {
-                if (a.size() != b.size())
-                    return a.size() < b.size() ? -1 : 1;
-                return std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0]));
-            }
-
             bool operator()(QzBase::WideString const& a, QzBase::WideString const& b) const noexcept
             {
-                return Compare(a, b) < 0;
+                return a.size() != b.size() ? a.size() < b.size()
+                                            : std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0])) < 0;
             }
         };
 
@@ -95,5 +95,7 @@ namespace KafkaClient
         std::uint32_t const mForkGeneration;
         std::unique_ptr<Connection> mpConnection;
         std::map<QzBase::WideString, std::unique_ptr<Topic>, ShorterFirst> mTopics;
+        // By the numbers of their losses; null where this producer has no topic.
+        std::vector<Topic*> mTopicsByNumber;
     };
 }

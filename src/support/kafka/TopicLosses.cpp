@@ -84,6 +84,6 @@ namespace KafkaClient
     {
         Book& book = GetBook();
         QzSynch::CriticalSection::SmartLock const hold(*book.mpLock);
-        return book.mTopics[topic];
+        return book.mTopics.try_emplace(topic, topic, book.mTopics.size()).first->second;
     }
 }

@@ -4,6 +4,7 @@
 #include <QzDataType/DateTime.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -27,6 +28,12 @@ namespace KafkaClient
     class TopicLosses
     {
     public:
+        /// \param number  counts the topics of the process from 0.
+        TopicLosses(QzBase::WideString const& topic, std::size_t number) : mTopic(topic), mNumber(number) {}
+
+        QzBase::WideString const& GetTopic() const noexcept { return mTopic; }
+        std::size_t GetNumber() const noexcept { return mNumber; }
+
         /// Costs one read: every record asks.
         bool Exist() const noexcept { return mExist.load(std::memory_order_acquire); }
 
@@ -42,6 +49,8 @@ namespace KafkaClient
         void Forget() noexcept;
 
     private:
+        QzBase::WideString const mTopic;
+        std::size_t const mNumber;
         // Written under the lock that guards mLosses, which is one for all topics.
         std::atomic<bool> mExist{false};
         Losses mLosses;
