@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <regex>
 #include <set>
+#include <sstream>
 
 using namespace QzTest;
 using QzOs::Posix::gKernel;
@@ -146,11 +147,17 @@ namespace
             static std::regex const kLine(
                 "(.{23}) \\[HOST:[^ ]* (Missed ([0-9]+) messages since .{23} due to: )|: ([0-9]+) messages lost and");
             std::set<std::string> lines;
-            for (std::sregex_iterator each(all.begin(), all.end(), kLine), end; each != end; ++each)
-                if ((*each)[4].matched)
-                    reported += std::stoul((*each)[4]);
-                else if (lines.insert((*each).str()).second)
-                    reported += std::stoul((*each)[3]);
+            std::istringstream read(all);
+            for (std::string line; std::getline(read, line);)
+            {
+                if (line.find(" messages ") == line.npos)
+                    continue;
+                for (std::sregex_iterator each(line.begin(), line.end(), kLine), end; each != end; ++each)
+                    if ((*each)[4].matched)
+                        reported += std::stoul((*each)[4]);
+                    else if (lines.insert((*each).str()).second)
+                        reported += std::stoul((*each)[3]);
+            }
             std::size_t const told = reported + (mRecovery == QzLog::kRecoveryStrict ? 0 : known);
             // Basic recovery takes a back-up for missing that cannot be asked about, and puts another in its place.
             bool const mayLoseBackup = mRecovery == QzLog::kRecoveryBasic && fault && fault->mCall.mName == "Statx";
