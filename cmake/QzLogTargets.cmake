@@ -51,5 +51,7 @@ function(qzlog_add_test name)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${arg_LAYERS} qzlog_options GTest::gmock GTest::gtest_main ${arg_LIBRARIES})
     set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)
+    # Beside optimised layers: what is tested is fast, and what tests it is compiled in little more than half the time.
+    target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O1 -g1>)
     gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endfunction()
