@@ -3,6 +3,7 @@
 #include "support/ForkedChild.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include <sched.h>
 #include <unistd.h>
@@ -173,24 +174,4 @@ TEST_F(DiskFileTest, ThreadsPassTheLockOnTheFileOnForSomeRecords)
         ASSERT_TRUE(QzFileSystem::FileTryWriteLock(*other).HoldsLock()) << round;
     }
     EXPECT_EQ(leftBehind, 0);
-}
-
-TEST_F(DiskFileTest, AForkPassesWhoWaitsForTheLockOnTheFile)
-{
-    Make("x.log");
-    auto const other = QzFileSystem::CreateUpdateableFile(WideIn("x.log"), QzFileSystem::KeepOnClose);
-    QzFileSystem::FileWriteLock lock(*other);
-    LockWatch const watch;
-    std::jthread waiting([&] { Write("parent"); });
-    watch.Await();
-    EXPECT_EQ(mpDestination->GetBackupCount(), 1u);
-    ExpectInChild(
-        [&]
-        {
-            lock.Unlock(); // for the parent too, which has the same open file
-            Write("child");
-            return true;
-        });
-    waiting.join();
-    EXPECT_EQ(Get("x.log").size(), (kHead + Record("parent") + Record("child")).size());
 }

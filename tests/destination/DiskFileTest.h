@@ -9,6 +9,8 @@
 
 #include <QzLog/MessageHeader.h>
 
+#include <sys/file.h>
+
 namespace QzTest
 {
     inline std::string const kHead = "\xEF\xBB\xBF# Tarnwickforge Log version 2.0\r\n";

@@ -3,9 +3,7 @@
 #include "os/posix/Kernel.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 
-#include <atomic>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
@@ -209,27 +207,4 @@ namespace QzTest
         errno = ENOENT;
         return -1;
     }
-
-    /// Tells when a thread is about to wait for the lock on a file until it gets it. One at a time.
-    class LockWatch
-    {
-    public:
-        LockWatch()
-        {
-            gIsAwaited = false;
-            QzOs::Posix::gKernel.mpFlock = [](int file, int operation)
-            {
-                gIsAwaited = gIsAwaited || operation == LOCK_EX;
-                gIsAwaited.notify_all();
-                return flock(file, operation);
-            };
-        }
-
-        ~LockWatch() { QzOs::Posix::gKernel.mpFlock = flock; }
-
-        static void Await() { gIsAwaited.wait(false); }
-
-    private:
-        static inline std::atomic<bool> gIsAwaited;
-    };
 }

@@ -1,6 +1,5 @@
 #include "filesystem/FailureText.h"
 #include "filesystem/FileLocks.h"
-#include "filesystem/KernelFaults.h"
 #include "os/Restore.h"
 
 #include <QzLog/Destination_DiskFile.h>
@@ -9,7 +8,10 @@
 #include <QzLog/Module.h>
 
 #include <algorithm>
+#include <atomic>
 #include <thread>
+
+#include <sys/file.h>
 
 using namespace QzBase::Literals;
 using namespace QzLog;
@@ -95,10 +97,17 @@ TEST_F(DiskFileRegistryTest, AForkedChildCompletesAMoveThatWaitsForTheLockOnAFil
     DiskFile const second = Get("b.log");
     auto const other = QzFileSystem::CreateUpdateableFile(WideIn("one/b.log"), QzFileSystem::KeepOnClose);
     QzFileSystem::FileWriteLock lock(*other);
-    LockWatch const watch;
+    static std::atomic<bool> gIsAwaited;
+    gIsAwaited = false;
+    QzOs::Posix::gKernel.mpFlock = [](int file, int operation)
+    {
+        gIsAwaited = gIsAwaited || operation == LOCK_EX;
+        gIsAwaited.notify_all();
+        return flock(file, operation);
+    };
     QzBase::CountedPtr<MessageHeader> const header(CreateMessageHeader());
     std::jthread const writing([&] { second->WriteMessage("text", *header); });
-    watch.Await();
+    gIsAwaited.wait(false);
     std::jthread const moving([&] { SetBase("two"); });
     while (Place(first) != "two/a.log")
         std::this_thread::yield();

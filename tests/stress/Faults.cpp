@@ -33,14 +33,6 @@ namespace
             place.NoteTaken(kept);
     }
 
-    void Delete(Place& place)
-    {
-        fs::path const kept = place.MakeName();
-        // With a second name, since what is deleted must still be counted.
-        if (link(place.mLog.c_str(), kept.c_str()) == 0 && unlink(place.mLog.c_str()) == 0)
-            place.NoteTaken(kept);
-    }
-
     /// Puts something at once in the place of the log.
     void ReplaceBy(Place& place, fs::path const& replacement)
     {
@@ -207,8 +199,7 @@ namespace
 
 std::vector<Fault> const gFaults{
     {"none", Nothing, kHasty},
-    {"renamed", Rename},
-    {"deleted", Delete},
+    {"removed", Rename},
     {"replaced by a file", ReplaceByFile},
     {"replaced by a link", ReplaceByLink},
     {"replaced by a folder", ReplaceByFolder},
@@ -238,7 +229,7 @@ namespace
 {
     void DoAny(Place& place)
     {
-        constexpr std::size_t kOthers = 12; // before this one
+        constexpr std::size_t kOthers = 11; // before this one
         gFaults[1 + place.mRandom() % kOthers].mpDo(place);
     }
 }

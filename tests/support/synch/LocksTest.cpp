@@ -1,10 +1,9 @@
 #include "support/synch/ForkSafeLocks.h"
 
-#include "support/ForkedChild.h"
-#include "support/synch/ForkableSection.h"
+#include <gtest/gtest.h>
 
 #include <barrier>
-#include <latch>
+#include <thread>
 
 using namespace QzSynch;
 
@@ -143,32 +142,4 @@ TEST(RWLock, LetsAReaderGoBeforeLaterWriters)
         soon += writes - asked < 50;
     }
     EXPECT_GT(soon, 25);
-}
-
-TEST(ForkableSection, LetsForksPassInAGapAndTellsTheChild)
-{
-    struct Client final : ForkableSection::Client
-    {
-        void GoOnInForkedChild(bool wasGap) noexcept override { mWasGap = wasGap; }
-        bool mWasGap = false;
-    } client;
-    ForkableSection section(ForkHold::kFile, client);
-    std::latch waits(1);
-    std::latch leave(1);
-    std::jthread const holder(
-        [&]
-        {
-            ForkableSection::Hold const hold(section);
-            ForkableSection::Gap const gap(section);
-            waits.count_down();
-            leave.wait();
-        });
-    waits.wait();
-    ExpectInChild(
-        [&]
-        {
-            ForkableSection::Hold const hold(section);
-            return client.mWasGap;
-        });
-    leave.count_down();
 }
