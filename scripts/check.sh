@@ -10,7 +10,7 @@ mkdir -p build/check
 # Of the steps that run: by process its name, its start, and the file with its output if that waits for the end.
 declare -A names=() starts=() outputs=()
 times=()
-# What runs beside the other steps, one after the other: "function:name".
+# What is to run beside the other steps, one after the other: "function:name".
 beside=("headers:public headers" "scripts:scripts" "models:models of the locks")
 
 end_all() {
@@ -23,7 +23,7 @@ trap 'exit 130' INT TERM
 note() { names[$1]=$2 starts[$1]=$SECONDS; }
 
 begin_beside() {
-    [ ${#beside[@]} -ne 0 ] || return 0
+    [ ${#beside[@]} -ne 0 ] && [ ${#outputs[@]} -eq 0 ] || return 0
     local function=${beside[0]%%:*} name=${beside[0]#*:}
     beside=("${beside[@]:1}")
     $function >"build/check/$function.txt" 2>&1 &
@@ -41,6 +41,7 @@ take_end() {
     if [ -n "${outputs[$process]:-}" ]; then
         printf '\n== %s (beside the others, %d s)\n' "$name" $took
         cat "${outputs[$process]}"
+        unset "outputs[$process]"
         [ $status -ne 0 ] || begin_beside
     else
         printf '== %s: %d s\n' "$name" $took
@@ -61,6 +62,7 @@ format() { git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror; }
 scripts() { git ls-files '*.sh' .ci/run tools/qzlog/manual/qzlog.bash.in | xargs shellcheck -S warning; }
 models() { tests/models/check.sh; }
 headers() { doxygen docs/Doxyfile; }
+instructions() { scripts/instructions.sh; }
 
 # clang's own warnings come with those of clang-tidy, so that nothing is compiled to see them. Of tests no others
 # are asked for.
@@ -89,7 +91,9 @@ step "clang and clang-tidy, warnings are errors" tidy
 step "includes" scripts/includes.sh
 step "the Release type, within a foreign project" tests/consumer/subproject.sh
 step "Debian packages, and a foreign project against them" scripts/package.sh
-step "instructions of a log call" scripts/instructions.sh
+# It compiles what the packages are made of, and finds that in the compiler cache.
+beside+=("instructions:instructions of a log call")
+begin_beside
 step "unit tests on 64-bit ARM, under emulation" aarch64
 step "tests under asan" cmake --workflow --preset asan
 step "tests under tsan" cmake --workflow --preset tsan
