@@ -64,7 +64,13 @@ namespace QzLog
         return name;
     }
 
-    void CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target, QzOs::FileIdentity* copy)
+    KeptFile::~KeptFile()
+    {
+        if (mHandle != QzOs::kNoFile)
+            QzOs::CloseFile(mHandle);
+    }
+
+    void CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target, KeptFile* kept)
     {
         file.SetPosition(0);
         File::ScopedDescriptor descriptor(file.OpenDescriptorOfCopy(target.c_str()));
@@ -80,9 +86,15 @@ namespace QzLog
             if (File::WriteDescriptor(descriptor.Get(), piece->GetData(), size) != static_cast<std::int64_t>(size))
                 ThrowWriteFailure(target);
         }
-        if (copy)
-            if (auto const error = QzOs::GetFileIdentity(QzOs::FromDescriptor(descriptor.Get()), *copy); error != 0)
+        if (kept)
+        {
+            QzOs::FileHandle const handle = QzOs::FromDescriptor(descriptor.Get());
+            QzOs::Error error = QzOs::OpenAgain(handle, target.c_str(), QzOs::Access::Read, kept->mHandle);
+            if (error == 0)
+                error = QzOs::GetFileIdentity(handle, kept->mIdentity);
+            if (error != 0)
                 throw QzFileSystem::MakeAttributesFailure(error, target.c_str());
+        }
         // Some file systems find out only here that there was no room.
         if (!descriptor.Close())
             ThrowWriteFailure(target);

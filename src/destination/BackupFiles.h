@@ -17,9 +17,20 @@ namespace QzLog
     /// "<path>.bak" and an ending in ASCII.
     QzBase::WideString MakeBackupName(QzBase::WideString const& path, std::string_view ending);
 
+    /// A file that is kept open, so that no other file can get its identity, whatever becomes of its name.
+    struct KeptFile
+    {
+        KeptFile() = default;
+        ~KeptFile();
+        KeptFile(KeptFile const&) = delete;
+        KeptFile& operator=(KeptFile const&) = delete;
+
+        QzOs::FileHandle mHandle = QzOs::kNoFile;
+        QzOs::FileIdentity mIdentity{};
+    };
+
     /// Copies the content of a log to a new file with the permissions of the log, which replaces what is there. Throws
     /// QzBase::Message; the target may then be incomplete.
-    /// \param copy  gets the identity of the new file, whatever its name becomes, unless it is null.
-    void CopyLog(
-        QzFileSystem::UpdateableFile& file, QzBase::WideString const& target, QzOs::FileIdentity* copy = nullptr);
+    /// \param kept  gets the new file, unless it is null.
+    void CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target, KeptFile* kept = nullptr);
 }

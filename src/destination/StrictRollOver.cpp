@@ -17,6 +17,9 @@ namespace QzLog
     {
         /// Renames files, and renames them back when it is destroyed, unless Keep was called. If one cannot be renamed
         /// back, neither are those before it: their names are taken by files that are still to go back.
+        ///
+        /// Replaces nothing: whoever holds the lock on another file, which took the log's place a moment ago, may be
+        /// renaming the same back-ups.
         class Moves
         {
         public:
@@ -27,15 +30,18 @@ namespace QzLog
             ~Moves()
             {
                 for (auto move = mDone.rbegin(); move != mDone.rend(); ++move)
-                    if (QzOs::MoveFile(move->second.c_str(), move->first.c_str()) != 0)
+                    if (QzOs::MoveFileToFreeName(move->second.c_str(), move->first.c_str()) != 0)
                         break;
             }
 
-            void Move(QzBase::WideString from, QzBase::WideString to)
+            /// \return  false if somebody else was faster.
+            bool Move(QzBase::WideString from, QzBase::WideString to)
             {
                 mDone.reserve(mDone.size() + 1);
-                QzFileSystem::MoveFile(from.c_str(), to.c_str());
+                if (!QzFileSystem::MoveFileToFreeName(from.c_str(), to.c_str()))
+                    return false;
                 mDone.emplace_back(std::move(from), std::move(to));
+                return true;
             }
 
             void Keep() noexcept { mDone.clear(); }
@@ -69,17 +75,33 @@ namespace QzLog
         }
 
         /// Frees number 0. The oldest back-up is renamed to `oldest` if all numbers are taken.
-        void ShiftBackups(
+        /// \return  false if somebody else renames the back-ups too.
+        bool ShiftBackups(
             QzBase::WideString const& path, unsigned int backupCount, QzBase::WideString const& oldest, Moves& moves)
         {
             unsigned int number = 0;
             while (number < backupCount && Find(MakeBackupName(path, number)))
                 ++number;
             if (number == backupCount)
-                moves.Move(MakeBackupName(path, --number), oldest);
-            // From the oldest on, so that no name is overwritten before it has been moved.
+            {
+                QzOs::DeleteFile(oldest.c_str()); // left by a process that was killed, and replaced since
+                if (!moves.Move(MakeBackupName(path, --number), oldest))
+                    return false;
+            }
+            // From the oldest on, so that each name is free.
             for (; number != 0; --number)
-                moves.Move(MakeBackupName(path, number - 1), MakeBackupName(path, number));
+                if (!moves.Move(MakeBackupName(path, number - 1), MakeBackupName(path, number)))
+                    return false;
+            return true;
+        }
+
+        /// Whether a file is one of the back-ups: mostly the newest, unless somebody else has made one since.
+        bool IsBackup(QzBase::WideString const& path, unsigned int backupCount, QzOs::FileIdentity const& identity)
+        {
+            for (unsigned int number = 0; number != backupCount; ++number)
+                if (Find(MakeBackupName(path, number)) == identity)
+                    return true;
+            return false;
         }
     }
 
@@ -93,10 +115,10 @@ namespace QzLog
         QzBase::WideString const lastName = MakeBackupName(path, count - 1);
         // A process that was killed may have renamed the oldest back-up and not yet moved another to its number.
         if (Find(oldest) && !Find(lastName))
-            QzOs::MoveFile(oldest.c_str(), lastName.c_str());
+            QzOs::MoveFileToFreeName(oldest.c_str(), lastName.c_str());
 
-        QzOs::FileIdentity identity{};
-        CopyLog(file, copy.mPath, &identity);
+        KeptFile kept;
+        CopyLog(file, copy.mPath, &kept);
         // Copying takes long. Whoever writes to another file at the path holds the lock on that one, and the lock on
         // this one does not keep him from these names any more.
         if (!file.IsAtPath())
@@ -104,11 +126,14 @@ namespace QzLog
         Moves moves;
         try
         {
-            ShiftBackups(path, count, oldest, moves);
-            moves.Move(copy.mPath, newest);
-            if (Find(newest) != identity)
+            if (!ShiftBackups(path, count, oldest, moves))
+                return false;
+            bool const isDone = moves.Move(copy.mPath, newest);
+            // Two who copy at once have one name for their copies: either may have put the other's in place.
+            if (!IsBackup(path, count, kept.mIdentity))
             {
-                moves.Keep(); // the names are another's
+                if (isDone)
+                    moves.Keep();
                 return false;
             }
             file.SetPosition(0);

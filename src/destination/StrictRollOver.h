@@ -12,7 +12,7 @@ namespace QzLog
     /// back-up or in both.
     ///
     /// Throws QzBase::Message, and std::bad_alloc.
-    /// \return  false when another file has taken the log's place meanwhile, whose back-ups they are now. The log still
-    ///          has all its content.
+    /// \return  false when another file has taken the log's place meanwhile, or whoever writes to that one renames the
+    ///          back-ups too. The log still has all its content.
     bool StrictRollOver(QzFileSystem::UpdateableFile& file, QzBase::WideString const& path, unsigned int backupCount);
 }

@@ -48,6 +48,18 @@ namespace QzFileSystem
             throw MakeFailure(error, kMoveFailure, from, to);
     }
 
+    bool MoveFileToFreeName(unsigned short const* from, unsigned short const* to)
+    {
+        QzOs::Error error = QzOs::MoveFileToFreeName(from, to);
+        if (error == QzOs::kErrorExists && QzOs::GetFileKind(to, QzOs::Links::Keep) == QzOs::FileKind::Directory)
+            error = QzOs::MoveFile(from, to); // for its failure
+        if (error == QzOs::kErrorExists || error == QzOs::kErrorMissing)
+            return false;
+        if (error != 0)
+            throw MakeFailure(error, kMoveFailure, from, to);
+        return true;
+    }
+
     bool DeleteFile(unsigned short const* path, QzBase::Message* err)
     {
         try

@@ -12,6 +12,10 @@ namespace QzFileSystem
     /// name is removed. If both are names of one file, the old name is removed.
     void MoveFile(unsigned short const* from, unsigned short const* to);
 
+    /// Like MoveFile within one file system, but replaces nothing, however short a time it has been there.
+    /// \return  false when something has that name, or nothing the old one.
+    bool MoveFileToFreeName(unsigned short const* from, unsigned short const* to);
+
     /// Deletes a file. It is first moved to the directory for temporary files, so that its name is free at
     /// once; where that directory lies on another file system, it is deleted in place. Throws nothing.
     bool DeleteFile(unsigned short const* path, QzBase::Message* err);

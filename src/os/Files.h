@@ -22,9 +22,11 @@ namespace QzOs
     inline constexpr Error kDeletedInPlaceOnly = -3;
 
     /// The system's error numbers that others have to know.
+    extern Error const kErrorExists;
     extern Error const kErrorInvalid;
     extern Error const kErrorInvalidHandle;
     extern Error const kErrorLocked;
+    extern Error const kErrorMissing;
     extern Error const kErrorNoSpace;
     extern Error const kErrorOverflow;
 

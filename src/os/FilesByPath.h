@@ -57,6 +57,10 @@ namespace QzOs
     /// file systems the content is copied, with permissions and time, and is on the disk before the old name goes.
     Error MoveFile(unsigned short const* from, unsigned short const* to);
 
+    /// Gives a file another name in its file system, in one step. kErrorExists if anything has that name. (A few file
+    /// systems cannot look and rename in one step: there it is two.)
+    Error MoveFileToFreeName(unsigned short const* from, unsigned short const* to);
+
     /// Renames a file that is about to be deleted. Directories fail. kDeletedInPlaceOnly: `to` lies on
     /// another file system, or the file is not the caller's and might not be deletable over there.
     Error MoveForDeletion(unsigned short const* path, unsigned short const* to);

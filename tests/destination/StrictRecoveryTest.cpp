@@ -4,6 +4,8 @@
 #include <QzLog/Module.h>
 #include <QzSynch/ReferenceCountedImpl.h>
 
+#include <algorithm>
+
 using namespace QzTest;
 using QzOs::Posix::gKernel;
 using QzOs::Posix::Kernel;
@@ -231,7 +233,7 @@ TEST_F(StrictRecoveryTest, AKilledRollOverLosesNothing)
     int calls = 0;
     int doubles = 0;
     for (auto const makeKill : {Watch<&Kernel::mpOpen>::Make, Watch<&Kernel::mpWrite>::Make,
-             Watch<&Kernel::mpRename>::Make, Watch<&Kernel::mpUnlink>::Make, Watch<&Kernel::mpFtruncate>::Make})
+             Watch<&Kernel::mpRenameat2>::Make, Watch<&Kernel::mpUnlink>::Make, Watch<&Kernel::mpFtruncate>::Make})
         for (int status = kKill, skip = 0; status != 0; ++skip, ++calls)
         {
             SCOPED_TRACE(calls);
@@ -265,6 +267,54 @@ TEST_F(StrictRecoveryTest, AKilledRollOverLosesNothing)
         }
     EXPECT_EQ(doubles, 1);
     EXPECT_GT(calls, 8 + 5);
+}
+
+TEST_F(StrictRecoveryTest, RollOversOfTwoFilesAtOnceLoseNothing)
+{
+    // What happens amid the first roll-over, before one of its renames: the log is taken away, and the next one is
+    // full.
+    static std::function<void()> gOther;
+    static int gSkip;
+    gKernel.mpRenameat2 = [](auto... arguments)
+    {
+        if (gSkip-- == 0)
+            gOther();
+        return ::renameat2(arguments...);
+    };
+    auto const make = [&]
+    {
+        MakeStrict("x.log");
+        mpDestination->SetMaxFileSize(60);
+        mpDestination->SetBackupCount(9);
+    };
+    for (int const skip : {0, 1, 2, 3})
+    {
+        SCOPED_TRACE(skip);
+        Clear();
+        std::vector<std::string> texts{"zero", "one", "two", Record("a"), Record("b"), Record("c"), Record("d")};
+        for (int number = 0; number < 3; ++number)
+            Put("x.log.bak0" + std::to_string(number), texts[static_cast<std::size_t>(number)]);
+        gSkip = skip;
+        gOther = [&]
+        {
+            std::filesystem::rename(In("x.log"), In("kept"));
+            auto const first = std::exchange(mpDestination, nullptr);
+            make();
+            Write("b");
+            Write("c");
+            mpDestination = first;
+        };
+        make();
+        Write("a");
+        Write("d");
+        EXPECT_LT(gSkip, 0);
+        Snapshot const files = TakeSnapshot();
+        for (std::string const& text : texts)
+            EXPECT_EQ(std::ranges::count_if(
+                          files, [&](auto const& file) { return file.second.find(text) != std::string::npos; }),
+                1)
+                << text;
+    }
 }
 
 TEST_F(StrictRecoveryTest, TheSystemLogLearnsOfEachRun)

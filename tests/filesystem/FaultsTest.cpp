@@ -173,6 +173,8 @@ namespace
                 "Failed to flush file 'file'.", "Failed to close handle of file 'file'."},
             true, {"Statx"}},
         {"move", [] { MoveFile(u"file"_w, u"new"_w); }, {"Failed to move file 'file' to 'new'."}},
+        {"move to a free name", [] { EXPECT_TRUE(MoveFileToFreeName(u"file"_w, u"new"_w)); },
+            {"Failed to move file 'file' to 'new'."}},
         {"move across", MoveAcross, {"Failed to move file 'file' to 'other'."}},
         {"delete", [] { ThrowReport([](auto* err) { return DeleteFile(u"file"_w, err); }); },
             {"Failed to delete file 'GUID'."}, true, {"Lstat", "Rename"}},

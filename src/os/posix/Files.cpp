@@ -24,9 +24,11 @@ namespace QzOs
     using Posix::RetryOnSignal;
     using Posix::ToError;
 
+    constinit Error const kErrorExists = EEXIST;
     constinit Error const kErrorInvalid = EINVAL;
     constinit Error const kErrorInvalidHandle = EBADF;
     constinit Error const kErrorLocked = EWOULDBLOCK;
+    constinit Error const kErrorMissing = ENOENT;
     constinit Error const kErrorNoSpace = ENOSPC;
     constinit Error const kErrorOverflow = EOVERFLOW;
 

@@ -205,4 +205,20 @@ namespace QzOs
             return 0;
         return errno == EXDEV ? MoveAcross(source.Get(), sourceStatus, target.Get()) : errno;
     }
+
+    Error MoveFileToFreeName(unsigned short const* from, unsigned short const* to)
+    {
+        Posix::KernelPath const source(from);
+        Posix::KernelPath const target(to);
+        if (Error const error = source.GetError() != 0 ? source.GetError() : target.GetError(); error != 0)
+            return error;
+        if (gKernel.mpRenameat2(AT_FDCWD, source.Get(), AT_FDCWD, target.Get(), RENAME_NOREPLACE) == 0)
+            return 0;
+        if (errno != EINVAL && errno != ENOSYS)
+            return errno;
+        struct stat found;
+        if (gKernel.mpLstat(target.Get(), &found) == 0)
+            return kErrorExists;
+        return errno == ENOENT ? ToError(gKernel.mpRename(source.Get(), target.Get())) : errno;
+    }
 }

@@ -49,6 +49,8 @@
     CALL(int, Fsetxattr, ::fsetxattr, int descriptor, char const* name, void const* value, size_t size, int flags)     \
     CALL(int, Fremovexattr, ::fremovexattr, int descriptor, char const* name)                                          \
     CALL(int, Rename, ::rename, char const* from, char const* to)                                                      \
+    CALL(int, Renameat2, ::renameat2, int fromDirectory, char const* from, int toDirectory, char const* to,            \
+        unsigned int flags)                                                                                            \
     CALL(int, Unlink, ::unlink, char const* path)                                                                      \
     CALL(int, Mkostemp, ::mkostemp, char* pathTemplate, int flags)                                                     \
     CALL(int, Mkdir, ::mkdir, char const* path, mode_t mode)                                                           \
