@@ -55,7 +55,7 @@ files_of_nobody()
         [ "$folder" = "$file" ] && folder=.
         while [ ! -e "$folder/CMakeLists.txt" ]; do folder=$(dirname "$folder"); done
         grep -qwF "$(sed -E 's/(_test)?\.(cpp|sh|cmake)$//' <<<"$name")" "$folder/CMakeLists.txt" && continue
-        [[ $file != *.cpp ]] && grep -lF "$name" "${files[@]}" | grep -qvxF "$file" && continue
+        [[ $file != *.cpp ]] && grep -lF "$name" "${files[@]}" | grep -vxF "$file" >/dev/null && continue
         echo "$file"
     done
 }
