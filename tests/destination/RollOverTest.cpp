@@ -162,3 +162,29 @@ TEST_F(DiskFileTest, CopiesWhatOthersAppendAtTheEndOfTheCopy)
     EXPECT_EQ(Get("x.log.bak00"), kHead + Record("old") + "late");
     EXPECT_EQ(Get("x.log"), kHead + Record("new"));
 }
+
+TEST_F(DiskFileTest, KeepsItsContentOnAFullDisk)
+{
+    std::string const old = kHead + Record("old");
+    Make("x.log");
+    Write("old");
+    mpDestination->SetMaxFileSize(60);
+    mpDestination->SetBackupCount(3);
+    Put("x.log.bak00", "0");
+    Put("x.log.bak01", "1");
+    {
+        Watch<&Kernel::mpWrite> const full(ENOSPC, 0, kAlways);
+        for (int message = 0; message < 2; ++message, gNow += 300'000)
+            Write("lost: by a roll-over, or by the line about losses, which leaves the file open");
+    }
+    EXPECT_EQ(
+        TakeSnapshot(), (Snapshot{{"x.log", old}, {"x.log.bak00", ""}, {"x.log.bak01", "0"}, {"x.log.bak02", "1"}}));
+    Write("again");
+    EXPECT_EQ(Get("x.log"), kHead + Record("again"));
+    EXPECT_EQ(Get("x.log.bak00"), old);
+    // What the line could not tell waits for the next loss of the file.
+    mpDestination->SetMaxFileSize(1000);
+    std::filesystem::remove(In("x.log"));
+    Write("more");
+    EXPECT_EQ(GetLossLine("x.log").find("Missed 2 messages since 2027-01-15 08:00:00.000 due to: "), 0u);
+}
