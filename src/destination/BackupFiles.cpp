@@ -2,7 +2,6 @@
 
 #include "filesystem/Failures.h"
 #include "filesystem/stdio/FileDescriptors.h"
-#include "filesystem/stdio/FileGuards.h"
 
 #include <QzBase/Conversions.h>
 #include <QzBase/Message.h>
@@ -64,12 +63,6 @@ namespace QzLog
         return name;
     }
 
-    KeptFile::~KeptFile()
-    {
-        if (mHandle != QzOs::kNoFile)
-            QzOs::CloseFile(mHandle);
-    }
-
     void CopyLog(QzFileSystem::UpdateableFile& file, QzBase::WideString const& target, KeptFile* kept)
     {
         file.SetPosition(0);
@@ -89,7 +82,9 @@ namespace QzLog
         if (kept)
         {
             QzOs::FileHandle const handle = QzOs::FromDescriptor(descriptor.Get());
-            QzOs::Error error = QzOs::OpenAgain(handle, target.c_str(), QzOs::Access::Read, kept->mHandle);
+            QzOs::FileHandle own = QzOs::kNoFile;
+            QzOs::Error error = QzOs::OpenAgain(handle, target.c_str(), QzOs::Access::Read, own);
+            kept->mDescriptor.emplace(QzOs::ToDescriptor(own));
             if (error == 0)
                 error = QzOs::GetFileIdentity(handle, kept->mIdentity);
             if (error != 0)

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "filesystem/FileObjects.h"
+#include "filesystem/stdio/FileGuards.h"
 #include "os/Files.h"
 
 #include <QzBase/WideString.h>
 
+#include <optional>
 #include <string_view>
 
 // What the two kinds of roll-over share.
@@ -20,12 +22,7 @@ namespace QzLog
     /// A file that is kept open, so that no other file can get its identity, whatever becomes of its name.
     struct KeptFile
     {
-        KeptFile() = default;
-        ~KeptFile();
-        KeptFile(KeptFile const&) = delete;
-        KeptFile& operator=(KeptFile const&) = delete;
-
-        QzOs::FileHandle mHandle = QzOs::kNoFile;
+        std::optional<QzFileSystem::File::ScopedDescriptor> mDescriptor;
         QzOs::FileIdentity mIdentity{};
     };
 
