@@ -61,31 +61,21 @@ namespace QzLogTool
     CursorFile::CursorFile(std::string path, bool syncs) : mPath(std::move(path)), mSyncs(syncs)
     {
         FileStatus const status = GetFileStatus(mPath);
-        TryToWrite();
-        if (!status.mExists)
-            return;
-        std::string const text = InputFile(mPath).ReadAt(0, static_cast<std::size_t>(status.mIdentity.mSize));
-        try
+        if (status.mExists)
         {
-            Read(text);
+            std::string const text = InputFile(mPath).ReadAt(0, static_cast<std::size_t>(status.mIdentity.mSize));
+            try
+            {
+                Read(text);
+            }
+            catch (std::exception const& error)
+            {
+                throw Trouble(mPath + ": is no cursor file (" + error.what() +
+                              "); remove it to read the logs from their oldest back-up on");
+            }
         }
-        catch (std::exception const& error)
-        {
-            throw Trouble(mPath + ": is no cursor file (" + error.what() +
-                          "); remove it to read the logs from their oldest back-up on");
-        }
-    }
-
-    /// Throws before anything is shown: records whose end cannot be remembered would be shown again with each new
-    /// start. Takes a name of its own, since another process may just be writing the new file.
-    void CursorFile::TryToWrite() const
-    {
-        std::string path = mPath + ".XXXXXX";
-        int const descriptor = mkostemp(path.data(), O_CLOEXEC);
-        if (descriptor < 0)
-            Fail(mPath);
-        close(descriptor);
-        unlink(path.c_str());
+        // Fails before anything is shown: records whose end cannot be remembered would be shown again with each start.
+        Write(MakeText());
     }
 
     void CursorFile::Read(std::string const& text)
@@ -131,6 +121,7 @@ namespace QzLogTool
     std::string CursorFile::MakeText() const
     {
         Json::Value root;
+        root[kLogs] = Json::objectValue;
         for (auto const& [log, position] : mPositions)
         {
             Json::Value& entry = root[kLogs][log];

@@ -14,8 +14,8 @@ namespace QzLogTool
     class CursorFile
     {
     public:
-        /// Reads the file, which need not be there yet. Throws Trouble when it is something else, or its folder cannot
-        /// be written.
+        /// Reads the file, which need not be there yet, and writes it as each Save does. Throws Trouble when it is
+        /// something else, or cannot be written.
         /// \param syncs  whether a state that is remembered is to outlive a failure of the machine.
         CursorFile(std::string path, bool syncs);
 
@@ -33,7 +33,6 @@ namespace QzLogTool
         void Save(std::vector<LogPosition> const& positions);
 
     private:
-        void TryToWrite() const;
         void Read(std::string const& text);
         std::string MakeText() const;
         void Write(std::string const& text) const;
