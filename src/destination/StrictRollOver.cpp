@@ -74,7 +74,8 @@ namespace QzLog
             return kind == QzOs::FileKind::File ? std::optional(identity) : std::nullopt;
         }
 
-        /// Frees number 0. The oldest back-up is renamed to `oldest` if all numbers are taken.
+        /// Frees number 0. The oldest back-up is renamed to `oldest` if all numbers are taken. So is what only seems to
+        /// have a free number: a link that leads to no file.
         /// \return  false if somebody else renames the back-ups too.
         bool ShiftBackups(
             QzBase::WideString const& path, unsigned int backupCount, QzBase::WideString const& oldest, Moves& moves)
@@ -82,10 +83,18 @@ namespace QzLog
             unsigned int number = 0;
             while (number < backupCount && Find(MakeBackupName(path, number)))
                 ++number;
-            if (number == backupCount)
+            bool const isTaken = number == backupCount;
+            if (isTaken)
+                --number;
+            QzBase::WideString freed = MakeBackupName(path, number);
+            if (isTaken || QzOs::GetFileKind(freed.c_str(), QzOs::Links::Keep) == QzOs::FileKind::File)
             {
-                QzOs::DeleteFile(oldest.c_str()); // left by a process that was killed, and replaced since
-                if (!moves.Move(MakeBackupName(path, --number), oldest))
+                // Left by a process that was killed, and replaced since.
+                QzFileSystem::DeleteFileInPlace(oldest.c_str());
+                if (!moves.Move(std::move(freed), oldest))
+                    return false;
+                // Somebody else may have put a back-up in the link's place a moment ago.
+                if (!isTaken && Find(oldest))
                     return false;
             }
             // From the oldest on, so that each name is free.

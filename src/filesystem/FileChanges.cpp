@@ -60,6 +60,13 @@ namespace QzFileSystem
         return true;
     }
 
+    void DeleteFileInPlace(unsigned short const* path)
+    {
+        QzOs::Error const error = QzOs::DeleteFile(path);
+        if (error != 0 && error != QzOs::kErrorMissing)
+            throw MakeFailure(error, kDeleteFailure, path);
+    }
+
     bool DeleteFile(unsigned short const* path, QzBase::Message* err)
     {
         try

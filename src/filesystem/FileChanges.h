@@ -16,6 +16,9 @@ namespace QzFileSystem
     /// \return  false when something has that name, or nothing the old one.
     bool MoveFileToFreeName(unsigned short const* from, unsigned short const* to);
 
+    /// Deletes a file, if there is one, without moving it before.
+    void DeleteFileInPlace(unsigned short const* path);
+
     /// Deletes a file. It is first moved to the directory for temporary files, so that its name is free at
     /// once; where that directory lies on another file system, it is deleted in place. Throws nothing.
     bool DeleteFile(unsigned short const* path, QzBase::Message* err);

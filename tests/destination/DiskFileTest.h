@@ -48,6 +48,13 @@ namespace QzTest
 
         void Write(std::string const& text) { mpDestination->WriteMessage(text.c_str(), *mpHeader); }
 
+        /// Writes while the lock on the file cannot be taken.
+        void Lose(std::string const& text, int error = ENOLCK)
+        {
+            Watch<&QzOs::Posix::Kernel::mpFlock> const flock(error);
+            Write(text);
+        }
+
         std::string Record(std::string const& text) const { return mpHeader->GetHeaderText() + (' ' + text) + "\r\n"; }
 
         /// The lines about losses in a log, without their headers.

@@ -17,41 +17,47 @@ TEST_F(DiskFileTest, RollsOverAtItsLimitIntoNumberedBackups)
         char const* mpName;
         unsigned int mCount;
         std::vector<int> mBefore;
-        std::vector<int> mAfter; // from number 1 on
+        std::vector<int> mAfter;      // from number 1 on
+        char const* mpLink = nullptr; // the end of the name of a link that leads to no file
     } const cases[] = {{"none", 2, {}, {}}, {"count 0 is 1", 0, {0}, {}}, {"the only one is replaced", 1, {0}, {}},
         {"room left", 3, {0, 1}, {0, 1}}, {"all taken", 3, {0, 1, 2}, {0, 1}},
         {"a gap takes what is below it", 3, {0, 2}, {0, 2}}, {"higher ones stay", 2, {0, 1, 2, 3}, {0, 2, 3}},
+        {"a link in a gap", 3, {0, 2}, {0, 2}, ".bak01"}, {"a link as the newest", 2, {1}, {1}, ".bak00"},
         {"three digits", 256, all, {all.begin(), all.end() - 1}}};
     for (auto const& each : cases)
-    {
-        SCOPED_TRACE(each.mpName);
-        Clear();
-        // The longest name that leaves room for those of the back-ups.
-        std::string const log(each.mCount > 100 ? 248 : 249, 'x');
-        auto const nameOf = [&](std::size_t number)
-        { return log + ".bak" + std::string(number < 10, '0') + std::to_string(number); };
-        Make(log);
-        Watch<&Kernel::mpRename> const rename;
-        Write("old");
-        std::string const old = kHead + Record("old");
-        mpDestination->SetBackupCount(each.mCount);
-        for (int const number : each.mBefore)
-            Put(nameOf(static_cast<std::size_t>(number)), std::to_string(number));
+        for (auto const recovery : {QzLog::kRecoveryBasic, QzLog::kRecoveryStrict})
+        {
+            SCOPED_TRACE(testing::Message() << each.mpName << ' ' << recovery);
+            Clear();
+            // The longest name that leaves room for those of the back-ups.
+            std::string const log(each.mCount > 100 ? 248 : 249, 'x');
+            auto const nameOf = [&](std::size_t number)
+            { return log + ".bak" + std::string(number < 10, '0') + std::to_string(number); };
+            Make(log);
+            mpDestination->SetRecovery(recovery);
+            Watch<&Kernel::mpRename> const rename;
+            Write("old");
+            std::string const old = kHead + Record("old");
+            mpDestination->SetBackupCount(each.mCount);
+            for (int const number : each.mBefore)
+                Put(nameOf(static_cast<std::size_t>(number)), std::to_string(number));
+            if (each.mpLink)
+                std::filesystem::create_symlink(each.mBefore[0] == 0 ? "nowhere" : ".", In(log + each.mpLink));
 
-        // One byte below the limit is not full, and the record is written whole.
-        mpDestination->SetMaxFileSize(static_cast<unsigned int>(old.size() + 1));
-        Write("more");
-        std::string const full = old + Record("more");
-        EXPECT_EQ(Get(log), full);
-        mpDestination->SetMaxFileSize(static_cast<unsigned int>(full.size()));
-        Write("new");
-        Snapshot expected{{log, kHead + Record("new")}, {nameOf(0), full}};
-        for (std::size_t i = 0; i < each.mAfter.size(); ++i)
-            expected[nameOf(i + 1)] = std::to_string(each.mAfter[i]);
-        EXPECT_EQ(TakeSnapshot(), expected);
-        // What is deleted stays in its folder until then.
-        EXPECT_TRUE(rename.GetCount() == 0 || !each.mAfter.empty());
-    }
+            // One byte below the limit is not full, and the record is written whole.
+            mpDestination->SetMaxFileSize(static_cast<unsigned int>(old.size() + 1));
+            Write("more");
+            std::string const full = old + Record("more");
+            EXPECT_EQ(Get(log), full);
+            mpDestination->SetMaxFileSize(static_cast<unsigned int>(full.size()));
+            Write("new");
+            Snapshot expected{{log, kHead + Record("new")}, {nameOf(0), full}};
+            for (std::size_t i = 0; i < each.mAfter.size(); ++i)
+                expected[nameOf(i + 1)] = std::to_string(each.mAfter[i]);
+            EXPECT_EQ(TakeSnapshot(), expected);
+            // What is deleted stays in its folder until then.
+            EXPECT_TRUE(rename.GetCount() == 0 || !each.mAfter.empty());
+        }
 }
 
 TEST_F(DiskFileTest, MakesItsBackupForThoseWhoMayUseTheLog)

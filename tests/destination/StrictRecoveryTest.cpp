@@ -82,11 +82,8 @@ TEST_F(StrictRecoveryTest, FollowsThePath)
         Clear();
         Put("other", "");
         MakeStrict("d/x.log");
-        {
-            // A file that has just failed is followed all the same.
-            Watch<&Kernel::mpFlock> const flock(ENOLCK);
-            Write("lost");
-        }
+        // A file that has just failed is followed all the same.
+        Lose("lost");
         gNow += 300'000;
         Write("first");
         gSaid.clear();
@@ -137,10 +134,7 @@ TEST_F(StrictRecoveryTest, ReportsEachRunOnceAndInOrder)
             Write("lost " + std::string(static_cast<std::size_t>(attempt), 'x'));
     EXPECT_EQ(Get("x.log"), before); // nothing is left half
     gKernel.mpWrite = mKernel.mpWrite;
-    {
-        Watch<&Kernel::mpFlock> const flock(ENOLCK);
-        Write("lost for another reason");
-    }
+    Lose("lost for another reason");
     gNow -= 3'600'000; // the clock is set back: no reason to wait
     Write("again");
     std::string const full =
@@ -175,12 +169,9 @@ TEST_F(StrictRecoveryTest, TriesOnceMoreWhenItIsDestroyed)
     for (std::size_t const reported : {0u, 1u, 2u})
     {
         MakeStrict("x.log");
+        mpDestination->SetRetryInterval(0);
         for (int const error : {ENOLCK, EIO})
-        {
-            Watch<&Kernel::mpFlock> const flock(error);
-            mpDestination->SetRetryInterval(0);
-            Write("lost");
-        }
+            Lose("lost", error);
         gSaid.clear();
         QzBase::CountedPtr<Observer> const observer(new Observer);
         observer->mAction = [] { throw QzBase::Message(); };
@@ -199,9 +190,7 @@ TEST_F(StrictRecoveryTest, TriesOnceMoreWhenItIsDestroyed)
 TEST_F(StrictRecoveryTest, TakesLossesAlongWhereverItGoes)
 {
     Make("x.log");
-    auto fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
-    Write("lost with basic recovery");
-    fault.reset();
+    Lose("lost with basic recovery");
     ExpectInChild(
         [&]
         {
@@ -212,17 +201,13 @@ TEST_F(StrictRecoveryTest, TakesLossesAlongWhereverItGoes)
         });
     mpDestination->SetRecovery(QzLog::kRecoveryStrict);
     EXPECT_EQ(mpDestination->GetRecovery(), QzLog::kRecoveryStrict);
-    fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
-    Write("lost with strict recovery");
-    fault.reset();
+    Lose("lost with strict recovery");
     ExpectInChild([&] { return gNow += 300'000, Write("child"), GetLossLines("x.log").size() == 1; });
     mpDestination->SetFilePath(WideIn("y.log"));
     Write("text");
     EXPECT_EQ(GetLossLines("y.log").size(), 2u);
 
-    fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
-    Write("lost");
-    fault.reset();
+    Lose("lost");
     mpDestination->SetRecovery(QzLog::kRecoveryBasic);
     Write("text");
     EXPECT_EQ(GetLossLines("y.log").size(), 3u);
@@ -326,9 +311,7 @@ TEST_F(StrictRecoveryTest, TheSystemLogLearnsOfEachRun)
     QzLog::Initializer const module;
     Make("x.log");
     mpDestination->SetLossObserver(QzLog::CreateSystemLogLossObserver().get());
-    auto fault = Watch<&Kernel::mpFlock>::Make(ENOLCK, 0);
-    Write("lost");
-    fault.reset();
+    Lose("lost");
     Write("lost");
     EXPECT_EQ(gEvents, std::vector{"1 Messages are being lost, log file '" + Path("x.log") +
                                    "': Failed to lock file '" + Path("x.log") + "'."});

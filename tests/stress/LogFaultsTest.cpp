@@ -78,9 +78,10 @@ namespace
             mpDestination->SetRetryInterval(1);
             mpDestination->SetBackupCount(4);
             WriteTwo();
-            // Its back-ups, one under two names, of which the last roll-over deletes one.
+            // Its back-ups, one under two names, of which the last roll-over deletes one, and a link that is none.
             Put("d/x.log.bak00", "a back-up");
             std::filesystem::create_hard_link(In("d/x.log.bak00"), In("d/x.log.bak01"));
+            std::filesystem::create_symlink("nowhere", In("d/x.log.bak02"));
             mpDestination->SetMaxFileSize(200);
             for (int i = 0; i < 3; ++i)
                 WriteTwo();
@@ -128,8 +129,8 @@ namespace
         Snapshot TakeBackups() const
         {
             Snapshot all = TakeSnapshot();
-            std::erase_if(all, [](auto const& file)
-                { return file.first.find("d/") != 0 || file.first.find(".bak") == std::string::npos; });
+            std::erase_if(
+                all, [](auto const& file) { return file.first.find("d/x.log.bak") != 0 || file.second == "folder"; });
             return all;
         }
 
