@@ -20,7 +20,8 @@ namespace QzLog
 
     bool LossAccount::IsRetryDue(unsigned int seconds) const
     {
-        return (QzDataType::DateTime::Now() - mLastAttemptTime).GetTotalSeconds() >= std::int64_t{seconds};
+        return seconds == 0 ||
+               (QzDataType::DateTime::Now() - mLastAttemptTime).GetTotalSeconds() >= std::int64_t{seconds};
     }
 
     void LossAccount::AddLosses(unsigned int count) noexcept

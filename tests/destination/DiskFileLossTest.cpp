@@ -127,17 +127,17 @@ TEST_F(DiskFileTest, StampsTheLossLineWithTheThreadsHeader)
 {
     QzLog::Initializer const initializer;
     Make("x.log");
-    Fault fault = Fail<&Kernel::mpFlock>(ENOLCK);
-    Write("lost");
-    fault.reset();
-    gNow += 300'000;
+    Lose("lost");
+    mpDestination->SetRetryInterval(0);
+    gNow -= 300'000; // without an interval the clock does not matter
     Write("again");
     std::string const text = Get("x.log");
     std::string const place = "[PID:" + std::to_string(getpid()) + "][THR:" + std::to_string(gettid()) + ']';
-    EXPECT_NE(text.find("\r\n2027-01-15 08:05:00.000 [HOST:"), text.npos);
+    EXPECT_NE(text.find("\r\n2027-01-15 07:55:00.000 [HOST:"), text.npos);
     EXPECT_NE(text.find(place + "[Log][Error][UID:0][SID:0][OID:0] Missed 1 messages since"), text.npos);
 
     // What is no failure of the file goes to the caller.
+    mpDestination->SetRetryInterval(1);
     MakeFolder("d");
     std::filesystem::rename(In("x.log"), In("d/x.log"));
     QzOs::gCalls.mpGetUTCMilliseconds = []() -> std::int64_t { throw std::bad_alloc(); };
