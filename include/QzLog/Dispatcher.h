@@ -28,7 +28,10 @@ namespace QzLog
     };
 
     /// A collection of these destinations, in this order; it takes a reference to each. None may be null:
-    /// SetDestinations refuses such a collection.
+    /// SetDestinations refuses such a collection. Of counted pointers, pass what get() gives, or use
+    /// QzLogKit::CreateDestinationList.
+    ///
+    ///     dispatcher->SetDestinations(QzLog::CreateDestinationCollection({file.get(), journal.get()}));
     QZLOG_API QzBase::ReturnPtrI<DestinationCollection> CreateDestinationCollection(
         std::initializer_list<Destination*> destinations);
 

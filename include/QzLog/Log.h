@@ -5,6 +5,9 @@
 #include <QzLog/details/CallText.h>
 #include <QzLog/details/CallValues.h>
 
+#include <concepts>
+#include <type_traits>
+
 // The call that logs. It records its own source location and turns values of any type into text.
 //
 //     QzLog::Log(*router, "User %1 ran %2 in %3 ms", user, command, milliseconds);
@@ -27,7 +30,8 @@
 //                                             each value a number
 //     RunTimeTemplate(text)                   a template that is known only at run time, char const* or std::string. A
 //                                             number without a value is kept as it is. For a text that is no
-//                                             template write Log(router, "%1", text)
+//                                             template write Log(router, "%1", text). An error "is not a constant
+//                                             expression" says that the call needs one of the two
 //     an integer or enumeration               a message ID of at most 32 bits (no bool, no character): the text is
 //                                             that of the logger's catalog
 //     CallID(id, context)                     a message ID, and a context for the catalog (char const*)
@@ -50,6 +54,8 @@
 //     pointers to them, lambdas                               is inserted, and only by an enabled call; they may log
 //     a type with an operator<< for the formatter             what that inserts
 //     durations, ranges and more of the standard library      see QzLog/StandardValues.h, to be included besides
+//
+// There are no widths and precisions: pass what std::snprintf makes, in a function if the router is mostly disabled.
 //
 // Other types do not compile. A type of your own becomes a value by an operator in its namespace, or in QzResource for
 // a type of somebody else's. However many pieces it inserts, they are one value of the call, and a manipulator in it
@@ -142,6 +148,16 @@ namespace QzLog
         Log(static_cast<Router&>(*router), message);
     }
 
+    /// Does not compile, and says why.
+    template <class NoRouter, class... Arguments>
+    requires(!std::convertible_to<NoRouter, Router&> &&
+             !CallDetails::IsRouterPointer<std::remove_cvref_t<NoRouter>>) void Log(NoRouter&&, Arguments&&...)
+    {
+        static_assert(CallDetails::kIsSupported<NoRouter>,
+            "A message goes through a router: write a Router that is not const, or a pointer to one. A "
+            "QzLogKit::LoggerHandle gives one by To<\"Info\">()");
+    }
+
     /// Builds the text whether the router is enabled or not, logs it without a source location, and throws it as
     /// QzBase::ExceptionImpl<QzBase::Message> with the ID -1. See LogMessageAndThrowBaseException.
     template <class... Values>
@@ -158,5 +174,19 @@ namespace QzLog
     {
         LogMessageAndThrowBaseException(router, id.GetID(),
             CallDetails::Collect<CallDetails::Passed<Values>...>(values...), id.GetCatalogContext());
+    }
+
+    /// The same through a pointer to the router, which must not be null.
+    template <CallDetails::IsRouterPointer Pointer, class... Values>
+    [[noreturn, gnu::always_inline]] inline void LogAndThrow(
+        Pointer const& router, CallDetails::TemplateFor<Values...> text, Values const&... values)
+    {
+        LogAndThrow(static_cast<Router&>(*router), text, values...);
+    }
+
+    template <CallDetails::IsRouterPointer Pointer, class... Values>
+    [[noreturn, gnu::always_inline]] inline void LogAndThrow(Pointer const& router, CallID id, Values const&... values)
+    {
+        LogAndThrow(static_cast<Router&>(*router), id, values...);
     }
 }

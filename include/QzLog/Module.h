@@ -19,7 +19,7 @@ namespace QzLog
     class QZLOG_API Initializer
     {
     public:
-        Initializer();
+        [[nodiscard]] Initializer();
         Initializer(Initializer const&);
         Initializer& operator=(Initializer const&) noexcept { return *this; }
         ~Initializer();

@@ -25,11 +25,11 @@ namespace QzLog
         /// \param scopeName  UTF-8, not copied: must outlive the guard, as a literal does. With null, the guard
         ///                   logs nothing.
         /// \param fileName   likewise not copied; may be null.
-        explicit ScopeGuard(Router& router, char const* scopeName = __builtin_FUNCTION(),
+        [[nodiscard]] explicit ScopeGuard(Router& router, char const* scopeName = __builtin_FUNCTION(),
             char const* fileName = __builtin_FILE(), unsigned short lineNumber = __builtin_LINE()) noexcept;
 
         /// For a wide scope name, which is not read: both lines show a hint to use narrow text.
-        ScopeGuard(
+        [[nodiscard]] ScopeGuard(
             Router& router, unsigned short const* scopeName, char const* fileName, unsigned short lineNumber) noexcept;
 
         /// Copies log no "Enter" line; each copy of a live guard logs a "Leave" line of its own.

@@ -50,7 +50,7 @@ namespace QzLog
     {
     public:
         /// \param info  copied; null sets nothing.
-        explicit ThreadSpecificLogInfoSwitchGuard(ThreadSpecificLogInfo* info);
+        [[nodiscard]] explicit ThreadSpecificLogInfoSwitchGuard(ThreadSpecificLogInfo* info);
 
         /// Never throws. Does nothing if the module has ended meanwhile.
         ~ThreadSpecificLogInfoSwitchGuard();

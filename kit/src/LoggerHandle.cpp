@@ -54,7 +54,7 @@ namespace QzLogKit
         static All& gAll;
 
         ForkSafeLock mLock;
-        RouterHandle* mpFirst = nullptr;
+        RouterHandle const* mpFirst = nullptr;
     };
 
     // Created when the library is loaded, so that no fork happens during its construction.
@@ -66,7 +66,7 @@ namespace QzLogKit
             return;
         {
             ForkSafeLock::WriteHold const hold(All::Get().mLock);
-            RouterHandle** place = &All::Get().mpFirst;
+            RouterHandle const** place = &All::Get().mpFirst;
             while (*place != this)
                 place = &(*place)->mpNext;
             *place = mpNext;
@@ -74,7 +74,7 @@ namespace QzLogKit
         Release();
     }
 
-    QzLog::Router& RouterHandle::Find()
+    QzLog::Router& RouterHandle::Find() const
     {
         if (!IsModuleRunning())
             return GetNoRouter();
@@ -99,7 +99,7 @@ namespace QzLogKit
         return *router;
     }
 
-    void RouterHandle::Release()
+    void RouterHandle::Release() const
     {
         if (QzLog::Router* const router = mpRouter.exchange(nullptr, std::memory_order_acq_rel))
             router->Release();
@@ -109,7 +109,7 @@ namespace QzLogKit
     {
         for (;;)
         {
-            RouterHandle* handle = nullptr;
+            RouterHandle const* handle = nullptr;
             {
                 ForkSafeLock::WriteHold const hold(All::Get().mLock);
                 handle = All::Get().mpFirst;

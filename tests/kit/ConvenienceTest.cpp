@@ -23,7 +23,7 @@ namespace
 
     struct LogAtTheEndOfTheProcess
     {
-        ~LogAtTheEndOfTheProcess() { QzLog::Log(*gOrders, "nobody hears it"); }
+        ~LogAtTheEndOfTheProcess() { QzLog::Log(gOrders, "nobody hears it"); }
     } const gLogAtTheEnd;
 
     using Utf8Test = QzTest::TemporaryFolder;
@@ -39,7 +39,7 @@ TEST(LoggerHandle, FindsItsRoutersInEachRunOfTheModule)
         std::jthread other([&] { QzLog::Log(gKernel.To<"Error">(), "%1", text); });
         QzLog::Log(gKernel.To<"Error">(), "%1", text);
         other.join();
-        QzLog::Log(*gOrders, "%1", text);
+        QzLog::Log(gOrders, "%1", text);
         EXPECT_THAT(log.Take(),
             ElementsAre(AllOf(LoggerIs("Kernel"), DispatcherIs("Error"), TextIs(text)), TextIs(text),
                 AllOf(LoggerIs("Orders"), DispatcherIs("Info"), SourceFileIs(EndsWith("ConvenienceTest.cpp")))));

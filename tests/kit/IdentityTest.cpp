@@ -71,7 +71,7 @@ TEST_F(IdentityTest, LeavesAThreadAloneAfterTheModule)
         auto const guard = std::make_unique<IdentityGuard>(Identity{.mUserID = "alice"});
         mLog.~LogCapture();
         module.reset();
-        EXPECT_THROW(IdentityGuard({.mUserID = "bob"}), QzBase::Message);
+        EXPECT_THROW(IdentityGuard const other({.mUserID = "bob"}), QzBase::Message);
         new (&mLog) LogCapture;
     });
 }

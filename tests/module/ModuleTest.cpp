@@ -153,7 +153,7 @@ TEST_F(ModuleTest, WhatEndsWithItMayLogAndFindsNothing)
     {
         Log(mRouter);
         EXPECT_THROW(GetConfigurationHook(), QzBase::Message);
-        EXPECT_THROW(Initializer(), QzBase::Message);
+        EXPECT_THROW(Initializer const module, QzBase::Message);
         ++ended;
     };
     mInitializer.reset();

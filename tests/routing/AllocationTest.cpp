@@ -94,7 +94,8 @@ TEST(AllocationTest, ALongMessageLeavesNoMemoryWithItsThread)
     std::function<void()> const calls[] = {[&]
         { router.LogBaseMessage(QzBase::Message(1, 1, "short").WrapBy(1, 2, text.c_str())); },
         [&] { QzLog::Log(router, "%1", text); }, [&] { QzLog::Log(router, 7, text); },
-        [&] { QzLog::Log(router, QzLog::RunTimeTemplate(text), 1); }, [&] { ScopeGuard(router, file, file, 1); },
+        [&] { QzLog::Log(router, QzLog::RunTimeTemplate(text), 1); },
+        [&] { ScopeGuard const guard(router, file, file, 1); },
         [&]
         {
             QzResource::MessageFormatter& formatter = GetMessageFormatter();

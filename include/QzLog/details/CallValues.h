@@ -104,7 +104,8 @@ namespace QzLog::CallDetails
             formatter << static_cast<unsigned short const*>(pointer);
         else
         {
-            static_assert(!kIsForeignCharacter<T>, "Wide text is unsigned short const* here (u\"text\"_w)");
+            static_assert(!kIsForeignCharacter<T>,
+                "Wide text is unsigned short const* here (u\"text\"_w), and UTF-8 is char const*");
             InsertAddress(formatter, std::bit_cast<std::uintptr_t>(pointer));
         }
     }
@@ -119,7 +120,8 @@ namespace QzLog::CallDetails
         else if constexpr (HasText<T>)
             formatter << value.c_str();
         else if constexpr (kIsForeignCharacter<T>)
-            static_assert(kIsSupported<T>, "Wide text is unsigned short const* here (u\"text\"_w)");
+            static_assert(
+                kIsSupported<T>, "Wide text is unsigned short const* here (u\"text\"_w), and UTF-8 is char const*");
         else
             static_assert(kIsSupported<T>,
                 "Give this type an operator<< for QzResource::MessageFormatter, or include QzLog/StandardValues.h for "

@@ -38,11 +38,11 @@ namespace QzLogKit
     class QZLOGKIT_API IdentityGuard
     {
     public:
-        explicit IdentityGuard(Identity const& identity);
+        [[nodiscard]] explicit IdentityGuard(Identity const& identity);
 
         /// For a thread that takes over the work of another one: exactly the identity that
         /// QzLog::GetThreadSpecificLogInfo returned there, with the IDs that are empty in it.
-        explicit IdentityGuard(QzLog::ThreadSpecificLogInfo const& info);
+        [[nodiscard]] explicit IdentityGuard(QzLog::ThreadSpecificLogInfo const& info);
 
         /// Never throws. Does nothing if the module has ended meanwhile. If there is no memory, the thread may be left
         /// with a part of its identity.

@@ -13,7 +13,7 @@ namespace QzLogKit
     /// A router that can be a static object: it is looked up at its first use while the module runs.
     ///
     ///     constinit QzLogKit::RouterHandle gInfo("Kernel", "Info");
-    ///     QzLog::Log(*gInfo, "User %1 has signed in.", user);
+    ///     QzLog::Log(gInfo, "User %1 has signed in.", user);
     ///
     /// Before the module runs, a call does nothing. A use costs one read more than that of a router. Any thread may use
     /// it at any time, until it is destroyed.
@@ -35,13 +35,13 @@ namespace QzLogKit
 
         /// The router; while no Initializer is alive, one that is never enabled and has neither logger nor dispatcher.
         /// Throws what CreateRouter throws.
-        QzLog::Router& operator*()
+        QzLog::Router& operator*() const
         {
             QzLog::Router* const router = mpRouter.load(std::memory_order_acquire);
             return router ? *router : Find();
         }
 
-        QzLog::Router* operator->() { return &**this; }
+        QzLog::Router* operator->() const { return &**this; }
 
         /// Has all handles of the process look up their routers anew. For a process that ends the module and starts it
         /// again, as unit tests do: call it in between, while no other thread uses a handle.
@@ -50,13 +50,13 @@ namespace QzLogKit
     private:
         class All;
 
-        QzLog::Router& Find();
-        void Release();
+        QzLog::Router& Find() const;
+        void Release() const;
 
         char const* const mpLoggerName;
         char const* const mpDispatcherName;
-        std::atomic<QzLog::Router*> mpRouter{nullptr};
-        RouterHandle* mpNext = nullptr; // of those that have a router
+        mutable std::atomic<QzLog::Router*> mpRouter{nullptr};
+        mutable RouterHandle const* mpNext = nullptr; // of those that have a router
     };
 
     /// A name in the source, as an argument of templates.
