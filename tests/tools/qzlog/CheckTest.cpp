@@ -82,10 +82,13 @@ namespace
         Put("a.log", content + MakeRecord("03:00:03.000", "quotes [x] [HOST:me]"));
         Put("a.log.bak00", content);
         Put("a.log.bak03", head + MakeRecord("02:00:00.000", "cut").substr(0, 99));
-        Put("b.log.bak00", head);
+        // What differs from a record in the same line only in time and length is no copy of it.
+        std::string const tail = " in 0 ms: the answer is in the cache";
+        Put("b.log.bak00", head + MakeRecord("03:00:01.000", "10" + tail) + MakeRecord("03:00:01.001", "none"));
         Put("b.log.bak02.gz", head); // number 1 was moved out of the way, to be compressed
-        Put("b.log", head + "2026-11-18 03:00:01.000 [HOST:a][SERVER:b][PID:1][THR:2][Log][Error][UID:0][SID:0][OID:0] "
-                            "Missed 2 messages since 2026-11-18 03:00:00.000 due to: No space left on device\r\n");
+        Put("b.log", head + MakeRecord("03:00:01.001", "1" + tail) +
+                         "2026-11-18 03:00:01.000 [HOST:a][SERVER:b][PID:1][THR:2][Log][Error][UID:0][SID:0][OID:0] "
+                         "Missed 2 messages since 2026-11-18 03:00:00.000 due to: No space left on device\r\n");
         std::string const missing = "a.log.bak03: back-up 01 to 02 are missing between it and the log\n";
         std::string const cut = "a.log.bak03:2: the last record is cut: the file ends without CR LF\n";
         std::string const notes = "a.log:2: note: the records of a.log.bak00 stand here once more\n"
@@ -100,13 +103,13 @@ namespace
                     missing.substr(0, missing.size() - 1) + " | faults=2 missed=0 records=6\n",
                 1},
             {"qzlog check --monitor b.log c.log 2>/dev/null",
-                "QZLOG CRITICAL - 1 log, 1 record, 0 faults, 2 messages missed: c.log: No such file or directory | "
-                "faults=0 missed=2 records=1\n",
+                "QZLOG CRITICAL - 1 log, 4 records, 0 faults, 2 messages missed: c.log: No such file or directory | "
+                "faults=0 missed=2 records=4\n",
                 2},
             {"qzlog check c.log b.log",
                 "qzlog: c.log: No such file or directory\n"
-                "b.log:2: note: 2 messages missed since 2026-11-18 03:00:00.000\n"
-                "b.log: 3 files, 1 record, 0 faults, 2 messages missed\n"
+                "b.log:3: note: 2 messages missed since 2026-11-18 03:00:00.000\n"
+                "b.log: 3 files, 4 records, 0 faults, 2 messages missed\n"
                 "  2 missed due to: No space left on device\n",
                 2},
             {": > e.log; : > e.log.bak00; qzlog check e.log",

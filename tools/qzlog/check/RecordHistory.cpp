@@ -22,10 +22,11 @@ namespace QzLogTool
         {
             constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // odd, with bits all over
             constexpr std::size_t kWord = sizeof(std::uint64_t);
-            std::uint64_t hash = threadHash ^ static_cast<std::uint64_t>(time);
-            std::uint64_t words[4] = {text.size()};
+            std::uint64_t hash = threadHash;
+            // Time and length each have a word of their own: records that follow each other differ little in both.
+            std::uint64_t words[5] = {static_cast<std::uint64_t>(time), text.size()};
             std::size_t const count = std::min(text.size(), 3 * kWord);
-            std::memcpy(words + 1, text.data() + (text.size() - count), count);
+            std::memcpy(words + 2, text.data() + (text.size() - count), count);
             for (std::uint64_t const word : words)
                 hash = (hash ^ word ^ (hash >> 32)) * kFactor;
             return hash ^ (hash >> 32);
