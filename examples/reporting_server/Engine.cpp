@@ -11,7 +11,7 @@ namespace ReportingServer
 {
     namespace
     {
-        constexpr int kPatience = 500; // ms
+        constexpr int kTimeoutMilliseconds = 500;
 
         std::map<std::string, std::string> const gDatabases = {{"Sales", "SALESDB"}, {"Finance", "FINDB"},
             {"Stock", "STOCKDB"}, {"People", "HRDB"}, {"Archive", "ARCHIVEDB"}};
@@ -61,7 +61,7 @@ namespace ReportingServer
         if (database == "ARCHIVEDB")
         {
             QzBase::ExceptionImpl<QzBase::Message> silence(MakeMessage(kDatabaseSilent));
-            silence << database.c_str() << kPatience;
+            silence << database.c_str() << kTimeoutMilliseconds;
             throw silence;
         }
     }

@@ -13,7 +13,7 @@
 
 namespace
 {
-    void TellKafkaCounters()
+    void ReportKafkaCounters()
     {
         KafkaClient::KafkaProducer::Counters const counters = KafkaClient::KafkaProducer::GetCounters();
         if (counters.mAccepted > 0)
@@ -31,7 +31,7 @@ namespace
                 server.GetFailedCount(), server.GetRejectedCount());
         }
         // Behind the end of the library's module, which waits for records that are on their way.
-        TellKafkaCounters();
+        ReportKafkaCounters();
         return std::fflush(stdout) == 0 ? 0 : 1;
     }
 }

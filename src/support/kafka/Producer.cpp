@@ -156,7 +156,7 @@ namespace KafkaClient
         gEndingProducers.fetch_sub(1);
         for (auto const& [name, topic] : mTopics)
             topic->GiveUpTheRest();
-        TellFailures(true);
+        ReportFailures(true);
     }
 
     void Producer::GoOnInForkedChild() noexcept
@@ -232,7 +232,7 @@ namespace KafkaClient
 
     void Producer::EndReports() noexcept
     {
-        TellFailures(false);
+        ReportFailures(false);
     }
 
     void Producer::SetConnected(bool isConnected) noexcept
@@ -245,7 +245,7 @@ namespace KafkaClient
 
     void Producer::TakeLogLine(char const* facility, char const* text) noexcept
     {
-        Tell({facility, ": ", text});
+        WriteLine({facility, ": ", text});
     }
 
     /// A connection that became descriptor 2 would get what the program and the debug output write there.

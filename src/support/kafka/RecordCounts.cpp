@@ -19,7 +19,7 @@ namespace KafkaClient
 
         /// What has been reported of lost records. Guarded by its lock: a producer that is being destroyed and the one
         /// that replaces it have event threads of their own.
-        struct Told final : private QzSynch::ForkHold::Client
+        struct Reported final : private QzSynch::ForkHold::Client
         {
             std::uint64_t mFailed = 0;
             std::int64_t mTime = 0;
@@ -38,28 +38,28 @@ namespace KafkaClient
                 QzSynch::CreateForkSafeSection(QzSynch::kLockStackCategoryStatic, QzSynch::ForkHold::kInnermost, this)};
         };
 
-        Told& GetTold()
+        Reported& GetReported()
         {
             // Not destroyed: producers may run until the process ends.
-            static Told& told = *new Told;
-            return told;
+            static Reported& reported = *new Reported;
+            return reported;
         }
 
         // Created when the library is loaded, so that no fork happens during its construction.
-        [[maybe_unused]] Told& gTold = GetTold();
+        [[maybe_unused]] Reported& gReported = GetReported();
     }
 
     constinit RecordCounts gRecordCounts;
 
     void AddFailed(std::uint64_t count, char const* reason) noexcept
     {
-        Told& told = GetTold();
-        QzSynch::CriticalSection::SmartLock const hold(*told.mpLock);
-        KeepReason(told.mLastReason, reason);
+        Reported& reported = GetReported();
+        QzSynch::CriticalSection::SmartLock const hold(*reported.mpLock);
+        KeepReason(reported.mLastReason, reason);
         gRecordCounts.mFailed.fetch_add(count, std::memory_order_release);
     }
 
-    void Tell(std::initializer_list<std::string_view> pieces) noexcept
+    void WriteLine(std::initializer_list<std::string_view> pieces) noexcept
     try
     {
         std::string text = "KafkaClient: ";
@@ -73,25 +73,25 @@ namespace KafkaClient
         return;
     }
 
-    void TellFailures(bool isForced) noexcept
+    void ReportFailures(bool isForced) noexcept
     {
-        Told& told = GetTold();
+        Reported& reported = GetReported();
         std::int64_t const now = QzOs::gCalls.mpGetMonotonicNanoseconds();
         std::uint64_t count = 0;
         std::string reason;
         {
-            QzSynch::CriticalSection::SmartLock const hold(*told.mpLock);
+            QzSynch::CriticalSection::SmartLock const hold(*reported.mpLock);
             std::uint64_t const failed = gRecordCounts.mFailed.load(std::memory_order_acquire);
-            bool const isDue = told.mTime == 0 || now - told.mTime >= kReportIntervalNanoseconds;
-            if (failed == told.mFailed || (!isDue && !isForced))
+            bool const isDue = reported.mTime == 0 || now - reported.mTime >= kReportIntervalNanoseconds;
+            if (failed == reported.mFailed || (!isDue && !isForced))
                 return;
-            count = failed - told.mFailed;
-            told.mFailed = failed;
-            told.mTime = now;
-            reason.swap(told.mLastReason);
+            count = failed - reported.mFailed;
+            reported.mFailed = failed;
+            reported.mTime = now;
+            reason.swap(reported.mLastReason);
         }
         char digits[20];
         std::string_view const number(digits, std::to_chars(digits, std::end(digits), count).ptr);
-        Tell({number, " accepted records were given up since the last report: ", reason});
+        WriteLine({number, " accepted records were given up since the last report: ", reason});
     }
 }

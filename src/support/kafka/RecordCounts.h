@@ -23,8 +23,8 @@ namespace KafkaClient
     void AddFailed(std::uint64_t count, char const* reason) noexcept;
 
     /// Writes a line, joined from pieces (UTF-8), to the debug output. Without memory for it, the line is dropped.
-    void Tell(std::initializer_list<std::string_view> pieces) noexcept;
+    void WriteLine(std::initializer_list<std::string_view> pieces) noexcept;
 
     /// Reports how many records were lost since the last report, at most once in ten seconds unless it is forced.
-    void TellFailures(bool isForced) noexcept;
+    void ReportFailures(bool isForced) noexcept;
 }

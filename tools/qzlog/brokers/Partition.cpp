@@ -11,7 +11,7 @@ namespace QzLogTool
     namespace
     {
         // How long the answer of a broker is waited for.
-        constexpr int kPatienceMilliseconds = 30'000;
+        constexpr int kTimeoutMilliseconds = 30'000;
 
         // So much of one stream before it is the others' turn.
         constexpr int kMostAtOnce = 10'000;
@@ -67,7 +67,7 @@ namespace QzLogTool
         {
             if (mIsFirstLook ? mNext >= mEnd : mRoom-- <= 0)
                 return false;
-            mpMessage.reset(rd_kafka_consume(mpTopic.get(), mNumber, mIsFirstLook ? kPatienceMilliseconds : 0));
+            mpMessage.reset(rd_kafka_consume(mpTopic.get(), mNumber, mIsFirstLook ? kTimeoutMilliseconds : 0));
             if (!mpMessage && !mIsFirstLook)
                 return false;
             if (!mpMessage)

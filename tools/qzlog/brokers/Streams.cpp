@@ -22,8 +22,8 @@ namespace QzLogTool
         constexpr std::string_view kSettingsSuffix = ".RegtrySettings";
 
         // How long an answer is waited for; once there was one, others go on meanwhile.
-        constexpr int kFirstPatienceMilliseconds = 15'000;
-        constexpr int kLaterPatienceMilliseconds = 2'000;
+        constexpr int kFirstTimeoutMilliseconds = 15'000;
+        constexpr int kLaterTimeoutMilliseconds = 2'000;
         constexpr int kPollMilliseconds = 50;
         constexpr std::chrono::steady_clock::duration kSearchInterval = std::chrono::seconds(5);
 
@@ -73,7 +73,7 @@ namespace QzLogTool
         private:
             using Place = std::pair<std::string, std::int32_t>;
 
-            int GetPatience() const { return mHasSearched ? kLaterPatienceMilliseconds : kFirstPatienceMilliseconds; }
+            int GetTimeout() const { return mHasSearched ? kLaterTimeoutMilliseconds : kFirstTimeoutMilliseconds; }
             std::vector<GrowingSource> OpenNew();
             std::vector<Place> Search();
             bool IsWanted(std::string const& topic) const;
@@ -128,7 +128,7 @@ namespace QzLogTool
         std::vector<Streams::Place> Streams::Search()
         {
             Metadata const* pFound = nullptr;
-            rd_kafka_resp_err_t const error = rd_kafka_metadata(mpClient.get(), 1, nullptr, &pFound, GetPatience());
+            rd_kafka_resp_err_t const error = rd_kafka_metadata(mpClient.get(), 1, nullptr, &pFound, GetTimeout());
             if (error != RD_KAFKA_RESP_ERR_NO_ERROR)
                 Throw(error);
             std::unique_ptr<Metadata const, KafkaDeleter<rd_kafka_metadata_destroy>> const found(pFound);
@@ -154,7 +154,7 @@ namespace QzLogTool
             for (auto const& [topic, number] : places)
                 rd_kafka_topic_partition_list_add(list.get(), topic.c_str(), number)->offset =
                     std::max<std::int64_t>(mSince, 0);
-            rd_kafka_resp_err_t const error = rd_kafka_offsets_for_times(mpClient.get(), list.get(), GetPatience());
+            rd_kafka_resp_err_t const error = rd_kafka_offsets_for_times(mpClient.get(), list.get(), GetTimeout());
             if (error != RD_KAFKA_RESP_ERR_NO_ERROR)
                 Throw(error);
             for (std::size_t i = 0; i < places.size(); ++i)
@@ -199,7 +199,7 @@ namespace QzLogTool
                 std::int64_t low = 0;
                 std::int64_t high = 0;
                 rd_kafka_resp_err_t const error =
-                    rd_kafka_query_watermark_offsets(mpClient.get(), topic.c_str(), number, &low, &high, GetPatience());
+                    rd_kafka_query_watermark_offsets(mpClient.get(), topic.c_str(), number, &low, &high, GetTimeout());
                 if (error != RD_KAFKA_RESP_ERR_NO_ERROR)
                     Throw(error);
                 // No record is as late as that, yet.

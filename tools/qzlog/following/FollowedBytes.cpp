@@ -33,7 +33,9 @@ namespace QzLogTool
         }
     }
 
-    FollowedBytes::FollowedBytes(std::string path, Tell tell) : mPath(std::move(path)), mTell(std::move(tell)) {}
+    FollowedBytes::FollowedBytes(std::string path, Report report) : mPath(std::move(path)), mReport(std::move(report))
+    {
+    }
 
     void FollowedBytes::Resume(LogPosition const& position)
     {
@@ -78,9 +80,9 @@ namespace QzLogTool
         // there is now is dealt with at the next look.
         if (!IsSameFile(GetFileStatus(mPath), log ? log->GetStatus() : before))
             return;
-        TellOfLog(mpLog != nullptr, log != nullptr);
+        ReportPresence(mpLog != nullptr, log != nullptr);
         for (std::string const& obstacle : backups.mObstacles)
-            mTell("records are missing: " + obstacle);
+            mReport("records are missing: " + obstacle);
         mKnown.swap(backups.mKnown);
         mHasRolledOver = mHasRolledOver || (mHasLooked && !backups.mNew.empty());
         Sort(log, std::move(backups.mNew));
@@ -110,7 +112,7 @@ namespace QzLogTool
             obstacle = std::string("cannot be read: ") + trouble.what();
         }
         if (!obstacle.empty() && obstacle != mObstacle)
-            mTell(obstacle);
+            mReport(obstacle);
         mObstacle = obstacle;
         return nullptr;
     }
@@ -122,7 +124,7 @@ namespace QzLogTool
         if (pause->GetState() == InputFile::WriterPause::State::Impossible && !mIsUnlockable)
         {
             mIsUnlockable = true;
-            mTell("cannot be locked: records may come in two parts, or be missing after a roll-over");
+            mReport("cannot be locked: records may come in two parts, or be missing after a roll-over");
         }
         return pause->GetState() != InputFile::WriterPause::State::Busy;
     }
@@ -212,8 +214,9 @@ namespace QzLogTool
     {
         if (hasBackups)
             mLoss = mLoss.value_or(0) + mSeen.mSize - mOffset;
-        mTell(hasBackups ? "was rolled over more often than it has back-ups since it was last read: records are missing"
-                         : "was emptied");
+        mReport(hasBackups
+                    ? "was rolled over more often than it has back-ups since it was last read: records are missing"
+                    : "was emptied");
         if (mIsInLog)
             mPiece = {mpLog, 0, 0};
         mIsInLog = false;
@@ -250,15 +253,15 @@ namespace QzLogTool
         }
     }
 
-    void FollowedBytes::TellOfLog(bool wasThere, bool isThere)
+    void FollowedBytes::ReportPresence(bool wasThere, bool isThere)
     {
         bool const isMissing = !isThere && mObstacle.empty();
         if (isMissing && !mHasLooked)
-            mTell("is not there yet");
+            mReport("is not there yet");
         if (isMissing && wasThere)
-            mTell("is gone");
+            mReport("is gone");
         if (isThere && !wasThere && mHasLooked)
-            mTell("is there now");
+            mReport("is there now");
     }
 
     bool FollowedBytes::OpenNext()

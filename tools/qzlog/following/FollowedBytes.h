@@ -34,10 +34,10 @@ namespace QzLogTool
     {
     public:
         /// Gets, in a sentence without the log's name, what the user should know.
-        using Tell = std::function<void(std::string const&)>;
+        using Report = std::function<void(std::string const&)>;
 
         /// \param path  of the log, which need not be there yet.
-        FollowedBytes(std::string path, Tell tell);
+        FollowedBytes(std::string path, Report report);
 
         /// Goes on at a position that GetPosition has returned, perhaps in another process. Call it before the first
         /// look.
@@ -113,13 +113,13 @@ namespace QzLogTool
         void LoseSeen(bool hasBackups);
         void Retire();
         void ReadFormer();
-        void TellOfLog(bool wasThere, bool isThere);
+        void ReportPresence(bool wasThere, bool isThere);
         static Content Examine(InputFile const& file);
         static bool Holds(InputFile const& file, Content const& content);
         static bool IsLeftover(InputFile const& older, InputFile const& newer);
 
         std::string const mPath;
-        Tell const mTell;
+        Report const mReport;
 
         // What is to be read, in this order: the rest of mPiece, then mPieces, then the log from mOffset up to what the
         // last look has seen. While mIsInLog the last of these is being read, up to mEnd, and mPieces is empty.

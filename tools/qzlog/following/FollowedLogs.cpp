@@ -17,10 +17,10 @@ namespace QzLogTool
         class FollowedLog : public RecordSource, public Growth
         {
         public:
-            FollowedLog(std::string path, FollowedBytes::Tell const& tell, LogPosition const& position)
-                : mTell(tell), mTime(position.mTime)
+            FollowedLog(std::string path, FollowedBytes::Report const& report, LogPosition const& position)
+                : mReport(report), mTime(position.mTime)
             {
-                auto bytes = std::make_unique<FollowedBytes>(std::move(path), tell);
+                auto bytes = std::make_unique<FollowedBytes>(std::move(path), report);
                 mpBytes = bytes.get();
                 mpBytes->Resume(position);
                 mpRecords = std::make_unique<RecordSplitter>(std::move(bytes));
@@ -40,7 +40,7 @@ namespace QzLogTool
                     return true;
                 mNextTime = record.mTime;
                 if (std::optional<std::uint64_t> const loss = mpBytes->TakeLoss())
-                    TellOfLoss(*loss);
+                    ReportLoss(*loss);
                 return true;
             }
 
@@ -66,15 +66,15 @@ namespace QzLogTool
             }
 
         private:
-            void TellOfLoss(std::uint64_t bytes)
+            void ReportLoss(std::uint64_t bytes)
             {
                 std::string const least = bytes != 0 ? ", " + std::to_string(bytes) + " bytes or more" : "";
                 constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::min();
-                mTell("lacks records from " + (mTime != kNever ? FormatMoment(ToLocal(mTime)) : "its beginning") +
-                      " to " + FormatMoment(ToLocal(mNextTime)) + least);
+                mReport("lacks records from " + (mTime != kNever ? FormatMoment(ToLocal(mTime)) : "its beginning") +
+                        " to " + FormatMoment(ToLocal(mNextTime)) + least);
             }
 
-            FollowedBytes::Tell const mTell;
+            FollowedBytes::Report const mReport;
             FollowedBytes* mpBytes;
             std::unique_ptr<RecordSplitter> mpRecords;
             // Up to where the present file was dealt with; nothing after its end.
@@ -86,9 +86,9 @@ namespace QzLogTool
     }
 
     GrowingSource FollowLog(
-        std::string path, FollowedBytes::Tell const& tell, Needle const& needle, LogPosition const& position)
+        std::string path, FollowedBytes::Report const& report, Needle const& needle, LogPosition const& position)
     {
-        auto log = std::make_unique<FollowedLog>(std::move(path), tell, position);
+        auto log = std::make_unique<FollowedLog>(std::move(path), report, position);
         log->SetNeedle(needle);
         FollowedLog* const pLog = log.get();
         return {std::move(log), pLog};
@@ -110,9 +110,9 @@ namespace QzLogTool
         std::vector<GrowingSource> sources;
         for (std::string const& path : std::exchange(mPaths, {}))
         {
-            auto const tell = [path](std::string const& text)
+            auto const report = [path](std::string const& text)
             { std::fprintf(stderr, "qzlog: %s %s\n", path.c_str(), text.c_str()); };
-            sources.push_back(FollowLog(path, tell, mNeedle, mpCursor ? mpCursor->Find(path) : LogPosition()));
+            sources.push_back(FollowLog(path, report, mNeedle, mpCursor ? mpCursor->Find(path) : LogPosition()));
         }
         return sources;
     }

@@ -10,8 +10,8 @@ namespace QzLogTool
     /// The records of a log and its back-ups in order of age, and those that are added. See FollowedBytes and, for the
     /// needle, RecordSplitter.
     /// \param position  where to go on; its log need not be set.
-    GrowingSource FollowLog(
-        std::string path, FollowedBytes::Tell const& tell, Needle const& needle = {}, LogPosition const& position = {});
+    GrowingSource FollowLog(std::string path, FollowedBytes::Report const& report, Needle const& needle = {},
+        LogPosition const& position = {});
 
     /// Log files that are followed.
     class FollowedLogs : public GrowingSources

@@ -10,13 +10,13 @@ namespace QzLogTool
 {
     namespace
     {
-        constexpr std::chrono::milliseconds kPatience{1000};
+        constexpr std::chrono::milliseconds kDelay{1000};
         constexpr std::chrono::milliseconds kInterval{200};
         constexpr std::size_t kBarWidth = 30;
         constexpr double kMega = 1e6;
     }
 
-    Progress::Progress() : mIsTerminal(isatty(STDERR_FILENO) == 1), mNext(mBegin + kPatience) {}
+    Progress::Progress() : mIsTerminal(isatty(STDERR_FILENO) == 1), mNext(mBegin + kDelay) {}
 
     void Progress::OnRead(std::size_t bytes)
     {
