@@ -88,7 +88,7 @@ TEST_F(KitSettings, AllFaultsAreReportedAtOnceAndNoSecretIsShown)
     catch (QzBase::Message const& error)
     {
         EXPECT_STREQ(QzBase::FormatMessage(error, 0).c_str(),
-            "The settings 'settings.json' are not usable, nothing of them is in force.\r\n"
+            "The settings 'settings.json' are not usable; what was in force before stays in force.\r\n"
             "settings.json(1): server: expected a name without \"]\" and control characters, found 5\r\n"
             "settings.json(2): destinations.f.maxFilesize: expected one of backups, callStacks, language, maxFileSize, "
             "path, recovery, reportLosses, retryInterval, type, found a key that nobody knows\r\n"

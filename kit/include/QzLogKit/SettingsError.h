@@ -27,7 +27,7 @@ namespace QzLogKit
     /// What is thrown for a settings file with faults. As a message it has a line for the file, and below it one line
     /// for each fault:
     ///
-    ///     The settings 'server.json' are not usable, nothing of them is in force.
+    ///     The settings 'server.json' are not usable; what was in force before stays in force.
     ///     server.json(12): destinations.errors.backups: expected a number from 1 to 256, found 257
     class QZLOGKIT_API SettingsError : public QzBase::Message
     {

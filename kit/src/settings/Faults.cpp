@@ -28,7 +28,8 @@ namespace QzLogKit
     }
 
     SettingsError::SettingsError(std::string const& file, std::vector<SettingsFault> faults)
-        : QzBase::Message(MakeMessage("The settings '" + file + "' are not usable, nothing of them is in force.")),
+        : QzBase::Message(
+              MakeMessage("The settings '" + file + "' are not usable; what was in force before stays in force.")),
           mFaults(std::move(faults))
     {
         for (SettingsFault const& fault : mFaults)

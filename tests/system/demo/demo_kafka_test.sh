@@ -10,7 +10,7 @@ while IFS= read -r text; do
     grep -qF -- "$text" output.txt || fail "the demo does not show: $text"
 done << END
 property 'compresion.codec'
-The settings 'wrong.json' are not usable, nothing of them is in force.
+The settings 'wrong.json' are not usable; what was in force before stays in force.
 $topic.RegtrySettings:
 {"basePath":"logs","destinations":{"stream":{"path":"stream.log","type":"kafka"}},"language":"en",
      1  $topic.RegtrySettings
