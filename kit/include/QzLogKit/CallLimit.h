@@ -8,7 +8,7 @@
 
 namespace QzLogKit
 {
-    /// Limits one place in the source, and has the log say what was held back there:
+    /// Limits one source location, and reports in the log what was held back there:
     ///
     ///     static QzLogKit::CallLimit limit({.mMessages = 10, .mPeriod = std::chrono::minutes(1)});
     ///     if (limit.Admits(*error))
@@ -26,7 +26,7 @@ namespace QzLogKit
         /// Throws std::bad_alloc.
         explicit CallLimit(RateLimit limit);
 
-        /// Says what has been held back, unless the module has ended: see ReportHeldBack. Never throws.
+        /// Reports what has been held back, unless the module has ended: see ReportHeldBack. Never throws.
         ~CallLimit();
 
         CallLimit(CallLimit const&) = delete;
@@ -50,8 +50,8 @@ namespace QzLogKit
         std::shared_ptr<State> const mpState;
     };
 
-    /// Has all CallLimits of the process say what they have held back, and begins new periods where there was something
-    /// to say. For the end of main, while the module still runs: static objects end after it. Throws std::bad_alloc,
-    /// and what the destinations throw; what has not been said then is kept.
+    /// Has all CallLimits of the process report what they have held back, and begins new periods where there was
+    /// something to report. For the end of main, while the module still runs: static objects are destroyed after it.
+    /// Throws std::bad_alloc, and what the destinations throw; what has not been reported then is kept.
     QZLOGKIT_API void ReportHeldBack();
 }

@@ -7,7 +7,7 @@
 
 namespace QzLogKit
 {
-    /// What a limit is for: each message ID, each place in the source or each dispatcher has its own count. A message
+    /// What a limit is for: each message ID, each source location or each dispatcher has its own count. A message
     /// that has none (no ID, no source location) always passes. A structured message has no source location.
     enum class RateLimitPer
     {
@@ -16,7 +16,7 @@ namespace QzLogKit
         kDispatcher
     };
 
-    /// A destination that holds back what exceeds a limit, and has the log say so. At most 10 messages a minute for
+    /// A destination that holds back what exceeds a limit, and reports it in the log. At most 10 messages a minute for
     /// each message ID:
     ///
     ///     dispatcher->SetDestinations(QzLog::CreateDestinationCollection({QzLogKit::CreateDestination_RateLimit(
@@ -41,9 +41,9 @@ namespace QzLogKit
     public:
         ~Destination_RateLimit() override;
 
-        /// Writes the lines now, and begins new periods where there was something to say. From any thread at any time,
-        /// such as a server's timer: a flood that has ended is then said without waiting for the next message. Throws
-        /// what the target throws; what has not been said is kept.
+        /// Writes the lines now, and begins new periods where there was something to report. From any thread at any
+        /// time, such as a server's timer: a flood that has ended is then reported without waiting for the next
+        /// message. Throws what the target throws; what has not been reported is kept.
         virtual void Report() = 0;
     };
 

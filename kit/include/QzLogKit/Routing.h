@@ -116,7 +116,9 @@ namespace QzLogKit
         /// has a fault or the Kafka client refuses a property, QzBase::Message while no Initializer is alive, and
         /// std::bad_alloc. Then nothing has changed.
         /// \param file  the path of a plain file: a pipe or a device is a fault. The file should be replaced as a whole
-        ///              (written beside it and renamed), so that nobody reads half of it.
+        ///              (written beside it and renamed), so that nobody reads half of it. A relative path, and a
+        ///              relative "basePath" in the file, are those of the current directory of the moment: a process
+        ///              that changes its directory, as daemons do, gives full paths.
         void Apply(std::string const& file);
 
         /// Reads the file of the last Apply again and puts it in force, as Apply does, but without installing the hook.
