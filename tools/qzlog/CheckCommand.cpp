@@ -17,14 +17,14 @@ namespace QzLogTool
 
             char const* GetDescription() const override
             {
-                return "Tells whether logs and their back-ups are well-formed, and what was missed";
+                return "Reports faults in logs and their back-ups, and the messages that were missed";
             }
 
             void AddOptions(CLI::App& app) override
             {
                 mInput.AddTo(app);
-                CLI::Option* const pQuiet =
-                    app.add_flag("--quiet,-q", mStyle.mIsQuiet, "Tells what is wrong or was missed, and nothing else");
+                CLI::Option* const pQuiet = app.add_flag(
+                    "--quiet,-q", mStyle.mIsQuiet, "Reports what is wrong or was missed, and nothing else");
                 AddMoment(app, "--since,-S", "What was written from then on; the rest is read, not reported",
                     [this](std::int64_t moment) { mSince = moment; });
                 CLI::Option* const pExplain = app.add_flag(
@@ -63,7 +63,7 @@ namespace QzLogTool
                 output.Flush();
                 if (troubles.HasAny())
                     return ExitCode::Trouble;
-                return report.HasFaults() ? ExitCode::Negative : ExitCode::Success;
+                return report.IsAlarming() ? ExitCode::Negative : ExitCode::Success;
             }
 
         private:

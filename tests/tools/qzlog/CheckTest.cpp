@@ -106,6 +106,10 @@ namespace
                 "QZLOG CRITICAL - 1 log, 4 records, 0 faults, 2 messages missed: c.log: No such file or directory | "
                 "faults=0 missed=2 records=4\n",
                 2},
+            {"qzlog check --monitor b.log",
+                "QZLOG WARNING - 1 log, 4 records, 0 faults, 2 messages missed: b.log:3: note: 2 messages missed since "
+                "2026-11-18 03:00:00.000 | faults=0 missed=2 records=4\n",
+                1},
             {"qzlog check c.log b.log",
                 "qzlog: c.log: No such file or directory\n"
                 "b.log:3: note: 2 messages missed since 2026-11-18 03:00:00.000\n"

@@ -46,9 +46,11 @@ namespace QzLogTool
         std::string const reason(missed.mReason);
         bool const hasRoom = mMissedByReason.size() < kMostReasons || mMissedByReason.contains(reason);
         mMissedByReason[hasRoom ? reason : "other reasons"] += missed.mCount;
-        PrintFinding(
-            place + ": note: " + Count(missed.mCount, "message") + " missed since " + std::string(missed.mSince),
-            Explain(Finding::Missed), ExplainMissed(missed.mReason));
+        std::string const line =
+            place + ": note: " + Count(missed.mCount, "message") + " missed since " + std::string(missed.mSince);
+        if (mFirst.empty())
+            mFirst = line;
+        PrintFinding(line, Explain(Finding::Missed), ExplainMissed(missed.mReason));
     }
 
     void CheckReport::PrintFinding(std::string const& line, std::string_view explanation, std::string_view advice)
@@ -103,7 +105,7 @@ namespace QzLogTool
     {
         if (!mStyle.mIsForMonitor)
             return;
-        char const* const state = mHasTrouble ? "CRITICAL" : HasFaults() ? "WARNING" : "OK";
+        char const* const state = mHasTrouble ? "CRITICAL" : IsAlarming() ? "WARNING" : "OK";
         std::string const first = mFirst.empty() ? std::string() : ": " + MakeMonitorText(mFirst);
         mOutput.WriteLine(std::string("QZLOG ") + state + " - " + Count(mLogs, "log") + ", " +
                           Count(mAll.mRecords, "record") + ", " + Count(mAll.mFaults, "fault") + ", " +

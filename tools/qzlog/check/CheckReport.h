@@ -46,7 +46,11 @@ namespace QzLogTool
         /// After the last log.
         void Finish();
 
-        bool HasFaults() const { return mAll.mFaults + mLog.mFaults != 0; }
+        /// Whether there are faults; for a monitoring system, also whether messages were missed.
+        bool IsAlarming() const
+        {
+            return mAll.mFaults + mLog.mFaults + (mStyle.mIsForMonitor ? mAll.mMissed + mLog.mMissed : 0) != 0;
+        }
 
     private:
         struct Sums
