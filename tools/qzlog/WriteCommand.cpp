@@ -63,7 +63,7 @@ namespace QzLogTool
             return units;
         }
 
-        /// Tells whether a record reached the log, which the destination keeps from whoever logs.
+        /// Knows whether a record reached the log, which the destination keeps from whoever logs.
         class Witness
         {
         public:
@@ -119,18 +119,19 @@ namespace QzLogTool
                 app.add_option("--server", mServer, "Their server instance name")->option_text("NAME");
                 for (char const* const name : {"-L", "-D", "-u", "-s", "-o", "--server"})
                     app.get_option(name)->check(CheckHeaderText);
-                ShowDefault(app.add_option("--max-size", mMaxFileSize,
-                                "The size at which the log rolls over, such as 500k or 20m"))
-                    ->transform(CLI::AsNumberWithUnit(GetSizeUnits()))
+                mpMaxFileSize = ShowDefault(app.add_option(
+                    "--max-size", mMaxFileSize, "The size at which the log rolls over, such as 500k or 20m"));
+                mpMaxFileSize->transform(CLI::AsNumberWithUnit(GetSizeUnits()))
                     ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{2'000'000'000}))
                     ->option_text("SIZE");
-                ShowDefault(app.add_option("--backups", mBackupCount, "How many back-ups a roll-over keeps, 1 to 256"))
-                    ->check(CLI::Range(1, 256))
-                    ->option_text("N");
+                mpBackupCount = ShowDefault(
+                    app.add_option("--backups", mBackupCount, "How many back-ups a roll-over keeps, 1 to 256"));
+                mpBackupCount->check(CLI::Range(1, 256))->option_text("N");
             }
 
             ExitCode Run() override
             {
+                CheckLimits();
                 QzLog::Initializer const module;
                 QzLog::SetServerInstanceName(ToWide(mServer).c_str());
                 QzLog::SetUserIDToThreadContext(ToWide(mUser).c_str());
@@ -152,6 +153,19 @@ namespace QzLogTool
             }
 
         private:
+            /// A roll-over by the limits that hold without being given would cost a server its newest back-up.
+            void CheckLimits() const
+            {
+                constexpr off_t longRecord = 1 << 20; // by which a log may exceed its limit
+                struct stat status;
+                bool const isLarger = mpMaxFileSize->count() == 0 && stat(mLog.c_str(), &status) == 0 &&
+                                      status.st_size > static_cast<off_t>(mMaxFileSize) + longRecord;
+                bool const hasMore = mpBackupCount->count() == 0 && stat((mLog + ".bak01").c_str(), &status) == 0;
+                if (isLarger || hasMore)
+                    throw Trouble(mLog + ": its servers keep " + (isLarger ? "a larger log" : "more than one back-up") +
+                                  "; give --max-size and --backups as they have them");
+            }
+
             /// The destination has made the file by now, if it can be made; here the user learns why not.
             void CheckLog() const
             {
@@ -186,6 +200,8 @@ namespace QzLogTool
             std::string mServer;
             std::uint64_t mMaxFileSize = 2'000'000;
             int mBackupCount = 1;
+            CLI::Option* mpMaxFileSize = nullptr;
+            CLI::Option* mpBackupCount = nullptr;
         };
     }
 
