@@ -33,6 +33,13 @@ namespace QzLogTool
         return text.empty() ? "is empty" : "";
     }
 
+    /// A check: how many there are to be.
+    inline std::string RefuseNoCount(std::string const& text)
+    {
+        bool const isCount = text.size() <= 18 && text.find_first_not_of("0123456789") == std::string::npos;
+        return isCount ? "" : "'" + text + "' is no number from 0 to 999999999999999999";
+    }
+
     /// Lets an option come several times, with one value each: an operand that follows is none.
     inline CLI::Option* TakeSeveral(CLI::Option* pOption)
     {

@@ -58,7 +58,7 @@ namespace QzLogTool
                     ->option_text("FILE");
                 ShowDefault(app.add_option("--top", mTop, "The N most frequent ones in each table"))
                     ->option_text("N")
-                    ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
+                    ->check(RefuseNoCount);
                 app.add_flag("--json", mIsJson, "Prints one JSON object, with all names");
             }
 
@@ -67,7 +67,7 @@ namespace QzLogTool
                 if (!mTraces.empty())
                     return ReportTraces();
                 if (mInput.mPaths.empty())
-                    throw Trouble("LOG is required, or --trace (see --help)");
+                    throw Trouble("LOG is required, or --trace (see qzlog stats --help)");
                 Troubles troubles;
                 Progress progress;
                 RecordFilter filter(mFilterOptions);
@@ -108,7 +108,7 @@ namespace QzLogTool
                     std::string const name = pOption->get_name();
                     bool const fits = name == "--trace" || name == "--top" || name == "--json";
                     if (pOption->count() != 0 && !fits)
-                        throw Trouble("--trace reads no log, and takes no " + name + " (see --help)");
+                        throw Trouble("--trace reads no log, and takes no " + name + " (see qzlog stats --help)");
                 }
                 Troubles troubles;
                 Output output(nullptr);

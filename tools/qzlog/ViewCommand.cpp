@@ -14,8 +14,11 @@
 #include "output/TextPrinter.h"
 #include "reading/LastRecords.h"
 
+#include <cstdio>
 #include <functional>
 #include <limits>
+
+#include <unistd.h>
 
 namespace QzLogTool
 {
@@ -40,10 +43,10 @@ namespace QzLogTool
                 CLI::Option* const pTail =
                     app.add_option("--tail,-n", mTail, "The last N records only; not with -m, -A, -B or -C")
                         ->option_text("N")
-                        ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
+                        ->check(RefuseNoCount);
                 app.add_option("--head,-m", mHead, "The first N records only")
                     ->option_text("N")
-                    ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()))
+                    ->check(RefuseNoCount)
                     ->excludes(pTail);
                 app.add_flag("--count,-c", mCounts, "Prints how many records there are, and not the records")
                     ->option_text(" ");
@@ -68,10 +71,11 @@ namespace QzLogTool
             ExitCode Run() override
             {
                 if (mGrowing.mBrokers.mBrokers.empty() && mInput.mPaths.empty())
-                    throw Trouble("LOG is required, or --brokers (see --help)");
+                    throw Trouble("LOG is required, or --brokers (see qzlog view --help)");
                 if (mBefore || mAfter)
                     mContext.emplace(mBefore.value_or(0), mAfter.value_or(0), GetMost());
                 RecordFilter filter(mFilterOptions, mContext.has_value());
+                bool const hasTerminal = isatty(STDERR_FILENO) == 1; // which a pager takes
                 if (!mHasNoPager && !mGrowing.mFollows && !mCounts && !mIsQuiet)
                     Pager::Start();
                 Troubles troubles;
@@ -89,6 +93,8 @@ namespace QzLogTool
                 output.Flush();
                 if (troubles.HasAny() && !(mIsQuiet && count != 0))
                     return ExitCode::Trouble;
+                if (count == 0 && !mCounts && !mIsQuiet && hasTerminal)
+                    ExplainNothing();
                 return count != 0 ? ExitCode::Success : ExitCode::Negative;
             }
 
@@ -106,12 +112,20 @@ namespace QzLogTool
                     };
                     app.add_option_function<std::uint64_t>(name, take, description)
                         ->option_text("N")
-                        ->check(CLI::Range(std::numeric_limits<std::int64_t>::max()));
+                        ->check(RefuseNoCount);
                 };
                 // The two that come later overrule the first, in whatever order they are given.
                 add("--context,-C", "Also N records before and after each, of all logs", true, true);
                 add("--before-context,-B", "Also N records before each", true, false);
                 add("--after-context,-A", "Also N records after each", false, true);
+            }
+
+            /// For whoever sits at the terminal: a misspelt name finds as little as a server without errors.
+            void ExplainNothing() const
+            {
+                bool const hasNames = !mFilterOptions.mLoggers.empty() || !mFilterOptions.mDispatchers.empty();
+                std::fprintf(stderr, "qzlog: no record was found%s\n",
+                    hasNames ? "; 'qzlog stats --by logger --by dispatcher' lists the names that there are" : "");
             }
 
             /// One look, or look after look until the end is asked for. Returns how many records there were.

@@ -22,14 +22,20 @@ namespace
     constexpr CommandMaker kMakers[] = {
         MakeViewCommand, MakeCheckCommand, MakeStatsCommand, MakeWriteCommand, MakeMaskCommand};
 
+    /// What is wrong, and where to read more.
     std::string Explain(CLI::ParseError const& error, CLI::App const& app)
     {
-        std::string const text = error.what();
-        if (app.get_subcommands().empty() && !app.remaining().empty())
-            return "'" + app.remaining().front() + "' is no " +
-                   (app.remaining().front().starts_with('-') ? "option" : "command");
+        std::string text = error.what();
+        std::string const command = app.get_subcommands().empty() ? "" : app.get_subcommands().front()->get_name();
+        std::vector<std::string> const remaining = app.remaining(true);
         std::size_t const mismatch = text.find(": 1 required ");
-        return mismatch != std::string::npos ? text.substr(0, mismatch) + ": a value is missing" : text;
+        if (!remaining.empty() && remaining.front().starts_with('-'))
+            text = "'" + remaining.front() + "' is no option" + (command.empty() ? "" : " of " + command);
+        else if (!remaining.empty() && command.empty())
+            text = "'" + remaining.front() + "' is no command";
+        else if (mismatch != std::string::npos)
+            text = text.substr(0, mismatch) + ": a value is missing";
+        return text + " (see qzlog " + (command.empty() ? "" : command + ' ') + "--help)";
     }
 
     ExitCode Run(int argumentCount, char** arguments)
@@ -63,7 +69,7 @@ namespace
                     throw MakeSystemTrouble("standard output", errno);
                 return ExitCode::Success;
             }
-            throw Trouble(Explain(result, app) + " (see --help)");
+            throw Trouble(Explain(result, app));
         }
         return pChosen->Run();
     }

@@ -18,8 +18,7 @@ namespace
             "Missed 17 messages since 2026-11-18 03:00:00.000 due to: disk full");
         Check({
             {"COLUMNS=40 TZ=EST5 qzlog stats --slot 10m a.log",
-                "4 records from 2026-11-17 22:00:01.000 to 2026-11-17 22:20:03.500, 17 messages missed, "
-                "0 pieces that no record owns\n"
+                "4 records from 2026-11-17 22:00:01.000 to 2026-11-17 22:20:03.500, 17 messages missed\n"
                 "\nLoggers\n"
                 "Kernel  2 #############################\n"
                 "Log     1 ###############\n"
@@ -186,8 +185,8 @@ namespace
                 "bad.txt: command trace, 2 periods, 3 commands, 3 of them of the cluster (and 1 more)\n",
                 2},
             {": > empty.txt; qzlog stats --trace empty.txt", "empty.txt: no period of a command trace\n", 1},
-            {"qzlog stats --trace m.txt -i", "qzlog: --trace reads no log, and takes no --ignore-case (see --help)\n",
-                2},
+            {"qzlog stats --trace m.txt -i",
+                "qzlog: --trace reads no log, and takes no --ignore-case (see qzlog stats --help)\n", 2},
         });
     }
 }

@@ -83,13 +83,13 @@ namespace QzLogTool
             tzset();
         };
         app.add_flag("--utc", useUTC, "Times in UTC: what is shown, and TIME without an offset");
-        AddTexts(app, "--logger", "NAME", "Of this logger", mLoggers);
-        AddTexts(app, "--dispatcher", "NAME", "Of this dispatcher, such as Error", mDispatchers);
+        AddTexts(app, "--logger,-L", "NAME", "Of this logger", mLoggers);
+        AddTexts(app, "--dispatcher,-D", "NAME", "Of this dispatcher, such as Error", mDispatchers);
         AddNumbers(app, "--message-id", "ID", "With this message ID: decimal, or hexadecimal with 0x; 0 is none",
             ToMessageID, mMessageIDs);
-        AddIDs(app, "--user", "On behalf of this user; \"\" is nobody, and likewise below", mUsers);
-        AddIDs(app, "--session", "Of this session", mSessions);
-        AddIDs(app, "--object", "About this object", mObjects);
+        AddIDs(app, "--user,-u", "On behalf of this user; \"\" is nobody, and likewise below", mUsers);
+        AddIDs(app, "--session,-s", "Of this session", mSessions);
+        AddIDs(app, "--object,-o", "About this object", mObjects);
         AddNumbers(app, "--process", "PID", "Of this process", ToDecimal, mProcesses);
         AddNumbers(app, "--thread", "TID", "Of this thread", ToDecimal, mThreads);
         AddTexts(app, "--host", "NAME", "Of this machine", mHosts);

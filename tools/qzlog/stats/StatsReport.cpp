@@ -132,8 +132,10 @@ namespace QzLogTool
         output.Write(std::to_string(mRecords) + " records");
         if (mRecords != 0)
             output.Write(" from " + FormatMoment(ToLocal(mFirst)) + " to " + FormatMoment(ToLocal(mLast)));
-        output.Write(", " + std::to_string(mMissed) + " messages missed, " + std::to_string(mLoose) +
-                     (mLoose == 1 ? " piece" : " pieces") + " that no record owns\n");
+        output.Write(", " + std::to_string(mMissed) + " messages missed");
+        if (mLoose != 0)
+            output.Write(", " + std::to_string(mLoose) + (mLoose == 1 ? " piece" : " pieces") + " outside of records");
+        output.Write("\n");
         if (mRecords == 0)
             return;
         for (Grouping const& grouping : mGroupings)

@@ -21,8 +21,12 @@ namespace QzLogTool
         };
 
         constexpr std::int64_t kMillisecondsOfDay = 24 * 60 * 60 * 1000;
-        constexpr Unit kUnits[] = {{"ms", 1}, {"s", 1000}, {"m", 60 * 1000}, {"min", 60 * 1000}, {"h", 60 * 60 * 1000},
-            {"d", kMillisecondsOfDay}, {"w", 7 * kMillisecondsOfDay}};
+        constexpr std::int64_t kMillisecondsOfHour = 60 * 60 * 1000;
+        constexpr Unit kUnits[] = {{"ms", 1}, {"s", 1000}, {"sec", 1000}, {"second", 1000}, {"seconds", 1000},
+            {"m", 60 * 1000}, {"min", 60 * 1000}, {"minute", 60 * 1000}, {"minutes", 60 * 1000},
+            {"h", kMillisecondsOfHour}, {"hour", kMillisecondsOfHour}, {"hours", kMillisecondsOfHour},
+            {"d", kMillisecondsOfDay}, {"day", kMillisecondsOfDay}, {"days", kMillisecondsOfDay},
+            {"w", 7 * kMillisecondsOfDay}, {"week", 7 * kMillisecondsOfDay}, {"weeks", 7 * kMillisecondsOfDay}};
         // A hundred years: no log is older, and sums stay far from any overflow.
         constexpr std::int64_t kLongest = 100 * 366 * kMillisecondsOfDay;
 
@@ -60,6 +64,23 @@ namespace QzLogTool
             if (clockLength >= kMidnight.size() || clockLength != 5)
                 return text;
             return text.substr(0, clockEnd) + ":00" + text.substr(clockEnd);
+        }
+
+        /// What "-10m", "5 minutes ago" or "1h 30m" has for ReadSpan.
+        std::string GetSpanAgo(std::string const& text)
+        {
+            constexpr std::string_view ago = "ago";
+            std::size_t const begin = text.starts_with('-') ? 1 : 0;
+            std::size_t const end = text.size() - (text.ends_with(ago) ? ago.size() : 0);
+            std::string span;
+            for (std::size_t i = begin; i < end; ++i)
+            {
+                // A blank between two digits parts two numbers, which makes it no span.
+                bool const partsNumbers = i > begin && i + 1 < end && IsDigit(text[i - 1]) && IsDigit(text[i + 1]);
+                if (text[i] != ' ' || partsNumbers)
+                    span += text[i];
+            }
+            return span;
         }
 
         bool ReadAbsolute(std::string text, std::int64_t now, std::int64_t& moment)
@@ -168,7 +189,7 @@ namespace QzLogTool
         std::int64_t value;
         if (text == "now")
             return now;
-        if (ReadSpan(text.starts_with('-') ? text.substr(1) : text, value))
+        if (ReadSpan(GetSpanAgo(text), value))
             return now - value;
         if (ReadAbsolute(text, now, value))
             return value;

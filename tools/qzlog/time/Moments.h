@@ -11,6 +11,7 @@ namespace QzLogTool
     /// Reads a moment as people write it on a command line:
     ///
     ///     10m, 2h, 1d12h, 90s, 500ms, 1w (ago)    now, today, yesterday    03:02, 03:02:07.5 (today)
+    ///     -10m, 5 minutes ago, 1 hour 30 minutes ago
     ///     2026-11-18, 2026-11-18 03:02, 2026-11-18T03:02:07.123, 2026-11-18 03:02:07-05:00, 2026-11-18 08:02Z
     ///
     /// Without an offset it is local time (TZ). Throws Trouble with what is wrong.
