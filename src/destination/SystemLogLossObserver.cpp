@@ -13,7 +13,7 @@ namespace QzLog
 {
     namespace
     {
-        constexpr unsigned int kError = 2;
+        constexpr unsigned int kErrorSeverity = 2;
 
         class SystemLogLossObserver final : public QzSynch::Counted<LossObserver>
         {
@@ -23,7 +23,7 @@ namespace QzLog
                 std::string text("Messages are being lost, log file '");
                 text.append(QzBase::WideCharToUTF8(run.mpPath, true).c_str()).append("': ").append(run.mpReason);
                 if (ModulePin const module; module)
-                    module->GetDestination_SystemLog()->ReportEvent(text.c_str(), kError, 0);
+                    module->GetDestination_SystemLog()->ReportEvent(text.c_str(), kErrorSeverity, 0);
             }
 
             void OnLossesReported(LossRun const&) override {}

@@ -11,7 +11,6 @@
 using namespace QzBase::Literals;
 using namespace QzTest;
 using QzLog::Destination_DiskFile_Impl;
-using QzOs::Posix::Kernel;
 
 namespace
 {

@@ -13,7 +13,7 @@ namespace QzLogKit
             return QzBase::Message(QzBase::MESSAGE_DOMAIN_UNKNOWN, -1, text.c_str());
         }
 
-        std::string ToText(SettingsFault const& fault)
+        std::string ToFaultText(SettingsFault const& fault)
         {
             std::string text = fault.mFile;
             if (fault.mLine > 0)
@@ -35,7 +35,7 @@ namespace QzLogKit
         for (SettingsFault const& fault : mFaults)
         {
             // What a message held becomes the last of the lower levels of the one that is put in front.
-            QzBase::Message below = MakeMessage(ToText(fault));
+            QzBase::Message below = MakeMessage(ToFaultText(fault));
             below.PrependBy(*this);
             QzBase::Message::operator=(std::move(below));
         }

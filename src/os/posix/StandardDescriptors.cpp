@@ -61,7 +61,7 @@ namespace QzOs::Posix
         }
 
         // When the library is loaded. Who registers first is called last before a fork; this lock is the innermost.
-        [[gnu::constructor(101)]] void HoldLockAroundForks()
+        [[gnu::constructor(101)]] void HoldDescriptorsAroundForks()
         {
             CallAroundFork([] { gHoldsLock.LockBeforeFork(); }, [] { gHoldsLock.UnlockAfterFork(); }, GoOnInChild);
         }

@@ -30,7 +30,7 @@ namespace QzOs
         }
 
         // When the library is loaded, so that no fork is missed.
-        [[gnu::constructor(101)]] void WatchForks()
+        [[gnu::constructor(101)]] void RenewProcessIDInForks()
         {
             CallAroundFork(nullptr, nullptr, EnterForkedChild);
         }
