@@ -19,7 +19,7 @@ search() {
         search_of_states=(-DNFAIR=3)
         run=(-a -f)
     fi
-    cc -O1 -w -DNOREDUCE -DCOLLAPSE -DVECTORSZ=2048 -DMEMLIM=4000 "${search_of_states[@]}" -o pan pan.c
+    cc -O1 -w -DNOREDUCE -DVECTORSZ=2048 -DMEMLIM=4000 "${search_of_states[@]}" -o pan pan.c
     out=$(./pan -m1000000 "${run[@]}" 2>&1) || true
     errors=$(sed -n 's/.*errors: \([0-9]*\).*/\1/p' <<<"$out")
     states=$(sed -n 's/ *\([0-9.e+]*\) states, stored.*/\1/p' <<<"$out")
