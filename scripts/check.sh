@@ -64,18 +64,6 @@ models() { tests/models/check.sh; }
 headers() { doxygen docs/Doxyfile; }
 instructions() { scripts/instructions.sh; }
 
-# clang's own warnings come with those of clang-tidy, so that nothing is compiled to see them. Of tests no others
-# are asked for.
-tidy() {
-    cmake --preset clang
-    {
-        git ls-files 'src/*.cpp' 'kit/*.cpp' 'examples/*.cpp' 'tools/*.cpp' | lint
-        git ls-files 'tests/*.cpp' ':!tests/consumer' | lint --checks='-*,clang-diagnostic-*,misc-unused-alias-decls'
-    } 2>&1 | { grep -v -E 'warnings? generated|^Suppressed|^Use -header-filter|^$' || true; } | tee build/clang-tidy.txt
-    [ ! -s build/clang-tidy.txt ]
-}
-lint() { xargs -P "$(nproc)" -n 2 clang-tidy --quiet -p build/clang "$@"; }
-
 # Not every machine that checks can install packages of another architecture.
 aarch64() {
     if scripts/deps.sh aarch64; then
@@ -87,8 +75,8 @@ aarch64() {
 
 begin_beside
 step "format" format
-step "clang and clang-tidy, warnings are errors" tidy
-step "includes" scripts/includes.sh
+step "clang-tidy, several files as one" scripts/clang_tidy.sh
+step "includes, and clang's warnings about each file" scripts/includes.sh
 step "the Release type, within a foreign project" tests/consumer/subproject.sh
 step "Debian packages, and a foreign project against them" scripts/package.sh
 # It compiles what the packages are made of, and finds that in the compiler cache.

@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Names the headers of our own that a file includes and does not use. Wants the compile database of the clang preset.
+# Names the headers of our own that a file includes and does not use. What does it is made of clang, and also gives all of
+# clang's warnings about each file.
 # Public headers are exempt, because their users have come to rely on what they include; QzLog.h in the examples; and the
 # tests, for the time it takes. They name what they use instead of including QzLog.h (scripts/tidy.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+cmake --preset clang >/dev/null
 [ $# -gt 0 ] || mapfile -t files < <(git ls-files 'src/*.cpp' 'kit/*.cpp' 'tools/*.cpp' 'examples/*.cpp')
 [ $# -eq 0 ] || files=("$@")
 options=(-Xiwyu --no_fwd_decls)

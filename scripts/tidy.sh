@@ -75,6 +75,17 @@ includes_of_everything()
         grep -vE '^tests/(interface/|consumer/|routing/CallPath\.h)'
 }
 
+# A name that a file brings into its scope, and then does not use.
+names_of_nobody()
+{
+    local file name
+    for file in $(of_kind '\.cpp$' | xargs grep -lE '^ *(using [A-Za-z_:]+::[A-Za-z_]+;|namespace [A-Za-z_]+ = )'); do
+        for name in $(sed -nE 's/^ *(using [A-Za-z_:]+::([A-Za-z_]+);|namespace ([A-Za-z_]+) = ).*/\2\3/p' "$file"); do
+            [ "$(grep -owF "$name" "$file" | wc -l)" -gt 1 ] || echo "$file: $name"
+        done
+    done
+}
+
 # Tables of Markdown and lines of a log cannot be broken.
 long_lines() { grep -nE '^.{126,}$' "${text[@]}" | grep -vE ':[0-9]+:(\||\.\.\. \[|[0-9]{4}-[0-9]{2}-[0-9]{2} )'; }
 
@@ -93,7 +104,7 @@ without_pragma_once() { grep -L '^#pragma once' "${headers[@]}"; }
 
 broken=0
 for rule in without_header headers_of_nobody files_of_nobody locks_not_held_at_fork \
-    includes_of_everything long_lines long_files trailing_blanks without_pragma_once; do
+    includes_of_everything names_of_nobody long_lines long_files trailing_blanks without_pragma_once; do
     breaches=$("$rule" || true)
     [ -z "$breaches" ] && continue
     printf '%s:\n%s\n' "${rule//_/ }" "$breaches"
