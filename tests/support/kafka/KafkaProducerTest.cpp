@@ -3,7 +3,7 @@
 #include "os/Restore.h"
 #include "support/ForkedChild.h"
 #include "support/kafka/MockBroker.h"
-#include "support/kafka/TopicLosses.h"
+#include "support/kafka/Producer.h"
 
 #include <KafkaClient/KafkaProducer.h>
 #include <QzBase/Conversions.h>
@@ -67,6 +67,27 @@ namespace
     {
         return QzBase::WideCharToUTF8(message.GetMessage(), true).c_str();
     }
+
+    /// A client that takes records and reports nothing, as one whose threads hang.
+    struct SilentClient final : KafkaClient::KafkaModule, KafkaClient::Producer::StatusObserver
+    {
+        struct Connection final : KafkaClient::Connection
+        {
+            void* CreateTopic(char const*) override { return this; }
+            void ReleaseTopic(void*) override {}
+            bool Send(void*, std::string const*, std::string_view, void*) override { return true; }
+            bool Flush(int) override { return false; }
+            void Purge() override {}
+        };
+
+        std::string Check(Properties const&) const override { return ""; }
+        std::unique_ptr<KafkaClient::Connection> Connect(
+            Properties const&, KafkaClient::ConnectionOwner&, std::string&) const override
+        {
+            return std::make_unique<Connection>();
+        }
+        void StatusHasChanged(KafkaClient::Producer const&) noexcept override {}
+    };
 
     struct KafkaProducerTest : testing::Test, QzTest::Restore
     {
@@ -247,6 +268,17 @@ TEST_F(KafkaProducerTest, AResolverThatDoesNotAnswerHoldsUpTheEndAlone)
     EXPECT_TRUE(ComesTrue([&] { return GetFailed() == 1; }));
     EXPECT_EQ(losses.Take().mReason, "Local: Purged in queue");
     EXPECT_FALSE(gTestWaited);
+}
+
+TEST_F(KafkaProducerTest, WhatNobodyReportsIsLostWithItsProducer)
+{
+    KafkaClient::TopicLosses& losses = KafkaClient::GetTopicLosses(u"silent"_w);
+    SilentClient silent;
+    std::optional<KafkaClient::Producer> producer(std::in_place, silent, Properties(), silent);
+    producer->Send(*producer->MakeTopic(u"silent"_w, losses), nullptr, "record");
+    producer.reset();
+    EXPECT_EQ(losses.Take().mCount, 1u);
+    EXPECT_EQ(GetFailed(), 1u);
 }
 
 TEST_F(KafkaProducerTest, ACancelledThreadLeavesTheClientFirst)
