@@ -1,4 +1,5 @@
 #include "filesystem/TemporaryFolder.h"
+#include "support/Texts.h"
 
 #include <QzLog/Destination_DebugOutput.h>
 #include <QzLog/Destination_DiskFile.h>
@@ -20,15 +21,6 @@
 namespace
 {
     using RouterPtr = QzBase::CountedPtr<QzLog::Router>;
-
-    /// The parts of a log that match, one after the other.
-    int CountLines(std::string const& text, std::string const& part)
-    {
-        int count = 0;
-        for (std::size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1))
-            ++count;
-        return count;
-    }
 }
 
 class KitRouting : public QzTest::TemporaryFolder
@@ -119,7 +111,7 @@ TEST_F(KitRouting, SettingsReachTheProcessItsDestinationsAndItsLoggers)
     for (auto const& [text, inGerman] : std::map<std::string, int>{{"[SERVER:Köln]", 4}, {"Request 1 has failed.", 1},
              {"Anfrage 2 ist fehlgeschlagen.", 1}, {"Anfrage 3 ist fehlgeschlagen.", 1},
              {"(no text in the catalog) x", 1}})
-        EXPECT_EQ(CountLines(german, text), inGerman) << text;
+        EXPECT_EQ(QzTest::Count(german, text), inGerman) << text;
 
     auto const settingsOf = [](char const* name)
     {
@@ -265,13 +257,13 @@ TEST_F(KitRouting, ReloadsUnderLoadLoseNothing)
     }
     std::string const logs = Get("a") + Get("b");
     for (int i = 0; i < messageCount; ++i)
-        ASSERT_EQ(CountLines(logs, '<' + std::to_string(i) + '>'), 2 * threadCount) << i;
+        ASSERT_EQ(QzTest::Count(logs, '<' + std::to_string(i) + '>'), 2 * threadCount) << i;
 
     // Those that were created while the routes changed follow the last ones.
     Apply(makeSettings("c"));
     for (RouterPtr const& router : routers)
         QzLog::Log(*router, "last");
-    EXPECT_EQ(CountLines(Get("c"), "last"), threadCount * messageCount);
+    EXPECT_EQ(QzTest::Count(Get("c"), "last"), threadCount * messageCount);
 }
 
 TEST_F(KitRouting, LossesAreReportedAsTheFileSaysOrToTheProgramsObserver)

@@ -1,5 +1,6 @@
 #include "masking/SensitiveTags.h"
 #include "support/ForkedChild.h"
+#include "support/Texts.h"
 
 #include <QzLog/Masking.h>
 
@@ -17,14 +18,6 @@ namespace
 
     // Masks before main and before anything else of the library is used.
     std::string const gMaskedByStaticObject = MaskHTTP(R"({"password":"x"})");
-
-    std::string Repeat(std::string const& piece)
-    {
-        std::string result;
-        for (int count = 0; count < 1'000'000; ++count)
-            result += piece;
-        return result;
-    }
 }
 
 // FuzzMasking compares both masks with a model; here is what a change of the code would most likely break.
@@ -72,13 +65,14 @@ TEST(Masking, ReplacesValues)
 // Each of these takes minutes if a search begins anew, or runs to the end of the text, for each value.
 TEST(Masking, CostGrowsWithTheLengthAlone)
 {
-    std::string const quotes = Repeat(R"(\")");
-    std::string const tags = Repeat(R"("password")");
-    std::string const spaces = R"( a=")" + Repeat(" a=");
+    auto const repeat = [](char const* piece) { return QzTest::Repeat(piece, 1'000'000); };
+    std::string const quotes = repeat(R"(\")");
+    std::string const tags = repeat(R"("password")");
+    std::string const spaces = R"( a=")" + repeat(" a=");
     auto const isRight = [&]
     {
         return MaskHTTP(R"("password":"x" )" + quotes) == R"("password":"***" )" + quotes && MaskHTTP(tags) == tags &&
-               MaskHTTP(Repeat(R"("password":"\n")")) == Repeat(R"("password":"***")") &&
+               MaskHTTP(repeat(R"("password":"\n")")) == repeat(R"("password":"***")") &&
                ReplaceSensitiveMessage(spaces.c_str(), "a", "*").c_str() == spaces;
     };
     ExpectInChild(isRight);

@@ -3,6 +3,7 @@
 
 #include "os/OutputTest.h"
 #include "support/OwnMounts.h"
+#include "support/Texts.h"
 
 #include <QzBase/Conversions.h>
 
@@ -77,13 +78,7 @@ namespace
         EXPECT_THAT(Receive(receiver), testing::HasSubstr("again"));
     }
 
-    std::string MakeLargeText()
-    {
-        std::string large = "x";
-        while (large.size() < 900'000)
-            large += "€";
-        return large;
-    }
+    std::string const gLarge = "x" + QzTest::Repeat("€", 300'000);
 
     void ExpectCut(std::string const& cut, std::string const& head, std::string const& end)
     {
@@ -102,7 +97,7 @@ namespace
         std::string const head = "Nov  8 03:03:07 Gr?öße?[" + std::to_string(getpid()) + "]: ";
         Report(QzOs::kEventWarning, "a\r\nb\rc");
         EXPECT_EQ(Receive(log), "<12>" + head + "a\nb\nc");
-        Report(QzOs::kEventSuccess, MakeLargeText());
+        Report(QzOs::kEventSuccess, gLarge);
         ExpectCut(Receive(log), "<14>" + head, "");
         FillQueue(log);
 
@@ -128,14 +123,13 @@ namespace
             Report(type, "a\r\nb");
             EXPECT_EQ(Receive(journal), std::string("MESSAGE\n\3\0\0\0\0\0\0\0", 16) + "a\nb" + fields);
         }
-        std::string const large = MakeLargeText();
-        Report(QzOs::kEventSuccess, large);
-        EXPECT_EQ(Receive(journal), "MESSAGE=" + large + fields);
+        Report(QzOs::kEventSuccess, gLarge);
+        EXPECT_EQ(Receive(journal), "MESSAGE=" + gLarge + fields);
         FillQueue(journal);
 
         rlimit const limit{4, 4};
         setrlimit(RLIMIT_FSIZE, &limit);
-        Report(QzOs::kEventSuccess, large);
+        Report(QzOs::kEventSuccess, gLarge);
         ExpectCut(Receive(journal), "MESSAGE=", fields);
     }
 

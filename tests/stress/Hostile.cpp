@@ -1,6 +1,7 @@
 #include "Campaign.h"
 
 #include "Record.h"
+#include "support/Texts.h"
 
 #include <QzBase/Conversions.h>
 #include <QzLog/Destination_DiskFile.h>
@@ -71,9 +72,7 @@ namespace
             for (int backup = kBackups; backup >= 0; --backup)
                 all += ReadFile(Name(backup)).erase(0, kHead.size());
             std::string const shown = Show(all, "view");
-            std::size_t found = 0;
-            for (std::size_t at = shown.find(kRecordMark); at != shown.npos; at = shown.find(kRecordMark, at + 1))
-                ++found;
+            auto const found = static_cast<std::size_t>(QzTest::Count(shown, kRecordMark));
             mSum.mRecords += found;
             mSum.mLost += count - std::min(count, found);
             for (int backup = kBackups; backup >= 0; --backup)

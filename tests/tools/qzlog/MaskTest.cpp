@@ -2,6 +2,7 @@
 #include "mask/KeyFinder.h"
 #include "mask/MaskSets.h"
 #include "mask/Masker.h"
+#include "support/Texts.h"
 
 #include <gtest/gtest.h>
 
@@ -14,14 +15,6 @@ namespace
         std::string mText;
         std::string mMasked;
     };
-
-    std::string Repeat(std::string const& text, int count)
-    {
-        std::string all;
-        while (count-- > 0)
-            all += text;
-        return all;
-    }
 
     TEST(MaskTest, FindsTheValuesOfNames)
     {
@@ -51,7 +44,7 @@ namespace
             {"password=*** \"password\":\"***\"", "password=*** \"password\":\"***\""},
             {std::string("\0\xFFpassword=x\0y \xC3", 16), std::string("\0\xFFpassword=*** \xC3", 16)},
             // hostile
-            {Repeat("\"password\":{", 100000), "\"password\":\"***\""},
+            {QzTest::Repeat("\"password\":{", 100000), "\"password\":\"***\""},
             {"\"password\":\"" + std::string(100001, '\\') + "\"", "\"password\":\"***"},
         };
         for (MaskCase const& each : cases)
