@@ -1,15 +1,15 @@
 #pragma once
 
 #include "ForkSafeLock.h"
+#include "HoldBackKey.h"
+#include "MillisecondClock.h"
 
 #include <QzLog/Timestamp.h>
 #include <QzLogKit/RateLimit.h>
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <list>
 #include <string>
@@ -18,69 +18,6 @@
 
 namespace QzLogKit
 {
-    /// What has a count of its own: a pair of names or a name and a number. On the way of every message.
-    class HoldBackKey
-    {
-    public:
-        HoldBackKey(std::string_view first, std::string_view second, unsigned int number)
-            : mFirst(first), mSecond(second), mNumber(number)
-        {
-        }
-
-        bool operator==(HoldBackKey const&) const = default;
-
-        /// Of a name only its end counts: there the names of files and dispatchers differ.
-        std::uint64_t GetHash() const
-        {
-            std::uint64_t const value = (mFirst.mEnd * 31 + mSecond.mEnd) * 31 + mNumber;
-            return value * 0x9E3779B97F4A7C15 >> 32;
-        }
-
-        bool IsEmpty() const { return mFirst.mText.empty() && mSecond.mText.empty() && mNumber == 0; }
-        std::string_view GetFirst() const { return mFirst.mText; }
-        std::string_view GetSecond() const { return mSecond.mText; }
-        unsigned int GetNumber() const { return mNumber; }
-
-    private:
-        /// A text with its last eight bytes. They and the length are all of a short text.
-        struct Name
-        {
-            Name(std::string_view text) : mText(text)
-            {
-                char const* const last = text.data() + text.size();
-                if (text.size() >= 8)
-                    mEnd = Read<std::uint64_t>(last - 8);
-                else if (text.size() >= 4)
-                    mEnd = std::uint64_t{Read<std::uint32_t>(last - 4)} << 32 | Read<std::uint32_t>(text.data());
-                else
-                    for (char const character : text)
-                        mEnd = mEnd << 8 | static_cast<unsigned char>(character);
-            }
-
-            /// Into a variable of its own: bytes that are stored into a part of mEnd would be waited for.
-            template <class Number>
-            static Number Read(char const* bytes)
-            {
-                Number number;
-                std::memcpy(&number, bytes, sizeof(number));
-                return number;
-            }
-
-            bool operator==(Name const& other) const
-            {
-                return mEnd == other.mEnd && mText.size() == other.mText.size() &&
-                       (mText.size() <= 8 || mText == other.mText);
-            }
-
-            std::string_view mText;
-            std::uint64_t mEnd = 0;
-        };
-
-        Name mFirst;
-        Name mSecond;
-        unsigned int mNumber;
-    };
-
     /// "Held back 2 messages of <what> since <time>"
     std::string HeldBackText(std::uint64_t count, std::string_view what, QzLog::Timestamp const& since);
 
@@ -125,7 +62,7 @@ namespace QzLogKit
         template <class GetOrigin>
         bool Admits(HoldBackKey const& key, QzLog::Timestamp const& time, GetOrigin getOrigin)
         {
-            std::int64_t const now = GetMilliseconds(time);
+            std::int64_t const now = mClock.GetMilliseconds(time);
             if (now < mNextEnd.load(std::memory_order_relaxed) && mForkCount == ForkSafeLock::GetForkCount())
             {
                 ForkSafeLock::ReadHold const hold(mLock);
@@ -139,7 +76,7 @@ namespace QzLogKit
         /// Ends the windows that are over by then.
         void EndOver(QzLog::Timestamp const& time)
         {
-            std::int64_t const now = GetMilliseconds(time);
+            std::int64_t const now = mClock.GetMilliseconds(time);
             if (now < mNextEnd.load(std::memory_order_relaxed))
                 return;
             Windows dropped;
@@ -199,31 +136,6 @@ namespace QzLogKit
         }
 
     private:
-        /// Milliseconds since 1970 UTC. A difference of two DateTimes would be the same, and take several times as
-        /// long.
-        std::int64_t GetMilliseconds(QzLog::Timestamp const& time)
-        {
-            int const offset = time.mOffsetHours * 60 + time.mOffsetMinutes;
-            std::int64_t const hours = 24 * GetDay(time) + time.GetHour();
-            std::int64_t const minutes = 60 * hours + time.GetMinute() - (time.mOffsetIsPositive ? offset : -offset);
-            return 1000 * (60 * minutes + time.GetSecond()) + time.GetMillisecond();
-        }
-
-        /// Days since 1970. The last answer is kept, since most messages have the day of the one before.
-        std::int64_t GetDay(QzLog::Timestamp const& time)
-        {
-            auto const date = static_cast<std::uint32_t>(time.GetYear() * 512 + time.GetMonth() * 32 + time.GetDay());
-            std::uint64_t known = mKnownDay.load(std::memory_order_relaxed);
-            if (known >> 32 != date) [[unlikely]]
-            {
-                using namespace std::chrono;
-                sys_days const day = year(time.GetYear()) / time.GetMonth() / time.GetDay();
-                known = std::uint64_t{date} << 32 | static_cast<std::uint32_t>(day.time_since_epoch().count());
-                mKnownDay.store(known, std::memory_order_relaxed);
-            }
-            return static_cast<std::int32_t>(known);
-        }
-
         std::uint64_t GetHeldBack(Window const& window) const
         {
             std::uint64_t const count = window.mCount.load(std::memory_order_relaxed);
@@ -346,8 +258,7 @@ namespace QzLogKit
         /// When the oldest window ends, in milliseconds since 1970 UTC.
         std::atomic<std::int64_t> mNextEnd{kNever};
         std::atomic<bool> mHasEnded{false};
-        /// The upper half is a date (0 for none), the lower half its day since 1970.
-        std::atomic<std::uint64_t> mKnownDay{0};
+        MillisecondClock mClock;
         /// In the order of their beginnings.
         Windows mWindows;
         Windows mEnded;
