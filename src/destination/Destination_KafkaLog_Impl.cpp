@@ -129,7 +129,7 @@ namespace QzLog
             return;
         Shared const& shared = GetShared();
         if (mpDiskFile && LossesExist(shared))
-            TellLosses(*mpDiskFile, header.GetHostName(), header.GetServerName());
+            ReportLosses(*mpDiskFile, header.GetHostName(), header.GetServerName());
         if (gFeature.IsEnabled() && KafkaIsToBeTried())
         {
             QzBase::ReturnString const text =
@@ -163,7 +163,8 @@ namespace QzLog
         return true;
     }
 
-    void Destination_KafkaLog_Impl::TellLosses(Destination_DiskFile& file, char const* hostName, char const* serverName)
+    void Destination_KafkaLog_Impl::ReportLosses(
+        Destination_DiskFile& file, char const* hostName, char const* serverName)
     {
         Shared const& shared = GetShared();
         if (!LossesExist(shared))

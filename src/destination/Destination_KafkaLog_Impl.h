@@ -29,7 +29,7 @@ namespace QzLog
 
         /// Reports in a disk file what Kafka has accepted and not delivered since the last report, with the names of
         /// the machine and the server (UTF-8) in the line's header. If the file fails, a later call reports it.
-        static void TellLosses(Destination_DiskFile& file, char const* hostName, char const* serverName);
+        static void ReportLosses(Destination_DiskFile& file, char const* hostName, char const* serverName);
 
     private:
         bool KafkaIsToBeTried();

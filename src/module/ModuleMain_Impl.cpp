@@ -151,7 +151,7 @@ namespace QzLog
                 QzBase::WideCharToUTF8(mModule.mServerInstanceName.Get().c_str(), false);
             // They share one topic and one count: the first file that can be written reports all of it.
             for (auto const& diskFile : mDiskFiles)
-                Destination_KafkaLog_Impl::TellLosses(*diskFile, mModule.mMachineName.c_str(), serverName.c_str());
+                Destination_KafkaLog_Impl::ReportLosses(*diskFile, mModule.mMachineName.c_str(), serverName.c_str());
         }
         catch (std::bad_alloc const&)
         {

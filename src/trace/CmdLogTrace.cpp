@@ -14,16 +14,6 @@ namespace QzLog
     {
         using Figures = CmdLogTrace::Figures;
 
-        void TakeValue(Figures& bucket, int commandID, std::int64_t value)
-        {
-            CmdTraceItem& item = bucket[commandID];
-            item.id = commandID;
-            item.minimum = std::min(item.minimum, value);
-            item.maximum = std::max(item.maximum, value);
-            item.average = MergeMeans(item.average, item.count, value, 1);
-            AddToCounter(item.count, 1);
-        }
-
         void Merge(CmdTraceItem& sum, CmdTraceItem const& item)
         {
             sum.id = item.id;
@@ -31,6 +21,12 @@ namespace QzLog
             sum.maximum = std::max(sum.maximum, item.maximum);
             sum.average = MergeMeans(sum.average, sum.count, item.average, item.count);
             AddToCounter(sum.count, item.count);
+        }
+
+        void TakeValue(Figures& bucket, int commandID, std::int64_t value)
+        {
+            Merge(
+                bucket[commandID], {.id = commandID, .count = 1, .minimum = value, .average = value, .maximum = value});
         }
 
         // Two digits after the decimal point. Not printf, which uses the locale's decimal separator.
