@@ -81,6 +81,8 @@ namespace QzLogTool
                 Troubles troubles;
                 Progress progress;
                 Output output(&progress);
+                // Whoever looks at a pipe sees what it has brought.
+                progress.CallBeforeWaits([&output] { output.Flush(); });
                 std::uint64_t const count =
                     mGrowing.IsAskedFor() ? PrintGrowing(filter, progress, troubles, output)
                                           : Print(TakeTail(mInput.Open(filter, progress, troubles)), filter, output);

@@ -230,7 +230,8 @@ namespace
             {"qzlog stats --slot 0s server.log", 2, "'0s' is no span"},
             {"qzlog view server.log >/dev/full", 2, "standard output: No space left on device"},
             {"qzlog view long.log | head -1 | wc -l", 0, "1\n"},
-            // What the commands that read standard input make of it.
+            // What the commands that read standard input make of it: a pipe need not end.
+            {"mkfifo p q; qzlog view - <p >q & exec 3>p; cat other.log >&3; head -1 <q", 0, "#4 select"},
             {"printf 'one\\r\\n\\ntwo\\0x\\nlast' | qzlog write -D Error -u alice --max-size 1b --backups 3 a.log && "
              "qzlog view -u alice -D Error a.log | sed 's/.*\\] //' | tr '\\n' '|'",
                 0, "one||two\xEF\xBF\xBDx|last|"},

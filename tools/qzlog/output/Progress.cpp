@@ -27,6 +27,12 @@ namespace QzLogTool
         mNext = std::chrono::steady_clock::now() + kInterval;
     }
 
+    void Progress::OnWait()
+    {
+        if (mBeforeWait)
+            mBeforeWait();
+    }
+
     void Progress::Show()
     {
         // A log may have grown meanwhile.

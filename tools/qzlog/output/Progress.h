@@ -5,6 +5,8 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <utility>
 
 namespace QzLogTool
 {
@@ -21,7 +23,11 @@ namespace QzLogTool
         /// So many bytes more are to be read.
         void AddTotal(std::uint64_t bytes) { mTotal += bytes; }
 
+        /// `action` is called before standard input is waited for. What it refers to must outlive the reading.
+        void CallBeforeWaits(std::function<void()> action) { mBeforeWait = std::move(action); }
+
         void OnRead(std::size_t bytes) override;
+        void OnWait() override;
 
         /// Takes the bar off the screen until the next reading that it is due at.
         void Hide();
@@ -35,5 +41,6 @@ namespace QzLogTool
         std::chrono::steady_clock::time_point const mBegin = std::chrono::steady_clock::now();
         std::chrono::steady_clock::time_point mNext;
         bool mIsShown = false;
+        std::function<void()> mBeforeWait;
     };
 }

@@ -3,6 +3,7 @@
 #include "Trouble.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -102,6 +103,12 @@ namespace QzLogTool
     std::uint64_t InputFile::GetLength() const
     {
         return !IsCompressed() ? GetStatus().mIdentity.mSize : std::numeric_limits<std::uint64_t>::max();
+    }
+
+    bool InputFile::IsReady() const
+    {
+        pollfd waited{mDescriptor, POLLIN, 0};
+        return poll(&waited, 1, 0) != 0;
     }
 
     std::size_t InputFile::Read(char* buffer, std::size_t size)

@@ -59,6 +59,9 @@ namespace QzLogTool
         /// In bytes; of a compressed file nobody knows, and it is as large as a number can be.
         std::uint64_t GetLength() const;
 
+        /// Whether Read would return at once, with bytes or with the end.
+        bool IsReady() const;
+
         /// Reads on from the present position; fewer bytes than asked for do not mean the end, 0 does.
         std::size_t Read(char* buffer, std::size_t size);
 

@@ -100,8 +100,10 @@ namespace QzLogTool
 
     std::size_t LogBytes::Read(char* buffer, std::size_t size)
     {
+        if (mpObserver && mLogPath == "-" && !mpFile->IsReady())
+            mpObserver->OnWait();
         std::size_t count = mpFile->Read(buffer, size);
-        // Asked behind the reading: what was read before the file was emptied would do, but nobody can tell.
+        // Asked after the reading: what was read before the file was emptied would do, but nobody can tell.
         if (mIsLog && mIsRegular && !mpFile->BeginsWith(mBeginning))
             count = FindAgain() ? mpFile->Read(buffer, size) : 0;
         if (mOffset == mBeginning.size() && mBeginning.size() < kBeginning)

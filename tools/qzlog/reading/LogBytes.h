@@ -18,6 +18,8 @@ namespace QzLogTool
     public:
         virtual ~ReadObserver() = default;
         virtual void OnRead(std::size_t bytes) = 0;
+        /// Standard input has nothing to read for now.
+        virtual void OnWait() = 0;
     };
 
     /// A log and its back-ups as bytes, file by file in order of age, up to what the log holds when its end is
