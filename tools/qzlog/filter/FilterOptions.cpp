@@ -12,7 +12,8 @@ namespace QzLogTool
 {
     namespace
     {
-        constexpr char kGroup[] = "Filters (a record must meet each kind; of several of one kind, any)";
+        constexpr char kGroup[] = "Filters (a record must meet each kind; of several of one kind, any; * at the end of "
+                                  "a NAME or ID is any rest)";
 
         /// Decimal, or hexadecimal with "0x".
         std::uint32_t ReadNumber(std::string const& text)

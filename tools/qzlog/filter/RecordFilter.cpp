@@ -9,6 +9,19 @@ namespace QzLogTool
     {
         // How much of the end of one part of a long record is looked at together with the start of the next.
         constexpr std::size_t kOverlap = 4096;
+
+        constexpr char kAnyRest = '*';
+
+        /// A value without the sign that it stands for all that begin so.
+        std::string_view GetBeginning(std::string_view value)
+        {
+            return value.substr(0, value.size() - (value.ends_with(kAnyRest) ? 1 : 0));
+        }
+
+        bool Fits(std::string_view value, std::string_view field)
+        {
+            return value.ends_with(kAnyRest) ? field.starts_with(GetBeginning(value)) : field == value;
+        }
     }
 
     RecordFilter::RecordFilter(FilterOptions options, bool keepsOthers)
@@ -34,15 +47,16 @@ namespace QzLogTool
     }
 
     void RecordFilter::AddCondition(std::string_view HeaderFields::*pField, std::vector<std::string> const& values,
-        std::string const& before, std::string const& after)
+        std::string before, std::string const& after)
     {
         if (values.empty())
             return;
         mConditions.push_back({pField, values});
         // An empty value has several forms: a "0", or no bracket at all.
-        if (values.size() != 1 || values[0].empty())
+        if (values.size() != 1 || GetBeginning(values[0]).empty())
             return;
-        mFieldNeedles.emplace_back(before + values[0] + after);
+        mFieldNeedles.emplace_back(
+            before.append(GetBeginning(values[0])).append(values[0].ends_with(kAnyRest) ? "" : after));
         if (mNeedle.IsEmpty())
             mNeedle = mFieldNeedles.back();
     }
@@ -90,8 +104,8 @@ namespace QzLogTool
         return std::all_of(mConditions.begin(), mConditions.end(),
             [&fields](Condition const& condition)
             {
-                std::vector<std::string> const& values = condition.mValues;
-                return std::find(values.begin(), values.end(), fields.*condition.mpField) != values.end();
+                return std::ranges::any_of(condition.mValues,
+                    [&](std::string const& value) { return Fits(value, fields.*condition.mpField); });
             });
     }
 

@@ -39,7 +39,7 @@ namespace QzLogTool
         TextMatcher const& GetMatcher() const { return mMatcher; }
 
     private:
-        /// A field of the header, and the values that it may have.
+        /// A field of the header, and the values that it may have; one that ends in "*" stands for all that begin so.
         struct Condition
         {
             std::string_view HeaderFields::*mpField;
@@ -47,7 +47,7 @@ namespace QzLogTool
         };
 
         void AddCondition(std::string_view HeaderFields::*pField, std::vector<std::string> const& values,
-            std::string const& before, std::string const& after);
+            std::string before, std::string const& after);
         bool LacksNeedle(Record const& record);
         bool HasFields() const;
         bool Matches(Record const& record, RecordSource& source);
