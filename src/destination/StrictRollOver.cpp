@@ -104,6 +104,18 @@ namespace QzLog
             return true;
         }
 
+        bool IsEmpty(QzFileSystem::UpdateableFile& file) noexcept
+        {
+            try
+            {
+                return file.GetSize() == 0;
+            }
+            catch (...)
+            {
+                return false;
+            }
+        }
+
         /// Whether a file is one of the back-ups: mostly the newest, unless somebody else has made one since.
         bool IsBackup(QzBase::WideString const& path, unsigned int backupCount, QzOs::FileIdentity const& identity)
         {
@@ -128,16 +140,13 @@ namespace QzLog
 
         KeptFile kept;
         CopyLog(file, copy.mPath, &kept);
-        // Copying takes long. Whoever writes to another file at the path holds the lock on that one, and the lock on
-        // this one does not keep him from these names any more.
-        if (!file.IsAtPath())
-            return false;
         Moves moves;
         try
         {
-            if (!ShiftBackups(path, count, oldest, moves))
-                return false;
-            bool const isDone = moves.Move(copy.mPath, newest);
+            // Copying takes long. Whoever writes to another file at the path holds the lock on that one, and the lock
+            // on this one does not keep him from these names any more.
+            bool const isDone =
+                file.IsAtPath() && ShiftBackups(path, count, oldest, moves) && moves.Move(copy.mPath, newest);
             // Two who copy at once have one name for their copies: either may have put the other's in place.
             if (!IsBackup(path, count, kept.mIdentity))
             {
@@ -150,7 +159,9 @@ namespace QzLog
         }
         catch (...)
         {
-            if (file.IsReplaced())
+            // Others may have gone on from what was renamed. And the copy is all there is if the log was emptied,
+            // though the system has reported a failure.
+            if (file.IsReplaced() || IsEmpty(file))
                 moves.Keep();
             throw;
         }

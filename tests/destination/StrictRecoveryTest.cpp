@@ -254,6 +254,16 @@ TEST_F(StrictRecoveryTest, AKilledRollOverLosesNothing)
     EXPECT_GT(calls, 8 + 5);
 }
 
+TEST_F(StrictRecoveryTest, ALogThatIsEmptyAfterAFailureIsInItsBackup)
+{
+    MakeStrict("x.log");
+    Write("old");
+    mpDestination->SetMaxFileSize(60);
+    gKernel.mpFtruncate = [](int file, off_t size) { return ::ftruncate(file, size), errno = EIO, -1; };
+    Write("lost");
+    EXPECT_EQ(TakeSnapshot(), (Snapshot{{"x.log", ""}, {"x.log.bak00", kHead + Record("old")}}));
+}
+
 TEST_F(StrictRecoveryTest, RollOversOfTwoFilesAtOnceLoseNothing)
 {
     // What happens amid the first roll-over, before one of its renames: the log is taken away, and the next one is
