@@ -133,11 +133,6 @@ namespace QzLog
         Leftover const copy(MakeBackupName(path, "~n"));
         QzBase::WideString const newest = MakeBackupName(path, 0);
         QzBase::WideString const oldest = MakeBackupName(path, "~o");
-        QzBase::WideString const lastName = MakeBackupName(path, count - 1);
-        // A process that was killed may have renamed the oldest back-up and not yet moved another to its number.
-        if (Find(oldest) && !Find(lastName))
-            QzOs::MoveFileToFreeName(oldest.c_str(), lastName.c_str());
-
         KeptFile kept;
         CopyLog(file, copy.mPath, &kept);
         Moves moves;
