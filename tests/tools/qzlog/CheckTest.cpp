@@ -44,7 +44,7 @@ namespace
             {"empty line", good + "\r\n", 1, "good.log:6: an empty line\n"},
             {"zeros", good + std::string(5, '\0') + "\r\n", 1, "good.log:6: a NUL byte\n"},
             {"no UTF-8", good + "Caf\xE9 au lait\r\n", 1, "good.log:6: a byte that is no UTF-8\n"},
-            {"loose", good.substr(0, 36) + "what?\r\n" + record, 1, "good.log:2: no record owns the line 'what?'\n"},
+            {"loose", good.substr(0, 36) + "what?\r\n" + record, 1, "good.log:2: a line outside of records: 'what?'\n"},
             {"header", good + "2026-11-18 03:00:01.000 [HOST:a]\r\n", 1,
                 "good.log:6: the header cannot be read: '2026-11-18 03:00:01.000 [HOST:a]'\n"},
             {"cut at the end", good.substr(0, good.size() - 3), 1,

@@ -57,7 +57,7 @@ namespace QzLogTool
             if (isHead)
                 Fault(Finding::HeadWithin, "a head in the middle of the file");
             else if (record.mKind == Record::Kind::Loose)
-                Fault(Finding::Loose, "no record owns the line " + QuoteStart(GetLine(text)));
+                Fault(Finding::Loose, "a line outside of records: " + QuoteStart(GetLine(text)));
         }
         else if (!text.starts_with(kByteOrderMark))
             Fault(Finding::NoHead, "the file does not begin with a byte order mark");
