@@ -16,6 +16,13 @@ namespace QzLogTool
         // Of all logs together, unless there are thousands.
         constexpr std::size_t kBuffers = std::size_t{24} << 20;
         constexpr std::size_t kSmallestBlock = std::size_t{16} << 10;
+
+        /// For those who are used to grep: what is named first is no text to search for.
+        Trouble Advise(Trouble const& trouble, std::string const& path)
+        {
+            bool const mayBeText = path.find_first_of("./-") == path.npos && !GetFileStatus(path).mExists;
+            return mayBeText ? Trouble(std::string(trouble.what()) + "; --text searches for a text") : trouble;
+        }
     }
 
     std::unique_ptr<RecordSplitter> OpenLog(
@@ -77,7 +84,7 @@ namespace QzLogTool
             }
             catch (Trouble const& trouble)
             {
-                troubles.Report(trouble);
+                troubles.Report(Advise(trouble, path));
             }
         if (sources.size() == 1)
             return std::move(sources.front());

@@ -206,6 +206,7 @@ namespace
             char const* mPart;
         } const cases[] = {
             {"qzlog view missing.log server.log", 2, "missing.log: No such file or directory\n2026"},
+            {"qzlog view failed server.log", 2, "failed: No such file or directory; --text searches for a text\n2026"},
             {"mkdir -p e/f; cp server.log e/f; qzlog view e server.log", 2,
                 "--recursive looks into its folders too\n2026"},
             {"qzlog view -f e", 2, "there is no log to follow"},
