@@ -312,6 +312,14 @@ TEST_F(StrictRecoveryTest, RollOversOfTwoFilesAtOnceLoseNothing)
                 1)
                 << text;
     }
+    // Whoever fails after that does not take the other's back-up for its own.
+    Clear();
+    gKernel.mpFtruncate = [](int file, off_t size)
+    { return gOther ? (std::exchange(gOther, nullptr)(), errno = EIO, -1) : ::ftruncate(file, size); };
+    make();
+    Write("a");
+    Write("lost");
+    EXPECT_EQ(Get("x.log.bak00"), kHead + Record("b"));
 }
 
 TEST_F(StrictRecoveryTest, TheSystemLogLearnsOfEachRun)
