@@ -26,7 +26,15 @@ namespace
             --gAlive;
         }
 
+        /// Not that of an object before: that would hide that the loan outlives it.
+        static void* operator new(std::size_t) { return gMemory[gMade++ % std::size(gMemory)]; }
+        static void operator delete(void*) {}
+
         std::atomic<bool> mIsAlive{true};
+
+    private:
+        alignas(64) static inline std::byte gMemory[60'000][64];
+        static inline std::size_t gMade = 0;
     };
 
     QzBase::ReturnPtrI<Object> MakeObject()
@@ -93,7 +101,7 @@ TEST(Loan, OutlivesNoObjectThatIsReplacedAgainAndAgain)
                     faults += !outer->mIsAlive + !inner->mIsAlive;
                 }
             });
-    for (int i = 0; i < 5'000; ++i)
+    for (int i = 0; i < 50'000; ++i)
         owner.Replace(MakeObject());
     isOver = true;
     for (std::thread& borrower : borrowers)
