@@ -81,6 +81,7 @@ namespace
             {"qzlog view --since '2026-11-18 06:00:05+03:00' server.log", "3"},
             {"qzlog view --since '1 hour 30min ago' now.log", "6"},
             {"qzlog view --until 90m --until -1m now.log", ""},
+            {"qzlog view --since \"$(date -d '1 hour' +%H:%M)\" now.log", "6"},
             {"qzlog view --since yesterday --until 9999-12-31 now.log", "6"},
             {"qzlog view -n 2 server.log other.log", "5 3"},
             {"qzlog view -m 2 server.log other.log", "1 4"},

@@ -98,8 +98,8 @@ namespace QzLogTool
         AddMoment(app, "--since,-S", "From then on: \"2026-11-18 03:02:07\", \"03:02\", \"today\", \"10m\" (ago), ...",
             [this](std::int64_t moment) { mSince = moment; })
             ->group(kGroup);
-        AddMoment(app, "--until,-U", "Before that moment", [this](std::int64_t moment) { mUntil = moment; })
-            ->group(kGroup);
+        auto const until = [this](std::int64_t moment) { mUntil = moment; };
+        AddMoment(app, "--until,-U", "Before that moment", until, mSince)->group(kGroup);
         AddTexts(app, "--text,-F", "TEXT", "The message has this text in it", mTexts);
         AddTexts(app, "--regex,-E", "EXPRESSION", "The message matches this regular expression (RE2)", mExpressions);
         app.add_flag("--ignore-case,-i", mIgnoresCase, "In --text and --regex")->group(kGroup);

@@ -83,13 +83,9 @@ namespace QzLogTool
             return span;
         }
 
-        bool ReadAbsolute(std::string text, std::int64_t now, std::int64_t& moment)
+        bool ReadDate(std::string const& date, std::int64_t& moment)
         {
-            if (text == "today" || text == "yesterday")
-                text = GetToday(text == "today" ? now : now - kMillisecondsOfDay);
-            else if (text.size() >= 3 && text[2] == ':')
-                text = GetToday(now) + ' ' + text;
-            text = Complete(text);
+            std::string text = Complete(date);
             bool const isUTC = text.ends_with('Z');
             if (isUTC)
                 text.pop_back();
@@ -98,6 +94,22 @@ namespace QzLogTool
             bool const hasOffset = text.find_first_of("+-", 11) != std::string::npos;
             if (!isUTC && !hasOffset)
                 moment = FromLocal(moment);
+            return true;
+        }
+
+        bool ReadAbsolute(std::string const& text, std::int64_t now, std::int64_t after, std::int64_t& moment)
+        {
+            std::string const today = GetToday(now);
+            std::string const yesterday = GetToday(now - kMillisecondsOfDay);
+            if (text == "today" || text == "yesterday")
+                return ReadDate(text == "today" ? today : yesterday, moment);
+            if (text.size() < 3 || text[2] != ':')
+                return ReadDate(text, moment);
+            if (!ReadDate(today + ' ' + text, moment))
+                return false;
+            std::int64_t before = 0;
+            if (moment > now && ReadDate(yesterday + ' ' + text, before) && before > after)
+                moment = before;
             return true;
         }
     }
@@ -184,14 +196,14 @@ namespace QzLogTool
         return !text.empty();
     }
 
-    std::int64_t ReadMoment(std::string const& text, std::int64_t now)
+    std::int64_t ReadMoment(std::string const& text, std::int64_t now, std::int64_t after)
     {
         std::int64_t value;
         if (text == "now")
             return now;
         if (ReadSpan(GetSpanAgo(text), value))
             return now - value;
-        if (ReadAbsolute(text, now, value))
+        if (ReadAbsolute(text, now, after, value))
             return value;
         throw Trouble(
             "'" + text + "' is no time; write it like \"2026-11-18 03:02:07\", \"03:02\", \"today\" or \"10m\"");

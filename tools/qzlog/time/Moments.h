@@ -1,22 +1,27 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 
 namespace QzLogTool
 {
+    inline constexpr std::int64_t kLongAgo = std::numeric_limits<std::int64_t>::min();
+
     /// Milliseconds since 1970-01-01 00:00 UTC.
     std::int64_t GetNow();
 
     /// Reads a moment as people write it on a command line:
     ///
-    ///     10m, 2h, 1d12h, 90s, 500ms, 1w (ago)    now, today, yesterday    03:02, 03:02:07.5 (today)
+    ///     10m, 2h, 1d12h, 90s, 500ms, 1w (ago)    now, today, yesterday    03:02, 03:02:07.5
     ///     -10m, 5 minutes ago, 1 hour 30 minutes ago
     ///     2026-11-18, 2026-11-18 03:02, 2026-11-18T03:02:07.123, 2026-11-18 03:02:07-05:00, 2026-11-18 08:02Z
     ///
-    /// Without an offset it is local time (TZ). Throws Trouble with what is wrong.
-    /// \return  milliseconds since 1970-01-01 00:00 UTC.
-    std::int64_t ReadMoment(std::string const& text, std::int64_t now);
+    /// Without an offset it is local time (TZ). A time of day is the last one that has been: in the night, "22:00" is
+    /// that of yesterday. Throws Trouble with what is wrong.
+    /// \param after  if the last one was before that, a time of day is the one of today, which is still to come.
+    /// \return       milliseconds since 1970-01-01 00:00 UTC.
+    std::int64_t ReadMoment(std::string const& text, std::int64_t now, std::int64_t after = kLongAgo);
 
     /// The local time at a moment, given as if it were UTC.
     std::int64_t ToLocal(std::int64_t moment);
