@@ -22,10 +22,9 @@ if(QZLOG_SANITIZERS)
     # With them g++ 12 takes members of the standard library's regular expressions for uninitialised.
     target_compile_options(qzlog_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()
-if(CMAKE_UNITY_BUILD)
-    # Each file is then included by the one that is compiled, and g++ takes its unnamed namespaces for those of a header.
-    target_compile_options(qzlog_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
-endif()
+# Where several files are compiled as one, g++ takes their unnamed namespaces for those of a header.
+target_compile_options(qzlog_options INTERFACE
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wno-subobject-linkage>)
 
 # A layer is one folder of src/ as a static library. It sees the public headers, the folders of src/ by
 # their names, and it links only what lies below it.
