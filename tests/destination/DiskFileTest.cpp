@@ -25,6 +25,7 @@ namespace
                 int const result = flock(file, operation);
                 if (result != 0)
                     return result;
+                gHasWaited = gHasWaited || operation == LOCK_EX;
                 gLocks += operation != LOCK_UN;
                 gIsHeld = operation != LOCK_UN;
                 gRecords = 0;
@@ -32,7 +33,8 @@ namespace
             };
             QzOs::Posix::gKernel.mpWrite = [](int file, void const* data, std::size_t size)
             {
-                sched_yield();
+                if (!IsPassedOn() || gHasWaited.exchange(false))
+                    sched_yield();
                 ++gWrites;
                 gUnlockedWrites += !gIsHeld;
                 gMostRecords = std::max(gMostRecords.load(), ++gRecords);
@@ -42,7 +44,7 @@ namespace
 
         static bool IsPassedOn() { return gLocks < gWrites; }
 
-        static inline std::atomic<bool> gIsHeld;
+        static inline std::atomic<bool> gIsHeld, gHasWaited;
         static inline std::atomic<int> gLocks, gWrites, gRecords, gMostRecords, gUnlockedWrites;
     };
 }
