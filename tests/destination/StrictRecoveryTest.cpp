@@ -122,6 +122,10 @@ TEST_F(StrictRecoveryTest, ReportsEachRunOnceAndInOrder)
 {
     MakeStrict("x.log");
     Write("first");
+    // A child that can open no file does not write into its parent's, whose lock would be the child's too.
+    auto noFile = Watch<&Kernel::mpOpen>::Make(EMFILE, 0, kAlways);
+    ExpectInChild([&] { return Write("child"), mpDestination->GetStatistics().mLossesWaiting == 1; });
+    noFile.reset();
     std::string const before = Get("x.log");
     mpDestination->SetRetryInterval(60);
     QzBase::CountedPtr<Observer> const observer(new Observer);
