@@ -87,25 +87,21 @@ TEST(Loan, OutlivesNoObjectThatIsReplacedAgainAndAgain)
 {
     Owner owner;
     owner.Replace(MakeObject());
-    std::atomic<bool> isOver{false};
     std::atomic<int> faults{0};
-    std::vector<std::thread> borrowers;
-    for (int i = 0; i < 3; ++i)
-        borrowers.emplace_back(
-            [&]
-            {
-                while (!isOver)
-                {
-                    Loan<Object> const outer(owner.mObject, *owner.mpLock);
-                    Loan<Object> const inner(owner.mObject, *owner.mpLock);
-                    faults += !outer->mIsAlive + !inner->mIsAlive;
-                }
-            });
-    for (int i = 0; i < 50'000; ++i)
-        owner.Replace(MakeObject());
-    isOver = true;
-    for (std::thread& borrower : borrowers)
-        borrower.join();
+    auto const borrow = [&](std::stop_token const& stop)
+    {
+        while (!stop.stop_requested())
+        {
+            Loan<Object> const outer(owner.mObject, *owner.mpLock);
+            Loan<Object> const inner(owner.mObject, *owner.mpLock);
+            faults += !outer->mIsAlive + !inner->mIsAlive;
+        }
+    };
+    {
+        std::jthread const borrowers[] = {std::jthread(borrow), std::jthread(borrow), std::jthread(borrow)};
+        for (int i = 0; i < 50'000; ++i)
+            owner.Replace(MakeObject());
+    }
     owner.Replace(nullptr);
     EXPECT_EQ(faults, 0);
     EXPECT_EQ(gAlive, 0);

@@ -121,23 +121,30 @@ TEST_F(RoutingThreadsTest, ADispatcherKeepsItsListenerWhileItStandsAnywhere)
 
 TEST_F(RoutingThreadsTest, AnExchangedDispatcherEndsBehindTheCallThatIsInside)
 {
-    std::string order;
-    mHook.mOnDispatcher = [&](DispatcherPtr& dispatcher)
+    QzBase::Message message(1, 2, "text");
+    std::pair<char const*, std::function<void(Router&)>> const calls[] = {{"A", [](Router& r) { Log(r); }},
+        {"B", [&](Router& r) { r.LogBaseMessage(message); }},
+        {"C", [&](Router& r) { r.LogAndUpdateMessage(message); }}};
+    for (auto const& [name, call] : calls)
     {
-        CountedPtr<SlowDispatcher> const given(new SlowDispatcher("A"));
-        given->mAtEnd = [&order] { order += "end "; };
-        dispatcher = given;
-    };
-    CountedPtr<Router> const router = MakeRouter("A");
-    SetDestinations(*router->GetDispatcher(), {&mDestination});
-    mDestination.mAction = [&]
-    {
-        mHook.mOnDispatcher = mGiveNew;
-        RefreshConfiguration();
-        order += "exchanged ";
-    };
-    Log(*router);
-    EXPECT_EQ(order, "exchanged end ");
+        std::string order;
+        mHook.mOnDispatcher = [&, given = name](DispatcherPtr& dispatcher)
+        {
+            CountedPtr<SlowDispatcher> const slow(new SlowDispatcher(given));
+            slow->mAtEnd = [&order] { order += "end "; };
+            dispatcher = slow;
+        };
+        CountedPtr<Router> const router = MakeRouter(name);
+        SetDestinations(*router->GetDispatcher(), {&mDestination});
+        mDestination.mAction = [&]
+        {
+            mHook.mOnDispatcher = mGiveNew;
+            RefreshConfiguration();
+            order += "exchanged ";
+        };
+        call(*router);
+        EXPECT_EQ(order, "exchanged end ") << name;
+    }
 }
 
 TEST_F(RoutingThreadsTest, RoutersAgreeWithTheirDispatchersInTheEnd)

@@ -42,10 +42,8 @@ bool PrintTable(std::vector<Row*> const& rows)
         if (row->mpSkipped)
             std::printf("skipped: %s\n", row->mpSkipped);
         else
-            std::printf("%8llu %10llu %9llu %9llu %12llu %13llu%s\n", static_cast<unsigned long long>(sum.mTries),
-                static_cast<unsigned long long>(sum.mRecords), static_cast<unsigned long long>(sum.mLost),
-                static_cast<unsigned long long>(sum.mReported), static_cast<unsigned long long>(sum.mKilledWith),
-                static_cast<unsigned long long>(sum.mNotReported), sum.mIsGood ? "" : "  FAULT");
+            std::printf("%8llu %10llu %9llu %9llu %12llu %13llu%s\n", sum.mTries, sum.mRecords, sum.mLost,
+                sum.mReported, sum.mKilledWith, sum.mNotReported, sum.mIsGood ? "" : "  FAULT");
     }
     return std::ranges::all_of(rows, [](Row const* row) { return row->mOutcome.mIsGood; });
 }

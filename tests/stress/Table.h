@@ -8,14 +8,14 @@
 /// What a campaign has come to.
 struct Outcome
 {
-    std::uint64_t mTries = 0;
-    std::uint64_t mRecords = 0;
-    std::uint64_t mLost = 0;
+    unsigned long long mTries = 0;
+    unsigned long long mRecords = 0;
+    unsigned long long mLost = 0;
     /// By lines in the log, or on standard error by one that could not get at the log when it ended.
-    std::uint64_t mReported = 0;
+    unsigned long long mReported = 0;
     /// Lost with a writer that was killed before it could report them.
-    std::uint64_t mKilledWith = 0;
-    std::uint64_t mNotReported = 0;
+    unsigned long long mKilledWith = 0;
+    unsigned long long mNotReported = 0;
     bool mIsGood = true;
 };
 

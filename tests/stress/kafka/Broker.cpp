@@ -4,7 +4,7 @@
 
 #include <chrono>
 #include <csignal>
-#include <sstream>
+#include <cstdlib>
 #include <stdexcept>
 
 #include <sys/prctl.h>
@@ -76,15 +76,13 @@ try
     std::vector<rd_kafka_resp_err_t> const errors = GetBrokerErrors();
     for (;;)
     {
-        std::istringstream command(Receive(mSocket));
-        std::string verb;
-        unsigned int number = 0;
-        command >> verb >> number;
-        if (verb == "down")
+        std::string const command = Receive(mSocket);
+        auto const number = std::strtoul(command.c_str() + command.find_last_of(' ') + 1, nullptr, 10);
+        if (command == "down")
             mock.GoDown();
-        else if (verb == "up")
+        else if (command == "up")
             mock.ComeUp();
-        else if (verb == "delay")
+        else if (command.starts_with("delay"))
             mock.SetDelay(static_cast<int>(number));
         else
             mock.RefuseNext(errors[number % errors.size()]);
