@@ -94,7 +94,8 @@ TEST_F(StrictRecoveryTest, FollowsThePath)
             [&]
             {
                 Write("child");
-                return mpDestination->GetStatistics().mLossesWaiting == (each.mReason.empty() ? 0u : 1u);
+                QzLog::DiskFileStatistics const own = mpDestination->GetStatistics();
+                return own.mRecords == each.mReason.empty() && own.mRecords + own.mLossesWaiting == 1;
             });
         gKernel.mpOpen = mKernel.mpOpen;
         if (!each.mReason.empty())
@@ -180,7 +181,7 @@ TEST_F(StrictRecoveryTest, TriesOnceMoreWhenItIsDestroyed)
         QzBase::CountedPtr<Observer> const observer(new Observer);
         observer->mAction = [] { throw QzBase::Message(); };
         mpDestination->SetLossObserver(observer.get());
-        auto const noFile = reported == 0 ? Watch<&Kernel::mpOpen>::Make(EACCES, 0) : nullptr;
+        auto const noLock = reported == 0 ? Watch<&Kernel::mpFlock>::Make(EWOULDBLOCK, 0, kAlways) : nullptr;
         auto const noRoom = reported == 1 ? Watch<&Kernel::mpWrite>::Make(ENOSPC, 0) : nullptr; // the first is a writev
         mpDestination.reset();
         EXPECT_EQ(GetLossLines("x.log").size(), reported);
@@ -212,7 +213,7 @@ TEST_F(StrictRecoveryTest, TakesLossesAlongWhereverItGoes)
     EXPECT_EQ(GetLossLines("y.log").size(), 2u);
 
     Lose("lost");
-    mpDestination->SetRecovery(QzLog::kRecoveryBasic);
+    mpDestination->SetRecovery(static_cast<QzLog::Recovery>(7)); // counts as basic
     Write("text");
     EXPECT_EQ(GetLossLines("y.log").size(), 3u);
 }
@@ -264,6 +265,11 @@ TEST_F(StrictRecoveryTest, ALogThatIsEmptyAfterAFailureIsInItsBackup)
     Write("old");
     mpDestination->SetMaxFileSize(60);
     gKernel.mpFtruncate = [](int file, off_t size) { return ::ftruncate(file, size), errno = EIO, -1; };
+    Write("lost");
+    // With the limit 0 the empty file is full, but no back-up.
+    gKernel.mpFtruncate = mKernel.mpFtruncate;
+    mpDestination->SetRetryInterval(0);
+    mpDestination->SetMaxFileSize(0);
     Write("lost");
     EXPECT_EQ(TakeSnapshot(), (Snapshot{{"x.log", ""}, {"x.log.bak00", kHead + Record("old")}}));
 }
