@@ -153,6 +153,7 @@ TEST_F(StrictRecoveryTest, ReportsEachRunOnceAndInOrder)
     QzLog::DiskFileStatistics const figures = mpDestination->GetStatistics();
     EXPECT_EQ((std::vector{figures.mRecords, figures.mBytes, figures.mLossesReported, figures.mLossesWaiting}),
         (std::vector<std::uint64_t>{2, Get("x.log").size(), 32, 0}));
+    EXPECT_NE(figures.mLongestLockWaitNanoseconds, 0u);
 
     // Two reasons by turns: the 17th run is joined with those before it, and so is the 33rd. All are announced.
     mpDestination->SetRetryInterval(0);
