@@ -57,7 +57,8 @@ namespace
             // Where a disk was full, and where a roll-over was killed while it copied.
             bool const mayCut = !mSettings.mIsStrict && (fault.Has(kSmallDisk) || fault.Has(kKills));
             mClocks = place.mClocks;
-            mTakesUncounted = !mSettings.mIsStrict && fault.Has(kUncounted);
+            // Writers of a log that was taken away, and those of the next one, can roll over at once.
+            mTakesUncounted = !mSettings.mIsStrict && (fault.Has(kUncounted) || !place.mTaken.empty());
             for (File const& file : ReadKept(place))
             {
                 CheckHead(file);

@@ -117,7 +117,9 @@ namespace
                 log->SetMaxFileSize(1);
                 for (std::uint64_t records = 1 + mRandom() % 30; records != 0; --records, ++count)
                 {
-                    QzLog::LogString(*router, (kRecordMark + MakeText()).c_str(), nullptr, nullptr, nullptr, 0);
+                    // With its number, because equal back-ups count as one that was copied twice.
+                    std::string const text = kRecordMark + std::to_string(count) + MakeText();
+                    QzLog::LogString(*router, text.c_str(), nullptr, nullptr, nullptr, 0);
                     log->SetMaxFileSize(1'000'000'000);
                 }
             }
@@ -192,7 +194,7 @@ namespace
         {
             std::string const kept =
                 std::filesystem::temp_directory_path() / ("qzlog-hostile-" + std::to_string(mRandom()));
-            std::filesystem::copy(mTop, kept);
+            std::filesystem::copy(mTop, kept, std::filesystem::copy_options::overwrite_existing);
             std::printf("FAULT: %s: %s; the log is kept in %s\n", command.c_str(), what.c_str(), kept.c_str());
             mSum.mIsGood = false;
         }
