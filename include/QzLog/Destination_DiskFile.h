@@ -68,9 +68,9 @@ namespace QzLog
     ///
     ///     <header> Missed 17 messages since 2026-11-18 03:02:07.123-05:00 due to: Failed to lock file '\var\x.log'.
     ///
-    /// A path in the reason is in normal form, as GetFilePath gives it: with "\" between its parts. The line is stamped
-    /// with logger "Log", dispatcher "Error" and no message ID, in the header of the calling thread. Later destinations
-    /// in the same dispatcher's list see that header.
+    /// A path in the reason is in normal form, as GetFilePath gives it: with backslashes. The line is stamped with
+    /// logger "Log", dispatcher "Error" and no message ID, in the header of the calling thread. Later destinations in
+    /// the same dispatcher's list see that header.
     ///
     /// Strict recovery (SetRecovery) adds to this:
     /// - The path is followed. If the file at the path is not the open one, or there is none, a message opens or
@@ -137,7 +137,7 @@ namespace QzLog
         virtual void SetBackupCount(unsigned int backupCount) = 0;
         virtual unsigned int GetBackupCount() = 0;
 
-        /// A copy of the present path, UTF-16 in normal form: "\" stands between its parts.
+        /// A copy of the present path, UTF-16 in normal form: with backslashes between its parts.
         virtual QzBase::ReturnWString GetFilePath() = 0;
 
         /// Sets what is done about failures, from the next message on; kRecoveryBasic at first. Unknown values count as
