@@ -136,6 +136,7 @@ namespace QzLog
         KeptFile kept;
         CopyLog(file, copy.mPath, &kept);
         Moves moves;
+        bool isInPlace = false;
         try
         {
             // Copying takes long. Whoever writes to another file at the path holds the lock on that one, and the lock
@@ -149,6 +150,7 @@ namespace QzLog
                     moves.Keep();
                 return false;
             }
+            isInPlace = true;
             file.SetPosition(0);
             file.Truncate();
         }
@@ -156,7 +158,7 @@ namespace QzLog
         {
             // Others may have gone on from what was renamed. And the copy is all there is if the log was emptied,
             // though the system has reported a failure.
-            if (file.IsReplaced() || IsEmpty(file))
+            if (file.IsReplaced() || (isInPlace && IsEmpty(file)))
                 moves.Keep();
             throw;
         }
